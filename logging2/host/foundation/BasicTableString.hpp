@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace foundation {
+
+/// A handle to an immutable text. Copies share the text; it may be released on any thread.
+template <class Char>
+class BasicTableString {
+public:
+    /// The empty text.
+    BasicTableString() = default;
+
+    /// Copies the text.
+    BasicTableString(std::basic_string_view<Char> characters)
+        : text(std::make_shared<const std::basic_string<Char>>(characters)) {}
+
+    /// The characters, followed by a zero; valid while any handle to the same text lives.
+    const Char* data() const noexcept { return text ? text->c_str() : &terminator; }
+
+    /// The number of characters, without the zero behind them.
+    std::size_t size() const noexcept { return text ? text->size() : 0; }
+
+private:
+    static constexpr Char terminator{};
+
+    std::shared_ptr<const std::basic_string<Char>> text;
+};
+
+} // namespace foundation
+
+namespace logging2::core {
+using foundation::BasicTableString;
+} // namespace logging2::core

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <logging2/export.hpp>
+#include <logging2/host/foundation/Message.hpp>
+
+#include <functional>
+
+namespace foundation {
+
+using WarningHandler = std::function<void(const Message&)>;
+
+/// Hands the warning to the handler that is set, on the calling thread; without a handler it
+/// becomes one line on standard error. What the handler throws comes out. Any thread may call.
+LOGGING2_EXPORT void issueWarning(const Message& message);
+
+/// Sets the process-wide handler (an empty one restores the line on standard error) and returns
+/// the handler that was there. Any thread may call; a warning that is being issued on another
+/// thread meanwhile may still reach the former handler.
+LOGGING2_EXPORT WarningHandler setWarningHandler(WarningHandler handler);
+
+} // namespace foundation

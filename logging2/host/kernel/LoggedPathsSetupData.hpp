@@ -1,0 +1,43 @@
+#pragma once
+
+#include <logging2/host/kernel/CoreDataId.hpp>
+#include <logging2/host/lang/ValuePath.hpp>
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace logging2::core {
+
+/// A logged value path and the channel whose data it shows.
+struct LoggedPath {
+    lang::core::ValuePath path;
+    CoreDataId id;
+};
+
+/// A channel of a group and the number of doubles that it contributes to each row.
+struct LoggedChannel {
+    CoreDataId id;
+    std::size_t width;
+};
+
+/// What one logging group logs. Several paths may show one channel (aliases), and a channel may
+/// be shown by no path.
+class LoggedPathsSetupData {
+public:
+    LoggedPathsSetupData(std::vector<LoggedPath> paths, std::vector<LoggedChannel> channels)
+        : loggedPaths(std::move(paths)),
+          loggedChannels(std::move(channels)) {}
+
+    /// The value paths of the group.
+    const std::vector<LoggedPath>& paths() const noexcept { return loggedPaths; }
+
+    /// The channels of the group in the order in which their values stand in a row.
+    const std::vector<LoggedChannel>& coreIds() const noexcept { return loggedChannels; }
+
+private:
+    std::vector<LoggedPath> loggedPaths;
+    std::vector<LoggedChannel> loggedChannels;
+};
+
+} // namespace logging2::core

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cppmicroservices/ServiceException.h>
+#include <logging2/export.hpp>
+
+#include <memory>
+#include <string>
+#include <typeinfo>
+#include <unordered_map>
+
+namespace cppmicroservices {
+
+/// The objects of one service by interface identifier.
+using InterfaceMap = std::unordered_map<std::string, std::shared_ptr<void>>;
+using InterfaceMapPtr = std::shared_ptr<InterfaceMap>;
+using InterfaceMapConstPtr = std::shared_ptr<const InterfaceMap>;
+
+namespace detail {
+
+/// The name of a type as it is written in the source.
+LOGGING2_EXPORT std::string GetDemangledName(const std::type_info& typeInfo);
+
+} // namespace detail
+} // namespace cppmicroservices
+
+/// The identifier under which services of interface `T` are registered: its qualified name,
+/// unless declared otherwise. Compared as text, so it is the same in every library.
+template <class T>
+const std::string& us_service_interface_iid() {
+    static const std::string name = cppmicroservices::detail::GetDemangledName(typeid(T));
+    return name;
+}
+
+template <>
+inline const std::string& us_service_interface_iid<void>() {
+    static const std::string name;
+    return name;
+}
+
+/// Gives an interface an identifier of its own; to be used outside any namespace.
+#define CPPMICROSERVICES_DECLARE_SERVICE_INTERFACE(interfaceType, interfaceId)                     \
+    template <>                                                                                    \
+    inline const std::string& us_service_interface_iid<interfaceType>() {                          \
+        static const std::string name(interfaceId);                                                \
+        return name;                                                                               \
+    }
+
+namespace cppmicroservices {
+
+class ServiceFactory;
+
+/// Builds the map of one object under several interfaces: what a `ServiceFactory` returns.
+template <class... Interfaces>
+class MakeInterfaceMap {
+public:
+    template <class Impl>
+    MakeInterfaceMap(const std::shared_ptr<Impl>& impl) : map(std::make_shared<InterfaceMap>()) {
+        (map->emplace(us_service_interface_iid<Interfaces>(),
+                      std::static_pointer_cast<Interfaces>(impl)),
+         ...);
+    }
+
+    operator InterfaceMapPtr() const { return map; }
+    operator InterfaceMapConstPtr() const { return map; }
+
+private:
+    InterfaceMapPtr map;
+};
+
+/// The factory as the type that `BundleContext::RegisterService` takes.
+template <class T>
+std::shared_ptr<ServiceFactory> ToFactory(const std::shared_ptr<T>& factory) {
+    return std::static_pointer_cast<ServiceFactory>(factory);
+}
+
+} // namespace cppmicroservices

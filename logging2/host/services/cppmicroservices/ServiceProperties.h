@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cppmicroservices/Any.h>
+
+#include <string>
+#include <unordered_map>
+
+namespace cppmicroservices {
+
+/// What a service is registered with. Two keys that differ in case only are refused.
+///
+/// Filters understand values of type `std::string`, `const char *`, `char`, `bool`, the integer
+/// and floating-point types, `std::vector` and `std::list` of `std::string`, and
+/// `std::vector<Any>` of these.
+using ServiceProperties = std::unordered_map<std::string, Any>;
+
+} // namespace cppmicroservices

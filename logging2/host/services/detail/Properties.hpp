@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cppmicroservices/ServiceProperties.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace cppmicroservices::detail {
+
+bool equal_ignoring_case(const std::string& left, const std::string& right);
+
+/// The properties of a service at one moment; immutable, keys looked up without regard to case.
+class Properties {
+public:
+    /// What the registry sets wins over what is given. Throws `std::runtime_error` if two given
+    /// keys differ in case only, `std::invalid_argument` if the ranking is not an `int`.
+    Properties(const ServiceProperties& given, const ServiceProperties& fixed);
+
+    /// Null when there is no such key.
+    const Any* find(const std::string& key) const;
+    std::vector<std::string> keys() const;
+
+    int ranking() const { return rank; }
+
+private:
+    struct LessIgnoringCase {
+        bool operator()(const std::string& left, const std::string& right) const;
+    };
+
+    std::map<std::string, Any, LessIgnoringCase> values;
+    int rank = 0;
+};
+
+} // namespace cppmicroservices::detail

@@ -1,0 +1,226 @@
+#include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
+#include <logging2/memory/MemoryStreamWriter.hpp>
+
+#include <algorithm>
+#include <cassert>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace logging2::core::detail {
+namespace {
+
+using Column = std::shared_ptr<std::vector<double>>;
+using lang::core::ValuePath;
+
+template <class Sequence>
+void erase_newest(Sequence& sequence, std::size_t count) {
+    using Offset = typename Sequence::difference_type;
+    sequence.erase(sequence.end() - static_cast<Offset>(count), sequence.end());
+}
+
+Column take_times(std::vector<double>& times) {
+    return std::make_shared<std::vector<double>>(std::move(times));
+}
+
+// Intended: a ring keeps its times, so that the number of flushed steps can still be asked.
+Column take_times(const boost::circular_buffer<double>& times) {
+    return std::make_shared<std::vector<double>>(times.begin(), times.end());
+}
+
+std::vector<Column> make_columns(const std::vector<LoggedChannel>& channels, std::size_t rowCount) {
+    std::vector<Column> columns;
+    columns.reserve(channels.size());
+    for (const LoggedChannel& channel : channels) {
+        columns.push_back(std::make_shared<std::vector<double>>());
+        columns.back()->reserve(rowCount * channel.width);
+    }
+    return columns;
+}
+
+void append_row(const double* value, const std::vector<LoggedChannel>& channels,
+                const std::vector<Column>& columns) {
+    for (std::size_t k = 0; k < channels.size(); ++k) {
+        columns[k]->insert(columns[k]->end(), value, value + channels[k].width);
+        value += channels[k].width;
+    }
+}
+
+/// Takes up to rowCount rows from the front of rows and distributes their values over one column
+/// per channel. There are fewer rows than times only where the caller changed either directly, or
+/// flushed a ring twice.
+template <class Rows>
+std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
+                                 const std::vector<LoggedChannel>& channels) {
+    const std::vector<Column> columns = make_columns(channels, rowCount);
+    for (std::size_t left = std::min(rowCount, rows.size()); left > 0; --left) {
+        append_row(rows.front()->data(), channels, columns);
+        rows.pop_front();
+    }
+    return columns;
+}
+
+/// The paths that show each channel, by the channel's number.
+std::map<std::size_t, std::set<ValuePath>> paths_by_channel(const std::vector<LoggedPath>& paths) {
+    std::map<std::size_t, std::set<ValuePath>> result;
+    for (const LoggedPath& logged : paths) {
+        result[logged.id()].insert(logged.path);
+    }
+    return result;
+}
+
+} // namespace
+
+template <class Times, class Rows>
+BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
+    StreamingAttributes configuration, SequenceMap<Group, LoggedPathsSetupData> setup)
+    : groups(std::move(setup)),
+      groupTimes(groups.size()),
+      groupData(groups.size()),
+      attributes(std::move(configuration)) {}
+
+template <class Times, class Rows>
+BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
+    BasicMemoryStreamWriter&& other) noexcept
+    : groups(std::move(other.groups)),
+      flushed(other.flushed),
+      groupTimes(std::move(other.groupTimes)),
+      groupData(std::move(other.groupData)),
+      attributes(std::move(other.attributes)) {}
+
+template <class Times, class Rows>
+BasicMemoryStreamWriter<Times, Rows>&
+BasicMemoryStreamWriter<Times, Rows>::operator=(BasicMemoryStreamWriter&& other) noexcept {
+    groups = std::move(other.groups);
+    flushed = other.flushed;
+    groupTimes = std::move(other.groupTimes);
+    groupData = std::move(other.groupData);
+    attributes = std::move(other.attributes);
+    return *this;
+}
+
+template <class Times, class Rows>
+BasicMemoryStreamWriter<Times, Rows>::~BasicMemoryStreamWriter() = default;
+
+template <class Times, class Rows>
+bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
+                                                 const double* values, std::size_t n) {
+    assert(group < groupTimes.size());
+    Times& times = groupTimes[group];
+    if (attributes.rollbackOnTimeRegression && !times.empty() && times.back() >= time) {
+        rollback(group, time);
+        if (!times.empty() && times.back() == time) {
+            rollback(group, std::size_t{1});
+        }
+    }
+    auto row = std::make_shared<std::vector<double>>(values, values + n);
+    times.push_back(time);
+    try {
+        groupData[group].push_back(std::move(row));
+    } catch (...) {
+        times.pop_back();
+        throw;
+    }
+    return true;
+}
+
+template <class Times, class Rows>
+void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, double time) {
+    assert(group < groupTimes.size());
+    const Times& times = groupTimes[group];
+    const auto firstLater =
+        std::find_if(times.begin(), times.end(), [time](double held) { return held > time; });
+    rollback(group, static_cast<std::size_t>(times.end() - firstLater));
+}
+
+template <class Times, class Rows>
+void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, std::size_t count) {
+    assert(group < groupTimes.size());
+    Times& times = groupTimes[group];
+    Rows& rows = groupData[group];
+    if (count == 0) {
+        return;
+    }
+    if (count >= times.size()) {
+        times.clear();
+        rows.clear();
+        return;
+    }
+    erase_newest(times, count);
+    // A ring that was flushed holds times whose rows are gone: only the newest have a row.
+    erase_newest(rows, std::min(count, rows.size()));
+}
+
+template <class Times, class Rows>
+boost::any BasicMemoryStreamWriter<Times, Rows>::dataStore(const ValuePath& path) const {
+    return dataStores.at(path);
+}
+
+template <class Times, class Rows>
+std::optional<DataStoreInfo> BasicMemoryStreamWriter<Times, Rows>::dataStoreInfo() const {
+    return std::nullopt;
+}
+
+template <class Times, class Rows>
+void BasicMemoryStreamWriter<Times, Rows>::flush() {
+    flushed = true;
+    for (const auto& [group, setup] : groups) {
+        flushGroup(group.id(), setup);
+    }
+}
+
+template <class Times, class Rows>
+void BasicMemoryStreamWriter<Times, Rows>::flushGroup(std::size_t group,
+                                                      const LoggedPathsSetupData& setup) {
+    assert(group < groupTimes.size());
+    const std::vector<LoggedChannel>& channels = setup.coreIds();
+    const Column times = take_times(groupTimes[group]);
+    if (channels.empty()) {
+        return;
+    }
+    const std::vector<Column> columns = take_columns(groupData[group], times->size(), channels);
+    const auto paths = paths_by_channel(setup.paths());
+    for (std::size_t k = 0; k < channels.size(); ++k) {
+        const auto showing = paths.find(channels[k].id());
+        if (showing == paths.end()) {
+            continue;
+        }
+        for (const ValuePath& path : showing->second) {
+            dataStores.emplace(path, MemoryDatastore{times, columns[k]});
+        }
+    }
+}
+
+template <class Times, class Rows>
+void BasicMemoryStreamWriter<Times, Rows>::flushIntermediate() {}
+
+template <class Times, class Rows>
+void BasicMemoryStreamWriter<Times, Rows>::close() {
+    if (!flushed) {
+        flush();
+    }
+}
+
+template <class Times, class Rows>
+Times& BasicMemoryStreamWriter<Times, Rows>::times(std::size_t group) {
+    assert(group < groupTimes.size());
+    return groupTimes[group];
+}
+
+template <class Times, class Rows>
+Rows& BasicMemoryStreamWriter<Times, Rows>::data(std::size_t group) {
+    assert(group < groupTimes.size());
+    return groupData[group];
+}
+
+template <class Times, class Rows>
+std::size_t BasicMemoryStreamWriter<Times, Rows>::numSteps(std::size_t group) const {
+    assert(group < groupTimes.size());
+    return groupTimes[group].size();
+}
+
+template class BasicMemoryStreamWriter<std::vector<double>, std::deque<RowHandle>>;
+template class BasicMemoryStreamWriter<boost::circular_buffer<double>,
+                                       boost::circular_buffer<RowHandle>>;
+
+} // namespace logging2::core::detail

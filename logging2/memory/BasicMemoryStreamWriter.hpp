@@ -1,0 +1,106 @@
+#pragma once
+
+#include <logging2/export.hpp>
+#include <logging2/host/foundation/SequenceMap.hpp>
+#include <logging2/host/kernel/Group.hpp>
+#include <logging2/host/kernel/LoggedPathsSetupData.hpp>
+#include <logging2/host/lang/ValuePath.hpp>
+#include <logging2/memory/MemoryDatastore.hpp>
+#include <logging2/stream/StreamWriter.hpp>
+#include <logging2/stream/StreamingAttributes.hpp>
+
+#include <boost/any.hpp>
+#include <boost/unordered_map.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace logging2::core::detail {
+
+/// The handle of one row.
+using RowHandle = std::shared_ptr<std::vector<double>>;
+
+/// What MemoryStreamWriter and MemoryStreamRestrictedWriter have in common, which is all but the
+/// kind of their per-group containers: Times is a sequence of double and Rows one of RowHandle,
+/// both parallel, oldest first.
+///
+/// Group ids are indices here: a setup of N groups must have the ids 0 to N - 1. Neither the
+/// group index nor the length of a row is checked (a debug build asserts the index): an index out
+/// of range, or a row shorter than the widths of its group's channels add up to, is undefined
+/// behaviour.
+template <class Times, class Rows>
+class LOGGING2_EXPORT BasicMemoryStreamWriter : public StreamWriter {
+public:
+    /// Appends one sample; always true. With `rollbackOnTimeRegression`, a time not later than
+    /// the group's last one first takes back every sample at that time or behind it, so that the
+    /// new sample replaces them; NaN times never take anything back.
+    ///
+    /// Allocates one row of n doubles and its handle, and for a writer without limit the amortised
+    /// growth of its containers; copies the values once. A call that throws stores nothing.
+    bool write(std::size_t group, double time, const double* values, std::size_t n) override;
+
+    /// Drops the first sample that is strictly later than the time and everything behind it;
+    /// samples at the time itself stay. The scan is linear from the oldest sample: where times
+    /// were written out of order, earlier times that stand behind a later one go as well.
+    void rollback(std::size_t group, double time) override;
+
+    /// A MemoryDatastore that shares the stored vectors. Throws std::out_of_range for a path that
+    /// no flush has stored.
+    boost::any dataStore(const lang::core::ValuePath& path) const override;
+
+    /// Always empty.
+    std::optional<DataStoreInfo> dataStoreInfo() const override;
+
+    /// Builds one store per logged path whose channel its group has; each column is allocated once
+    /// at its final size, and each row is freed as soon as its values are in the columns.
+    ///
+    /// A path that has a store keeps it. Where memory runs out, the stores of the groups before
+    /// stay, and the group in work may have lost its samples.
+    void flush() override;
+
+    /// Does nothing: the samples become readable with flush().
+    void flushIntermediate() override;
+
+    /// Flushes unless that was done before.
+    void close() override;
+
+    /// The group's times, oldest first, for direct access.
+    Times& times(std::size_t group);
+
+    /// The group's rows, oldest first, for direct access.
+    Rows& data(std::size_t group);
+
+    /// Drops the group's last count samples, all of them where there are fewer; 0 drops nothing.
+    /// Linear in the count. Pass the count as std::size_t: a plain int fits both overloads.
+    void rollback(std::size_t group, std::size_t count);
+
+    /// How many times the group holds now.
+    std::size_t numSteps(std::size_t group) const;
+
+protected:
+    BasicMemoryStreamWriter(StreamingAttributes configuration,
+                            SequenceMap<Group, LoggedPathsSetupData> setup);
+
+    /// Intended: stores that were built stay with the source, which still answers for them; the
+    /// new writer starts without any. Move before the flush, or keep the source.
+    BasicMemoryStreamWriter(BasicMemoryStreamWriter&& other) noexcept;
+
+    /// Intended: both writers keep the stores that they have built.
+    BasicMemoryStreamWriter& operator=(BasicMemoryStreamWriter&& other) noexcept;
+
+    ~BasicMemoryStreamWriter() override;
+
+    SequenceMap<Group, LoggedPathsSetupData> groups;
+    bool flushed = false;
+    std::vector<Times> groupTimes;
+    std::vector<Rows> groupData;
+    boost::unordered_map<lang::core::ValuePath, MemoryDatastore> dataStores;
+    StreamingAttributes attributes;
+
+private:
+    void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
+};
+
+} // namespace logging2::core::detail

@@ -1,0 +1,51 @@
+#include <tests/architecture/include_rules.hpp>
+
+#include <gtest/gtest.h>
+
+namespace logging2::core::test {
+namespace {
+
+TEST(IncludeRulesTest, everyIncludeOfTheTreeKeepsThem) {
+    const std::vector<Include> includes = includes_below(LOGGING2_SOURCE_DIR);
+    EXPECT_GT(includes.size(), 300U);
+    for (const Include& include : includes) {
+        EXPECT_EQ(broken_rule(include), "") << include.file << " includes " << include.header;
+    }
+}
+
+struct Case {
+    Include include;
+    bool allowed;
+};
+
+TEST(IncludeRulesTest, plantedFaultsAreFound) {
+    const Case cases[] = {
+        {{"logging2/host/lang/ValuePath.hpp", "logging2/stream/StreamWriter.hpp"}, false},
+        {{"logging2/host/lang/ValuePath.hpp", "logging2/host/kernel/Group.hpp"}, true},
+        {{"logging2/host/lang/ValuePath.hpp", "logging2/export.hpp"}, true},
+        {{"logging2/ids/ids.cpp", "logging2/host/foundation/Message.hpp"}, true},
+        {{"logging2/ids/ids.cpp", "logging2/stream/StreamWriter.hpp"}, false},
+        {{"logging2/stream/StreamWriter.hpp", "logging2/memory/MemoryStreamWriter.hpp"}, false},
+        {{"logging2/stream/entry_points.hpp", "logging2/memory/MemoryStreamWriter.hpp"}, false},
+        {{"logging2/stream/entry_points.cpp", "logging2/memory/MemoryStreamWriter.hpp"}, true},
+        {{"logging2/memory/MemoryStreamWriter.hpp", "logging2/stream/StreamWriter.hpp"}, true},
+        {{"logging2/memory/MemoryStreamWriter.hpp", "logging2/native/NativeStreamWriter.hpp"},
+         false},
+        {{"logging2/native/NativeStreamWriter.hpp", "logging2/memory/MemoryDatastore.hpp"}, false},
+        {{"logging2/native/NativeStreamWriter.hpp", "logging2/ids/identifiers.hpp"}, true},
+        {{"logging2/other/File.hpp", "logging2/host/lang/ValuePath.hpp"}, false},
+        {{"logging2/ids/identifiers.hpp", "boost/uuid/uuid.hpp"}, false},
+        {{"logging2/ids/identifiers.cpp", "boost/uuid/uuid.hpp"}, true},
+        {{"logging2/stream/StreamWriter.hpp", "cppmicroservices/BundleContext.h"}, false},
+        {{"logging2/host/foundation/bundle_context.hpp", "cppmicroservices/BundleContext.h"}, true},
+        {{"examples/simulate/main.cpp", "logging2/native/detail/columns.hpp"}, false},
+        {{"logging2/native/NativeStreamWriter.cpp", "logging2/native/detail/columns.hpp"}, true},
+    };
+    for (const Case& planted : cases) {
+        EXPECT_EQ(broken_rule(planted.include).empty(), planted.allowed)
+            << planted.include.file << " includes " << planted.include.header;
+    }
+}
+
+} // namespace
+} // namespace logging2::core::test

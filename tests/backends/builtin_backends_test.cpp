@@ -1,0 +1,78 @@
+#include <backends/builtin/builtin_backends.hpp>
+
+#include <logging2/logging2.hpp>
+#include <tests/support/setups.hpp>
+
+#include <cppmicroservices/IllegalStateException.h>
+
+#include <gmock/gmock.h>
+
+#include <typeinfo>
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+class BuiltinBackendsTest : public ::testing::Test {
+protected:
+    BuiltinBackendsTest() {
+        foundation::install_and_start_vantrel_core();
+        registrations = register_builtin_backends(foundation::get_global_bundle_context());
+    }
+    ~BuiltinBackendsTest() override {
+        registrations.clear();
+        foundation::stop_vantrel_core();
+    }
+
+    std::vector<cppmicroservices::ServiceRegistrationU> registrations;
+};
+
+std::unique_ptr<StreamWriter> writerNamed(const std::string& name) {
+    StreamingAttributes attributes;
+    attributes.pointLimit = 2;
+    return get_stream_writer(name, attributes, scalarSetup()).value();
+}
+
+TEST_F(BuiltinBackendsTest, offersEachWriterByName) {
+    const auto memory = writerNamed("memory");
+    const auto restricted = writerNamed("memory-restricted");
+    EXPECT_EQ(typeid(*memory), typeid(MemoryStreamWriter));
+    EXPECT_EQ(typeid(*restricted), typeid(MemoryStreamRestrictedWriter));
+}
+
+TEST_F(BuiltinBackendsTest, everyNameThatIsListedIsRegistered) {
+    EXPECT_THAT(builtin_backend_names(), ElementsAre("memory", "memory-restricted"));
+    EXPECT_EQ(registrations.size(), 2 * builtin_backend_names().size());
+    for (const std::string& name : builtin_backend_names()) {
+        EXPECT_TRUE(get_stream_reader(name, boost::any()).has_value()) << name;
+    }
+}
+
+TEST_F(BuiltinBackendsTest, readerOfTheSameNameReadsWhatTheWriterStored) {
+    for (const std::string& name : builtin_backend_names()) {
+        const auto writer = writerNamed(name);
+        write(*writer, 0, 1.0, {10.0});
+        write(*writer, 0, 2.0, {20.0});
+        writer->flush();
+        const auto reader = get_stream_reader(name, writer->dataStore(ValuePath("x"))).value();
+        EXPECT_THAT(reader->timeseries().first, ElementsAre(1.0, 2.0)) << name;
+        EXPECT_THAT(reader->timeseries().second, ElementsAre(10.0, 20.0)) << name;
+    }
+}
+
+TEST_F(BuiltinBackendsTest, registrationsCanBeTakenBack) {
+    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
+        registration.Unregister();
+    }
+    EXPECT_FALSE(get_stream_writer("memory", StreamingAttributes{}, scalarSetup()).has_value());
+    EXPECT_FALSE(get_stream_reader("memory", boost::any()).has_value());
+}
+
+TEST(BuiltinBackendsWithoutFrameworkTest, invalidContextIsRefused) {
+    EXPECT_THROW(register_builtin_backends(cppmicroservices::BundleContext()),
+                 cppmicroservices::IllegalStateException);
+}
+
+} // namespace
+} // namespace logging2::core::test

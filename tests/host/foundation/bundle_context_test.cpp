@@ -1,0 +1,59 @@
+#include <logging2/host/foundation/bundle_context.hpp>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+// Each case runs in a process of its own, because the framework starts once per process.
+
+namespace {
+
+TEST(BundleContextTest, isInvalidBeforeTheFrameworkStarts) {
+    EXPECT_FALSE(foundation::get_global_bundle_context());
+}
+
+TEST(BundleContextTest, isValidOnceTheFrameworkHasStarted) {
+    foundation::install_and_start_vantrel_core();
+    EXPECT_TRUE(foundation::get_global_bundle_context());
+    foundation::stop_vantrel_core();
+}
+
+TEST(BundleContextTest, stoppingMakesContextsInvalid) {
+    foundation::install_and_start_vantrel_core();
+    const cppmicroservices::BundleContext context = foundation::get_global_bundle_context();
+    foundation::stop_vantrel_core();
+    EXPECT_FALSE(context);
+    EXPECT_FALSE(foundation::get_global_bundle_context());
+}
+
+TEST(BundleContextTest, aStoppedFrameworkStaysStopped) {
+    foundation::install_and_start_vantrel_core();
+    foundation::stop_vantrel_core();
+    foundation::install_and_start_vantrel_core();
+    EXPECT_FALSE(foundation::get_global_bundle_context());
+    foundation::stop_vantrel_core();
+}
+
+TEST(BundleContextTest, stoppingWithoutAStartDoesNothing) {
+    foundation::stop_vantrel_core();
+    foundation::install_and_start_vantrel_core();
+    EXPECT_TRUE(foundation::get_global_bundle_context());
+    foundation::stop_vantrel_core();
+}
+
+TEST(BundleContextTest, manyThreadsStartOneFramework) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([] {
+            foundation::install_and_start_vantrel_core();
+            EXPECT_TRUE(foundation::get_global_bundle_context());
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    foundation::stop_vantrel_core();
+}
+
+} // namespace

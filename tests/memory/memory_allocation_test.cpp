@@ -1,0 +1,190 @@
+#include <tests/memory/memory_writers.hpp>
+#include <tests/support/AllocationCounter.hpp>
+
+#include <new>
+
+// What the memory writers and their reader allocate.
+
+namespace logging2::core::test {
+namespace {
+
+constexpr std::size_t rowLength = 37;
+constexpr std::size_t rowBytes = rowLength * sizeof(double);
+const std::vector<double> row(rowLength, 1.0);
+
+GroupSetup wideSetup() {
+    return GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"x", 0}, {"alias", 0}, {"y", 1}}),
+                                                      channels({{0, 30}, {1, 7}}))}};
+}
+
+StreamingAttributes limited(std::size_t pointLimit) {
+    StreamingAttributes attributes;
+    attributes.pointLimit = pointLimit;
+    return attributes;
+}
+
+std::size_t allocationsOfOneWrite(StreamWriter& writer, double time) {
+    const AllocationCounter counter;
+    writer.write(0, time, row.data(), rowLength);
+    EXPECT_EQ(counter.countOfSize(rowBytes), 1U);
+    return counter.count();
+}
+
+TEST(MemoryAllocationTest, writeAllocatesTheRowAndItsHandleAndAmortisedGrowth) {
+    MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
+    std::size_t more = 0;
+    for (int i = 0; i < 4096; ++i) {
+        const std::size_t count = allocationsOfOneWrite(writer, i);
+        EXPECT_GE(count, 2U);
+        more += count - 2;
+    }
+    // The times double 13 times up to 4096; the queue takes a block for every 32 handles and
+    // doubles its directory of blocks.
+    EXPECT_LE(more, 13U + 4096U / 32U + 8U);
+}
+
+TEST(MemoryAllocationTest, restrictedWriteAllocatesTheRowAndItsHandleOnly) {
+    MemoryStreamRestrictedWriter writer(limited(100), wideSetup());
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_EQ(allocationsOfOneWrite(writer, i), 2U);
+    }
+}
+
+TEST(MemoryAllocationTest, restrictedRingsStayWhereTheyAre) {
+    MemoryStreamRestrictedWriter writer(limited(3), wideSetup());
+    const double* const storage = writer.times(0).array_one().first;
+    write(writer, 0, 0.0, row);
+    const double* const first = &writer.times(0)[0];
+    for (int i = 1; i <= 3; ++i) {
+        write(writer, 0, i, row);
+    }
+    EXPECT_EQ(&writer.times(0)[2], first);
+    EXPECT_EQ(first, storage);
+}
+
+TEST(MemoryAllocationTest, ringsAreAllocatedInFullByTheConstructor) {
+    const AllocationCounter counter;
+    const MemoryStreamRestrictedWriter writer(limited(1000), wideSetup());
+    EXPECT_EQ(counter.countOfSize(1000 * sizeof(double)), 1U);
+    EXPECT_EQ(counter.countOfSize(1000 * sizeof(detail::RowHandle)), 1U);
+}
+
+template <class Writer>
+void expectColumnsAllocatedOnce() {
+    Writer writer(limited(100), wideSetup());
+    for (int i = 0; i < 100; ++i) {
+        write(writer, 0, i, row);
+    }
+    const AllocationCounter counter;
+    writer.flush();
+    EXPECT_EQ(counter.countOfSize(100 * 30 * sizeof(double)), 1U);
+    EXPECT_EQ(counter.countOfSize(100 * 7 * sizeof(double)), 1U);
+    EXPECT_LT(counter.byteCount(), (100 * rowLength + 2 * 100 + 400) * sizeof(double));
+}
+
+TEST(MemoryAllocationTest, flushAllocatesEachColumnOnceAtItsFinalSize) {
+    expectColumnsAllocatedOnce<MemoryStreamWriter>();
+    expectColumnsAllocatedOnce<MemoryStreamRestrictedWriter>();
+}
+
+TEST(MemoryAllocationTest, flushIsNoLargerThanRowsAndColumnsTogether) {
+    MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
+    for (int i = 0; i < 100; ++i) {
+        write(writer, 0, i, row);
+    }
+    const std::size_t before = live_allocation_count();
+    writer.flush();
+    EXPECT_LT(live_allocation_count(), before - 150);
+}
+
+TEST(MemoryAllocationTest, cloneCopiesNoData) {
+    MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
+    for (int i = 0; i < 1000; ++i) {
+        write(writer, 0, i, row);
+    }
+    writer.flush();
+    const MemoryStreamReader reader(writer.dataStore(ValuePath("x")));
+    const AllocationCounter counter;
+    const std::unique_ptr<StreamReader> clone = reader.clone();
+    EXPECT_EQ(counter.count(), 1U);
+    EXPECT_LE(counter.byteCount(), 64U);
+}
+
+TEST(MemoryAllocationTest, readingAllocatesResultsOfExactSizeOnly) {
+    MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
+    for (int i = 0; i < 10; ++i) {
+        write(writer, 0, i, row);
+    }
+    writer.flush();
+    const MemoryStreamReader reader(writer.dataStore(ValuePath("y")));
+    const AllocationCounter counter;
+    const auto series = reader.timeseries();
+    EXPECT_EQ(counter.count(), 2U);
+    EXPECT_EQ(counter.byteCount(), (10 + 70) * sizeof(double));
+}
+
+TEST(MemoryAllocationTest, limitThatMemoryCannotGiveIsABadAllocWithoutALeak) {
+    for (const std::size_t limit : {std::size_t{1} << 45U, (std::size_t{1} << 60U) - 1}) {
+        const GroupSetup setup = wideSetup();
+        const std::size_t before = live_allocation_count();
+        EXPECT_THROW(MemoryStreamRestrictedWriter(limited(limit), setup), std::bad_alloc);
+        EXPECT_EQ(live_allocation_count(), before);
+    }
+}
+
+TEST(MemoryAllocationTest, constructorThatRunsOutOfMemoryFreesTheRingsThatWereMade) {
+    const GroupSetup setup = wideSetup();
+    const StreamingAttributes attributes = limited(100);
+    bool failed = true;
+    for (std::size_t n = 0; failed; ++n) {
+        const std::size_t before = live_allocation_count();
+        const AllocationFailure failure(n);
+        try {
+            const MemoryStreamRestrictedWriter writer(attributes, setup);
+        } catch (const std::bad_alloc&) {
+        }
+        failed = failure.happened();
+        EXPECT_TRUE(failed || n >= 4);
+        EXPECT_EQ(live_allocation_count(), before);
+    }
+}
+
+template <class Writer>
+void expectFailedWriteStoresNothing() {
+    for (std::size_t n = 0; n < 2; ++n) {
+        Writer writer(limited(100), wideSetup());
+        write(writer, 0, 1.0, row);
+        {
+            const AllocationFailure failure(n);
+            EXPECT_THROW(writer.write(0, 2.0, row.data(), rowLength), std::bad_alloc);
+        }
+        EXPECT_EQ(writer.numSteps(0), 1U);
+        EXPECT_EQ(writer.data(0).size(), 1U);
+    }
+}
+
+TEST(MemoryAllocationTest, writeThatRunsOutOfMemoryStoresNothing) {
+    expectFailedWriteStoresNothing<MemoryStreamWriter>();
+    expectFailedWriteStoresNothing<MemoryStreamRestrictedWriter>();
+}
+
+TEST(MemoryAllocationTest, anyAllocationMayFailAndTimesAndRowsStayParallel) {
+    bool failed = true;
+    for (std::size_t n = 0; failed; ++n) {
+        MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
+        std::size_t written = 0;
+        const AllocationFailure failure(n);
+        try {
+            for (; written < 100; ++written) {
+                writer.write(0, static_cast<double>(written), row.data(), rowLength);
+            }
+        } catch (const std::bad_alloc&) {
+        }
+        failed = failure.happened();
+        EXPECT_EQ(writer.numSteps(0), written);
+        EXPECT_EQ(writer.data(0).size(), written);
+    }
+}
+
+} // namespace
+} // namespace logging2::core::test

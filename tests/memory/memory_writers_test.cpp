@@ -1,0 +1,272 @@
+#include <tests/memory/memory_writers.hpp>
+
+// Writing and taking back. What the flush builds is tested in memory_writers_flush_test.cpp.
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TYPED_TEST_SUITE(MemoryWritersTest, MemoryWriters);
+
+TYPED_TEST(MemoryWritersTest, writeAppendsAndReturnsTrue) {
+    auto writer = this->make(mixedWidthSetup());
+    const std::vector<double> row{1.0, 2.0, 3.0};
+    EXPECT_TRUE(writer.write(0, 0.5, row.data(), row.size()));
+    EXPECT_EQ(writer.numSteps(0), 1U);
+    EXPECT_THAT(this->times(writer), ElementsAre(0.5));
+    ASSERT_EQ(writer.data(0).size(), 1U);
+    EXPECT_EQ(*writer.data(0).front(), row);
+}
+
+TYPED_TEST(MemoryWritersTest, writeCopiesTheValues) {
+    auto writer = this->make();
+    double value = 1.0;
+    writer.write(0, 0.0, &value, 1);
+    value = 2.0;
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0));
+}
+
+TYPED_TEST(MemoryWritersTest, rowHasExactlyTheGivenLength) {
+    auto writer = this->make();
+    const std::vector<double> row{1.0, 2.0, 3.0, 4.0, 5.0};
+    writer.write(0, 0.0, row.data(), 5);
+    writer.write(0, 1.0, nullptr, 0);
+    EXPECT_EQ(writer.data(0)[0]->size(), 5U);
+    EXPECT_EQ(writer.data(0)[0]->capacity(), 5U);
+    EXPECT_TRUE(writer.data(0)[1]->empty());
+}
+
+TYPED_TEST(MemoryWritersTest, groupsAreIndependent) {
+    const LoggedPathsSetupData scalar(paths({{"x", 0}}), channels({{0, 1}}));
+    auto writer = this->make(GroupSetup{{Group(0), scalar}, {Group(1), scalar}});
+    write(writer, 1, 5.0, {50.0});
+    write(writer, 0, 1.0, {10.0});
+    write(writer, 1, 6.0, {60.0});
+    writer.rollback(1, 5.0);
+    EXPECT_THAT(this->times(writer, 0), ElementsAre(1.0));
+    EXPECT_THAT(this->times(writer, 1), ElementsAre(5.0));
+    EXPECT_THAT(this->firstValues(writer, 1), ElementsAre(50.0));
+}
+
+TYPED_TEST(MemoryWritersTest, timesAreAppendedAsTheyComeWithoutRollbackOnTimeRegression) {
+    auto writer = this->make();
+    this->writeTimes(writer, {3.0, 3.0, 1.0, 2.0});
+    EXPECT_THAT(this->times(writer), ElementsAre(3.0, 3.0, 1.0, 2.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 3.0, 4.0));
+}
+
+TYPED_TEST(MemoryWritersTest, backwardTimeReplacesEverythingFromItOn) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {0.0, 1.0, 2.0, 1.0});
+    EXPECT_THAT(this->times(writer), ElementsAre(0.0, 1.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 4.0));
+}
+
+TYPED_TEST(MemoryWritersTest, repeatedTimeReplacesTheSample) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {3.0, 3.0});
+    EXPECT_THAT(this->times(writer), ElementsAre(3.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(2.0));
+}
+
+TYPED_TEST(MemoryWritersTest, timeBetweenSamplesDropsOnlyTheLaterOnes) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {0.0, 1.0, 2.0, 1.5});
+    EXPECT_THAT(this->times(writer), ElementsAre(0.0, 1.0, 1.5));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 4.0));
+}
+
+TYPED_TEST(MemoryWritersTest, timeBeforeEverySampleEmptiesTheGroupFirst) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {1.0, 2.0, 3.0, 0.5});
+    EXPECT_THAT(this->times(writer), ElementsAre(0.5));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(4.0));
+}
+
+TYPED_TEST(MemoryWritersTest, laterTimesAreAppendedWithRollbackOnTimeRegression) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {1.0, 2.0, 3.0});
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0, 3.0));
+}
+
+TYPED_TEST(MemoryWritersTest, nanTimesTakeNothingBack) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {2.0, nan, 1.0});
+    EXPECT_EQ(writer.numSteps(0), 3U);
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 3.0));
+}
+
+// Behind a NaN the samples out of order stay: the scan for the first later time goes from the
+// front, and only one sample of the repeated time is replaced.
+TYPED_TEST(MemoryWritersTest, regressionBehindANanFollowsItsStepsNotItsEffect) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {1.0, nan, 1.0, 1.0});
+    ASSERT_EQ(writer.numSteps(0), 3U);
+    EXPECT_EQ(this->times(writer)[0], 1.0);
+    EXPECT_TRUE(std::isnan(this->times(writer)[1]));
+    EXPECT_EQ(this->times(writer)[2], 1.0);
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 4.0));
+}
+
+TYPED_TEST(MemoryWritersTest, regressionAfterDirectAccessReplacesOneSampleOfEqualTime) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {1.0, 2.0, 3.0});
+    writer.times(0)[1] = 3.0;
+    const double value = 9.0;
+    writer.write(0, 3.0, &value, 1);
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0, 3.0, 3.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 9.0));
+}
+
+template <class Writer>
+class CountingWriter : public Writer {
+public:
+    using Writer::rollback;
+    using Writer::Writer;
+    void rollback(std::size_t group, double time) override {
+        ++rollbacks;
+        Writer::rollback(group, time);
+    }
+    int rollbacks = 0;
+};
+
+TYPED_TEST(MemoryWritersTest, regressionRollsBackThroughTheVirtualOperation) {
+    CountingWriter<TypeParam> writer(attributes(true), scalarSetup());
+    this->writeTimes(writer, {1.0, 2.0, 2.0, 1.5});
+    EXPECT_EQ(writer.rollbacks, 2);
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackKeepsSamplesAtEqualTime) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0, 2.0, 3.0});
+    writer.rollback(0, 2.0);
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0, 2.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 3.0));
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackDropsEarlierTimesBehindALaterOne) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 3.0, 2.0});
+    writer.rollback(0, 2.0);
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0));
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackScansOverNanTimes) {
+    auto writer = this->make();
+    this->writeTimes(writer, {nan, 1.0, nan, 2.0, nan});
+    writer.rollback(0, 1.0);
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 3.0));
+    writer.rollback(0, nan);
+    EXPECT_EQ(writer.numSteps(0), 3U);
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackToTheLastTimeOrBehindItChangesNothing) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0});
+    writer.rollback(0, 2.0);
+    writer.rollback(0, 5.0);
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0));
+    EXPECT_EQ(writer.data(0).size(), 2U);
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackOfAnEmptyGroupChangesNothing) {
+    auto writer = this->make();
+    writer.rollback(0, 0.0);
+    writer.rollback(0, std::size_t{3});
+    EXPECT_EQ(writer.numSteps(0), 0U);
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackByCountDropsTheLastSamples) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0, 3.0, 4.0});
+    writer.rollback(0, std::size_t{3});
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0));
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackByZeroChangesNothing) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0});
+    writer.rollback(0, std::size_t{0});
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0));
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackByZeroKeepsRowsWithoutTimes) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0});
+    writer.times(0).clear();
+    writer.rollback(0, std::size_t{0});
+    EXPECT_EQ(writer.data(0).size(), 2U);
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackByTheNumberOfSamplesOrMoreEmptiesTheGroup) {
+    for (const std::size_t count : {2, 3, 1000}) {
+        auto writer = this->make();
+        this->writeTimes(writer, {1.0, 2.0});
+        writer.rollback(0, count);
+        EXPECT_THAT(this->times(writer), IsEmpty());
+        EXPECT_TRUE(writer.data(0).empty());
+    }
+}
+
+TYPED_TEST(MemoryWritersTest, rollbackReleasesTheRows) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0, 3.0});
+    const std::weak_ptr<std::vector<double>> first = writer.data(0)[0];
+    const std::weak_ptr<std::vector<double>> last = writer.data(0)[2];
+    writer.rollback(0, std::size_t{1});
+    EXPECT_FALSE(first.expired());
+    EXPECT_TRUE(last.expired());
+    writer.rollback(0, std::size_t{2});
+    EXPECT_TRUE(first.expired());
+}
+
+TYPED_TEST(MemoryWritersTest, directAccessChangesTheGroup) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0});
+    writer.times(0).push_back(2.0);
+    EXPECT_EQ(writer.numSteps(0), 2U);
+    writer.data(0).clear();
+    EXPECT_TRUE(writer.data(0).empty());
+}
+
+TYPED_TEST(MemoryWritersTest, startsWithEmptyGroups) {
+    const LoggedPathsSetupData scalar(paths({{"x", 0}}), channels({{0, 1}}));
+    auto writer = this->make(GroupSetup{{Group(0), scalar}, {Group(1), scalar}});
+    EXPECT_EQ(writer.numSteps(0), 0U);
+    EXPECT_EQ(writer.numSteps(1), 0U);
+    EXPECT_TRUE(writer.data(0).empty());
+}
+
+TYPED_TEST(MemoryWritersTest, sharesTheSetupOfItsCaller) {
+    const GroupSetup setup = mixedWidthSetup();
+    auto writer = this->make(setup);
+    write(writer, 0, 0.0, {1.0, 2.0, 3.0});
+    writer.flush();
+    EXPECT_EQ(setup.size(), 1U);
+    EXPECT_EQ(memoryStore(writer, "b").values->size(), 2U);
+}
+
+TYPED_TEST(MemoryWritersTest, tellsNoDataStoreInfo) {
+    auto writer = this->make();
+    EXPECT_FALSE(writer.dataStoreInfo().has_value());
+    writer.flush();
+    EXPECT_FALSE(writer.dataStoreInfo().has_value());
+}
+
+TYPED_TEST(MemoryWritersTest, destructionThroughTheInterfaceReleasesTheRows) {
+    auto writer = std::make_unique<TypeParam>(attributes(), scalarSetup());
+    write(*writer, 0, 1.0, {1.0});
+    const std::weak_ptr<std::vector<double>> row = writer->data(0)[0];
+    std::unique_ptr<StreamWriter> owner = std::move(writer);
+    EXPECT_FALSE(row.expired());
+    owner.reset();
+    EXPECT_TRUE(row.expired());
+}
+
+} // namespace
+} // namespace logging2::core::test
