@@ -2,7 +2,9 @@
 include(CMakePackageConfigHelpers)
 
 set(logging2_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/logging2)
-set(logging2_header_sets FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set(logging2_header_sets
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(logging2_registry STREQUAL "OWN")
   list(APPEND logging2_header_sets
     FILE_SET service_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/logging2/host/services)

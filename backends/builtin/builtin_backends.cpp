@@ -4,6 +4,8 @@
 #include <logging2/memory/MemoryStreamReader.hpp>
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
 #include <logging2/memory/MemoryStreamWriter.hpp>
+#include <logging2/native/NativeStreamReader.hpp>
+#include <logging2/native/NativeStreamWriter.hpp>
 #include <logging2/stream/StreamReaderService.hpp>
 #include <logging2/stream/StreamWriterService.hpp>
 
@@ -55,7 +57,7 @@ void register_backend(BundleContext& context, const std::string& name,
 } // namespace
 
 const std::vector<std::string>& builtin_backend_names() {
-    static const std::vector<std::string> names{"memory", "memory-restricted"};
+    static const std::vector<std::string> names{"memory", "memory-restricted", "native"};
     return names;
 }
 
@@ -64,6 +66,7 @@ std::vector<ServiceRegistrationU> register_builtin_backends(BundleContext contex
     register_backend<MemoryStreamWriter, MemoryStreamReader>(context, "memory", registrations);
     register_backend<MemoryStreamRestrictedWriter, MemoryStreamReader>(context, "memory-restricted",
                                                                        registrations);
+    register_backend<NativeStreamWriter, NativeStreamReader>(context, "native", registrations);
     return registrations;
 }
 

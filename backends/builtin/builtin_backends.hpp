@@ -9,7 +9,7 @@
 namespace logging2::core {
 
 /// The names under which register_builtin_backends() registers, in the order of registration:
-/// "memory" and "memory-restricted".
+/// "memory", "memory-restricted" and "native".
 const std::vector<std::string>& builtin_backend_names();
 
 /// Registers a StreamWriterService and a StreamReaderService for each built-in back-end, so that

@@ -1,6 +1,7 @@
 #include <backends/builtin/builtin_backends.hpp>
 
 #include <logging2/logging2.hpp>
+#include <tests/support/TempDirectory.hpp>
 #include <tests/support/setups.hpp>
 
 #include <cppmicroservices/IllegalStateException.h>
@@ -25,6 +26,7 @@ protected:
         foundation::stop_vantrel_core();
     }
 
+    TempDirectory directory;
     std::vector<cppmicroservices::ServiceRegistrationU> registrations;
 };
 
@@ -37,12 +39,14 @@ std::unique_ptr<StreamWriter> writerNamed(const std::string& name) {
 TEST_F(BuiltinBackendsTest, offersEachWriterByName) {
     const auto memory = writerNamed("memory");
     const auto restricted = writerNamed("memory-restricted");
+    const auto native = writerNamed("native");
+    EXPECT_EQ(typeid(*native), typeid(NativeStreamWriter));
     EXPECT_EQ(typeid(*memory), typeid(MemoryStreamWriter));
     EXPECT_EQ(typeid(*restricted), typeid(MemoryStreamRestrictedWriter));
 }
 
 TEST_F(BuiltinBackendsTest, everyNameThatIsListedIsRegistered) {
-    EXPECT_THAT(builtin_backend_names(), ElementsAre("memory", "memory-restricted"));
+    EXPECT_THAT(builtin_backend_names(), ElementsAre("memory", "memory-restricted", "native"));
     EXPECT_EQ(registrations.size(), 2 * builtin_backend_names().size());
     for (const std::string& name : builtin_backend_names()) {
         EXPECT_TRUE(get_stream_reader(name, boost::any()).has_value()) << name;

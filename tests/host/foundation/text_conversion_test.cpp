@@ -31,6 +31,13 @@ TEST(TextConversionTest, convertsUtf8ToUtf16) {
     }
 }
 
+TEST(TextConversionTest, localEncodingIsUtf8) {
+    for (const Texts& text : texts) {
+        EXPECT_EQ(foundation::ustring_to_local_encoded_string(text.utf16), text.utf8);
+        EXPECT_EQ(foundation::local_encoded_string_to_ustring(text.utf8), text.utf16);
+    }
+}
+
 TEST(TextConversionTest, leavesOutWhatIsNoCharacter) {
     const std::u16string loneSurrogate{u'a', char16_t{0xdc00}, u'b'};
     EXPECT_EQ(foundation::ustring_to_utf8_string(loneSurrogate), "ab");

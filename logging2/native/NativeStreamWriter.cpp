@@ -1,0 +1,169 @@
+#include <logging2/native/NativeStreamWriter.hpp>
+
+#include <logging2/host/foundation/text_conversion.hpp>
+#include <logging2/host/foundation/warnings.hpp>
+#include <logging2/native/detail/file_names.hpp>
+#include <logging2/native/detail/row_capacity.hpp>
+
+#include <utility>
+
+// Construction, the samples' way into the buffers, and what is answered from the setup. The way
+// from the buffers into the files is in NativeStreamWriter_files.cpp.
+
+namespace logging2::core {
+namespace {
+
+using lang::core::ValuePath;
+
+RowLayout layout_of(const std::vector<LoggedChannel>& channels) {
+    RowLayout layout;
+    for (const LoggedChannel& channel : channels) {
+        layout.emplace_back(channel.id(), channel.width);
+    }
+    return layout;
+}
+
+StreamMetadata metadata_of(const SequenceMap<Group, LoggedPathsSetupData>& setup) {
+    std::map<ValuePath, ChannelProperties> channelMetadata;
+    SequenceMap<std::size_t, RowLayout> logBufferData;
+    std::map<std::size_t, std::size_t> groupChannels;
+    for (const auto& [group, data] : setup) {
+        groupChannels.emplace(group.id(), data.paths().size());
+        for (const LoggedPath& logged : data.paths()) {
+            channelMetadata.emplace(logged.path, ChannelProperties(group.id(), logged.id()));
+        }
+        logBufferData.insert(group.id(), layout_of(data.coreIds()));
+    }
+    return {channelMetadata, logBufferData, groupChannels};
+}
+
+} // namespace
+
+NativeStreamWriter::NativeStreamWriter(StreamingAttributes configuration,
+                                       SequenceMap<Group, LoggedPathsSetupData> setup)
+    : attributes(std::move(configuration)),
+      metadata(metadata_of(setup)),
+      locationCreator(std::make_unique<StreamLocationCreator>()) {
+    const auto& uniquePath = locationCreator->getUniquePath();
+    for (const auto& [group, layout] : metadata.logBufferData()) {
+        timesPaths.emplace(group, foundation::ustring_to_utf8_string(
+                                      detail::times_file(uniquePath, group).text()));
+    }
+    for (const auto& [path, properties] : metadata.channelMetadata()) {
+        const std::u16string values =
+            detail::values_file(uniquePath, properties.groupId(), properties.channelKey()).text();
+        valuesPaths.emplace(properties.channelKey(), foundation::ustring_to_utf8_string(values));
+        const auto times = timesPaths.find(properties.groupId());
+        if (times != timesPaths.end()) {
+            dataStores.emplace(path, NativeDatastore(detail::widen_bytes(times->second), values));
+        }
+    }
+    initialize();
+}
+
+NativeStreamWriter::NativeStreamWriter(NativeStreamWriter&& other)
+    : attributes(std::move(other.attributes)),
+      metadata(std::move(other.metadata)),
+      dataStores(std::move(other.dataStores)),
+      locationCreator(std::move(other.locationCreator)),
+      valuesPaths(std::move(other.valuesPaths)),
+      timesPaths(std::move(other.timesPaths)),
+      bufferSizes(std::move(other.bufferSizes)),
+      rowCounts(std::move(other.rowCounts)),
+      dataReady(other.dataReady),
+      stopRequested(other.stopRequested),
+      groupBuffers(std::move(other.groupBuffers)) {}
+
+NativeStreamWriter& NativeStreamWriter::operator=(NativeStreamWriter&& other) {
+    attributes = std::move(other.attributes);
+    metadata = std::move(other.metadata);
+    dataStores = std::move(other.dataStores);
+    locationCreator = std::move(other.locationCreator);
+    valuesPaths = std::move(other.valuesPaths);
+    timesPaths = std::move(other.timesPaths);
+    bufferSizes = std::move(other.bufferSizes);
+    rowCounts = std::move(other.rowCounts);
+    dataReady = other.dataReady;
+    stopRequested = other.stopRequested;
+    groupBuffers = std::move(other.groupBuffers);
+    return *this;
+}
+
+NativeStreamWriter::~NativeStreamWriter() {
+    // The thread goes first: one that still runs ends the process here, while destroying the
+    // condition that it waits for would hang.
+    writerThread.reset();
+}
+
+void NativeStreamWriter::initialize() {
+    writerThread.reset();
+    dataReady = false;
+    for (const auto& [group, pathCount] : metadata.groupChannels()) {
+        bufferSizes.emplace(group, detail::row_capacity(pathCount));
+        rowCounts.emplace(group, 0);
+        groupBuffers.emplace(group, std::vector<double>());
+        columns.emplace(group, std::deque<std::vector<double>>(pathCount + 1));
+    }
+}
+
+bool NativeStreamWriter::write(std::size_t group, double time, const double* values,
+                               std::size_t n) {
+    copyToStreamedBuffer(group, time, values, n);
+    if (++rowCounts[group] >= bufferSizes[group]) {
+        handOver(group);
+    }
+    return true;
+}
+
+void NativeStreamWriter::copyToStreamedBuffer(std::size_t group, double time, const double* values,
+                                              std::size_t n) {
+    std::vector<double>& buffer = groupBuffers[group];
+    // The look-up of the width is spared as soon as every group has one.
+    if (buffer.empty() || rowWidths.size() < groupBuffers.size()) {
+        rowWidths.emplace(group, n);
+    }
+    buffer.push_back(time);
+    try {
+        buffer.insert(buffer.end(), values, values + n);
+    } catch (...) {
+        buffer.pop_back();
+        throw;
+    }
+}
+
+void NativeStreamWriter::handOver(std::size_t group) {
+    if (!writerThread) {
+        writerThread = std::make_unique<std::thread>(&NativeStreamWriter::writer, this);
+    }
+    const std::lock_guard lock(mutex);
+    // Intended: a batch that still waits in the slot is replaced.
+    moveToSlot(group);
+    rowCounts[group] = 0;
+    dataReady = true;
+    condition.notify_one();
+}
+
+void NativeStreamWriter::rollback(std::size_t, double) {
+    const std::string name(attributes.name.data(), attributes.name.size());
+    foundation::issueWarning(foundation::Message("vantrel:common:logging2:core:common",
+                                                 "RollbackNotSupported",
+                                                 {detail::widen_bytes(name)}));
+}
+
+boost::any NativeStreamWriter::dataStore(const ValuePath& path) const {
+    return dataStores.at(path);
+}
+
+std::optional<DataStoreInfo> NativeStreamWriter::dataStoreInfo() const {
+    return std::nullopt;
+}
+
+std::size_t NativeStreamWriter::numChannels(std::size_t group) const {
+    return metadata.groupChannels().at(group) + 1;
+}
+
+std::size_t NativeStreamWriter::getBufferSize(std::size_t group) const {
+    return bufferSizes.at(group);
+}
+
+} // namespace logging2::core

@@ -1,0 +1,125 @@
+#include <logging2/native/NativeStreamWriter.hpp>
+
+#include <logging2/native/detail/transpose.hpp>
+
+#include <fstream>
+#include <utility>
+
+// The samples' way from the buffers into the files, on the background thread and on the caller's.
+
+namespace logging2::core {
+
+void NativeStreamWriter::writer() {
+    std::unique_lock lock(mutex);
+    do {
+        condition.wait(lock, [this] { return dataReady; });
+        if (!streamedBuffer.empty()) {
+            transposeData(streamedGroup);
+            writeData(streamedGroup);
+        }
+        dataReady = false;
+    } while (!stopRequested);
+}
+
+void NativeStreamWriter::flushIntermediate() {
+    const std::lock_guard lock(mutex);
+    writeBufferedRows();
+    // Where no group had rows, a batch may still wait in the slot: the thread is to look.
+    dataReady = true;
+    condition.notify_one();
+}
+
+void NativeStreamWriter::flush() {
+    if (writerThread) {
+        {
+            const std::lock_guard lock(mutex);
+            dataReady = true;
+            stopRequested = true;
+            condition.notify_one();
+        }
+        writerThread->join();
+    }
+    writeBufferedRows();
+    clearBuffer();
+}
+
+void NativeStreamWriter::close() {}
+
+void NativeStreamWriter::clearBuffer() {
+    const std::lock_guard lock(mutex);
+    columns.clear();
+    for (auto& entry : rowCounts) {
+        entry.second = 0;
+    }
+    groupBuffers.clear();
+    streamedBuffer.clear();
+}
+
+void NativeStreamWriter::moveToSlot(std::size_t group) {
+    streamedGroup = group;
+    streamedRowWidth = rowWidths[group];
+    streamedBuffer = std::exchange(groupBuffers[group], {});
+}
+
+void NativeStreamWriter::writeBufferedRows() {
+    for (const auto& entry : metadata.groupChannels()) {
+        const std::size_t group = entry.first;
+        if (rowCounts[group] != 0) {
+            moveToSlot(group);
+            transposeData(group);
+            writeData(group);
+        }
+    }
+}
+
+void NativeStreamWriter::transposeData(std::size_t group) {
+    if (!streamedBuffer.empty()) {
+        detail::append_rows(streamedBuffer, streamedRowWidth, layoutOf(group), columnsOf(group));
+        streamedBuffer.clear();
+    }
+}
+
+void NativeStreamWriter::writeData(std::size_t group) {
+    std::deque<std::vector<double>>& groupColumns = columnsOf(group);
+    appendColumn(timesPaths[group], groupColumns[0]);
+    std::size_t column = 1;
+    for (const auto& [channel, width] : layoutOf(group)) {
+        // Intended: the column of a channel that no path shows stays in memory until clearBuffer().
+        if (const auto path = valuesPaths.find(channel); path != valuesPaths.end()) {
+            appendColumn(path->second, groupColumns[column]);
+        }
+        ++column;
+    }
+}
+
+void NativeStreamWriter::appendColumn(const std::string& path, std::vector<double>& column) {
+    // Intended: a file that cannot be opened costs its own samples and is not reported.
+    write(path, reinterpret_cast<const char*>(column.data()), column.size() * sizeof(double));
+    column.clear();
+}
+
+bool NativeStreamWriter::write(const std::string& path, const char* data, std::size_t bytes) {
+    std::ofstream file(path, std::ios::out | std::ios::binary | std::ios::app);
+    if (!file.is_open()) {
+        return false;
+    }
+    file.write(data, static_cast<std::streamsize>(bytes));
+    file.close();
+    return true;
+}
+
+std::deque<std::vector<double>>& NativeStreamWriter::columnsOf(std::size_t group) {
+    std::deque<std::vector<double>>& groupColumns = columns[group];
+    if (const std::size_t count = layoutOf(group).size() + 1; groupColumns.size() < count) {
+        groupColumns.resize(count);
+    }
+    return groupColumns;
+}
+
+const RowLayout& NativeStreamWriter::layoutOf(std::size_t group) const {
+    static const RowLayout* const nothing = new RowLayout;
+    const auto found = metadata.logBufferData().find(group);
+    return found == metadata.logBufferData().end() ? *nothing : found->second;
+}
+
+} // namespace logging2::core

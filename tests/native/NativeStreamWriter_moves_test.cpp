@@ -1,0 +1,104 @@
+#include <tests/native/native_writers.hpp>
+
+#include <utility>
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class NativeStreamWriterMovesTest : public NativeStreamWriterTest {};
+
+TEST_F(NativeStreamWriterMovesTest, writerThatWasMovedBeforeItsFirstSampleWorks) {
+    NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
+    const std::filesystem::path times = timesFile(source, "a");
+    NativeStreamWriter writer(std::move(source));
+    EXPECT_EQ(timesFile(writer, "a"), times);
+    Access::setBufferSize(writer, 0, 2);
+    write(writer, 0, 1.0, {1.0, 2.0, 3.0});
+    writer.flushIntermediate();
+    write(writer, 0, 2.0, {4.0, 5.0, 6.0});
+    Access::waitUntilTaken(writer);
+    write(writer, 0, 3.0, {7.0, 8.0, 9.0});
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "a"), ElementsAre(1.0, 2.0, 3.0));
+    EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(2.0, 3.0, 5.0, 6.0, 8.0, 9.0));
+}
+
+// The group has a count but no rows, and no column yet.
+TEST_F(NativeStreamWriterMovesTest, flushIntermediateOfAMovedWriterFindsItsColumns) {
+    NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
+    write(source, 0, 1.0, {1.0, 2.0, 3.0});
+    source.flushIntermediate();
+    NativeStreamWriter writer(std::move(source));
+    writer.flushIntermediate();
+    EXPECT_THAT(timesIn(writer, "a"), ElementsAre(1.0));
+    EXPECT_EQ(Access::columns(writer, 0).size(), 3U);
+    writer.flush();
+}
+
+TEST_F(NativeStreamWriterMovesTest, samplesMoveWithTheWriter) {
+    NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
+    writeTimes(source, 0, {1.0, 2.0});
+    NativeStreamWriter writer(std::move(source));
+    EXPECT_EQ(Access::rowCount(writer, 0), 2U);
+    writeTimes(writer, 0, {3.0});
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0, 3.0));
+    EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0, 30.0));
+}
+
+TEST_F(NativeStreamWriterMovesTest, movedFromWriterFlushesNothing) {
+    NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
+    writeTimes(source, 0, {1.0});
+    NativeStreamWriter writer(std::move(source));
+    source.flush(); // NOLINT(bugprone-use-after-move)
+    EXPECT_THAT(fileNames(), IsEmpty());
+    writer.flush();
+}
+
+TEST_F(NativeStreamWriterMovesTest, moveKeepsWhetherTheThreadIsToLook) {
+    NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
+    source.flushIntermediate();
+    ASSERT_TRUE(Access::isReady(source));
+    NativeStreamWriter writer(std::move(source));
+    EXPECT_TRUE(Access::isReady(writer));
+}
+
+TEST_F(NativeStreamWriterMovesTest, assignmentTakesSetupAndFiles) {
+    NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
+    const std::filesystem::path times = timesFile(source, "a");
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    writer = std::move(source);
+    write(writer, 0, 1.0, {1.0, 2.0, 3.0});
+    writer.flush();
+    EXPECT_EQ(timesFile(writer, "a"), times);
+    EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(2.0, 3.0));
+}
+
+// The row widths stay with their writers: rows are split as the target's first row was.
+TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsRowWidths) {
+    NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    writeTimes(writer, 0, {9.0});
+    writer = std::move(source);
+    write(writer, 0, 1.0, {1.0, 2.0, 3.0});
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "a"), ElementsAre(1.0, 2.0));
+    EXPECT_THAT(valuesIn(writer, "a"), ElementsAre(1.0, 3.0));
+    EXPECT_THAT(valuesIn(writer, "b"), IsEmpty());
+}
+
+TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsColumns) {
+    NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    writer = std::move(source);
+    EXPECT_EQ(Access::columns(writer, 0).size(), 2U);
+    write(writer, 0, 1.0, {1.0, 2.0, 3.0});
+    writer.flushIntermediate();
+    EXPECT_EQ(Access::columns(writer, 0).size(), 3U);
+}
+
+} // namespace
+} // namespace logging2::core::test

@@ -1,0 +1,87 @@
+#include <logging2/logging2.hpp>
+
+#include <tests/support/TempDirectory.hpp>
+#include <tests/support/files.hpp>
+#include <tests/support/setups.hpp>
+
+#include <gtest/gtest.h>
+
+#include <pwd.h>
+
+#include <cerrno>
+#include <string>
+
+// This executable answers for the system's list of users.
+
+namespace {
+
+enum class Answer { name, noEntry, nullName, error };
+
+Answer answer = Answer::name;
+std::string loginName = "ann";
+std::size_t wantedRoom = 0;
+
+} // namespace
+
+extern "C" int getpwuid_r(uid_t, passwd* entry, char*, std::size_t room, passwd** result) {
+    *result = nullptr;
+    if (room < wantedRoom) {
+        return ERANGE;
+    }
+    if (answer == Answer::noEntry) {
+        return 0;
+    }
+    if (answer == Answer::error) {
+        return EIO;
+    }
+    entry->pw_name = answer == Answer::nullName ? nullptr : loginName.data();
+    *result = entry;
+    return 0;
+}
+
+namespace logging2::core::test {
+namespace {
+
+std::string directoryName() {
+    return native(StreamLocationCreator().getUniquePath().text()).parent_path().filename();
+}
+
+TEST(LoginNameTest, isPartOfTheDirectorysName) {
+    const TempDirectory directory;
+    EXPECT_EQ(directoryName(), "trakontmp.ann");
+}
+
+TEST(LoginNameTest, userWithoutAnEntryIsUnknown) {
+    const TempDirectory directory;
+    for (const Answer none : {Answer::noEntry, Answer::nullName, Answer::error}) {
+        answer = none;
+        EXPECT_EQ(directoryName(), "trakontmp.unknown");
+    }
+    answer = Answer::name;
+}
+
+TEST(LoginNameTest, entryOfAnyLengthIsFound) {
+    const TempDirectory directory;
+    wantedRoom = 100000;
+    EXPECT_EQ(directoryName(), "trakontmp.ann");
+    wantedRoom = 0;
+}
+
+// The stem of the times file is widened byte by byte and names no file then.
+TEST(LoginNameTest, nonAsciiNameSpoilsTheTimesLocationOnly) {
+    const TempDirectory directory;
+    loginName = "J\xc3\xbcrgen";
+    EXPECT_EQ(directoryName(), "trakontmp.J\xc3\xbcrgen");
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    write(writer, 0, 1.0, {2.0});
+    writer.flush();
+    const auto store = boost::any_cast<NativeDatastore>(writer.dataStore(ValuePath("x")));
+    EXPECT_EQ(doublesOf(native(store.valuesLocation())), std::vector<double>{2.0});
+    EXPECT_FALSE(std::filesystem::exists(native(store.timesLocation())));
+    const NativeStreamReader reader(writer.dataStore(ValuePath("x")));
+    EXPECT_TRUE(reader.times().empty());
+    loginName = "ann";
+}
+
+} // namespace
+} // namespace logging2::core::test
