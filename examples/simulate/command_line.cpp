@@ -1,0 +1,123 @@
+#include <examples/simulate/command_line.hpp>
+
+#include <examples/simulate/HostError.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <sstream>
+#include <type_traits>
+
+namespace simulate {
+namespace {
+
+constexpr const char* description =
+    "Simulates a model, logs every accepted solver step through the library, reads the log back\n"
+    "and leaves, for each logging group, one CSV file and one plot (SVG and PNG). A table of what\n"
+    "was logged goes to standard output.\n";
+
+constexpr const char* footer =
+    "Examples:\n"
+    "  simulate --list\n"
+    "  simulate bouncing-ball --out pictures\n"
+    "  simulate lorenz --stop-time 5000 --no-plots\n"
+    "  simulate dc-motor --backend memory-restricted --point-limit 200\n"
+    "\n"
+    "Files are named MODEL_GROUP.csv, .svg and .png. They appear together when the run has\n"
+    "succeeded, over those of a former run; a run that fails leaves none and exits with status 2.";
+
+std::string shown(double value) {
+    std::ostringstream text;
+    text << value;
+    return text.str();
+}
+
+/// Reads the whole text as a number of the type; the error says what was wrong.
+template <class Number>
+std::string read_number(const std::string& text, Number low, Number high) {
+    Number value{};
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (stop != end || error == std::errc::invalid_argument) {
+        return '"' + text + "\" is not a " +
+               (std::is_integral_v<Number> ? "whole number" : "number") +
+               (std::is_unsigned_v<Number> ? " from 1 on" : "");
+    }
+    if (error == std::errc::result_out_of_range || !(low <= value && value <= high)) {
+        return text + " is out of range (" + shown(static_cast<double>(low)) + " to " +
+               shown(static_cast<double>(high)) + ')';
+    }
+    return {};
+}
+
+template <class Number>
+CLI::Validator within(Number low, Number high) {
+    return CLI::Validator([low, high](std::string& text) { return read_number(text, low, high); },
+                          "");
+}
+
+void add_options(CLI::App& app, Options& options) {
+    app.add_option("MODEL", options.model, "The model to simulate (see --list)")->type_name("");
+    CLI::Option* const backend = app.add_option("--backend", options.backend,
+                                                "Log to the back-end of that name (see --list)");
+    backend->type_name("NAME")->capture_default_str();
+    app.add_flag("--default", options.useDefault,
+                 "Log to the library's default, which needs no look-up by name")
+        ->excludes(backend);
+    app.add_option("--stop-time", options.stopTime,
+                   "Simulate until then, 1e-6 to 1e6 in the model's time unit (see --list)")
+        ->type_name("S")
+        ->check(within(1e-6, 1e6));
+    app.add_option("--tolerance", options.tolerance,
+                   "Absolute and relative error of a solver step, 1e-13 to 0.01")
+        ->type_name("R")
+        ->capture_default_str()
+        ->check(within(1e-13, 1e-2));
+    app.add_option("--point-limit", options.pointLimit,
+                   "Steps per group that a back-end with a limit keeps, the last ones; at least 1")
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(within(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()));
+    app.add_option("--out", options.outputDirectory, "Leave the files there; created if missing")
+        ->type_name("DIR")
+        ->capture_default_str();
+    app.add_flag_callback(
+        "--no-plots", [&options] { options.plots = false; },
+        "Leave CSV files only; gnuplot is not needed then");
+    app.add_flag("--list", options.list, "List models and back-ends");
+}
+
+/// CLI11's messages may have several lines; the first says what is wrong.
+std::string first_line(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+void check_model_given(const Options& options) {
+    if (options.model.empty() && !options.list) {
+        throw HostError("no model given; --list shows what there is, --help explains the rest");
+    }
+}
+
+} // namespace
+
+std::optional<Options> parse_command_line(int argc, const char* const* argv, std::ostream& out) {
+    Options options;
+    CLI::App app(description, "simulate");
+    app.get_formatter()->column_width(34);
+    app.footer(footer);
+    add_options(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        out << app.help();
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw HostError(first_line(error.what()) + " (--help explains the options)");
+    }
+    check_model_given(options);
+    return options;
+}
+
+} // namespace simulate

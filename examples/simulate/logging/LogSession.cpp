@@ -1,0 +1,86 @@
+#include <examples/simulate/logging/LogSession.hpp>
+
+#include <examples/simulate/HostError.hpp>
+
+#include <utility>
+
+namespace simulate {
+namespace {
+
+void check_lengths(const GroupResult& result, std::size_t path) {
+    const PathInfo& info = result.info.paths[path];
+    if (result.values[path].size() != result.times.size() * info.width()) {
+        throw HostError("the back-end gave back " + std::to_string(result.values[path].size()) +
+                        " values of \"" + info.path + "\" for " +
+                        std::to_string(result.times.size()) + " times");
+    }
+}
+
+/// Takes the times from the group's first path; the others have the same.
+template <class ReaderIterator>
+GroupResult read_group(const GroupInfo& group, ReaderIterator& reader) {
+    GroupResult result{group, {}, {}};
+    for (std::size_t path = 0; path < group.paths.size(); ++path) {
+        auto [times, values] = (*reader++)->timeseries();
+        if (path == 0) {
+            result.times = std::move(times);
+        }
+        result.values.push_back(std::move(values));
+        check_lengths(result, path);
+    }
+    return result;
+}
+
+} // namespace
+
+LogSession::LogSession(Backend sessionBackend,
+                       const logging2::core::StreamingAttributes& attributes,
+                       std::vector<GroupInfo> groupInfos)
+    : backend(std::move(sessionBackend)),
+      groups(std::move(groupInfos)),
+      streamWriter(backend.openWriter(attributes, logging_setup(groups))) {}
+
+LogSession::~LogSession() {
+    if (!streamWriter) {
+        return;
+    }
+    try {
+        flush();
+        openReaders();
+    } catch (...) {
+        // The run has failed already, and that is what the user is told.
+    }
+}
+
+std::vector<GroupResult> LogSession::finish() {
+    flush();
+    const Readers readers = openReaders();
+    streamWriter.reset();
+    std::vector<GroupResult> results;
+    auto reader = readers.begin();
+    for (const GroupInfo& group : groups) {
+        results.push_back(read_group(group, reader));
+    }
+    return results;
+}
+
+// A writer is flushed once, also where that fails.
+void LogSession::flush() {
+    if (!flushed) {
+        flushed = true;
+        streamWriter->flush();
+    }
+}
+
+LogSession::Readers LogSession::openReaders() const {
+    Readers readers;
+    for (const GroupInfo& group : groups) {
+        for (const PathInfo& info : group.paths) {
+            const lang::core::ValuePath path(info.path);
+            readers.push_back(backend.openReader(streamWriter->dataStore(path)));
+        }
+    }
+    return readers;
+}
+
+} // namespace simulate

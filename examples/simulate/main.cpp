@@ -1,0 +1,19 @@
+#include <backends/builtin/builtin_backends.hpp>
+#include <examples/simulate/host.hpp>
+#include <logging2/logging2.hpp>
+
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+
+int main(int argc, char** argv) {
+    // A closed pipe is reported like any other failed write.
+    std::signal(SIGPIPE, SIG_IGN);
+    foundation::install_and_start_vantrel_core();
+    logging2::core::register_builtin_backends(foundation::get_global_bundle_context());
+    const bool terminal = isatty(STDERR_FILENO) != 0;
+    const int status = simulate::run_program(argc, argv, std::cout, std::cerr, terminal);
+    foundation::stop_vantrel_core();
+    return status;
+}

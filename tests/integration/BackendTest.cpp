@@ -1,0 +1,90 @@
+#include <examples/simulate/HostError.hpp>
+#include <examples/simulate/logging/Backend.hpp>
+#include <tests/integration/support/test_backends.hpp>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using logging2::core::StreamingAttributes;
+using simulate::Backend;
+
+std::string writer_error(const std::string& name, std::size_t pointLimit = 10) {
+    integration::register_test_backends();
+    StreamingAttributes attributes;
+    attributes.pointLimit = pointLimit;
+    try {
+        Backend(name).openWriter(attributes, {{0, {{}, {}}}});
+    } catch (const simulate::HostError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+std::string reader_error(const std::string& name) {
+    integration::register_test_backends();
+    try {
+        Backend(name).openReader(logging2::core::MemoryDatastore());
+    } catch (const simulate::HostError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST(BackendTest, aNameThatIsNotRegisteredListsThoseThereAre) {
+    EXPECT_EQ(writer_error("nowhere").find(
+                  "no such back-end: \"nowhere\" (there are: memory, memory-restricted"),
+              0u);
+}
+
+TEST(BackendTest, aNameIsNotTakenForAPattern) {
+    for (const std::string name : {"*", "mem*", "a)b", "(memory", "mem\\ory", ""}) {
+        EXPECT_EQ(writer_error(name).find("no such back-end"), 0u) << name;
+    }
+}
+
+TEST(BackendTest, aBackendThatMakesNoWriterHasFailed) {
+    EXPECT_EQ(writer_error("makes-nothing"),
+              "the back-end \"makes-nothing\" failed: it made no writer");
+}
+
+TEST(BackendTest, aBackendThatThrowsHasFailed) {
+    EXPECT_EQ(writer_error("throws"), "the back-end \"throws\" failed: the cable is out");
+}
+
+TEST(BackendTest, aPointLimitThatMemoryCannotGiveIsNamed) {
+    EXPECT_EQ(writer_error("out-of-memory", 77),
+              "the back-end \"out-of-memory\" failed: a point limit of 77 is more than memory can "
+              "give");
+    EXPECT_EQ(writer_error("memory-restricted", std::size_t{1} << 60),
+              "the back-end \"memory-restricted\" failed: a point limit of 1152921504606846976 is "
+              "more than memory can give");
+}
+
+TEST(BackendTest, aBackendThatMakesNoReaderHasFailed) {
+    EXPECT_EQ(reader_error("makes-nothing"),
+              "the back-end \"makes-nothing\" failed: it made no reader");
+}
+
+TEST(BackendTest, aBackendWithoutReadersIsNotThereForReading) {
+    EXPECT_EQ(reader_error("no-reader").find("no such back-end: \"no-reader\""), 0u);
+}
+
+TEST(BackendTest, theDefaultGivesWriterAndReader) {
+    const Backend backend;
+    EXPECT_EQ(backend.label(), "default");
+    EXPECT_NE(backend.openWriter({}, {}), nullptr);
+    EXPECT_NE(backend.openReader({}), nullptr);
+}
+
+TEST(BackendTest, everyBuiltinBackendIsDescribed) {
+    const auto backends = simulate::described_backends();
+    ASSERT_GE(backends.size(), 2u);
+    EXPECT_EQ(backends[0].first, "memory");
+    EXPECT_EQ(backends[1].first, "memory-restricted");
+    for (const auto& [name, text] : backends) {
+        EXPECT_FALSE(text.empty()) << name;
+    }
+}
+
+} // namespace
