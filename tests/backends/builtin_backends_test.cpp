@@ -1,7 +1,7 @@
 #include <backends/builtin/builtin_backends.hpp>
 
 #include <logging2/logging2.hpp>
-#include <tests/support/TempDirectory.hpp>
+#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/setups.hpp>
 
 #include <cppmicroservices/IllegalStateException.h>
@@ -26,7 +26,7 @@ protected:
         foundation::stop_vantrel_core();
     }
 
-    TempDirectory directory;
+    SystemTempDirectory directory;
     std::vector<cppmicroservices::ServiceRegistrationU> registrations;
 };
 

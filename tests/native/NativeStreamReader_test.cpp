@@ -1,7 +1,7 @@
 #include <logging2/memory/MemoryDatastore.hpp>
 #include <logging2/native/NativeStreamReader.hpp>
 
-#include <tests/support/TempDirectory.hpp>
+#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ protected:
                 foundation::utf8_string_to_ustring(values.string())};
     }
 
-    TempDirectory directory{"-\xc3\xbc"};
+    SystemTempDirectory directory{"-\xc3\xbc"};
     std::filesystem::path times = directory.path() / "u_times_0";
     std::filesystem::path values = directory.path() / "u_values_0_0";
 };

@@ -91,7 +91,7 @@ TEST_F(NativeStreamWriterSetupTest, tellsNoDataStoreInfo) {
 }
 
 TEST_F(NativeStreamWriterSetupTest, nonAsciiTemporaryDirectorySpoilsTheTimesLocationOnly) {
-    const TempDirectory umlaut("-\xc3\xbc");
+    const SystemTempDirectory umlaut("-\xc3\xbc");
     auto writer = make(scalarSetup());
     writeTimes(writer, 0, {1.0});
     writer.flush();

@@ -1,6 +1,6 @@
 #include <logging2/native/StreamLocationCreator.hpp>
 
-#include <tests/support/TempDirectory.hpp>
+#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ std::filesystem::path uniquePath(const StreamLocationCreator& creator) {
 }
 
 TEST(StreamLocationCreatorTest, pathIsUsersDirectoryAndUuid) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const StreamLocationCreator creator;
     const std::filesystem::path path = uniquePath(creator);
     EXPECT_EQ(path.parent_path(), directory.path() / ("trakontmp." + user()));
@@ -35,7 +35,7 @@ TEST(StreamLocationCreatorTest, pathIsUsersDirectoryAndUuid) {
 }
 
 TEST(StreamLocationCreatorTest, createsTheUsersDirectoryAndNothingInIt) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const StreamLocationCreator creator;
     const std::filesystem::path path = uniquePath(creator);
     EXPECT_TRUE(std::filesystem::is_directory(path.parent_path()));
@@ -43,7 +43,7 @@ TEST(StreamLocationCreatorTest, createsTheUsersDirectoryAndNothingInIt) {
 }
 
 TEST(StreamLocationCreatorTest, createsMissingParents) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const auto former = fl::filesystem::setTempDirectoryName([&] {
         return foundation::utf8_string_to_ustring((directory.path() / "a" / "b").string());
     });
@@ -53,7 +53,7 @@ TEST(StreamLocationCreatorTest, createsMissingParents) {
 }
 
 TEST(StreamLocationCreatorTest, twoCreatorsShareTheDirectoryAndNothingElse) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const StreamLocationCreator first;
     const StreamLocationCreator second;
     EXPECT_EQ(uniquePath(first).parent_path(), uniquePath(second).parent_path());
@@ -61,7 +61,7 @@ TEST(StreamLocationCreatorTest, twoCreatorsShareTheDirectoryAndNothingElse) {
 }
 
 TEST(StreamLocationCreatorTest, pathStaysUntilANewOneIsDrawn) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     StreamLocationCreator creator;
     const auto* const path = &creator.getUniquePath();
     const std::u16string former = path->text();
@@ -72,7 +72,7 @@ TEST(StreamLocationCreatorTest, pathStaysUntilANewOneIsDrawn) {
 }
 
 TEST(StreamLocationCreatorTest, uniqueIdIsFreshOnEveryCall) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const StreamLocationCreator creator;
     const std::u16string id = creator.uniqueId().text();
     EXPECT_EQ(id.size(), 36U);
@@ -81,7 +81,7 @@ TEST(StreamLocationCreatorTest, uniqueIdIsFreshOnEveryCall) {
 }
 
 TEST(StreamLocationCreatorTest, anythingUnderTheUsersNameCountsAsExisting) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     writeBytes(directory.path() / ("trakontmp." + user()), "a file");
     const StreamLocationCreator creator;
     EXPECT_EQ(bytesOf(uniquePath(creator).parent_path()), "a file");
@@ -90,14 +90,14 @@ TEST(StreamLocationCreatorTest, anythingUnderTheUsersNameCountsAsExisting) {
 // A link that leads nowhere does not exist, yet cannot be created: so it is for a creator whose
 // neighbour was faster.
 TEST(StreamLocationCreatorTest, directoryThatAppearsMeanwhileIsNoError) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     std::filesystem::create_symlink("nowhere", directory.path() / ("trakontmp." + user()));
     EXPECT_NO_THROW(StreamLocationCreator());
 }
 
 TEST(StreamLocationCreatorTest, creatorsOnManyThreadsRaceForTheDirectory) {
     for (int round = 0; round < 20; ++round) {
-        const TempDirectory directory;
+        const SystemTempDirectory directory;
         std::vector<std::thread> threads;
         for (int i = 0; i < 4; ++i) {
             threads.emplace_back([] { EXPECT_NO_THROW(StreamLocationCreator()); });
@@ -110,7 +110,7 @@ TEST(StreamLocationCreatorTest, creatorsOnManyThreadsRaceForTheDirectory) {
 }
 
 TEST(StreamLocationCreatorTest, directoryThatCannotBeCreatedIsAnErrorAndKeepsThePath) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     StreamLocationCreator creator;
     const std::u16string former = creator.getUniquePath().text();
     writeBytes(directory.path() / "file", "x");
@@ -123,7 +123,7 @@ TEST(StreamLocationCreatorTest, directoryThatCannotBeCreatedIsAnErrorAndKeepsThe
 }
 
 TEST(StreamLocationCreatorTest, destructionLeavesDirectoryAndFiles) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     std::filesystem::path file;
     {
         const StreamLocationCreator creator;
@@ -134,7 +134,7 @@ TEST(StreamLocationCreatorTest, destructionLeavesDirectoryAndFiles) {
 }
 
 TEST(StreamLocationCreatorTest, hostsTemporaryDirectoryIsTakenAsItIs) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     StreamLocationCreator creator;
     const auto former = fl::filesystem::setTempDirectoryName([] { return u"/not/there/../x"; });
     EXPECT_EQ(creator.tempdir().text(), u"/not/there/../x");
@@ -143,7 +143,7 @@ TEST(StreamLocationCreatorTest, hostsTemporaryDirectoryIsTakenAsItIs) {
 
 // An empty answer is an answer: the user's directory is then below the current one.
 TEST(StreamLocationCreatorTest, emptyTemporaryDirectoryIsNoReasonToFallBack) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const std::filesystem::path current = std::filesystem::current_path();
     std::filesystem::current_path(directory.path());
     const auto former = fl::filesystem::setTempDirectoryName([] { return u""; });
@@ -155,7 +155,7 @@ TEST(StreamLocationCreatorTest, emptyTemporaryDirectoryIsNoReasonToFallBack) {
 }
 
 TEST(StreamLocationCreatorTest, hostWithoutTemporaryDirectoryFallsBackToTheCanonicalOne) {
-    const TempDirectory directory("-\xc3\xbc");
+    const SystemTempDirectory directory("-\xc3\xbc");
     std::filesystem::create_directory_symlink(directory.path(), directory.path() / "link");
     setenv("TMPDIR", (directory.path() / "link").c_str(), 1);
     const auto former = fl::filesystem::setTempDirectoryName(
@@ -169,7 +169,7 @@ TEST(StreamLocationCreatorTest, hostWithoutTemporaryDirectoryFallsBackToTheCanon
 }
 
 TEST(StreamLocationCreatorTest, usernameIsTheLoginName) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     EXPECT_EQ(native(StreamLocationCreator().username().text()), user());
 }
 

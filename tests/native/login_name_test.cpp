@@ -1,6 +1,6 @@
 #include <logging2/logging2.hpp>
 
-#include <tests/support/TempDirectory.hpp>
+#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 #include <tests/support/setups.hpp>
 
@@ -47,12 +47,12 @@ std::string directoryName() {
 }
 
 TEST(LoginNameTest, isPartOfTheDirectorysName) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
 }
 
 TEST(LoginNameTest, userWithoutAnEntryIsUnknown) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     for (const Answer none : {Answer::noEntry, Answer::nullName, Answer::error}) {
         answer = none;
         EXPECT_EQ(directoryName(), "trakontmp.unknown");
@@ -61,7 +61,7 @@ TEST(LoginNameTest, userWithoutAnEntryIsUnknown) {
 }
 
 TEST(LoginNameTest, entryOfAnyLengthIsFound) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     wantedRoom = 100000;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
     wantedRoom = 0;
@@ -69,7 +69,7 @@ TEST(LoginNameTest, entryOfAnyLengthIsFound) {
 
 // The stem of the times file is widened byte by byte and names no file then.
 TEST(LoginNameTest, nonAsciiNameSpoilsTheTimesLocationOnly) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     loginName = "J\xc3\xbcrgen";
     EXPECT_EQ(directoryName(), "trakontmp.J\xc3\xbcrgen");
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());

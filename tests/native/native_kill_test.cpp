@@ -59,7 +59,7 @@ struct Killed {
 };
 
 Killed runAndKill(long target) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const SharedCounter written;
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     Access::setBufferSize(writer, 0, batchRowCount);

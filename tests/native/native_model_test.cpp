@@ -61,7 +61,7 @@ class NativeModelTest : public ::testing::Test {
 protected:
     void runSequence(unsigned seed) {
         Random random(seed);
-        const TempDirectory directory;
+        const SystemTempDirectory directory;
         const GroupSetup setup = randomSetup(random);
         const auto thread = below(random, 2) == 0 ? NativeOracle::Thread::takesAtOnce
                                                   : NativeOracle::Thread::takesAtStop;
@@ -107,7 +107,7 @@ private:
         oracle.write(group.id(), time, row);
     }
 
-    static void expectSameFiles(const TempDirectory& directory, const NativeOracle& oracle) {
+    static void expectSameFiles(const SystemTempDirectory& directory, const NativeOracle& oracle) {
         std::map<std::string, Doubles> files;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(directory.path())) {
             if (!entry.is_directory()) {

@@ -3,7 +3,7 @@
 #include <logging2/logging2.hpp>
 
 #include <tests/native/NativeStreamWriterAccess.hpp>
-#include <tests/support/TempDirectory.hpp>
+#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 #include <tests/support/setups.hpp>
 
@@ -53,7 +53,7 @@ protected:
         return names;
     }
 
-    TempDirectory directory;
+    SystemTempDirectory directory;
 };
 
 /// Writes scalar samples whose value is ten times their time.

@@ -2,7 +2,7 @@
 #include <logging2/host/filesystem/ifstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
 
-#include <tests/support/TempDirectory.hpp>
+#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ using fl::filesystem::detail::concatenate_pathname;
 using fl::filesystem::detail::make_native_access_form_i18n;
 using fl::filesystem::detail::make_native_form;
 
-Path inside(const TempDirectory& directory, const std::u16string& name) {
+Path inside(const SystemTempDirectory& directory, const std::u16string& name) {
     return concatenate_pathname(Path(foundation::utf8_string_to_ustring(directory.path().string())),
                                 Path(name));
 }
@@ -44,7 +44,7 @@ TEST(BasicPathTest, accessFormAndPrintedTextAreUtf8) {
 }
 
 TEST(FilesystemTest, existsTellsWhatIsThere) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const Path file = inside(directory, u"\u20ac");
     EXPECT_FALSE(fl::filesystem::exists(file));
     writeBytes(native(file.text()), "x");
@@ -54,7 +54,7 @@ TEST(FilesystemTest, existsTellsWhatIsThere) {
 }
 
 TEST(FilesystemTest, removesAFileAndToleratesItsAbsence) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const Path file = inside(directory, u"a");
     writeBytes(native(file.text()), "x");
     fl::filesystem::remove_file(file);
@@ -63,20 +63,20 @@ TEST(FilesystemTest, removesAFileAndToleratesItsAbsence) {
 }
 
 TEST(FilesystemTest, whatCannotBeRemovedIsAnError) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     std::filesystem::create_directories(directory.path() / "full" / "inner");
     EXPECT_THROW(fl::filesystem::remove_file(inside(directory, u"full")),
                  std::filesystem::filesystem_error);
 }
 
 TEST(FilesystemTest, createsDirectoriesWithTheirParents) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     fl::filesystem::create_directories(inside(directory, u"a/b/c"));
     EXPECT_TRUE(std::filesystem::is_directory(directory.path() / "a" / "b" / "c"));
 }
 
 TEST(FilesystemTest, whatExistsAlreadyIsAFileExistsError) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const Path taken = inside(directory, u"a");
     fl::filesystem::create_directories(taken);
     EXPECT_THROW(fl::filesystem::create_directories(taken), fl::filesystem::FileExistsError);
@@ -89,7 +89,7 @@ TEST(FilesystemTest, whatExistsAlreadyIsAFileExistsError) {
 }
 
 TEST(FilesystemTest, directoryBelowAFileIsAnotherError) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     writeBytes(directory.path() / "file", "x");
     try {
         fl::filesystem::create_directories(inside(directory, u"file/inner"));
@@ -121,7 +121,7 @@ TEST(FilesystemTest, temporaryDirectoryMayBeGivenByAFunction) {
 }
 
 TEST(FilesystemTest, inputStreamReadsBytesAsTheyAre) {
-    const TempDirectory directory;
+    const SystemTempDirectory directory;
     const Path file = inside(directory, u"\u00fc");
     writeBytes(native(file.text()), "a\r\n\x1a\n");
     fl::filesystem::ifstream stream(file);

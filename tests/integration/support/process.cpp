@@ -1,12 +1,16 @@
 #include <tests/integration/support/process.hpp>
 
-#include <tests/integration/support/TemporaryDirectory.hpp>
+#include <tests/support/TemporaryDirectory.hpp>
+#include <tests/support/files.hpp>
 
 #include <sys/wait.h>
 
 #include <cstdlib>
 
 namespace integration {
+
+using logging2::core::test::bytesOf;
+using logging2::core::test::TemporaryDirectory;
 
 ProcessResult run_simulate(const std::filesystem::path& directory, const std::string& arguments,
                            const std::string& prefix) {
@@ -17,7 +21,7 @@ ProcessResult run_simulate(const std::filesystem::path& directory, const std::st
                                 SIMULATE_PROGRAM + "' " + arguments + "; } >'" + out + "' 2>'" +
                                 err + "' </dev/null";
     const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents_of(out), contents_of(err)};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, bytesOf(out), bytesOf(err)};
 }
 
 } // namespace integration

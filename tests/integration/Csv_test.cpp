@@ -2,8 +2,9 @@
 
 #include <examples/simulate/HostError.hpp>
 #include <examples/simulate/models/DcMotor.hpp>
-#include <tests/integration/support/TemporaryDirectory.hpp>
 #include <tests/integration/support/runs.hpp>
+#include <tests/support/TemporaryDirectory.hpp>
+#include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
 
@@ -43,11 +44,11 @@ std::vector<double> expected_row(const GroupResult& group, std::size_t sample) {
 }
 
 TEST(CsvTest, contentIsReadBackBitForBit) {
-    const integration::TemporaryDirectory directory;
+    const logging2::core::test::TemporaryDirectory directory;
     const auto run = integration::run_model(simulate::DcMotor(), 0.5);
     for (const GroupResult& group : run.groups) {
         simulate::write_csv(group, "s", directory.path() / "file.csv");
-        const auto rows = parse(integration::contents_of(directory.path() / "file.csv"));
+        const auto rows = parse(logging2::core::test::bytesOf(directory.path() / "file.csv"));
         ASSERT_EQ(rows.size(), group.times.size());
         for (std::size_t sample = 0; sample < rows.size(); ++sample) {
             EXPECT_TRUE(integration::same_bits(rows[sample], expected_row(group, sample)));
@@ -76,10 +77,10 @@ TEST(CsvTest, numbersKeepAllTheirDigits) {
 }
 
 TEST(CsvTest, anEmptyResultIsAHeader) {
-    const integration::TemporaryDirectory directory;
+    const logging2::core::test::TemporaryDirectory directory;
     const simulate::GroupInfo info{0, "g", false, {{"a", 0, {{"", "length", "m"}}}}, {}};
     simulate::write_csv({info, {}, {{}}}, "s", directory.path() / "file.csv");
-    EXPECT_EQ(integration::contents_of(directory.path() / "file.csv"), "time [s],a [m]\n");
+    EXPECT_EQ(logging2::core::test::bytesOf(directory.path() / "file.csv"), "time [s],a [m]\n");
 }
 
 TEST(CsvTest, aFullDiskIsAnError) {

@@ -1,5 +1,6 @@
-#include <tests/integration/support/TemporaryDirectory.hpp>
 #include <tests/integration/support/process.hpp>
+#include <tests/support/TemporaryDirectory.hpp>
+#include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
 
@@ -9,8 +10,8 @@ namespace {
 
 using integration::ProcessResult;
 using integration::run_simulate;
-using integration::TemporaryDirectory;
-using integration::write_text;
+using logging2::core::test::TemporaryDirectory;
+using logging2::core::test::writeBytes;
 using Names = std::vector<std::string>;
 
 /// Exit status 2, nothing on standard output, and one line that says what was wrong.
@@ -67,7 +68,7 @@ TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
 
 TEST(ProgramErrorsTest, anOutputDirectoryThatIsAFileIsRefused) {
     const TemporaryDirectory directory;
-    write_text(directory.path() / "file", "mine");
+    writeBytes(directory.path() / "file", "mine");
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 1 --out file"), "\"file\"");
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 1 --out file/below"),
                  "\"file/below\"");
@@ -113,7 +114,7 @@ TEST(ProgramErrorsTest, withoutPlotsGnuplotIsNotNeeded) {
 /// A directory with a program "gnuplot" that does what the shell text says.
 void make_gnuplot(const std::filesystem::path& directory, const std::string& text) {
     std::filesystem::create_directory(directory / "bin");
-    write_text(directory / "bin" / "gnuplot", "#!/bin/sh\n" + text + '\n');
+    writeBytes(directory / "bin" / "gnuplot", "#!/bin/sh\n" + text + '\n');
     std::filesystem::permissions(directory / "bin" / "gnuplot", std::filesystem::perms::owner_all);
 }
 

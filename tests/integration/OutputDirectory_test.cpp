@@ -1,15 +1,16 @@
 #include <examples/simulate/report/OutputDirectory.hpp>
 
 #include <examples/simulate/HostError.hpp>
-#include <tests/integration/support/TemporaryDirectory.hpp>
+#include <tests/support/TemporaryDirectory.hpp>
+#include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using integration::contents_of;
-using integration::TemporaryDirectory;
-using integration::write_text;
+using logging2::core::test::bytesOf;
+using logging2::core::test::TemporaryDirectory;
+using logging2::core::test::writeBytes;
 using simulate::OutputDirectory;
 using Names = std::vector<std::string>;
 
@@ -17,18 +18,18 @@ TEST(OutputDirectoryTest, filesAppearTogetherWithCommit) {
     const TemporaryDirectory parent;
     const auto directory = parent.path() / "a";
     OutputDirectory output(directory);
-    write_text(output.stagingPath("y"), "1");
-    write_text(output.stagingPath("x"), "2");
+    writeBytes(output.stagingPath("y"), "1");
+    writeBytes(output.stagingPath("x"), "2");
     EXPECT_FALSE(std::filesystem::exists(directory / "x"));
     EXPECT_EQ(output.commit(), (std::vector{directory / "x", directory / "y"}));
-    EXPECT_EQ(contents_of(directory / "y"), "1");
+    EXPECT_EQ(bytesOf(directory / "y"), "1");
 }
 
 TEST(OutputDirectoryTest, leavesNothingButTheFiles) {
     const TemporaryDirectory parent;
     {
         OutputDirectory output(parent.path());
-        write_text(output.stagingPath("x"), "1");
+        writeBytes(output.stagingPath("x"), "1");
         output.commit();
     }
     EXPECT_EQ(parent.names(), Names{"x"});
@@ -38,7 +39,7 @@ TEST(OutputDirectoryTest, withoutCommitNothingRemains) {
     const TemporaryDirectory parent;
     {
         const OutputDirectory output(parent.path() / "a" / "b" / "c/");
-        write_text(output.stagingPath("x"), "1");
+        writeBytes(output.stagingPath("x"), "1");
         EXPECT_TRUE(std::filesystem::exists(parent.path() / "a" / "b" / "c"));
     }
     EXPECT_EQ(parent.names(), Names{});
@@ -46,22 +47,22 @@ TEST(OutputDirectoryTest, withoutCommitNothingRemains) {
 
 TEST(OutputDirectoryTest, withoutCommitFormerFilesRemain) {
     const TemporaryDirectory parent;
-    write_text(parent.path() / "x", "former");
+    writeBytes(parent.path() / "x", "former");
     {
         const OutputDirectory output(parent.path());
-        write_text(output.stagingPath("x"), "new");
+        writeBytes(output.stagingPath("x"), "new");
     }
-    EXPECT_EQ(contents_of(parent.path() / "x"), "former");
+    EXPECT_EQ(bytesOf(parent.path() / "x"), "former");
     EXPECT_EQ(parent.names(), Names{"x"});
 }
 
 TEST(OutputDirectoryTest, commitReplacesFormerFiles) {
     const TemporaryDirectory parent;
-    write_text(parent.path() / "x", "former");
+    writeBytes(parent.path() / "x", "former");
     OutputDirectory output(parent.path());
-    write_text(output.stagingPath("x"), "new");
+    writeBytes(output.stagingPath("x"), "new");
     output.commit();
-    EXPECT_EQ(contents_of(parent.path() / "x"), "new");
+    EXPECT_EQ(bytesOf(parent.path() / "x"), "new");
 }
 
 TEST(OutputDirectoryTest, aDirectoryInTheWayIsFoundBeforeAnyFileMoves) {
@@ -69,8 +70,8 @@ TEST(OutputDirectoryTest, aDirectoryInTheWayIsFoundBeforeAnyFileMoves) {
     std::filesystem::create_directory(parent.path() / "z");
     {
         OutputDirectory output(parent.path());
-        write_text(output.stagingPath("a"), "1");
-        write_text(output.stagingPath("z"), "2");
+        writeBytes(output.stagingPath("a"), "1");
+        writeBytes(output.stagingPath("z"), "2");
         EXPECT_THROW(output.commit(), simulate::HostError);
     }
     EXPECT_EQ(parent.names(), Names{"z"});
@@ -78,7 +79,7 @@ TEST(OutputDirectoryTest, aDirectoryInTheWayIsFoundBeforeAnyFileMoves) {
 
 TEST(OutputDirectoryTest, aFileIsNoDirectory) {
     const TemporaryDirectory parent;
-    write_text(parent.path() / "file", "");
+    writeBytes(parent.path() / "file", "");
     EXPECT_THROW(OutputDirectory(parent.path() / "file"), simulate::HostError);
     EXPECT_THROW(OutputDirectory(parent.path() / "file" / "below"), simulate::HostError);
     EXPECT_EQ(parent.names(), Names{"file"});

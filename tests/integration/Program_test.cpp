@@ -1,16 +1,19 @@
-#include <tests/integration/support/TemporaryDirectory.hpp>
 #include <tests/integration/support/process.hpp>
+#include <tests/support/TemporaryDirectory.hpp>
+#include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
+
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <regex>
 
 namespace {
 
-using integration::contents_of;
 using integration::run_simulate;
-using integration::TemporaryDirectory;
+using logging2::core::test::bytesOf;
+using logging2::core::test::TemporaryDirectory;
 using Names = std::vector<std::string>;
 
 TEST(ProgramTest, listsModelsAndBackends) {
@@ -67,11 +70,11 @@ TEST(ProgramTest, drawsEveryGroupTwice) {
     EXPECT_EQ(directory.names(), (Names{"dc-motor_controller.csv", "dc-motor_controller.png",
                                         "dc-motor_controller.svg", "dc-motor_motor.csv",
                                         "dc-motor_motor.png", "dc-motor_motor.svg"}));
-    const std::string svg = contents_of(directory.path() / "dc-motor_motor.svg");
+    const std::string svg = bytesOf(directory.path() / "dc-motor_motor.svg");
     for (const std::string text : {"current [A]", "speed [rad/s]", "time [s]", "load step"}) {
         EXPECT_NE(svg.find(text), std::string::npos) << text;
     }
-    EXPECT_EQ(contents_of(directory.path() / "dc-motor_motor.png").substr(1, 3), "PNG");
+    EXPECT_EQ(bytesOf(directory.path() / "dc-motor_motor.png").substr(1, 3), "PNG");
 }
 
 TEST(ProgramTest, directoriesMayHaveOddNames) {
@@ -88,10 +91,10 @@ TEST(ProgramTest, everyBackendWritesTheSameCsv) {
     EXPECT_EQ(run_simulate(directory.path(), run + "b --backend memory").status, 0);
     EXPECT_EQ(run_simulate(directory.path(), run + "c --backend memory-restricted").status, 0);
     const std::string file = "bouncing-ball_ball.csv";
-    const std::string expected = contents_of(directory.path() / "a" / file);
+    const std::string expected = bytesOf(directory.path() / "a" / file);
     EXPECT_GT(expected.size(), 10000u);
-    EXPECT_EQ(contents_of(directory.path() / "b" / file), expected);
-    EXPECT_EQ(contents_of(directory.path() / "c" / file), expected);
+    EXPECT_EQ(bytesOf(directory.path() / "b" / file), expected);
+    EXPECT_EQ(bytesOf(directory.path() / "c" / file), expected);
 }
 
 /// How many files are anywhere below the directory.
@@ -147,5 +150,19 @@ TEST(ProgramTest, drawsASingleSample) {
     EXPECT_EQ(directory.names(),
               (Names{"lorenz_state.csv", "lorenz_state.png", "lorenz_state.svg"}));
 }
+
+#ifndef INTEGRATION_WITH_SANITIZERS
+// 5.2 million rows, 166 MB, of which 134 MB are one full buffer; what is read back is 166 MB again.
+TEST(ProgramTest, aRunLargerThanABufferStaysBelow448MiB) {
+    const TemporaryDirectory directory;
+    const auto result =
+        run_simulate(directory.path(), "lorenz --backend native --stop-time 30000 --no-plots");
+    EXPECT_EQ(result.status, 0) << result.err;
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    EXPECT_LT(usage.ru_maxrss, 448 * 1024);
+    EXPECT_GT(usage.ru_maxrss, 128 * 1024) << "the buffer was not filled";
+}
+#endif
 
 } // namespace
