@@ -18,7 +18,8 @@ const std::vector<std::string>& builtin_backend_names();
 /// Returns the registrations, two per name, for a host that wants to unregister them; dropping
 /// the handles leaves the services registered. Calling it twice registers twice, and the first
 /// registration is the one that is found. Throws cppmicroservices::IllegalStateException where
-/// the context is invalid. Any thread may call.
+/// the context is invalid; where memory runs out half-way, what was registered stays. Any thread
+/// may call.
 std::vector<cppmicroservices::ServiceRegistrationU>
 register_builtin_backends(cppmicroservices::BundleContext context);
 

@@ -26,7 +26,7 @@ const std::string& datastore_model_id() {
 fl::filesystem::basic_path<char, char16_t> get_unique_id() {
     // Reads the device, because the library is built with BOOST_UUID_RANDOM_PROVIDER_FORCE_POSIX.
     static boost::uuids::random_generator_pure generator;
-    const std::string text = boost::lexical_cast<std::string>(generator());
+    const auto text = boost::lexical_cast<std::string>(generator());
     return fl::filesystem::detail::make_native_form(
         foundation::local_encoded_string_to_ustring(text));
 }

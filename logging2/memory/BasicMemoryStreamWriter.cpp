@@ -52,7 +52,7 @@ void append_row(const double* value, const std::vector<LoggedChannel>& channels,
 template <class Rows>
 std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
                                  const std::vector<LoggedChannel>& channels) {
-    const std::vector<Column> columns = make_columns(channels, rowCount);
+    std::vector<Column> columns = make_columns(channels, rowCount);
     for (std::size_t left = std::min(rowCount, rows.size()); left > 0; --left) {
         append_row(rows.front()->data(), channels, columns);
         rows.pop_front();
@@ -91,6 +91,9 @@ BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
 template <class Times, class Rows>
 BasicMemoryStreamWriter<Times, Rows>&
 BasicMemoryStreamWriter<Times, Rows>::operator=(BasicMemoryStreamWriter&& other) noexcept {
+    if (this == &other) {
+        return *this;
+    }
     groups = std::move(other.groups);
     flushed = other.flushed;
     groupTimes = std::move(other.groupTimes);
@@ -107,13 +110,15 @@ bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
                                                  const double* values, std::size_t n) {
     assert(group < groupTimes.size());
     Times& times = groupTimes[group];
+    // Before anything is taken back: where memory runs out, nothing is lost, and the values may
+    // lie in a row that is about to go.
+    auto row = std::make_shared<std::vector<double>>(values, values + n);
     if (attributes.rollbackOnTimeRegression && !times.empty() && times.back() >= time) {
         rollback(group, time);
         if (!times.empty() && times.back() == time) {
             rollback(group, std::size_t{1});
         }
     }
-    auto row = std::make_shared<std::vector<double>>(values, values + n);
     times.push_back(time);
     try {
         groupData[group].push_back(std::move(row));

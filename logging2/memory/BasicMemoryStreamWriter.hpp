@@ -38,7 +38,8 @@ public:
     /// new sample replaces them; NaN times never take anything back.
     ///
     /// Allocates one row of n doubles and its handle, and for a writer without limit the amortised
-    /// growth of its containers; copies the values once. A call that throws stores nothing.
+    /// growth of its containers; copies the values once. A call that throws stores nothing, and
+    /// takes nothing back unless it was the growth that failed.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
     /// Drops the first sample that is strictly later than the time and everything behind it;
@@ -57,7 +58,7 @@ public:
     /// at its final size, and each row is freed as soon as its values are in the columns.
     ///
     /// A path that has a store keeps it. Where memory runs out, the stores of the groups before
-    /// stay, and the group in work may have lost its samples.
+    /// stay, and the group in work has lost its times: then nothing more is to be written.
     void flush() override;
 
     /// Does nothing: the samples become readable with flush().

@@ -8,7 +8,7 @@
 namespace logging2::core {
 
 /// The data of one logged path in memory, as a memory writer's `dataStore` gives it out inside a
-/// boost::any. With S samples and w doubles per sample:
+/// boost::any: S samples of w doubles each.
 ///
 /// Copies share the vectors. All paths of a group share one vector of times, and the paths that
 /// show one channel share one vector of values. A store whose handles are both empty is the empty

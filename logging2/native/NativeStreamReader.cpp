@@ -65,6 +65,7 @@ std::pair<std::vector<double>, std::vector<double>> NativeStreamReader::timeseri
             read(fl::filesystem::detail::make_native_form(store->valuesLocation()))};
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 std::vector<double> NativeStreamReader::read(const Path& file) const {
     if (!fl::filesystem::exists(file)) {
         return {};

@@ -15,9 +15,9 @@ namespace logging2::core {
 
 /// Reads the files that a file-backed writer wrote for one path, and deletes them at its end.
 ///
-/// Every call reads whole files anew, with one bulk read each into a vector sized once. A missing
-/// file, and the empty location, read as no data; the bytes behind the last whole double of a file
-/// are left out.
+/// docs/file-layout.md tells the files' names and contents. Every call reads whole files anew, with
+/// one bulk read each into a vector sized once. A missing file, and the empty location, read as no
+/// data; the bytes behind the last whole double of a file are left out.
 ///
 /// Intended: destroying any reader deletes both files, whatever clones still share the store.
 /// Clones read nothing afterwards, and neither do the readers of the group's other paths find
@@ -40,7 +40,7 @@ public:
     std::unique_ptr<StreamReader> clone() const override;
 
     /// Throws std::bad_alloc where memory runs out, and where the file exists but cannot be
-    /// opened.
+    /// opened; std::filesystem::filesystem_error where it cannot be found out whether it exists.
     std::vector<double> times() const override;
 
     /// The times file is read first, then the values file; throws as times().

@@ -39,8 +39,10 @@ StreamMetadata metadata_of(const SequenceMap<Group, LoggedPathsSetupData>& setup
 
 } // namespace
 
-NativeStreamWriter::NativeStreamWriter(StreamingAttributes configuration,
-                                       SequenceMap<Group, LoggedPathsSetupData> setup)
+// The setup is taken by value as by every writer, and given up when its description is made.
+NativeStreamWriter::NativeStreamWriter(
+    StreamingAttributes configuration,
+    SequenceMap<Group, LoggedPathsSetupData> setup) // NOLINT(performance-unnecessary-value-param)
     : attributes(std::move(configuration)),
       metadata(metadata_of(setup)),
       locationCreator(std::make_unique<StreamLocationCreator>()) {
@@ -61,7 +63,7 @@ NativeStreamWriter::NativeStreamWriter(StreamingAttributes configuration,
     initialize();
 }
 
-NativeStreamWriter::NativeStreamWriter(NativeStreamWriter&& other)
+NativeStreamWriter::NativeStreamWriter(NativeStreamWriter&& other) noexcept
     : attributes(std::move(other.attributes)),
       metadata(std::move(other.metadata)),
       dataStores(std::move(other.dataStores)),
@@ -70,11 +72,14 @@ NativeStreamWriter::NativeStreamWriter(NativeStreamWriter&& other)
       timesPaths(std::move(other.timesPaths)),
       bufferSizes(std::move(other.bufferSizes)),
       rowCounts(std::move(other.rowCounts)),
-      dataReady(other.dataReady),
-      stopRequested(other.stopRequested),
-      groupBuffers(std::move(other.groupBuffers)) {}
+      groupBuffers(std::move(other.groupBuffers)) {
+    copyFlags(other);
+}
 
-NativeStreamWriter& NativeStreamWriter::operator=(NativeStreamWriter&& other) {
+NativeStreamWriter& NativeStreamWriter::operator=(NativeStreamWriter&& other) noexcept {
+    if (this == &other) {
+        return *this;
+    }
     attributes = std::move(other.attributes);
     metadata = std::move(other.metadata);
     dataStores = std::move(other.dataStores);
@@ -83,10 +88,15 @@ NativeStreamWriter& NativeStreamWriter::operator=(NativeStreamWriter&& other) {
     timesPaths = std::move(other.timesPaths);
     bufferSizes = std::move(other.bufferSizes);
     rowCounts = std::move(other.rowCounts);
+    groupBuffers = std::move(other.groupBuffers);
+    copyFlags(other);
+    return *this;
+}
+
+void NativeStreamWriter::copyFlags(NativeStreamWriter& other) {
+    const std::scoped_lock lock(mutex, other.mutex);
     dataReady = other.dataReady;
     stopRequested = other.stopRequested;
-    groupBuffers = std::move(other.groupBuffers);
-    return *this;
 }
 
 NativeStreamWriter::~NativeStreamWriter() {
@@ -118,15 +128,16 @@ bool NativeStreamWriter::write(std::size_t group, double time, const double* val
 void NativeStreamWriter::copyToStreamedBuffer(std::size_t group, double time, const double* values,
                                               std::size_t n) {
     std::vector<double>& buffer = groupBuffers[group];
-    // The look-up of the width is spared as soon as every group has one.
-    if (buffer.empty() || rowWidths.size() < groupBuffers.size()) {
-        rowWidths.emplace(group, n);
-    }
-    buffer.push_back(time);
+    const std::size_t formerSize = buffer.size();
     try {
+        buffer.push_back(time);
         buffer.insert(buffer.end(), values, values + n);
+        // The look-up of the width is spared as soon as every group has one.
+        if (formerSize == 0 || rowWidths.size() < groupBuffers.size()) {
+            rowWidths.emplace(group, n);
+        }
     } catch (...) {
-        buffer.pop_back();
+        buffer.resize(formerSize);
         throw;
     }
 }

@@ -40,8 +40,12 @@ struct NativeStreamWriterAccess;
 /// files' names and contents, docs/threads.md who holds what when.
 ///
 /// Intended: there is one hand-off slot and no queue. A buffer that fills before the thread has
-/// taken the one before replaces it, and the replaced steps are in no file. A host whose solver
-/// outruns the disk calls flushIntermediate(), which waits for the disk.
+/// taken the one before replaces it, and the replaced steps are in no file. A host that must lose
+/// none, however slow the disk, calls flushIntermediate() and then clearBuffer() before any group
+/// has getBufferSize() rows: then nothing is ever handed over.
+///
+/// Memory: per group the buffer at its real row width, plus half as much again while it grows;
+/// once more for the slot and for the columns of the batch in work.
 ///
 /// Any group id will do. Values files are known by their channel number alone: where groups share
 /// channel numbers, the file of the path that is first in path order gets the values of all of
@@ -51,20 +55,20 @@ struct NativeStreamWriterAccess;
 /// destroying a writer whose thread was started but not joined ends the process.
 ///
 /// Threads: all operations are called from one thread. The thread that the writer starts touches
-/// nothing but what its mutex guards.
+/// nothing but what its mutex guards and what never changes.
 class LOGGING2_EXPORT NativeStreamWriter : public StreamWriter {
 public:
     /// Draws a unique location and names the files; creates the user's directory and no file.
     /// Throws what StreamLocationCreator does.
-    NativeStreamWriter(StreamingAttributes attributes,
+    NativeStreamWriter(StreamingAttributes configuration,
                        SequenceMap<Group, LoggedPathsSetupData> setup);
 
     /// Intended: for a writer that has not been written to. Thread, hand-off slot, columns and row
     /// widths stay with the source.
-    NativeStreamWriter(NativeStreamWriter&& other);
+    NativeStreamWriter(NativeStreamWriter&& other) noexcept;
 
     /// Intended: likewise; what the move leaves behind stays as it was in the target.
-    NativeStreamWriter& operator=(NativeStreamWriter&& other);
+    NativeStreamWriter& operator=(NativeStreamWriter&& other) noexcept;
 
     ~NativeStreamWriter() override;
 
@@ -97,7 +101,8 @@ public:
     ///
     /// Intended: a batch that waits in the slot is dropped where some group has rows. The row
     /// counts go on, so that the next hand-over of a group comes sooner, and a group that was
-    /// written before gets empty appends, which create its files anew where they are gone.
+    /// written before gets empty appends, which create its files anew where they are gone. Where
+    /// memory runs out, the group in work keeps its rows in the buffer.
     void flushIntermediate() override;
 
     /// Does nothing.
@@ -110,17 +115,19 @@ public:
     /// How many rows fill the group's buffer. Throws std::out_of_range for an unknown group.
     std::size_t getBufferSize(std::size_t group) const;
 
-    /// Drops everything that is buffered and not in files.
+    /// Drops everything that is buffered and not in files, also a batch that waits in the slot,
+    /// and starts all row counts anew. Samples may be written afterwards.
     void clearBuffer();
 
-    /// Appends the bytes to the file, which is created where it is missing. Returns whether it
-    /// could be opened; other errors are not reported.
+    /// Appends the bytes to the file, named in UTF-8, which is created where it is missing. Returns
+    /// whether it could be opened; other errors are not reported.
     bool write(const std::string& path, const char* data, std::size_t bytes);
 
 private:
     friend struct test::NativeStreamWriterAccess;
 
     void initialize();
+    void copyFlags(NativeStreamWriter& other);
     void copyToStreamedBuffer(std::size_t group, double time, const double* values, std::size_t n);
     void handOver(std::size_t group);
     void writer();
@@ -129,6 +136,7 @@ private:
     void moveToSlot(std::size_t group);
     void writeBufferedRows();
     void transposeData(std::size_t group);
+    void transposeOrKeep(std::size_t group);
     void writeData(std::size_t group);
     void appendColumn(const std::string& path, std::vector<double>& column);
     std::deque<std::vector<double>>& columnsOf(std::size_t group);

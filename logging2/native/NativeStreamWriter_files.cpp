@@ -56,9 +56,12 @@ void NativeStreamWriter::clearBuffer() {
 }
 
 void NativeStreamWriter::moveToSlot(std::size_t group) {
+    // What may throw comes first: a batch in the slot must never get the name of another group.
+    const std::size_t rowWidth = rowWidths[group];
+    std::vector<double>& buffer = groupBuffers[group];
     streamedGroup = group;
-    streamedRowWidth = rowWidths[group];
-    streamedBuffer = std::exchange(groupBuffers[group], {});
+    streamedRowWidth = rowWidth;
+    streamedBuffer = std::exchange(buffer, {});
 }
 
 void NativeStreamWriter::writeBufferedRows() {
@@ -66,9 +69,18 @@ void NativeStreamWriter::writeBufferedRows() {
         const std::size_t group = entry.first;
         if (rowCounts[group] != 0) {
             moveToSlot(group);
-            transposeData(group);
+            transposeOrKeep(group);
             writeData(group);
         }
+    }
+}
+
+void NativeStreamWriter::transposeOrKeep(std::size_t group) {
+    try {
+        transposeData(group);
+    } catch (...) {
+        groupBuffers[group] = std::exchange(streamedBuffer, {});
+        throw;
     }
 }
 
@@ -98,6 +110,8 @@ void NativeStreamWriter::appendColumn(const std::string& path, std::vector<doubl
     column.clear();
 }
 
+// An operation of the writer, as its callers know it.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 bool NativeStreamWriter::write(const std::string& path, const char* data, std::size_t bytes) {
     std::ofstream file(path, std::ios::out | std::ios::binary | std::ios::app);
     if (!file.is_open()) {

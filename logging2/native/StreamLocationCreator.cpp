@@ -41,8 +41,9 @@ std::optional<std::string> login_name() {
     std::vector<char> texts(1024);
     passwd entry{};
     passwd* found = nullptr;
-    while (getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &found) == ERANGE) {
-        texts.resize(2 * texts.size());
+    for (int error = ERANGE; error == ERANGE || error == EINTR;) {
+        error = getpwuid_r(getuid(), &entry, texts.data(), texts.size(), &found);
+        texts.resize(error == ERANGE ? 2 * texts.size() : texts.size());
     }
     if (found == nullptr || found->pw_name == nullptr) {
         return std::nullopt;
@@ -75,7 +76,7 @@ const Path& StreamLocationCreator::getUniquePath() const {
     return uniquePath;
 }
 
-// Not static: a host's creator may have a directory of its own.
+// A member like the other questions, though it asks the host only.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 Path StreamLocationCreator::tempdir() {
     std::u16string directory;

@@ -31,8 +31,9 @@ public:
     /// The built-in writers return true.
     virtual bool write(std::size_t group, double time, const double* values, std::size_t n) = 0;
 
-    /// Takes back the group's samples behind the time (a rejected solver step). A writer may
-    /// decline; it then issues a warning, keeps the samples and returns normally.
+    /// Takes back the group's samples that are later than the time (a rejected solver step); the
+    /// concrete writer tells which exactly. A writer may decline; it then issues a warning, keeps
+    /// the samples and returns normally.
     virtual void rollback(std::size_t group, double time) = 0;
 
     /// The stored data of one logged path, for a reader of the same back-end. The path must be

@@ -79,8 +79,8 @@ std::string broken_privacy_rule(const Include& include) {
     const bool isPrivate = starts_with(include.header, "logging2/") &&
                            include.header.find("/detail/") != std::string::npos;
     return isPrivate && !starts_with(include.file, "logging2/") &&
-                   !starts_with(include.file, "tests/")
-               ? "only the library and its tests include its private headers"
+                   !starts_with(include.file, "tests/") && !starts_with(include.file, "benchmarks/")
+               ? "only the library, its tests and benchmarks include its private headers"
                : std::string();
 }
 

@@ -1,13 +1,18 @@
 #include <logging2/ids/identifiers.hpp>
+#include <logging2/native/StreamLocationCreator.hpp>
+
+#include <tests/support/SystemTempDirectory.hpp>
 
 #include <boost/uuid/entropy_error.hpp>
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
 
 namespace logging2::core {
@@ -30,7 +35,7 @@ private:
     rlimit former{};
 };
 
-// One case: the descriptor stays open once the device could be opened.
+// Each case runs in a process of its own: the descriptor stays open once it could be opened.
 TEST(EntropyTest, deviceThatCannotBeOpenedIsAnErrorAndIsTriedAgain) {
     {
         const NoDescriptors none;
@@ -45,6 +50,42 @@ TEST(EntropyTest, deviceThatCannotBeOpenedIsAnErrorAndIsTriedAgain) {
     EXPECT_EQ(get_unique_id().text().size(), 36U);
     const NoDescriptors none;
     EXPECT_EQ(get_unique_id().text().size(), 36U) << "the device is opened only once";
+}
+
+int deviceDescriptor() {
+    for (int descriptor = 0; descriptor < 256; ++descriptor) {
+        std::error_code ignored;
+        const auto link = "/proc/self/fd/" + std::to_string(descriptor);
+        if (std::filesystem::read_symlink(link, ignored) == "/dev/urandom") {
+            return descriptor;
+        }
+    }
+    return -1;
+}
+
+TEST(EntropyTest, deviceThatCannotBeReadIsAnError) {
+    get_unique_id();
+    const int descriptor = deviceDescriptor();
+    ASSERT_GE(descriptor, 0);
+    EXPECT_EQ(fcntl(descriptor, F_GETFL) & O_ACCMODE, O_RDONLY);
+    EXPECT_NE(fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0);
+    close(descriptor);
+    try {
+        get_unique_id();
+        ADD_FAILURE() << "an identifier without a random source";
+    } catch (const boost::uuids::entropy_error& error) {
+        EXPECT_EQ(std::string(error.what()), "read");
+        EXPECT_EQ(error.errcode(), EBADF);
+    }
+}
+
+TEST(EntropyTest, creatorWithoutARandomSourceKeepsItsPath) {
+    const test::SystemTempDirectory directory;
+    StreamLocationCreator creator;
+    const std::u16string former = creator.getUniquePath().text();
+    close(deviceDescriptor());
+    EXPECT_THROW(creator.setUniquePath(), boost::uuids::entropy_error);
+    EXPECT_EQ(creator.getUniquePath().text(), former);
 }
 
 } // namespace

@@ -158,6 +158,10 @@ TEST(ProgramTest, aRunLargerThanABufferStaysBelow448MiB) {
     const auto result =
         run_simulate(directory.path(), "lorenz --backend native --stop-time 30000 --no-plots");
     EXPECT_EQ(result.status, 0) << result.err;
+    std::smatch counts;
+    ASSERT_TRUE(std::regex_search(
+        result.out, counts, std::regex("lorenz\\.state\\.x +([0-9]+)[^]*steps logged +([0-9]+)")));
+    EXPECT_EQ(counts[1], counts[2]);
     rusage usage{};
     getrusage(RUSAGE_CHILDREN, &usage);
     EXPECT_LT(usage.ru_maxrss, 448 * 1024);

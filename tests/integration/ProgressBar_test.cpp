@@ -7,6 +7,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+
 using simulate::ProgressBar;
 
 class ProgressBarTest : public testing::Test {

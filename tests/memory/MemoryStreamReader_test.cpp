@@ -3,6 +3,8 @@
 #include <logging2/memory/MemoryStreamWriter.hpp>
 #include <tests/support/setups.hpp>
 
+#include <boost/exception/exception.hpp>
+
 #include <gmock/gmock.h>
 
 #include <memory>
@@ -76,6 +78,7 @@ TEST(MemoryStreamReaderTest, storeOfAnotherTypeIsABadAnyCast) {
         } catch (const boost::bad_any_cast& error) {
             EXPECT_EQ(std::string(error.what()),
                       "boost::bad_any_cast: failed conversion using boost::any_cast");
+            EXPECT_NE(dynamic_cast<const boost::exception*>(&error), nullptr);
         }
     }
 }

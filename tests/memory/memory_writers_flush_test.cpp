@@ -1,5 +1,6 @@
 #include <tests/memory/memory_writers.hpp>
 
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -315,6 +316,55 @@ TYPED_TEST(MemoryWritersFlushTest, moveAssignmentLeavesTheStoresOfBoth) {
     EXPECT_EQ(target.data(0).size(), 2U);
     // NOLINTNEXTLINE(bugprone-use-after-move)
     EXPECT_THAT(*memoryStore(source, "x").values, ElementsAre(1.0));
+}
+
+TYPED_TEST(MemoryWritersFlushTest, eachRowIsFreedBeforeTheNextIsTaken) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0});
+    const auto second = writer.data(0)[1];
+    writer.data(0)[0] = std::shared_ptr<std::vector<double>>(
+        new std::vector<double>{1.0}, [&second](const std::vector<double>* row) {
+            second->front() = 99.0;
+            delete row;
+        });
+    writer.flush();
+    EXPECT_THAT(*memoryStore(writer, "x").values, ElementsAre(1.0, 99.0));
+}
+
+TYPED_TEST(MemoryWritersFlushTest, movesTakeTheAttributes) {
+    TypeParam source(attributes(true), scalarSetup());
+    auto target = this->make();
+    target = std::move(source);
+    this->writeTimes(target, {1.0, 1.0});
+    EXPECT_EQ(target.numSteps(0), 1U);
+}
+
+TYPED_TEST(MemoryWritersFlushTest, movedFromWriterHasNoGroupsLeftToFlush) {
+    auto source = this->make();
+    this->writeTimes(source, {1.0});
+    TypeParam target(std::move(source));
+    source.flush(); // NOLINT(bugprone-use-after-move)
+    auto assigned = this->make();
+    assigned = std::move(target);
+    target.flush(); // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(assigned.numSteps(0), 1U);
+}
+
+TYPED_TEST(MemoryWritersFlushTest, assignmentMovesTheTimesInPlace) {
+    auto source = this->make();
+    this->writeTimes(source, {1.0});
+    const double* const time = &source.times(0)[0];
+    auto target = this->make();
+    target = std::move(source);
+    EXPECT_EQ(&target.times(0)[0], time);
+}
+
+TYPED_TEST(MemoryWritersFlushTest, assignmentToItselfChangesNothing) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0});
+    TypeParam& same = writer;
+    writer = std::move(same);
+    EXPECT_EQ(writer.numSteps(0), 1U);
 }
 
 } // namespace

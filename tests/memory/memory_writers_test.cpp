@@ -268,5 +268,37 @@ TYPED_TEST(MemoryWritersTest, destructionThroughTheInterfaceReleasesTheRows) {
     EXPECT_TRUE(row.expired());
 }
 
+TYPED_TEST(MemoryWritersTest, countOfEveryTimeReleasesRowsThatHaveNoTimeToo) {
+    auto writer = this->make();
+    this->writeTimes(writer, {1.0, 2.0, 3.0});
+    writer.times(0).pop_back();
+    writer.rollback(0, std::size_t{2});
+    EXPECT_TRUE(writer.data(0).empty());
+}
+
+TYPED_TEST(MemoryWritersTest, valuesMayLieInTheRowThatIsReplaced) {
+    auto writer = this->makeRollingBack();
+    this->writeTimes(writer, {1.0, 2.0});
+    writer.write(0, 2.0, writer.data(0).back()->data(), 1);
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0));
+}
+
+template <class Writer>
+class DecliningWriter : public Writer {
+public:
+    using Writer::rollback;
+    using Writer::Writer;
+    void rollback(std::size_t, double) override {}
+};
+
+// A host's own rollback may keep samples; then only one of exactly the same time is replaced.
+TYPED_TEST(MemoryWritersTest, regressionReplacesOnlyAnEqualTimeWhereRollbackDeclines) {
+    DecliningWriter<TypeParam> writer(attributes(true), scalarSetup());
+    this->writeTimes(writer, {1.0, 2.0, 1.5, 1.5});
+    EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0, 1.5));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 4.0));
+}
+
 } // namespace
 } // namespace logging2::core::test

@@ -197,5 +197,16 @@ TEST_F(NativeStreamReaderTest, severalThreadsMayReadThroughClones) {
     }
 }
 
+// Whether a name of 300 characters exists cannot be found out.
+TEST_F(NativeStreamReaderTest, locationThatCannotBeLookedUpIsAnErrorAndHoldsUpNoDeletion) {
+    times = directory.path() / std::string(300, 't');
+    writeDoubles(values, {1.0});
+    {
+        const NativeStreamReader reader{boost::any(store())};
+        EXPECT_THROW(reader.times(), std::filesystem::filesystem_error);
+    }
+    EXPECT_FALSE(std::filesystem::exists(values));
+}
+
 } // namespace
 } // namespace logging2::core::test

@@ -49,6 +49,24 @@ struct NativeStreamWriterAccess {
         writer.valuesPaths[channel] = std::move(path);
     }
 
+    static const std::vector<double>& slot(NativeStreamWriter& writer) {
+        return writer.streamedBuffer;
+    }
+
+    static void requestStop(NativeStreamWriter& writer) {
+        const std::lock_guard lock(writer.mutex);
+        writer.stopRequested = true;
+    }
+
+    /// Runs the writer's thread body where `prepare` made something that lives as long.
+    template <class Prepare>
+    static void startPrepared(NativeStreamWriter& writer, Prepare prepare) {
+        writer.writerThread = std::make_unique<std::thread>([&writer, prepare] {
+            const auto prepared = prepare();
+            writer.writer();
+        });
+    }
+
     static std::mutex& mutex(NativeStreamWriter& writer) { return writer.mutex; }
 
     static bool isReady(NativeStreamWriter& writer) {

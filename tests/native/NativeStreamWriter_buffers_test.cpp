@@ -1,5 +1,7 @@
 #include <tests/native/native_writers.hpp>
 
+#include <stdexcept>
+
 // The samples' way into the buffers, and when a buffer is handed over.
 
 namespace logging2::core::test {
@@ -148,7 +150,8 @@ TEST_F(NativeStreamWriterBuffersTest, samplesThatWereNotFlushedAreLostWithTheWri
 }
 
 TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadRunsEndsTheProcess) {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    // A fork, so that the child uses this test's directory and leaves none of its own.
+    ::testing::FLAGS_gtest_death_test_style = "fast";
     EXPECT_DEATH(
         {
             NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
@@ -156,6 +159,68 @@ TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadRunsEndsThePro
             writeTimes(writer, 0, {1.0});
         },
         "terminate");
+}
+
+TEST_F(NativeStreamWriterBuffersTest, clearBufferDropsABatchThatWaits) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    Access::setBufferSize(writer, 0, 2);
+    Access::startWhenStopIsRequested(writer);
+    writeTimes(writer, 0, {1.0, 2.0});
+    EXPECT_EQ(Access::buffer(writer, 0).capacity(), 0U);
+    writer.clearBuffer();
+    writer.flush();
+    EXPECT_THAT(fileNames(), IsEmpty());
+}
+
+TEST_F(NativeStreamWriterBuffersTest, widthOfAGroupThatFirstWritesAfterClearBufferIsRecorded) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
+    writeTimes(writer, 0, {1.0});
+    writer.clearBuffer();
+    writeTimes(writer, 1, {2.0, 3.0});
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(2.0, 3.0));
+    EXPECT_THAT(valuesIn(writer, "x1"), ElementsAre(20.0, 30.0));
+}
+
+TEST_F(NativeStreamWriterBuffersTest,
+       flushIntermediateAndClearBufferLoseNothingHoweverSlowTheThread) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    Access::setBufferSize(writer, 0, 4);
+    for (int i = 0; i < 10; ++i) {
+        const double time = 3.0 * i;
+        writeTimes(writer, 0, {time, time + 1.0, time + 2.0});
+        writer.flushIntermediate();
+        writer.clearBuffer();
+    }
+    EXPECT_FALSE(Access::hasThread(writer));
+    writer.flush();
+    EXPECT_EQ(timesIn(writer, "x").size(), 30U);
+    EXPECT_EQ(valuesIn(writer, "x").back(), 290.0);
+}
+
+// The row counts go on, so the fourth row is handed over alone, and dropped with the next call.
+TEST_F(NativeStreamWriterBuffersTest, flushIntermediateAloneMayLoseAHandOver) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    Access::setBufferSize(writer, 0, 4);
+    Access::startWhenStopIsRequested(writer);
+    writeTimes(writer, 0, {1.0, 2.0, 3.0});
+    writer.flushIntermediate();
+    writeTimes(writer, 0, {4.0, 5.0, 6.0});
+    writer.flushIntermediate();
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0, 3.0, 5.0, 6.0));
+}
+
+TEST_F(NativeStreamWriterBuffersTest, rowTooLongForAnyVectorIsALengthErrorAndLeavesNoTrace) {
+    for (const std::size_t length : {std::size_t{1} << 60U, ~std::size_t{0}}) {
+        NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+        const double value = 0.0;
+        EXPECT_THROW(writer.write(0, 0.0, &value, length), std::length_error);
+        writeTimes(writer, 0, {1.0, 2.0});
+        writer.flush();
+        EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0));
+        EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0));
+    }
 }
 
 } // namespace

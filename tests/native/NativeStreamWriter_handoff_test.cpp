@@ -1,12 +1,7 @@
+#include <tests/native/BlockingFile.hpp>
 #include <tests/native/native_writers.hpp>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
 #include <future>
-#include <thread>
 
 // Every way in which a batch can meet the thread, each brought about step by step.
 
@@ -120,57 +115,6 @@ TEST_F(NativeStreamWriterHandOffTest, countWithoutRowsDropsAWaitingBatchToo) {
     gate.set_value();
     writer.flush();
     EXPECT_THAT(fileNames(), ElementsAre("times_1", "values_1_1"));
-}
-
-/// A pipe in place of a file: the thread that appends to it stands still until it is read.
-class BlockingFile {
-public:
-    explicit BlockingFile(std::filesystem::path pipePath) : path(std::move(pipePath)) {
-        mkfifo(path.c_str(), 0600);
-    }
-
-    /// Lets the append go on and returns what was appended.
-    std::vector<double> drain() const { return doublesOf(path); }
-
-    std::filesystem::path path;
-};
-
-TEST_F(NativeStreamWriterHandOffTest, flushIntermediateWaitsForTheBatchThatIsBeingWritten) {
-    const BlockingFile file(directory.path() / "pipe");
-    Access::setTimesPath(writer, 0, file.path);
-    writeTimes(writer, 0, {1.0, 2.0});
-    while (!Access::isWriting(writer)) {
-        std::this_thread::yield();
-    }
-    writeTimes(writer, 1, {3.0});
-    std::atomic<bool> returned{false};
-    std::thread caller([&] {
-        writer.flushIntermediate();
-        returned = true;
-    });
-    EXPECT_FALSE(returned);
-    EXPECT_THAT(file.drain(), ElementsAre(1.0, 2.0));
-    caller.join();
-    EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(10.0, 20.0));
-    EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0));
-    std::filesystem::remove(file.path);
-    writer.flush();
-}
-
-TEST_F(NativeStreamWriterHandOffTest, handOverWaitsForTheBatchThatIsBeingWritten) {
-    const BlockingFile file(directory.path() / "pipe");
-    Access::setTimesPath(writer, 0, file.path);
-    writeTimes(writer, 0, {1.0, 2.0});
-    while (!Access::isWriting(writer)) {
-        std::this_thread::yield();
-    }
-    writeTimes(writer, 1, {3.0});
-    std::thread caller([&] { writeTimes(writer, 1, {4.0}); });
-    EXPECT_THAT(file.drain(), ElementsAre(1.0, 2.0));
-    caller.join();
-    writer.flush();
-    EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(10.0, 20.0));
-    EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0, 4.0));
 }
 
 // The first row of group 1 records its width while the thread reads that of group 0.

@@ -100,5 +100,68 @@ TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsColumns) {
     EXPECT_EQ(Access::columns(writer, 0).size(), 3U);
 }
 
+TEST_F(NativeStreamWriterMovesTest, assignmentTakesCountsSizesNameAndFlags) {
+    StreamingAttributes named;
+    named.name = BasicTableString<char>("named");
+    NativeStreamWriter source(named, scalarSetup());
+    Access::setBufferSize(source, 0, 77);
+    writeTimes(source, 0, {1.0, 2.0});
+    source.flushIntermediate();
+    Access::requestStop(source);
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    writer = std::move(source);
+    EXPECT_EQ(writer.getBufferSize(0), 77U);
+    EXPECT_EQ(Access::rowCount(writer, 0), 2U);
+    EXPECT_TRUE(Access::isReady(writer));
+    EXPECT_TRUE(Access::stopRequested(writer));
+    std::u16string name;
+    const auto former = foundation::setWarningHandler(
+        [&](const foundation::Message& message) { name = message.arguments().at(0); });
+    writer.rollback(0, 0.0);
+    foundation::setWarningHandler(former);
+    EXPECT_EQ(name, u"named");
+}
+
+TEST_F(NativeStreamWriterMovesTest, constructionTakesTheFlagsAndLeavesColumnsAndWidths) {
+    NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
+    write(source, 0, 1.0, {10.0, 11.0, 12.0});
+    source.flushIntermediate();
+    Access::requestStop(source);
+    NativeStreamWriter writer(std::move(source));
+    EXPECT_TRUE(Access::stopRequested(writer));
+    EXPECT_FALSE(Access::hasColumns(writer));
+    write(writer, 0, 2.0, {20.0, 21.0});
+    write(writer, 0, 3.0, {30.0, 31.0});
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0, 3.0));
+    EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0, 30.0));
+}
+
+TEST_F(NativeStreamWriterMovesTest, threadAndSlotStayWithTheirWriters) {
+    NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
+    Access::startWhenStopIsRequested(source);
+    NativeStreamWriter writer(std::move(source));
+    EXPECT_TRUE(Access::hasThread(source)); // NOLINT(bugprone-use-after-move)
+    EXPECT_FALSE(Access::hasThread(writer));
+    source.flush();
+    NativeStreamWriter target(StreamingAttributes{}, scalarSetup());
+    Access::setBufferSize(target, 0, 1);
+    Access::startWhenStopIsRequested(target);
+    writeTimes(target, 0, {9.0});
+    target = std::move(writer);
+    EXPECT_THAT(Access::slot(target), ElementsAre(9.0, 90.0));
+    EXPECT_TRUE(Access::hasThread(target));
+    target.flush();
+}
+
+TEST_F(NativeStreamWriterMovesTest, assignmentToItselfChangesNothing) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    writeTimes(writer, 0, {1.0});
+    NativeStreamWriter& same = writer;
+    writer = std::move(same);
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0));
+}
+
 } // namespace
 } // namespace logging2::core::test

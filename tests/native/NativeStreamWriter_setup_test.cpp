@@ -150,5 +150,13 @@ TEST_F(NativeStreamWriterSetupTest, whatTheWarningHandlerThrowsComesOut) {
     foundation::setWarningHandler(former);
 }
 
+TEST_F(NativeStreamWriterSetupTest, columnsStartWithOnePerPathAndTheTimes) {
+    auto writer = make(GroupSetup{
+        {Group(0), LoggedPathsSetupData(paths({{"a", 1}, {"b", 1}, {"c", 1}}), channels({{1, 1}}))},
+        {Group(1), LoggedPathsSetupData({}, channels({{2, 1}, {3, 1}}))}});
+    EXPECT_EQ(Access::columns(writer, 0).size(), 4U);
+    EXPECT_EQ(Access::columns(writer, 1).size(), 1U);
+}
+
 } // namespace
 } // namespace logging2::core::test

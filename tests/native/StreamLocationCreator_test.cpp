@@ -162,6 +162,8 @@ TEST(StreamLocationCreatorTest, hostWithoutTemporaryDirectoryFallsBackToTheCanon
         []() -> std::u16string { throw std::runtime_error("none"); });
     StreamLocationCreator creator;
     EXPECT_EQ(native(creator.tempdir().text()), std::filesystem::canonical(directory.path()));
+    fl::filesystem::setTempDirectoryName([]() -> std::u16string { throw 1; });
+    EXPECT_FALSE(creator.tempdir().empty());
     setenv("TMPDIR", "/not/there", 1);
     EXPECT_ANY_THROW(creator.tempdir());
     unsetenv("TMPDIR");

@@ -1,6 +1,8 @@
 #include <tests/native/native_writers.hpp>
 #include <tests/support/AllocationCounter.hpp>
 
+#include <cstdlib>
+#include <memory>
 #include <new>
 
 // What the file-backed writer and its reader allocate.
@@ -32,24 +34,94 @@ TEST_F(NativeAllocationTest, writeBelowTheThresholdAllocatesNothingButTheBuffers
     EXPECT_LE(growths, 18U);
 }
 
+// Rows of different lengths, so that the growth that fails is now that of the time, now that of the
+// values.
 TEST_F(NativeAllocationTest, writeThatRunsOutOfMemoryStoresNothing) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
-    std::size_t failures = 0;
-    for (int i = 0; i < 200; ++i) {
-        const std::size_t valueCount = Access::buffer(writer, 0).size();
+    const std::vector<double> row(7, 1.0);
+    write(writer, 0, 0.0, row);
+    std::size_t failuresBehindTheTime = 0;
+    for (std::size_t i = 0; i < 200; ++i) {
+        const std::size_t n = 1 + i % 7;
+        const std::size_t formerSize = Access::buffer(writer, 0).size();
+        const bool timeFits = Access::buffer(writer, 0).capacity() > formerSize;
         try {
             const AllocationFailure failure(0);
-            const double row[] = {1.0, 2.0, 3.0};
-            writer.write(0, i, row, 3);
+            writer.write(0, 1.0, row.data(), n);
         } catch (const std::bad_alloc&) {
-            ++failures;
-            EXPECT_EQ(Access::buffer(writer, 0).size(), valueCount);
-            write(writer, 0, i, {1.0, 2.0, 3.0});
+            failuresBehindTheTime += timeFits ? 1 : 0;
+            ASSERT_EQ(Access::buffer(writer, 0).size(), formerSize);
+            writer.write(0, 1.0, row.data(), n);
         }
     }
-    EXPECT_GE(failures, 8U);
-    EXPECT_EQ(Access::rowCount(writer, 0), 200U);
-    EXPECT_EQ(Access::buffer(writer, 0).size(), 800U);
+    EXPECT_GE(failuresBehindTheTime, 3U);
+    EXPECT_EQ(Access::rowCount(writer, 0), 201U);
+}
+
+TEST_F(NativeAllocationTest, firstSampleThatFailsDoesNotSetTheWidth) {
+    bool failed = true;
+    for (std::size_t n = 0; failed; ++n) {
+        NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+        const std::vector<double> row(5, 1.0);
+        {
+            const AllocationFailure failure(n);
+            try {
+                writer.write(0, 0.0, row.data(), row.size());
+            } catch (const std::bad_alloc&) {
+            }
+            failed = failure.happened();
+        }
+        if (failed) {
+            writeTimes(writer, 0, {1.0, 2.0});
+            writer.flush();
+            EXPECT_EQ(timesIn(writer, "x"), (std::vector<double>{1.0, 2.0})) << n;
+        } else {
+            EXPECT_GE(n, 2U);
+        }
+    }
+}
+
+// The columns never hold what was not logged, and the rows stay for the next call.
+TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryLosesNothing) {
+    bool failed = true;
+    for (std::size_t n = 0; failed; ++n) {
+        NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
+        write(writer, 0, 1.0, {10.0, 11.0, 12.0});
+        write(writer, 0, 2.0, {20.0, 21.0, 22.0});
+        {
+            const AllocationFailure failure(n);
+            try {
+                writer.flushIntermediate();
+            } catch (const std::bad_alloc&) {
+            }
+            failed = failure.happened();
+        }
+        if (Access::buffer(writer, 0).empty()) {
+            // The rows were in columns: what fails from there on is a file that cannot be opened.
+            writer.clearBuffer();
+            break;
+        }
+        write(writer, 0, 3.0, {30.0, 31.0, 32.0});
+        writer.flush();
+        EXPECT_EQ(timesIn(writer, "a"), (std::vector<double>{1.0, 2.0, 3.0})) << n;
+        EXPECT_EQ(valuesIn(writer, "a"), (std::vector<double>{10.0, 20.0, 30.0}));
+        EXPECT_EQ(valuesIn(writer, "b"), (std::vector<double>{11.0, 12.0, 21.0, 22.0, 31.0, 32.0}));
+        EXPECT_LT(n, 100U);
+    }
+}
+
+TEST_F(NativeAllocationTest, threadThatRunsOutOfMemoryEndsTheProcess) {
+    ::testing::FLAGS_gtest_death_test_style = "fast";
+    EXPECT_DEATH(
+        {
+            NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+            Access::setBufferSize(writer, 0, 1);
+            Access::startPrepared(writer, [] { return std::make_unique<AllocationFailure>(0); });
+            writeTimes(writer, 0, {1.0});
+            Access::waitUntilTaken(writer);
+            std::_Exit(0);
+        },
+        "bad_alloc");
 }
 
 TEST_F(NativeAllocationTest, readerSizesItsVectorOnce) {

@@ -67,11 +67,15 @@ Killed runAndKill(long target) {
     if (child == 0) {
         logForEver(writer, *written.value);
     }
+    int status = 0;
     while (*written.value < target) {
+        if (waitpid(child, &status, WNOHANG) != 0) {
+            ADD_FAILURE() << "the child ended by itself, status " << status;
+            break;
+        }
         std::this_thread::yield();
     }
     kill(child, SIGKILL);
-    int status = 0;
     waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
     const auto location = [&](const char* path) {

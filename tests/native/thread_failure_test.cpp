@@ -36,6 +36,8 @@ TEST_F(NativeThreadFailureTest, threadThatCannotBeStartedIsASystemErrorAndLosesN
     EXPECT_EQ(Access::rowCount(writer, 0), 2U);
     refuseThreads = false;
     writeTimes(writer, 0, {3.0});
+    EXPECT_TRUE(Access::hasThread(writer));
+    EXPECT_EQ(Access::rowCount(writer, 0), 0U);
     Access::waitUntilTaken(writer);
     writer.flush();
     EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0, 3.0));

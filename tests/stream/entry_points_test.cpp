@@ -266,6 +266,23 @@ TEST_F(EntryPointsTest, defaultsAreTheMemoryBackEndWhateverIsRegistered) {
     const auto writer = get_default_stream_writer(StreamingAttributes{}, scalarSetup());
     EXPECT_EQ(typeid(*writer), typeid(MemoryStreamWriter));
     EXPECT_EQ(service->calls, 0);
+    const auto readers = std::make_shared<TestReaderService>();
+    add<StreamReaderService>(readers, vtllogging_read_type_id(), "memory", 100);
+    EXPECT_EQ(typeid(*get_default_stream_reader(boost::any())), typeid(MemoryStreamReader));
+    EXPECT_EQ(readers->calls, 0);
+}
+
+TEST_F(EntryPointsTest, readerServiceIsReleasedAndTheReaderOutlivesIt) {
+    auto service = std::make_shared<TestReaderService>();
+    add<StreamReaderService>(service, vtllogging_read_type_id(), "n");
+    const std::weak_ptr<TestReaderService> watched = service;
+    const auto reader = get_stream_reader("n", boost::any());
+    ASSERT_TRUE(reader.has_value());
+    registrations.back().Unregister();
+    registrations.clear();
+    service.reset();
+    EXPECT_TRUE(watched.expired());
+    EXPECT_TRUE((*reader)->times().empty());
 }
 
 // No fixture: the framework has not been started in this process.
@@ -290,6 +307,12 @@ TEST(DefaultEntryPointsTest, readerOfAnotherStoreIsABadAnyCast) {
 TEST(NamedEntryPointsTest, startTheFramework) {
     EXPECT_FALSE(foundation::get_global_bundle_context());
     EXPECT_FALSE(writerNamed("absent").has_value());
+    EXPECT_TRUE(foundation::get_global_bundle_context());
+    foundation::stop_vantrel_core();
+}
+
+TEST(NamedEntryPointsTest, readersStartTheFrameworkToo) {
+    EXPECT_FALSE(get_stream_reader("absent", boost::any()).has_value());
     EXPECT_TRUE(foundation::get_global_bundle_context());
     foundation::stop_vantrel_core();
 }

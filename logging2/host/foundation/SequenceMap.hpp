@@ -48,7 +48,8 @@ public:
         Block& own = ownBlock();
         own.entries.emplace_back(key, value);
         try {
-            own.positions.emplace(key, own.entries.size() - 1);
+            // Not the caller's key, which may lie in an entry that has just moved.
+            own.positions.emplace(own.entries.back().first, own.entries.size() - 1);
         } catch (...) {
             own.entries.pop_back();
             throw;

@@ -22,6 +22,13 @@ Core& core() {
     return *instance;
 }
 
+/// A handle of its own, so that nothing of the framework runs while the mutex is held: a service
+/// that is released at the stop may ask for the context.
+std::optional<cppmicroservices::Framework> current_framework() {
+    const std::lock_guard lock(core().mutex);
+    return core().framework;
+}
+
 } // namespace
 
 void install_and_start_vantrel_core() {
@@ -35,16 +42,14 @@ void install_and_start_vantrel_core() {
 }
 
 cppmicroservices::BundleContext get_global_bundle_context() {
-    const std::lock_guard lock(core().mutex);
-    return core().framework ? core().framework->GetBundleContext()
-                            : cppmicroservices::BundleContext();
+    const auto framework = current_framework();
+    return framework ? framework->GetBundleContext() : cppmicroservices::BundleContext();
 }
 
 void stop_vantrel_core() {
-    const std::lock_guard lock(core().mutex);
-    if (core().framework) {
-        core().framework->Stop();
-        core().framework->WaitForStop(std::chrono::milliseconds::zero());
+    if (auto framework = current_framework()) {
+        framework->Stop();
+        framework->WaitForStop(std::chrono::milliseconds::zero());
     }
 }
 

@@ -17,7 +17,7 @@ struct HandlerSlot {
 
 HandlerSlot& handler_slot() {
     // Never destroyed: a warning may still be issued during process shutdown.
-    static HandlerSlot* const slot = new HandlerSlot;
+    static auto* const slot = new HandlerSlot;
     return *slot;
 }
 

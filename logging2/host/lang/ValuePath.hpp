@@ -46,5 +46,6 @@ private:
 int compare(const ValuePath& a, const ValuePath& b) noexcept;
 bool operator==(const ValuePath& a, const ValuePath& b) noexcept;
 std::size_t hash_value(const ValuePath& path);
+std::ostream& operator<<(std::ostream& stream, const ValuePath& path);
 
 } // namespace lang::core

@@ -78,7 +78,7 @@ std::vector<ServiceReferenceU> BundleContext::GetServiceReferences(const std::st
                                                                    const std::string& filter) {
     std::vector<ServiceReferenceU> references;
     for (const auto& entry : requireRegistry().find(interfaceId, filter)) {
-        references.push_back(ServiceReferenceBase(entry, interfaceId));
+        references.emplace_back(ServiceReferenceBase(entry, interfaceId));
     }
     return references;
 }

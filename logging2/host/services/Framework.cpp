@@ -60,10 +60,13 @@ FrameworkEvent Framework::WaitForStop(const std::chrono::milliseconds& timeout) 
     return requireCore().waitForStop(timeout);
 }
 
+// Members, as the API has them.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 Framework FrameworkFactory::NewFramework() {
     return NewFramework({});
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 Framework FrameworkFactory::NewFramework(const FrameworkConfiguration& /*configuration*/,
                                          std::ostream* /*logger*/) {
     return Framework(std::make_shared<detail::FrameworkCore>());

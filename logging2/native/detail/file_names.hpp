@@ -19,7 +19,8 @@ values_file(const fl::filesystem::basic_path<char, char16_t>& uniquePath, std::s
 
 /// Each byte as one UTF-16 unit, taken as signed: 0x80 to 0xFF become 0xFF80 to 0xFFFF.
 ///
-/// Intended, though only ASCII survives: stores and warnings have always been made this way.
+/// Intended, though only ASCII survives: below a directory with other characters a store names no
+/// times file, and a warning shows another name.
 std::u16string widen_bytes(const std::string& bytes);
 
 } // namespace logging2::core::detail

@@ -10,7 +10,7 @@ namespace logging2::core::detail {
 /// Intended: paths are counted, not doubles, so the buffer of a group with wide channels is larger
 /// than 64 MiB, in proportion to the mean width of its channels.
 constexpr std::size_t row_capacity(std::size_t pathCount) {
-    constexpr std::size_t bufferByteCount = 64U * 1024 * 1024;
+    constexpr std::size_t bufferByteCount = std::size_t{64} * 1024 * 1024;
     const std::size_t rowByteCount = sizeof(double) * (pathCount + 1);
     return rowByteCount <= bufferByteCount ? bufferByteCount / rowByteCount : 1;
 }

@@ -28,9 +28,8 @@ std::vector<Slice> slices_of(const RowLayout& layout, std::size_t rowLength) {
     slices.reserve(layout.size() + 1);
     std::size_t offset = 1;
     for (const auto& [channel, width] : layout) {
-        const std::size_t start = std::min(offset, rowLength);
-        slices.push_back({start, std::min(width, rowLength - start)});
-        offset = start + slices.back().width;
+        slices.push_back({offset, std::min(width, rowLength - offset)});
+        offset += slices.back().width;
     }
     return slices;
 }
@@ -49,6 +48,32 @@ double* copy_slice(const RowBlock& rows, const Slice& slice, double* out) {
     }
     return out;
 }
+
+/// Takes back what was appended to the columns since it was made, unless that is to stay.
+class ColumnsGuard {
+public:
+    explicit ColumnsGuard(std::deque<std::vector<double>>& guardedColumns)
+        : columns(guardedColumns) {
+        for (const std::vector<double>& column : columns) {
+            formerSizes.push_back(column.size());
+        }
+    }
+
+    ~ColumnsGuard() {
+        for (std::size_t j = 0; j < formerSizes.size(); ++j) {
+            columns[j].resize(formerSizes[j]);
+        }
+    }
+
+    ColumnsGuard(const ColumnsGuard&) = delete;
+    ColumnsGuard& operator=(const ColumnsGuard&) = delete;
+
+    void keep() { formerSizes.clear(); }
+
+private:
+    std::deque<std::vector<double>>& columns;
+    std::vector<std::size_t> formerSizes;
+};
 
 /// Sizes every column for the block and returns where its new elements begin.
 std::vector<double*> grow_columns(const std::vector<Slice>& slices, std::size_t rowCount,
@@ -82,12 +107,14 @@ void append_rows(const std::vector<double>& rows, std::size_t rowWidth, const Ro
     if (columns.size() < layout.size() + 1) {
         columns.resize(layout.size() + 1);
     }
+    ColumnsGuard guard(columns);
     const std::size_t rowLength = rowWidth + 1;
     const std::size_t rowCount = rows.size() / rowLength;
     append_block({rows.data(), rowLength, rowCount}, layout, columns);
     if (const std::size_t rest = rows.size() % rowLength; rest > 0) {
         append_block({rows.data() + rowCount * rowLength, rest, 1}, layout, columns);
     }
+    guard.keep();
 }
 
 } // namespace logging2::core::detail

@@ -2,29 +2,30 @@
 #include <logging2/logging2.hpp>
 
 #include <cstdio>
-#include <deque>
+#include <memory>
+#include <string>
 #include <vector>
 
 // A host of its own: logs three steps, takes one back, and reads the rest.
 
-using namespace logging2::core;
-
 namespace {
 
-bool logs_and_reads(StreamWriter& writer, const std::string& backend) {
+bool logs_and_reads(logging2::core::StreamWriter& writer, const std::string& backend) {
     for (const double time : {0.0, 1.0, 2.0}) {
         const double row[] = {time, 10.0 * time, 100.0 * time};
         writer.write(0, time, row, 3);
     }
     writer.rollback(0, 1.0);
     writer.flush();
-    const auto reader = get_stream_reader(backend, writer.dataStore(lang::core::ValuePath("b")));
+    const auto reader =
+        logging2::core::get_stream_reader(backend, writer.dataStore(lang::core::ValuePath("b")));
     return reader && (*reader)->timeseries().second == std::vector<double>{0.0, 0.0, 10.0, 100.0};
 }
 
 } // namespace
 
 int main() {
+    using namespace logging2::core;
     const SequenceMap<Group, LoggedPathsSetupData> setup{
         {Group(0), LoggedPathsSetupData({{lang::core::ValuePath("a"), CoreDataId(7)},
                                          {lang::core::ValuePath("b"), CoreDataId(9)}},

@@ -51,6 +51,11 @@ TEST(FilesystemTest, existsTellsWhatIsThere) {
     EXPECT_TRUE(fl::filesystem::exists(file));
     EXPECT_TRUE(fl::filesystem::exists(inside(directory, u"")));
     EXPECT_FALSE(fl::filesystem::exists(Path()));
+    std::filesystem::create_symlink("nowhere", directory.path() / "dangling");
+    EXPECT_FALSE(fl::filesystem::exists(inside(directory, u"dangling")));
+    std::filesystem::create_symlink("loop", directory.path() / "loop");
+    EXPECT_THROW(fl::filesystem::exists(inside(directory, u"loop")),
+                 std::filesystem::filesystem_error);
 }
 
 TEST(FilesystemTest, removesAFileAndToleratesItsAbsence) {

@@ -1,7 +1,11 @@
 #include <logging2/host/foundation/bundle_context.hpp>
 
+#include <cppmicroservices/BundleContext.h>
+#include <cppmicroservices/ServiceRegistration.h>
+
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -54,6 +58,19 @@ TEST(BundleContextTest, manyThreadsStartOneFramework) {
         thread.join();
     }
     foundation::stop_vantrel_core();
+}
+
+/// A service that asks for the context when it goes.
+struct AskingService {
+    ~AskingService() { static_cast<void>(foundation::get_global_bundle_context()); }
+};
+
+TEST(BundleContextTest, serviceThatGoesWithTheStopMayAskForTheContext) {
+    foundation::install_and_start_vantrel_core();
+    foundation::get_global_bundle_context().RegisterService<AskingService>(
+        std::make_shared<AskingService>());
+    foundation::stop_vantrel_core();
+    EXPECT_FALSE(foundation::get_global_bundle_context());
 }
 
 } // namespace

@@ -21,7 +21,9 @@ protected:
 TEST_F(WarningsTest, handlerGetsTheMessage) {
     std::vector<Message> received;
     foundation::setWarningHandler([&](const Message& warning) { received.push_back(warning); });
+    ::testing::internal::CaptureStderr();
     foundation::issueWarning(message);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
     ASSERT_EQ(received.size(), 1U);
     EXPECT_EQ(received[0].catalog(), "vantrel:common:logging2:core:common");
     EXPECT_EQ(received[0].key(), "RollbackNotSupported");
@@ -54,6 +56,12 @@ TEST_F(WarningsTest, handlerMayReplaceItself) {
     foundation::setWarningHandler([](const Message&) { foundation::setWarningHandler({}); });
     foundation::issueWarning(message);
     EXPECT_FALSE(foundation::setWarningHandler({}));
+}
+
+TEST_F(WarningsTest, lineNamesEveryArgument) {
+    ::testing::internal::CaptureStderr();
+    foundation::issueWarning(Message("catalog", "Key", {u"a", u"b"}));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "warning: Key \"a\" \"b\" [catalog]\n");
 }
 
 } // namespace

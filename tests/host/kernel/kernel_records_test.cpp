@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <type_traits>
 
 namespace logging2::core {
 namespace {
@@ -21,6 +22,7 @@ TEST(GroupTest, isAKeyByItsId) {
 }
 
 TEST(CoreDataIdTest, isComparedByItsValue) {
+    EXPECT_FALSE((std::is_convertible_v<std::size_t, CoreDataId>));
     EXPECT_EQ(CoreDataId(7)(), 7U);
     EXPECT_TRUE(CoreDataId(7) == CoreDataId(7));
     EXPECT_TRUE(CoreDataId(7) != CoreDataId(8));

@@ -16,6 +16,8 @@ TEST(ValuePathTest, comparesLexicographically) {
     EXPECT_EQ(compare(ValuePath("a.b"), ValuePath("a.b")), 0);
     EXPECT_GT(compare(ValuePath("b"), ValuePath("a.b")), 0);
     EXPECT_LT(compare(ValuePath("a"), ValuePath("a.b")), 0);
+    EXPECT_GT(compare(ValuePath("\x80"), ValuePath("a")), 0) << "bytes are unsigned";
+    EXPECT_NE(compare(ValuePath(std::string("a\0b", 3)), ValuePath(std::string("a\0c", 3))), 0);
 }
 
 TEST(ValuePathTest, isFoundByItsFullNames) {

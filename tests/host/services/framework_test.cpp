@@ -4,6 +4,7 @@ namespace services_test {
 namespace {
 
 using namespace cppmicroservices;
+
 using std::chrono::milliseconds;
 
 Framework new_framework() {

@@ -18,6 +18,7 @@ namespace services_test {
 namespace {
 
 using namespace cppmicroservices;
+
 using Texts = std::vector<std::string>;
 
 ServiceProperties ranking(int value) {

@@ -146,7 +146,7 @@ private:
         throw std::invalid_argument(problem + ": " + std::string(rest));
     }
 
-    [[noreturn]] void failAtEnd() const {
+    [[noreturn]] static void failAtEnd() {
         throw std::invalid_argument("Unexpected end of query: ");
     }
 

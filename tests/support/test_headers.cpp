@@ -1,0 +1,1 @@
+// An object of the target whose precompiled headers the tests share.
