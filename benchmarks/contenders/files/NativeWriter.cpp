@@ -1,0 +1,115 @@
+#include <benchmarks/contenders/makers.hpp>
+
+#include <benchmarks/contenders/checks.hpp>
+#include <benchmarks/contenders/files/channel_files.hpp>
+#include <benchmarks/workload/library_setup.hpp>
+
+#include <logging2/host/foundation/text_conversion.hpp>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace logging2::core::bench {
+namespace {
+
+std::string utf8(const std::u16string& text) {
+    return foundation::ustring_to_utf8_string(text);
+}
+
+/// Full buffers go to the background thread; one that fills before the thread has taken the one
+/// before replaces it, and the rows that are lost thereby are counted.
+class NativeWriter : public Contender {
+public:
+    explicit NativeWriter(const Rows& workloadRows)
+        : rows(workloadRows),
+          writer({}, setup_of(rows.workload())) {}
+
+    void run() override {
+        StreamWriter& target = writer;
+        rows.forEach([&](std::size_t group, double time, const double* values, std::size_t n) {
+            target.write(group, time, values, n);
+        });
+    }
+
+    void finish() override { writer.flush(); }
+
+    std::size_t check() override {
+        std::size_t lost = 0;
+        for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
+            lost += rows.workload().stepCount - check_group(group);
+        }
+        return lost;
+    }
+
+protected:
+    const Rows& rows;
+    NativeStreamWriter writer;
+
+private:
+    /// How many steps of the group are in its files, which must agree.
+    std::size_t check_group(std::size_t group) const {
+        const std::size_t stepCount = check_channel({group, 0});
+        for (std::size_t k = 1; k < rows.workload().groups[group].widths.size(); ++k) {
+            check_count(check_channel({group, k}), stepCount);
+        }
+        return stepCount;
+    }
+
+    std::size_t check_channel(ColumnId column) const {
+        const auto store = boost::any_cast<NativeDatastore>(
+            writer.dataStore(path_of(column.group, column.channel)));
+        return check_files(rows, column, utf8(store.timesLocation()), utf8(store.valuesLocation()));
+    }
+};
+
+/// A host that must not lose a step: it has the buffers written from its own thread before one is
+/// full. The row counts go on over flushIntermediate(); clearBuffer() starts them anew, so that no
+/// buffer is ever handed over.
+class NativeWriterKeepingAll : public NativeWriter {
+public:
+    explicit NativeWriterKeepingAll(const Rows& workloadRows) : NativeWriter(workloadRows) {
+        std::size_t least = writer.getBufferSize(0);
+        for (std::size_t group = 1; group < rows.workload().groups.size(); ++group) {
+            least = std::min(least, writer.getBufferSize(group));
+        }
+        rowLimit = (least - 1) * rows.workload().groups.size();
+    }
+
+    void run() override {
+        StreamWriter& target = writer;
+        std::size_t rowsLeft = rowLimit;
+        rows.forEach([&](std::size_t group, double time, const double* values, std::size_t n) {
+            target.write(group, time, values, n);
+            if (--rowsLeft == 0) {
+                target.flushIntermediate();
+                writer.clearBuffer();
+                rowsLeft = rowLimit;
+            }
+        });
+    }
+
+    std::size_t check() override {
+        check_count(NativeWriter::check(), 0);
+        return 0;
+    }
+
+private:
+    std::size_t rowLimit; // of all groups, which fill in step
+};
+
+} // namespace
+
+std::unique_ptr<Contender> make_native_writer(const Rows& rows,
+                                              const std::filesystem::path& directory) {
+    set_temp_directory(directory);
+    return std::make_unique<NativeWriter>(rows);
+}
+
+std::unique_ptr<Contender> make_native_keeping_all(const Rows& rows,
+                                                   const std::filesystem::path& directory) {
+    set_temp_directory(directory);
+    return std::make_unique<NativeWriterKeepingAll>(rows);
+}
+
+} // namespace logging2::core::bench

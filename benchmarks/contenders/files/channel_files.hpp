@@ -1,0 +1,34 @@
+#pragma once
+
+#include <benchmarks/workload/Rows.hpp>
+
+#include <cstddef>
+#include <filesystem>
+#include <vector>
+
+namespace logging2::core::bench {
+
+/// The files of contenders that store as the file-backed writer does: a times file per group and a
+/// values file per channel.
+class ChannelFiles {
+public:
+    ChannelFiles(const Rows& rows, std::filesystem::path directory);
+
+    std::filesystem::path times(std::size_t group) const;
+    std::filesystem::path values(std::size_t group, std::size_t channel) const;
+
+    /// Compares all files with the rows; throws Mismatch where they differ or a step is missing.
+    void check() const;
+
+private:
+    const Rows& rows;
+    std::filesystem::path directory;
+};
+
+/// Lets the file-backed writers of this process put their files into the directory.
+void set_temp_directory(const std::filesystem::path& directory);
+
+/// After how many steps the file-backed writer hands a group's buffer over, by group.
+std::vector<std::size_t> batch_step_counts(const Workload& workload);
+
+} // namespace logging2::core::bench

@@ -1,0 +1,55 @@
+#include <benchmarks/contenders/makers.hpp>
+
+#include <benchmarks/contenders/memory/memory_stores.hpp>
+#include <benchmarks/contenders/memory/ring_size.hpp>
+
+namespace logging2::core::bench {
+namespace {
+
+StreamingAttributes limited_to(std::size_t pointLimit) {
+    StreamingAttributes attributes;
+    attributes.pointLimit = pointLimit;
+    return attributes;
+}
+
+/// Timed after its rings are full: every step overwrites an older one.
+class RestrictedWriter : public Contender {
+public:
+    explicit RestrictedWriter(const Rows& workloadRows)
+        : rows(workloadRows),
+          ringSize(ring_size(rows.workload())),
+          writer(std::make_unique<MemoryStreamRestrictedWriter>(limited_to(ringSize),
+                                                                setup_of(rows.workload()))) {}
+
+    void prepare() override {
+        rows.forFirst(ringSize, [this](std::size_t group, double time, const double* values,
+                                       std::size_t n) { writer->write(group, time, values, n); });
+    }
+
+    void run() override {
+        StreamWriter& target = *writer;
+        rows.forEach([&](std::size_t group, double time, const double* values, std::size_t n) {
+            target.write(group, time, values, n);
+        });
+    }
+
+    void finish() override { writer->flush(); }
+
+    std::size_t check() override {
+        check_stores(rows, *writer, ringSize);
+        return 0;
+    }
+
+private:
+    const Rows& rows;
+    std::size_t ringSize;
+    std::unique_ptr<StreamWriter> writer;
+};
+
+} // namespace
+
+std::unique_ptr<Contender> make_restricted_writer(const Rows& rows, const std::filesystem::path&) {
+    return std::make_unique<RestrictedWriter>(rows);
+}
+
+} // namespace logging2::core::bench

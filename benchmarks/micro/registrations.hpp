@@ -1,0 +1,14 @@
+#pragma once
+
+// Each adds its benchmarks to those that the program runs.
+
+namespace logging2::core::bench {
+
+void register_write();
+void register_rollback();
+void register_flush();
+void register_transpose();
+void register_read();
+void register_look_up();
+
+} // namespace logging2::core::bench

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <benchmarks/workload/Rows.hpp>
+
+#include <logging2/native/StreamMetadata.hpp>
+
+#include <cstddef>
+#include <vector>
+
+namespace logging2::core::bench {
+
+/// The rows of the first group as the file-backed writer buffers them: each after its time.
+inline std::vector<double> batch_of(const Rows& rows) {
+    std::vector<double> batch;
+    batch.reserve(rows.workload().byteCount() / sizeof(double));
+    rows.forEach([&](std::size_t, double time, const double* values, std::size_t n) {
+        batch.push_back(time);
+        batch.insert(batch.end(), values, values + n);
+    });
+    return batch;
+}
+
+/// The layout of a group's rows; channels are numbered from 0.
+inline RowLayout layout_of(const GroupShape& group) {
+    RowLayout layout;
+    for (const std::size_t width : group.widths) {
+        layout.emplace_back(layout.size(), width);
+    }
+    return layout;
+}
+
+} // namespace logging2::core::bench

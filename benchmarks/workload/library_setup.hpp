@@ -1,0 +1,17 @@
+#pragma once
+
+#include <benchmarks/workload/Workload.hpp>
+
+#include <logging2/logging2.hpp>
+
+#include <cstddef>
+
+namespace logging2::core::bench {
+
+/// The logged path of a channel of a group.
+lang::core::ValuePath path_of(std::size_t group, std::size_t channel);
+
+/// The workload's groups with one path per channel. Channel numbers are unique in the setup.
+SequenceMap<Group, LoggedPathsSetupData> setup_of(const Workload& workload);
+
+} // namespace logging2::core::bench
