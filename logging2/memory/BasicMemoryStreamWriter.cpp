@@ -1,8 +1,11 @@
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
 #include <logging2/memory/MemoryStreamWriter.hpp>
+#include <logging2/stream/detail/append_tile.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cassert>
+#include <cstddef>
 #include <map>
 #include <set>
 #include <utility>
@@ -38,24 +41,34 @@ std::vector<Column> make_columns(const std::vector<LoggedChannel>& channels, std
     return columns;
 }
 
-void append_row(const double* value, const std::vector<LoggedChannel>& channels,
-                const std::vector<Column>& columns) {
+/// Appends the first rowCount rows to the columns, channel after channel.
+template <class Rows>
+void append_rows(const Rows& rows, std::size_t rowCount, const std::vector<LoggedChannel>& channels,
+                 const std::vector<Column>& columns) {
+    std::array<const double*, tileRowCount> tile{};
+    std::transform(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(rowCount), tile.begin(),
+                   [](const RowHandle& row) { return row->data(); });
+    std::size_t offset = 0;
     for (std::size_t k = 0; k < channels.size(); ++k) {
-        columns[k]->insert(columns[k]->end(), value, value + channels[k].width);
-        value += channels[k].width;
+        append_tile(tile.data(), rowCount, offset, channels[k].width, *columns[k]);
+        offset += channels[k].width;
     }
 }
 
 /// Takes up to rowCount rows from the front of rows and distributes their values over one column
-/// per channel. There are fewer rows than times only where the caller changed either directly, or
-/// flushed a ring twice.
+/// per channel, a tile of rows at a time. There are fewer rows than times only where the caller
+/// changed either directly, or flushed a ring twice.
 template <class Rows>
 std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
                                  const std::vector<LoggedChannel>& channels) {
     std::vector<Column> columns = make_columns(channels, rowCount);
-    for (std::size_t left = std::min(rowCount, rows.size()); left > 0; --left) {
-        append_row(rows.front()->data(), channels, columns);
-        rows.pop_front();
+    for (std::size_t left = std::min(rowCount, rows.size()); left > 0;) {
+        const std::size_t count = std::min(left, tileRowCount);
+        append_rows(rows, count, channels, columns);
+        for (std::size_t spent = 0; spent < count; ++spent) {
+            rows.pop_front();
+        }
+        left -= count;
     }
     return columns;
 }

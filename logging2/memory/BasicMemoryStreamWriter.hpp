@@ -55,7 +55,7 @@ public:
     std::optional<DataStoreInfo> dataStoreInfo() const override;
 
     /// Builds one store per logged path whose channel its group has; each column is allocated once
-    /// at its final size, and each row is freed as soon as its values are in the columns.
+    /// at its final size, and the rows are freed as they are spent, 64 at a time.
     ///
     /// A path that has a store keeps it. Where memory runs out, the stores of the groups before
     /// stay, and the group in work has lost its times: then nothing more is to be written.

@@ -318,17 +318,21 @@ TYPED_TEST(MemoryWritersFlushTest, moveAssignmentLeavesTheStoresOfBoth) {
     EXPECT_THAT(*memoryStore(source, "x").values, ElementsAre(1.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, eachRowIsFreedBeforeTheNextIsTaken) {
-    auto writer = this->make();
-    this->writeTimes(writer, {1.0, 2.0});
-    const auto second = writer.data(0)[1];
+// Rows are turned into columns 64 at a time; those that are spent are gone before the next.
+TYPED_TEST(MemoryWritersFlushTest, rowsAreFreedBeforeTheRowBehindTheirTileIsTaken) {
+    StreamingAttributes wide = attributes();
+    wide.pointLimit = 100;
+    TypeParam writer(wide, scalarSetup());
+    this->writeTimes(writer, std::vector<double>(100, 0.0));
+    const auto behind = writer.data(0)[64];
     writer.data(0)[0] = std::shared_ptr<std::vector<double>>(
-        new std::vector<double>{1.0}, [&second](const std::vector<double>* row) {
-            second->front() = 99.0;
+        new std::vector<double>{1.0}, [&behind](const std::vector<double>* row) {
+            behind->front() = 99.0;
             delete row;
         });
     writer.flush();
-    EXPECT_THAT(*memoryStore(writer, "x").values, ElementsAre(1.0, 99.0));
+    EXPECT_EQ(memoryStore(writer, "x").values->at(64), 99.0);
+    EXPECT_EQ(memoryStore(writer, "x").values->at(65), 66.0);
 }
 
 TYPED_TEST(MemoryWritersFlushTest, movesTakeTheAttributes) {

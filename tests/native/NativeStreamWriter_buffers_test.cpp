@@ -1,7 +1,5 @@
 #include <tests/native/native_writers.hpp>
 
-#include <stdexcept>
-
 // The samples' way into the buffers, and when a buffer is handed over.
 
 namespace logging2::core::test {
@@ -209,18 +207,6 @@ TEST_F(NativeStreamWriterBuffersTest, flushIntermediateAloneMayLoseAHandOver) {
     writer.flushIntermediate();
     writer.flush();
     EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0, 3.0, 5.0, 6.0));
-}
-
-TEST_F(NativeStreamWriterBuffersTest, rowTooLongForAnyVectorIsALengthErrorAndLeavesNoTrace) {
-    for (const std::size_t length : {std::size_t{1} << 60U, ~std::size_t{0}}) {
-        NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
-        const double value = 0.0;
-        EXPECT_THROW(writer.write(0, 0.0, &value, length), std::length_error);
-        writeTimes(writer, 0, {1.0, 2.0});
-        writer.flush();
-        EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0));
-        EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0));
-    }
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 #include <logging2/native/detail/transpose.hpp>
 
+#include <logging2/stream/detail/append_tile.hpp>
+
 #include <algorithm>
+#include <array>
 
 namespace logging2::core::detail {
 namespace {
@@ -18,10 +21,6 @@ struct Slice {
     std::size_t width;
 };
 
-/// Rows that are worked on together, so that they are in the cache when the next column asks for
-/// its elements.
-constexpr std::size_t tileRowCount = 64;
-
 /// The slices of the times and of every channel, cut off where the row ends.
 std::vector<Slice> slices_of(const RowLayout& layout, std::size_t rowLength) {
     std::vector<Slice> slices{{0, 1}};
@@ -34,68 +33,24 @@ std::vector<Slice> slices_of(const RowLayout& layout, std::size_t rowLength) {
     return slices;
 }
 
-/// Copies one slice of every row to out, row after row; returns the end of what was written.
-double* copy_slice(const RowBlock& rows, const Slice& slice, double* out) {
-    const double* source = rows.first + slice.offset;
-    if (slice.width == 1) {
-        for (std::size_t row = 0; row < rows.rowCount; ++row) {
-            out[row] = source[row * rows.rowLength];
-        }
-        return out + rows.rowCount;
-    }
-    for (std::size_t row = 0; row < rows.rowCount; ++row) {
-        out = std::copy_n(source + row * rows.rowLength, slice.width, out);
-    }
-    return out;
-}
-
-/// Takes back what was appended to the columns since it was made, unless that is to stay.
-class ColumnsGuard {
-public:
-    explicit ColumnsGuard(std::deque<std::vector<double>>& guardedColumns)
-        : columns(guardedColumns) {
-        for (const std::vector<double>& column : columns) {
-            formerSizes.push_back(column.size());
-        }
-    }
-
-    ~ColumnsGuard() {
-        for (std::size_t j = 0; j < formerSizes.size(); ++j) {
-            columns[j].resize(formerSizes[j]);
-        }
-    }
-
-    ColumnsGuard(const ColumnsGuard&) = delete;
-    ColumnsGuard& operator=(const ColumnsGuard&) = delete;
-
-    void keep() { formerSizes.clear(); }
-
-private:
-    std::deque<std::vector<double>>& columns;
-    std::vector<std::size_t> formerSizes;
-};
-
-/// Sizes every column for the block and returns where its new elements begin.
-std::vector<double*> grow_columns(const std::vector<Slice>& slices, std::size_t rowCount,
-                                  std::deque<std::vector<double>>& columns) {
-    std::vector<double*> ends(slices.size());
+/// Gives every column room for the slices of so many rows, so that appending them cannot fail.
+void reserve_columns(const std::vector<Slice>& slices, std::size_t rowCount,
+                     std::deque<std::vector<double>>& columns) {
     for (std::size_t j = 0; j < slices.size(); ++j) {
-        const std::size_t former = columns[j].size();
-        columns[j].resize(former + rowCount * slices[j].width);
-        ends[j] = columns[j].data() + former;
+        columns[j].reserve(columns[j].size() + rowCount * slices[j].width);
     }
-    return ends;
 }
 
-void append_block(const RowBlock& rows, const RowLayout& layout,
+void append_block(const RowBlock& rows, const std::vector<Slice>& slices,
                   std::deque<std::vector<double>>& columns) {
-    const std::vector<Slice> slices = slices_of(layout, rows.rowLength);
-    std::vector<double*> ends = grow_columns(slices, rows.rowCount, columns);
-    for (std::size_t row = 0; row < rows.rowCount; row += tileRowCount) {
-        const RowBlock tile{rows.first + row * rows.rowLength, rows.rowLength,
-                            std::min(tileRowCount, rows.rowCount - row)};
+    std::array<const double*, tileRowCount> tile{};
+    for (std::size_t done = 0; done < rows.rowCount; done += tileRowCount) {
+        const std::size_t count = std::min(tileRowCount, rows.rowCount - done);
+        for (std::size_t row = 0; row < count; ++row) {
+            tile[row] = rows.first + (done + row) * rows.rowLength;
+        }
         for (std::size_t j = 0; j < slices.size(); ++j) {
-            ends[j] = copy_slice(tile, slices[j], ends[j]);
+            append_tile(tile.data(), count, slices[j].offset, slices[j].width, columns[j]);
         }
     }
 }
@@ -107,14 +62,17 @@ void append_rows(const std::vector<double>& rows, std::size_t rowWidth, const Ro
     if (columns.size() < layout.size() + 1) {
         columns.resize(layout.size() + 1);
     }
-    ColumnsGuard guard(columns);
     const std::size_t rowLength = rowWidth + 1;
     const std::size_t rowCount = rows.size() / rowLength;
-    append_block({rows.data(), rowLength, rowCount}, layout, columns);
-    if (const std::size_t rest = rows.size() % rowLength; rest > 0) {
-        append_block({rows.data() + rowCount * rowLength, rest, 1}, layout, columns);
-    }
-    guard.keep();
+    const std::size_t rest = rows.size() % rowLength;
+    const RowBlock whole{rows.data(), rowLength, rowCount};
+    const RowBlock cutShort{rows.data() + rowCount * rowLength, rest,
+                            rest > 0 ? std::size_t{1} : 0};
+    const std::vector<Slice> slices = slices_of(layout, rowLength);
+    const std::vector<Slice> slicesCutShort = slices_of(layout, std::max(rest, std::size_t{1}));
+    reserve_columns(slices, whole.rowCount + cutShort.rowCount, columns);
+    append_block(whole, slices, columns);
+    append_block(cutShort, slicesCutShort, columns);
 }
 
 } // namespace logging2::core::detail
