@@ -3,7 +3,8 @@
 
 #include <future>
 
-// Every way in which a batch can meet the thread, each brought about step by step.
+// What a batch in the slot can meet, each brought about step by step. That the caller waits for a
+// batch that is being written is tested in waiting_test.cpp.
 
 namespace logging2::core::test {
 namespace {
