@@ -1,6 +1,7 @@
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
 #include <logging2/memory/MemoryStreamWriter.hpp>
 #include <logging2/stream/detail/append_tile.hpp>
+#include <logging2/stream/detail/storage.hpp>
 
 #include <algorithm>
 #include <array>
@@ -36,7 +37,7 @@ std::vector<Column> make_columns(const std::vector<LoggedChannel>& channels, std
     columns.reserve(channels.size());
     for (const LoggedChannel& channel : channels) {
         columns.push_back(std::make_shared<std::vector<double>>());
-        columns.back()->reserve(rowCount * channel.width);
+        reserve_large(*columns.back(), rowCount * channel.width);
     }
     return columns;
 }
@@ -90,7 +91,8 @@ BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
     : groups(std::move(setup)),
       groupTimes(groups.size()),
       groupData(groups.size()),
-      attributes(std::move(configuration)) {}
+      attributes(std::move(configuration)),
+      rowStorages(groups.size()) {}
 
 template <class Times, class Rows>
 BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
@@ -99,7 +101,8 @@ BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
       flushed(other.flushed),
       groupTimes(std::move(other.groupTimes)),
       groupData(std::move(other.groupData)),
-      attributes(std::move(other.attributes)) {}
+      attributes(std::move(other.attributes)),
+      rowStorages(std::move(other.rowStorages)) {}
 
 template <class Times, class Rows>
 BasicMemoryStreamWriter<Times, Rows>&
@@ -112,6 +115,7 @@ BasicMemoryStreamWriter<Times, Rows>::operator=(BasicMemoryStreamWriter&& other)
     groupTimes = std::move(other.groupTimes);
     groupData = std::move(other.groupData);
     attributes = std::move(other.attributes);
+    rowStorages = std::move(other.rowStorages);
     return *this;
 }
 
@@ -125,7 +129,7 @@ bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
     Times& times = groupTimes[group];
     // Before anything is taken back: where memory runs out, nothing is lost, and the values may
     // lie in a row that is about to go.
-    auto row = std::make_shared<std::vector<double>>(values, values + n);
+    RowHandle row = rowStorages[group].makeRow(values, n);
     if (attributes.rollbackOnTimeRegression && !times.empty() && times.back() >= time) {
         rollback(group, time);
         if (!times.empty() && times.back() == time) {

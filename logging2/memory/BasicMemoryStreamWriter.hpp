@@ -6,6 +6,7 @@
 #include <logging2/host/kernel/LoggedPathsSetupData.hpp>
 #include <logging2/host/lang/ValuePath.hpp>
 #include <logging2/memory/MemoryDatastore.hpp>
+#include <logging2/memory/detail/RowStorage.hpp>
 #include <logging2/stream/StreamWriter.hpp>
 #include <logging2/stream/StreamingAttributes.hpp>
 
@@ -18,9 +19,6 @@
 #include <vector>
 
 namespace logging2::core::detail {
-
-/// The handle of one row.
-using RowHandle = std::shared_ptr<std::vector<double>>;
 
 /// What MemoryStreamWriter and MemoryStreamRestrictedWriter have in common, which is all but the
 /// kind of their per-group containers: Times is a sequence of double and Rows one of RowHandle,
@@ -37,9 +35,9 @@ public:
     /// the group's last one first takes back every sample at that time or behind it, so that the
     /// new sample replaces them; NaN times never take anything back.
     ///
-    /// Allocates one row of n doubles and its handle, and for a writer without limit the amortised
-    /// growth of its containers; copies the values once. A call that throws stores nothing, and
-    /// takes nothing back unless it was the growth that failed.
+    /// Allocates one row of n doubles, for every 63rd row a block for their handles, and for a
+    /// writer without limit the amortised growth of its containers; copies the values once. A call
+    /// that throws stores nothing, and takes nothing back unless it was the growth that failed.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
     /// Drops the first sample that is strictly later than the time and everything behind it;
@@ -101,6 +99,7 @@ protected:
     StreamingAttributes attributes;
 
 private:
+    std::vector<RowStorage> rowStorages; // one per group
     void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
 };
 

@@ -2,6 +2,7 @@
 
 #include <logging2/host/filesystem/ifstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
+#include <logging2/stream/detail/storage.hpp>
 
 #include <cstdint>
 #include <new>
@@ -25,6 +26,7 @@ std::vector<double> sized_for(std::uint64_t byteCount) {
     if (valueCount > values.max_size()) {
         throw std::bad_alloc();
     }
+    detail::reserve_large(values, valueCount);
     values.resize(valueCount);
     return values;
 }

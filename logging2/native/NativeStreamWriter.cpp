@@ -4,6 +4,7 @@
 #include <logging2/host/foundation/warnings.hpp>
 #include <logging2/native/detail/file_names.hpp>
 #include <logging2/native/detail/row_capacity.hpp>
+#include <logging2/stream/detail/storage.hpp>
 
 #include <utility>
 
@@ -130,6 +131,7 @@ void NativeStreamWriter::copyToStreamedBuffer(std::size_t group, double time, co
     std::vector<double>& buffer = groupBuffers[group];
     const std::size_t formerSize = buffer.size();
     try {
+        detail::make_room(buffer, n + 1);
         buffer.push_back(time);
         buffer.insert(buffer.end(), values, values + n);
         // The look-up of the width is spared as soon as every group has one.

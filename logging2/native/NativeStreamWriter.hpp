@@ -134,7 +134,7 @@ private:
 
     // These need the mutex, or a thread that has been joined.
     void moveToSlot(std::size_t group);
-    void writeBufferedRows();
+    void writeBufferedRows(std::size_t group);
     void transposeData(std::size_t group);
     void transposeOrKeep(std::size_t group);
     void writeData(std::size_t group);

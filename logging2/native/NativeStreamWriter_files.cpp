@@ -23,7 +23,9 @@ void NativeStreamWriter::writer() {
 
 void NativeStreamWriter::flushIntermediate() {
     const std::lock_guard lock(mutex);
-    writeBufferedRows();
+    for (const auto& entry : metadata.groupChannels()) {
+        writeBufferedRows(entry.first);
+    }
     // Where no group had rows, a batch may still wait in the slot: the thread is to look.
     dataReady = true;
     condition.notify_one();
@@ -39,7 +41,11 @@ void NativeStreamWriter::flush() {
         }
         writerThread->join();
     }
-    writeBufferedRows();
+    for (const auto& entry : metadata.groupChannels()) {
+        writeBufferedRows(entry.first);
+        // The columns of the next group get this memory, which costs less than fresh memory.
+        columns.erase(entry.first);
+    }
     clearBuffer();
 }
 
@@ -64,14 +70,11 @@ void NativeStreamWriter::moveToSlot(std::size_t group) {
     streamedBuffer = std::exchange(buffer, {});
 }
 
-void NativeStreamWriter::writeBufferedRows() {
-    for (const auto& entry : metadata.groupChannels()) {
-        const std::size_t group = entry.first;
-        if (rowCounts[group] != 0) {
-            moveToSlot(group);
-            transposeOrKeep(group);
-            writeData(group);
-        }
+void NativeStreamWriter::writeBufferedRows(std::size_t group) {
+    if (rowCounts[group] != 0) {
+        moveToSlot(group);
+        transposeOrKeep(group);
+        writeData(group);
     }
 }
 

@@ -1,6 +1,7 @@
 #include <logging2/native/detail/transpose.hpp>
 
 #include <logging2/stream/detail/append_tile.hpp>
+#include <logging2/stream/detail/storage.hpp>
 
 #include <algorithm>
 #include <array>
@@ -37,7 +38,7 @@ std::vector<Slice> slices_of(const RowLayout& layout, std::size_t rowLength) {
 void reserve_columns(const std::vector<Slice>& slices, std::size_t rowCount,
                      std::deque<std::vector<double>>& columns) {
     for (std::size_t j = 0; j < slices.size(); ++j) {
-        columns[j].reserve(columns[j].size() + rowCount * slices[j].width);
+        reserve_large(columns[j], columns[j].size() + rowCount * slices[j].width);
     }
 }
 

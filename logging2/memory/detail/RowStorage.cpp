@@ -1,0 +1,101 @@
+#include <logging2/memory/detail/RowStorage.hpp>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+namespace logging2::core::detail {
+
+/// Slots for the vector objects of 63 rows and what std::shared_ptr keeps with each. A bit is set
+/// for every slot that is taken, and one more while a storage fills the block. Whoever clears the
+/// last bit, on whatever thread, frees the block.
+class RowBlock {
+public:
+    /// Beside the vector: the counts, the type of the whole, and the allocator.
+    static constexpr std::size_t slotByteCount = sizeof(std::vector<double>) + 3 * sizeof(void*);
+
+    bool full() const { return taken.load(std::memory_order_relaxed) == ~Bits{0}; }
+
+    /// The lowest free slot; there must be one.
+    void* take() {
+        // What a row did in the slot before it was released comes before its next use.
+        const Bits free = ~taken.load(std::memory_order_acquire);
+        const Bits lowest = free & (~free + 1);
+        taken.fetch_or(lowest, std::memory_order_relaxed);
+        return slots.data() + slot_of(lowest) * slotByteCount;
+    }
+
+    void giveBack(const void* slot) {
+        const auto byteCount = static_cast<const std::byte*>(slot) - slots.data();
+        clear(Bits{1} << (static_cast<std::size_t>(byteCount) / slotByteCount));
+    }
+
+    /// The storage turns to another block.
+    void leave() { clear(filling); }
+
+private:
+    using Bits = std::uint64_t;
+
+    static constexpr std::size_t slotCount = 63;
+    static constexpr Bits filling = Bits{1} << slotCount;
+
+    static std::size_t slot_of(Bits bit) { return static_cast<std::size_t>(__builtin_ctzll(bit)); }
+
+    void clear(Bits bit) {
+        if (taken.fetch_and(~bit, std::memory_order_acq_rel) == bit) {
+            delete this;
+        }
+    }
+
+    std::atomic<Bits> taken{filling};
+    alignas(std::max_align_t) std::array<std::byte, slotCount * slotByteCount> slots;
+};
+
+void RowBlockRelease::operator()(RowBlock* block) const noexcept {
+    block->leave();
+}
+
+namespace {
+
+/// What std::allocate_shared asks for one slot of a block, and gives it back to.
+template <class T>
+class SlotAllocator {
+public:
+    using value_type = T;
+
+    explicit SlotAllocator(RowBlock& filled) noexcept : block(&filled) {}
+
+    template <class U>
+    SlotAllocator(const SlotAllocator<U>& other) noexcept : block(other.block) {}
+
+    T* allocate(std::size_t) {
+        static_assert(sizeof(T) <= RowBlock::slotByteCount);
+        return static_cast<T*>(block->take());
+    }
+
+    void deallocate(T* slot, std::size_t) noexcept { block->giveBack(slot); }
+
+    template <class U>
+    bool operator==(const SlotAllocator<U>& other) const noexcept {
+        return block == other.block;
+    }
+
+    template <class U>
+    bool operator!=(const SlotAllocator<U>& other) const noexcept {
+        return block != other.block;
+    }
+
+    RowBlock* block;
+};
+
+} // namespace
+
+RowHandle RowStorage::makeRow(const double* values, std::size_t n) {
+    if (!block || block->full()) {
+        block.reset(new RowBlock);
+    }
+    return std::allocate_shared<std::vector<double>>(SlotAllocator<std::vector<double>>(*block),
+                                                     values, values + n);
+}
+
+} // namespace logging2::core::detail

@@ -1,0 +1,49 @@
+#include <logging2/stream/detail/storage.hpp>
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace logging2::core::detail {
+namespace {
+
+/// Anything smaller might not hold a single whole large page of 2 MiB.
+constexpr std::size_t leastByteCount = std::size_t{4} * 1024 * 1024;
+
+void prefer_large_pages([[maybe_unused]] const std::vector<double>& elements) {
+#ifdef MADV_HUGEPAGE
+    constexpr std::uintptr_t pageByteCount = 4096;
+    const auto first = reinterpret_cast<std::uintptr_t>(elements.data());
+    const std::uintptr_t last = first + elements.capacity() * sizeof(double);
+    const std::uintptr_t firstPage = first / pageByteCount * pageByteCount;
+    // It is advice: a refusal changes nothing.
+    madvise(reinterpret_cast<void*>(firstPage), last - firstPage, MADV_HUGEPAGE);
+#endif
+}
+
+} // namespace
+
+void reserve_large(std::vector<double>& elements, std::size_t elementCount) {
+    if (elementCount <= elements.capacity()) {
+        return;
+    }
+    if (elementCount < leastByteCount / sizeof(double)) {
+        elements.reserve(elementCount);
+        return;
+    }
+    std::vector<double> larger;
+    larger.reserve(elementCount);
+    prefer_large_pages(larger);
+    larger.assign(elements.begin(), elements.end());
+    elements.swap(larger);
+}
+
+void make_room(std::vector<double>& elements, std::size_t elementCount) {
+    const std::size_t needed = elements.size() + elementCount;
+    if (needed > elements.capacity()) {
+        reserve_large(elements, std::max(needed, 2 * elements.capacity()));
+    }
+}
+
+} // namespace logging2::core::detail
