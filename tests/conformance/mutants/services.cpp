@@ -1,8 +1,8 @@
 #include <tests/conformance/mutants/Mutant.hpp>
 
-#include <atomic>
 #include <climits>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 // Back-ends that are registered badly, need their service, or cannot bear company.
@@ -70,7 +70,10 @@ const Mutant table[] = {
      [](Faults& faults, Supports&) {
          const auto isFirst = std::make_shared<FirstThread>();
          faults.timeseries = [isFirst](Series series) {
-             return (*isFirst)() ? std::move(series) : Series();
+             if (!(*isFirst)()) {
+                 throw std::logic_error("another thread");
+             }
+             return series;
          };
      }},
     {"readsOnTheWritersThreadOnly", "aStoreMayBeReadAndReleasedOnAnotherThread", Base::memory,

@@ -1,5 +1,6 @@
 #include <tests/conformance/Promise.hpp>
 
+#include <exception>
 #include <functional>
 #include <thread>
 
@@ -11,11 +12,22 @@ namespace {
 constexpr std::size_t threadCount = 4;
 constexpr std::size_t stepCount = 200;
 
+/// A thread that does the work; what that throws is a failure of the test.
+std::thread thread_of(const std::function<void()>& work) {
+    return std::thread([work] {
+        try {
+            work();
+        } catch (const std::exception& error) {
+            ADD_FAILURE() << error.what();
+        }
+    });
+}
+
 /// Runs the work on several threads at once, each told its number, and waits for all.
 void on_threads(const std::function<void(std::size_t)>& work) {
     std::vector<std::thread> threads;
     for (std::size_t number = 0; number < threadCount; ++number) {
-        threads.emplace_back(work, number);
+        threads.push_back(thread_of([&work, number] { work(number); }));
     }
     for (std::thread& thread : threads) {
         thread.join();
@@ -87,9 +99,9 @@ const Promise table[] = {
      [](Session& session) {
          boost::any store = store_of_steps(session);
          Series series;
-         std::thread([&session, &series, moved = std::move(store)]() mutable {
-             const auto reader = session.reader(moved);
-             moved = boost::any();
+         thread_of([&] {
+             const auto reader = session.reader(store);
+             store = boost::any();
              series = reader->timeseries();
          }).join();
          EXPECT_TRUE(holds(series, steps(), calls()));
