@@ -151,6 +151,16 @@ const Mutant table[] = {
              return series;
          };
      }},
+    {"takesEqualValuesForTheSame", "everyBitOfAValueComesBack", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.timeseries = [](Series series) {
+             for (std::size_t i = 1; i < series.second.size(); ++i) {
+                 double& value = series.second[i];
+                 value = value == series.second[i - 1] ? series.second[i - 1] : value;
+             }
+             return series;
+         };
+     }},
     {"addsZeroToTimes", "everyBitOfATimeComesBack", Base::memory,
      [](Faults& faults, Supports&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,

@@ -21,8 +21,11 @@ std::size_t below(Random& random, std::size_t end) {
     return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
 }
 
-/// Any pattern of bits, so also NaN and infinities.
+/// Any pattern of bits, so also NaN and infinities; now and then one of the zeros, which are equal.
 double any_double(Random& random) {
+    if (const std::size_t pick = below(random, 8); pick < 4) {
+        return pick % 2 == 0 ? 0.0 : -0.0;
+    }
     const std::uint64_t bits = random();
     double value = 0.0;
     std::memcpy(&value, &bits, sizeof value);

@@ -29,7 +29,8 @@ double with_bits(std::uint64_t bits) {
     return value;
 }
 
-/// Doubles whose bits get lost where they are added to something, printed or compared.
+/// Doubles whose bits get lost where they are added to something, printed or compared; those that
+/// are equal to each other stand together.
 Doubles peculiar_doubles() {
     return {0.0,
             -0.0,
@@ -192,15 +193,12 @@ const Promise table[] = {
      [](Session& session) { EXPECT_NO_THROW(session.writer(GroupSetup())->flush()); }},
     {"everyBitOfAValueComesBack", everyone,
      [](Session& session) {
-         const Doubles row = peculiar_doubles();
-         const auto writer =
-             session.writer(one_group(paths({{"x", 0}}), {{CoreDataId(0), row.size()}}));
-         write(*writer, 0, 1.0, row);
-         write(*writer, 0, 2.0, Doubles(row.rbegin(), row.rend()));
+         const auto writer = session.writer();
+         for (const double value : peculiar_doubles()) {
+             write(*writer, 0, 1.0, {value});
+         }
          writer->flush();
-         Doubles expected = row;
-         expected.insert(expected.end(), row.rbegin(), row.rend());
-         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0}, expected));
+         EXPECT_TRUE(sameBits(session.read(*writer, "x").second, peculiar_doubles()));
      }},
     {"everyBitOfATimeComesBack", everyone,
      [](Session& session) {
