@@ -14,7 +14,13 @@
 
 namespace {
 
-using namespace logging2::core;
+using logging2::core::StreamingAttributes;
+using logging2::core::StreamReader;
+using logging2::core::StreamReaderService;
+using logging2::core::StreamWriter;
+using logging2::core::StreamWriterService;
+using logging2::core::vtllogging_read_type_id;
+using logging2::core::vtllogging_write_type_id;
 
 class OnChangeWriterService final : public StreamWriterService {
 public:
