@@ -53,18 +53,6 @@ TEST_F(BuiltinBackendsTest, everyNameThatIsListedIsRegistered) {
     }
 }
 
-TEST_F(BuiltinBackendsTest, readerOfTheSameNameReadsWhatTheWriterStored) {
-    for (const std::string& name : builtin_backend_names()) {
-        const auto writer = writerNamed(name);
-        write(*writer, 0, 1.0, {10.0});
-        write(*writer, 0, 2.0, {20.0});
-        writer->flush();
-        const auto reader = get_stream_reader(name, writer->dataStore(ValuePath("x"))).value();
-        EXPECT_THAT(reader->timeseries().first, ElementsAre(1.0, 2.0)) << name;
-        EXPECT_THAT(reader->timeseries().second, ElementsAre(10.0, 20.0)) << name;
-    }
-}
-
 TEST_F(BuiltinBackendsTest, registrationsCanBeTakenBack) {
     for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
         registration.Unregister();

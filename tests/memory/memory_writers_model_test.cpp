@@ -1,8 +1,8 @@
 #include <tests/memory/memory_oracle.hpp>
 #include <tests/memory/memory_writers.hpp>
+#include <tests/support/same_bits.hpp>
 
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <string>
 
@@ -70,16 +70,6 @@ std::size_t rowLength(const LoggedPathsSetupData& data) {
 template <class Sequence>
 Doubles flat(const Sequence& sequence) {
     return {sequence.begin(), sequence.end()};
-}
-
-/// Bit for bit, so that NaN equals itself and -0.0 is told from 0.0.
-::testing::AssertionResult sameBits(const Doubles& actual, const Doubles& expected) {
-    const bool same = actual.size() == expected.size() &&
-                      (actual.empty() || std::memcmp(actual.data(), expected.data(),
-                                                     actual.size() * sizeof(double)) == 0);
-    return same ? ::testing::AssertionSuccess()
-                : ::testing::AssertionFailure() << ::testing::PrintToString(actual) << " is not "
-                                                << ::testing::PrintToString(expected);
 }
 
 template <class Writer>

@@ -1,0 +1,169 @@
+#include <tests/conformance/mutants/Faults.hpp>
+
+#include <cppmicroservices/Constants.h>
+
+namespace logging2::core::conformance {
+namespace {
+
+/// The fault where there is one, otherwise what a sound back-end does.
+template <class Fault, class Sound, class... Arguments>
+auto either(const Fault& fault, Sound&& sound, Arguments&&... arguments) {
+    return fault ? fault(std::forward<Arguments>(arguments)...) : sound();
+}
+
+class FaultyReader final : public StreamReader {
+public:
+    FaultyReader(Faults planted, std::unique_ptr<StreamReader> soundReader)
+        : faults(std::move(planted)),
+          sound(std::move(soundReader)) {}
+
+    std::unique_ptr<StreamReader> clone() const override {
+        return std::make_unique<FaultyReader>(
+            faults, either(
+                        faults.clone, [this] { return sound->clone(); }, *sound));
+    }
+    Doubles times() const override {
+        return either(
+            faults.times, [this] { return sound->times(); }, *sound);
+    }
+    Series timeseries() const override {
+        Series series = sound->timeseries();
+        return faults.timeseries ? faults.timeseries(std::move(series)) : series;
+    }
+
+private:
+    Faults faults;
+    std::unique_ptr<StreamReader> sound;
+};
+
+class FaultyWriter final : public StreamWriter {
+public:
+    FaultyWriter(Faults planted, std::unique_ptr<StreamWriter> soundWriter)
+        : faults(std::move(planted)),
+          sound(std::move(soundWriter)) {
+        either(
+            faults.made, [] {}, *sound);
+    }
+    ~FaultyWriter() override {
+        either(
+            faults.gone, [] {}, *sound);
+    }
+
+    bool write(std::size_t group, double time, const double* values, std::size_t n) override {
+        return either(
+            faults.write, [&] { return sound->write(group, time, values, n); }, *sound, group, time,
+            values, n);
+    }
+    void rollback(std::size_t group, double time) override {
+        either(
+            faults.rollback, [&] { sound->rollback(group, time); }, *sound, group, time);
+    }
+    boost::any dataStore(const ValuePath& path) const override {
+        return either(
+            faults.dataStore, [&] { return sound->dataStore(path); }, *sound, path);
+    }
+    std::optional<DataStoreInfo> dataStoreInfo() const override {
+        return either(faults.dataStoreInfo, [&] { return sound->dataStoreInfo(); });
+    }
+    void flush() override {
+        either(
+            faults.flush, [&] { sound->flush(); }, *sound);
+    }
+    void flushIntermediate() override {
+        either(
+            faults.flushIntermediate, [&] { sound->flushIntermediate(); }, *sound);
+    }
+    void close() override {
+        either(
+            faults.close, [&] { sound->close(); }, *sound);
+    }
+
+private:
+    Faults faults;
+    std::unique_ptr<StreamWriter> sound;
+};
+
+std::unique_ptr<StreamWriter> sound_writer(Base base, const StreamingAttributes& attributes,
+                                           const GroupSetup& setup) {
+    switch (base) {
+    case Base::memory:
+        return std::make_unique<MemoryStreamWriter>(attributes, setup);
+    case Base::memoryRestricted:
+        return std::make_unique<MemoryStreamRestrictedWriter>(attributes, setup);
+    case Base::native:
+        break;
+    }
+    return std::make_unique<NativeStreamWriter>(attributes, setup);
+}
+
+std::unique_ptr<StreamReader> sound_reader(Base base, const boost::any& store) {
+    if (base == Base::native) {
+        return std::make_unique<NativeStreamReader>(store);
+    }
+    return std::make_unique<MemoryStreamReader>(store);
+}
+
+class FaultyServices final : public StreamWriterService, public StreamReaderService {
+public:
+    FaultyServices(Base soundBase, Faults planted) : base(soundBase), faults(std::move(planted)) {}
+    ~FaultyServices() override {
+        either(faults.serviceGone, [] {});
+    }
+
+    std::unique_ptr<StreamWriter> createStreamWriter(const StreamingAttributes& attributes,
+                                                     const GroupSetup& setup) override {
+        StreamingAttributes ownAttributes = attributes;
+        GroupSetup ownSetup = setup;
+        either(
+            faults.asked, [] {}, attributes);
+        either(
+            faults.making, [] {}, ownAttributes, ownSetup);
+        return std::make_unique<FaultyWriter>(faults, sound_writer(base, ownAttributes, ownSetup));
+    }
+
+    std::unique_ptr<StreamReader> createStreamReader(const boost::any& store) override {
+        const boost::any opened = either(
+            faults.opening, [&] { return store; }, store);
+        return std::make_unique<FaultyReader>(faults, sound_reader(base, opened));
+    }
+
+private:
+    Base base;
+    Faults faults;
+};
+
+Registrations register_services(cppmicroservices::BundleContext context, Base base,
+                                const Faults& faults) {
+    Registrations registrations;
+    const auto services = std::make_shared<FaultyServices>(base, faults);
+    for (const std::string& name : faults.names) {
+        cppmicroservices::ServiceProperties properties;
+        properties[vtllogging_write_type_id()] = name;
+        properties[vtllogging_read_type_id()] = name;
+        properties[cppmicroservices::Constants::SERVICE_RANKING] = faults.ranking;
+        registrations.emplace_back(
+            context.RegisterService<StreamWriterService, StreamReaderService>(services,
+                                                                              properties));
+    }
+    return registrations;
+}
+
+} // namespace
+
+Supports supports_of(Base base) {
+    Supports supports;
+    supports.rollback = base != Base::native;
+    supports.rollbackOnTimeRegression = base != Base::native;
+    supports.closeFlushes = base != Base::native;
+    supports.pointLimit = base == Base::memoryRestricted;
+    supports.readersDelete = base == Base::native;
+    return supports;
+}
+
+Backend mutant_backend(Base base, const Supports& supports, const Faults& faults) {
+    return {"mutant", supports, [base, faults](cppmicroservices::BundleContext context) {
+                return register_services(std::move(context), base, faults);
+            }};
+}
+
+} // namespace logging2::core::conformance

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <tests/conformance/Backend.hpp>
+#include <tests/conformance/Session.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace logging2::core::conformance {
+
+/// What a faulty back-end does in the place of the sound one behind it. What is not set is passed
+/// on. What several writers, readers or services are to share is captured by handle.
+struct Faults {
+    /// Under which names the services are registered, and how high.
+    std::vector<std::string> names{"mutant"};
+    int ranking = 0;
+    std::function<void()> serviceGone;
+
+    /// The caller's own attributes, before the copies that follow are made.
+    std::function<void(const StreamingAttributes&)> asked;
+    std::function<void(StreamingAttributes&, GroupSetup&)> making;
+    std::function<void(StreamWriter&)> made;
+    std::function<void(StreamWriter&)> gone;
+
+    std::function<bool(StreamWriter&, std::size_t, double, const double*, std::size_t)> write;
+    std::function<void(StreamWriter&, std::size_t, double)> rollback;
+    std::function<boost::any(const StreamWriter&, const ValuePath&)> dataStore;
+    std::function<std::optional<DataStoreInfo>()> dataStoreInfo;
+    std::function<void(StreamWriter&)> flush;
+    std::function<void(StreamWriter&)> flushIntermediate;
+    std::function<void(StreamWriter&)> close;
+
+    /// What a reader reads instead of the store.
+    std::function<boost::any(const boost::any&)> opening;
+    std::function<std::unique_ptr<StreamReader>(const StreamReader&)> clone;
+    std::function<Doubles(const StreamReader&)> times;
+    std::function<Series(Series)> timeseries;
+};
+
+enum class Base { memory, memoryRestricted, native };
+
+/// What the sound back-ends support.
+Supports supports_of(Base base);
+
+/// The back-end "mutant": a sound one with the faults, declared to support this.
+Backend mutant_backend(Base base, const Supports& supports, const Faults& faults);
+
+} // namespace logging2::core::conformance

@@ -1,0 +1,175 @@
+#include <tests/conformance/mutants/Mutant.hpp>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+// Back-ends that take back too much, too little or nothing, and whose history has another bound.
+
+namespace logging2::core::conformance {
+namespace {
+
+MemoryStreamWriter& memory(StreamWriter& target) {
+    return dynamic_cast<MemoryStreamWriter&>(target);
+}
+
+void warn() {
+    foundation::issueWarning(
+        {"vantrel:common:logging2:core:common", "RollbackNotSupported", {u"run 1"}});
+}
+
+void drop_oldest(MemoryStreamWriter& writer, std::size_t group, std::size_t limit) {
+    while (writer.times(group).size() > limit) {
+        writer.times(group).erase(writer.times(group).begin());
+        writer.data(group).pop_front();
+    }
+}
+
+const Mutant table[] = {
+    {"ignoresRollback", "rollbackTakesLaterSamplesBack", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter&, std::size_t, double) {};
+     }},
+    {"takesEqualTimesBack", "rollbackKeepsSamplesAtEqualTime", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             target.rollback(group, std::nextafter(time, -std::numeric_limits<double>::max()));
+         };
+     }},
+    {"takesTheLastSampleBackAtLeast", "rollbackToTheLastTimeOrBehindItChangesNothing", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             memory(target).rollback(group, std::size_t{1});
+             target.rollback(group, time);
+         };
+     }},
+    {"keepsTheFirstSample", "rollbackBeforeTheFirstTimeEmptiesTheGroup", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             target.rollback(group, std::max(time, memory(target).times(group).front()));
+         };
+     }},
+    {"takesAllGroupsBack", "rollbackOfOneGroupLeavesTheOthers", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t, double time) {
+             target.rollback(0, time);
+             target.rollback(1, time);
+         };
+     }},
+    {"refusesToTakeNothingBack", "rollbackOfAnEmptyGroupChangesNothing", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double) {
+             if (memory(target).numSteps(group) == 0) {
+                 throw std::out_of_range("no samples");
+             }
+         };
+     }},
+    {"takesNoSamplesAfterARollback", "samplesMayFollowARollback", Base::memory,
+     [](Faults& faults, Supports&) {
+         const auto done = std::make_shared<bool>(false);
+         faults.rollback = [done](StreamWriter& target, std::size_t group, double time) {
+             *done = true;
+             target.rollback(group, time);
+         };
+         faults.write = [done](StreamWriter& target, auto... arguments) {
+             return *done || target.write(arguments...);
+         };
+     }},
+    {"keepsWhatWasFlushedIntermediately", "rollbackReachesOverFlushIntermediate", Base::memory,
+     [](Faults& faults, Supports&) {
+         const auto final = std::make_shared<double>(-std::numeric_limits<double>::infinity());
+         faults.flushIntermediate = [final](StreamWriter& target) {
+             *final = memory(target).times(0).back();
+         };
+         faults.rollback = [final](StreamWriter& target, std::size_t group, double time) {
+             target.rollback(group, std::max(time, *final));
+         };
+     }},
+    {"warnsThoughItTakesBack", "rollbackIssuesNoWarning", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             warn();
+             target.rollback(group, time);
+         };
+     }},
+    {"warnsTwice", "aDeclinedRollbackIssuesOneWarning", Base::native,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             warn();
+             target.rollback(group, time);
+         };
+     }},
+    {"warnsAndTakesBack", "aDeclinedRollbackKeepsTheSamples", Base::memory,
+     [](Faults& faults, Supports& supports) {
+         supports.rollback = false;
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             warn();
+             target.rollback(group, time);
+         };
+     }},
+    {"keepsRepeatedTimes", "aRepeatedTimeReplacesTheSample", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
+             attributes.rollbackOnTimeRegression = false;
+         };
+     }},
+    {"replacesTheLastSampleOnly", "aBackwardTimeReplacesEverythingFromItOn", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
+             attributes.rollbackOnTimeRegression = false;
+         };
+         faults.write = [](StreamWriter& target, std::size_t group, double time,
+                           auto... arguments) {
+             const auto& times = memory(target).times(group);
+             memory(target).rollback(group, std::size_t{!times.empty() && times.back() >= time});
+             return target.write(group, time, arguments...);
+         };
+     }},
+    {"takesAllGroupsBackOnRegression", "aBackwardTimeOfOneGroupLeavesTheOthers", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.write = [](StreamWriter& target, std::size_t group, double time,
+                           auto... arguments) {
+             target.rollback(1 - group, time);
+             return target.write(group, time, arguments...);
+         };
+     }},
+    {"readsTheRegressionFlagUndeclared", "timesAreKeptAsTheyComeWhateverTheRegressionFlag",
+     Base::memory, [](Faults&, Supports& supports) { supports.rollbackOnTimeRegression = false; }},
+    {"knowsNoLimit", "theLastSamplesOfEachGroupAreKept", Base::memory,
+     [](Faults&, Supports& supports) { supports.pointLimit = true; }},
+    {"keepsOneSampleLessThanTheLimit", "aLimitThatIsJustReachedDropsNothing",
+     Base::memoryRestricted,
+     [](Faults& faults, Supports&) {
+         faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
+             --attributes.pointLimit;
+         };
+     }},
+    {"takesZeroForNoLimit", "aLimitOfZeroKeepsNothing", Base::memoryRestricted,
+     [](Faults& faults, Supports&) {
+         faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
+             attributes.pointLimit = attributes.pointLimit == 0 ? 1000 : attributes.pointLimit;
+         };
+     }},
+    {"appliesTheLimitAtTheEnd", "aSampleBeyondTheLimitDoesNotComeBack", Base::memory,
+     [](Faults& faults, Supports& supports) {
+         supports.pointLimit = true;
+         const auto limit = std::make_shared<std::size_t>();
+         faults.asked = [limit](const StreamingAttributes& attributes) {
+             *limit = attributes.pointLimit;
+         };
+         faults.flush = [limit](StreamWriter& target) {
+             drop_oldest(memory(target), 0, *limit);
+             target.flush();
+         };
+     }},
+    {"readsTheLimitUndeclared", "everySampleIsKeptWhateverThePointLimit", Base::memoryRestricted,
+     [](Faults&, Supports& supports) { supports.pointLimit = false; }},
+};
+
+} // namespace
+
+std::vector<Mutant> mutants_of_rollback() {
+    return {std::begin(table), std::end(table)};
+}
+
+} // namespace logging2::core::conformance

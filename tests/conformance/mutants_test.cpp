@@ -1,0 +1,88 @@
+#include <tests/conformance/conformance.hpp>
+#include <tests/conformance/mutants/Mutant.hpp>
+
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+
+// The suite is able to fail: each promise finds a back-end that breaks it.
+
+namespace logging2::core::conformance {
+namespace {
+
+std::vector<Mutant> mutants() {
+    std::vector<Mutant> all;
+    for (const auto mutantsOf : {mutants_of_writing, mutants_of_ending, mutants_of_rollback,
+                                 mutants_of_reading, mutants_of_services}) {
+        const std::vector<Mutant> some = mutantsOf();
+        all.insert(all.end(), some.begin(), some.end());
+    }
+    return all;
+}
+
+Promise promise_named(const std::string& name) {
+    for (const Promise& promise : promises()) {
+        if (promise.name == name) {
+            return promise;
+        }
+    }
+    throw std::out_of_range("no promise " + name);
+}
+
+/// How often the check failed, on whatever thread; an exception is a failure as well.
+int failure_count(const Promise& promise, const Backend& backend) {
+    testing::TestPartResultArray failures;
+    const testing::ScopedFakeTestPartResultReporter reporter(
+        testing::ScopedFakeTestPartResultReporter::INTERCEPT_ALL_THREADS, &failures);
+    try {
+        Session session(backend);
+        promise.check(session);
+    } catch (const std::exception&) {
+        return failures.size() + 1;
+    }
+    return failures.size();
+}
+
+// Here the promises are checked without it.
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ConformanceTest);
+
+class MutantsTest : public testing::TestWithParam<Mutant> {};
+
+TEST_P(MutantsTest, isFoundByThePromiseThatItBreaks) {
+    const Mutant& mutant = GetParam();
+    Faults faults;
+    Supports supports = supports_of(mutant.base);
+    mutant.plant(faults, supports);
+    const Promise promise = promise_named(mutant.brokenPromise);
+    ASSERT_TRUE(promise.isMadeBy(supports));
+    EXPECT_GT(failure_count(promise, mutant_backend(mutant.base, supports, faults)), 0);
+}
+
+TEST_P(MutantsTest, isFoundForItsFaultAlone) {
+    const Mutant& mutant = GetParam();
+    const Promise promise = promise_named(mutant.brokenPromise);
+    const Supports supports = supports_of(mutant.base);
+    // Otherwise what the back-end declares is the fault.
+    if (promise.isMadeBy(supports)) {
+        EXPECT_EQ(failure_count(promise, mutant_backend(mutant.base, supports, Faults())), 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Planted, MutantsTest, testing::ValuesIn(mutants()),
+                         [](const auto& tested) { return tested.param.fault; });
+
+TEST(PromisesTest, eachIsBrokenByAMutant) {
+    std::set<std::string> broken;
+    for (const Mutant& mutant : mutants()) {
+        broken.insert(mutant.brokenPromise);
+    }
+    for (const Promise& promise : promises()) {
+        EXPECT_EQ(broken.count(promise.name), 1U) << promise.name;
+    }
+}
+
+} // namespace
+} // namespace logging2::core::conformance
