@@ -6,6 +6,7 @@
 #include <logging2/native/detail/row_capacity.hpp>
 #include <logging2/stream/detail/storage.hpp>
 
+#include <new>
 #include <utility>
 
 // Construction, the samples' way into the buffers, and what is answered from the setup. The way
@@ -121,7 +122,14 @@ bool NativeStreamWriter::write(std::size_t group, double time, const double* val
                                std::size_t n) {
     copyToStreamedBuffer(group, time, values, n);
     if (++rowCounts[group] >= bufferSizes[group]) {
-        handOver(group);
+        try {
+            handOver(group);
+        } catch (const std::bad_alloc&) {
+            // No memory for the thread: the sample goes as where the buffer cannot grow.
+            groupBuffers[group].resize(groupBuffers[group].size() - (n + 1));
+            --rowCounts[group];
+            throw;
+        }
     }
     return true;
 }

@@ -94,6 +94,8 @@ public:
     /// Ends the thread after the batch in the slot and appends the rest. To be called once, before
     /// the writer is destroyed; a second call throws std::system_error where there was a thread,
     /// and writes nothing otherwise. Nothing may be written afterwards.
+    ///
+    /// Where memory runs out, the thread has ended and flushIntermediate() appends the rest.
     void flush() override;
 
     /// Appends what the buffers hold from the caller's thread; waits while the background thread
@@ -101,8 +103,10 @@ public:
     ///
     /// Intended: a batch that waits in the slot is dropped where some group has rows. The row
     /// counts go on, so that the next hand-over of a group comes sooner, and a group that was
-    /// written before gets empty appends, which create its files anew where they are gone. Where
-    /// memory runs out, the group in work keeps its rows in the buffer.
+    /// written before gets empty appends, which create its files anew where they are gone.
+    ///
+    /// Where memory runs out, the next flushIntermediate() or flush() appends what is in no file
+    /// yet. clearBuffer() in between would drop it, from some of a group's files only.
     void flushIntermediate() override;
 
     /// Does nothing.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -9,6 +10,7 @@ namespace {
 
 constexpr std::size_t recordedSizes = 4096;
 constexpr std::size_t largestRequest = std::size_t{1} << 40U;
+constexpr std::size_t defaultAlignment = alignof(std::max_align_t);
 
 struct Tally {
     bool active = false;
@@ -25,6 +27,7 @@ struct Failure {
 
 thread_local Tally tally;
 thread_local Failure failure;
+thread_local const logging2::core::test::RefusedAllocation* lastRefusal = nullptr;
 std::atomic<std::size_t> liveCount{0};
 
 void record(std::size_t bytes) {
@@ -47,16 +50,26 @@ bool is_to_fail() {
     return failure.happened;
 }
 
-void* allocate(std::size_t bytes) {
+/// Null where memory cannot be had, or must not be.
+void* obtain(std::size_t bytes, std::size_t alignment) noexcept {
     if (bytes > largestRequest || is_to_fail()) {
-        throw std::bad_alloc();
+        return nullptr;
     }
-    void* const memory = std::malloc(bytes == 0 ? 1 : bytes);
+    const std::size_t size = (std::max(bytes, std::size_t{1}) + alignment - 1) & ~(alignment - 1);
+    void* const memory =
+        alignment > defaultAlignment ? std::aligned_alloc(alignment, size) : std::malloc(size);
+    if (memory != nullptr) {
+        record(bytes);
+        ++liveCount;
+    }
+    return memory;
+}
+
+void* allocate(std::size_t bytes, std::size_t alignment) {
+    void* const memory = obtain(bytes, alignment);
     if (memory == nullptr) {
-        throw std::bad_alloc();
+        throw logging2::core::test::RefusedAllocation();
     }
-    record(bytes);
-    ++liveCount;
     return memory;
 }
 
@@ -70,11 +83,31 @@ void release(void* memory) noexcept {
 } // namespace
 
 void* operator new(std::size_t bytes) {
-    return allocate(bytes);
+    return allocate(bytes, 1);
 }
 void* operator new[](std::size_t bytes) {
-    return allocate(bytes);
+    return allocate(bytes, 1);
 }
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    return obtain(bytes, 1);
+}
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
+    return obtain(bytes, 1);
+}
+void* operator new(std::size_t bytes, std::align_val_t alignment) {
+    return allocate(bytes, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t bytes, std::align_val_t alignment) {
+    return allocate(bytes, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return obtain(bytes, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t bytes, std::align_val_t alignment,
+                     const std::nothrow_t&) noexcept {
+    return obtain(bytes, static_cast<std::size_t>(alignment));
+}
+
 void operator delete(void* memory) noexcept {
     release(memory);
 }
@@ -87,8 +120,40 @@ void operator delete(void* memory, std::size_t) noexcept {
 void operator delete[](void* memory, std::size_t) noexcept {
     release(memory);
 }
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    release(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    release(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+    release(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+    release(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    release(memory);
+}
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
+    release(memory);
+}
+void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
+    release(memory);
+}
+void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
+    release(memory);
+}
 
 namespace logging2::core::test {
+
+RefusedAllocation::RefusedAllocation() noexcept {
+    lastRefusal = this;
+}
+
+bool RefusedAllocation::isLast(const std::bad_alloc& error) noexcept {
+    return dynamic_cast<const RefusedAllocation*>(&error) == lastRefusal;
+}
 
 AllocationCounter::AllocationCounter() {
     tally = Tally();

@@ -1,11 +1,16 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 
 namespace logging2::core::test {
 
 /// Counts what the calling thread asks of operator new while the object lives. Linking its source
-/// file replaces the process's operator new and delete; an executable of its own is best.
+/// file replaces the process's operator new and delete in all their forms (arrays, nothrow,
+/// aligned); an executable of its own is best.
+///
+/// What never comes by operator new is not seen: exception objects, the C library's own buffers,
+/// the stacks of threads.
 ///
 /// The replaced operator new refuses more than 2^40 bytes with std::bad_alloc, as the system's
 /// does on a machine without that memory, also where a sanitizer would end the process instead.
@@ -27,8 +32,17 @@ public:
     std::size_t countOfSize(std::size_t bytes) const;
 };
 
-/// Lets one allocation of the calling thread fail with std::bad_alloc while the object lives: the
-/// one that follows `before` others.
+/// What the replaced operator new throws; the calling thread knows its last one again.
+class RefusedAllocation : public std::bad_alloc {
+public:
+    RefusedAllocation() noexcept;
+
+    /// Whether the error is the very object that was thrown last on this thread.
+    static bool isLast(const std::bad_alloc& error) noexcept;
+};
+
+/// Lets one allocation of the calling thread fail with a RefusedAllocation (a null pointer from
+/// the nothrow forms) while the object lives: the one that follows `before` others.
 class AllocationFailure {
 public:
     explicit AllocationFailure(std::size_t before);

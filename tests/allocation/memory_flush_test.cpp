@@ -1,0 +1,105 @@
+#include <tests/allocation/memory_subjects.hpp>
+
+#include <stdexcept>
+
+// The flush of the memory writers, and the stores behind it, while every allocation fails once.
+
+namespace logging2::core::test {
+namespace {
+
+TYPED_TEST_SUITE(MemoryWritersSweepTest, MemoryWriters);
+
+/// How many of the paths have their stores, each as it must be.
+template <class Writer>
+std::size_t store_count(const MemorySubject<Writer>& subject,
+                        std::initializer_list<const char*> names) {
+    std::size_t count = 0;
+    for (const char* name : names) {
+        count += subject.hasStore(ValuePath(name)) ? 1 : 0;
+    }
+    return count;
+}
+
+/// The stores of the groups before the one in work are there, those behind it are not, and no
+/// store is half a store.
+template <class Writer>
+void expect_whole_stores(MemorySubject<Writer>& subject, Attempt attempt) {
+    const MemoryOracle before = subject.oracle;
+    subject.oracle.flush();
+    const std::size_t first = store_count(subject, {firstPath, aliasPath, widePath});
+    const std::size_t second = store_count(subject, {secondGroupPath});
+    EXPECT_TRUE(second == 0 || first == 3);
+    EXPECT_EQ(first + second == 4, !attempt.threw);
+    if (first < 3) {
+        EXPECT_EQ(subject.writer->numSteps(1), before.times[1].size());
+        EXPECT_EQ(subject.writer->data(1).size(), before.rows[1].size());
+    }
+}
+
+template <class Writer>
+MemorySubject<Writer> written() {
+    MemorySubject<Writer> subject;
+    subject.writeUpTo(0, 50);
+    subject.writeUpTo(1, 20);
+    return subject;
+}
+
+TYPED_TEST(MemoryWritersSweepTest, flushThatFailsKeepsTheStoresOfTheGroupsBefore) {
+    using Subject = MemorySubject<TypeParam>;
+    expect_every_failure_comes_out(
+        this->named("flush"), "the stores of the groups before stay, no store is half",
+        written<TypeParam>, [](Subject& subject) { subject.writer->flush(); },
+        [](Subject& subject, Attempt attempt) { expect_whole_stores(subject, attempt); });
+}
+
+TYPED_TEST(MemoryWritersSweepTest, closeThatFailsCountsAsAFlush) {
+    using Subject = MemorySubject<TypeParam>;
+    expect_every_failure_comes_out(
+        this->named("close"), "as flush; a second close does nothing", written<TypeParam>,
+        [](Subject& subject) { subject.writer->close(); },
+        [](Subject& subject, Attempt attempt) {
+            const AllocationCounter counter;
+            subject.writer->close();
+            EXPECT_EQ(counter.count(), 0U);
+            expect_whole_stores(subject, attempt);
+        });
+}
+
+template <class Writer>
+MemorySubject<Writer> flushed() {
+    MemorySubject<Writer> subject = written<Writer>();
+    subject.expectStoredByFlush();
+    return subject;
+}
+
+TYPED_TEST(MemoryWritersSweepTest, dataStoreThatFailsLeavesTheStore) {
+    using Subject = MemorySubject<TypeParam>;
+    const ValuePath path(widePath);
+    expect_every_failure_comes_out(
+        this->named("dataStore"), "the store stays", flushed<TypeParam>,
+        [&](Subject& subject) { EXPECT_FALSE(subject.writer->dataStore(path).empty()); },
+        [&](Subject& subject, Attempt) { EXPECT_TRUE(subject.hasStore(path)); });
+    expect_every_failure_comes_out(
+        this->named("dataStore, not stored"), "out_of_range where its text finds memory",
+        flushed<TypeParam>,
+        [&](Subject& subject) {
+            try {
+                subject.writer->dataStore(ValuePath("x"));
+            } catch (const std::out_of_range&) {
+            }
+        },
+        [&](Subject& subject, Attempt) { EXPECT_TRUE(subject.hasStore(path)); });
+}
+
+TYPED_TEST(MemoryWritersSweepTest, closeAndDestructorAfterAFlushAskForNoMemory) {
+    using Subject = MemorySubject<TypeParam>;
+    expect_no_allocation(this->named("close after flush"), flushed<TypeParam>,
+                         [](Subject& subject) { subject.writer->close(); });
+    expect_no_allocation(this->named("destructor after flush"), flushed<TypeParam>,
+                         [](Subject& subject) { subject.writer.reset(); });
+    expect_no_allocation(this->named("move after flush"), flushed<TypeParam>,
+                         [](Subject& subject) { TypeParam moved(std::move(*subject.writer)); });
+}
+
+} // namespace
+} // namespace logging2::core::test

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <tests/allocation/subjects.hpp>
+#include <tests/memory/memory_oracle.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace logging2::core::test {
+
+/// A memory writer and the oracle of what it was given.
+template <class Writer>
+struct MemorySubject {
+    static constexpr bool isRestricted = std::is_same_v<Writer, MemoryStreamRestrictedWriter>;
+
+    explicit MemorySubject(bool rollbackOnTimeRegression = false)
+        : writer(std::make_unique<Writer>(fullAttributes(rollbackOnTimeRegression), twoGroups())),
+          oracle(twoGroups(), rollbackOnTimeRegression,
+                 isRestricted ? std::optional<std::size_t>(64) : std::nullopt) {}
+
+    /// To both, the oracle first.
+    void write(std::size_t group, double time) {
+        const std::vector<double> row = rowAt(group, time);
+        oracle.write(group, time, row);
+        writer->write(group, time, row.data(), row.size());
+    }
+
+    void writeUpTo(std::size_t group, int count) {
+        for (int i = 0; i < count; ++i) {
+            write(group, i);
+        }
+    }
+
+    /// Whether the writer holds what the oracle does.
+    void expectHeld() const {
+        for (std::size_t group = 0; group < 2; ++group) {
+            const auto& held = writer->times(group);
+            EXPECT_EQ(std::vector<double>(held.begin(), held.end()), oracle.times[group]);
+            std::vector<std::vector<double>> rows;
+            for (const auto& row : writer->data(group)) {
+                rows.push_back(*row);
+            }
+            EXPECT_EQ(rows, oracle.rows[group]);
+        }
+    }
+
+    /// Whether the store of the path is what the oracle stored; not so where there is none.
+    bool hasStore(const ValuePath& path) const {
+        try {
+            const auto store = boost::any_cast<MemoryDatastore>(writer->dataStore(path));
+            EXPECT_EQ(*store.times, oracle.stores.at(path).first);
+            EXPECT_EQ(*store.values, oracle.stores.at(path).second);
+            return true;
+        } catch (const std::out_of_range&) {
+            return false;
+        }
+    }
+
+    /// Flushes both; everything is stored then.
+    void expectStoredByFlush() {
+        oracle.flush();
+        writer->flush();
+        for (const auto& entry : oracle.stores) {
+            EXPECT_TRUE(hasStore(entry.first)) << entry.first;
+        }
+    }
+
+    std::unique_ptr<Writer> writer;
+    MemoryOracle oracle;
+};
+
+/// What both memory writers promise.
+template <class Writer>
+class MemoryWritersSweepTest : public ::testing::Test {
+protected:
+    static std::string named(const std::string& operation) {
+        const std::string writer = MemorySubject<Writer>::isRestricted
+                                       ? "MemoryStreamRestrictedWriter"
+                                       : "MemoryStreamWriter";
+        return writer + ": " + operation;
+    }
+};
+
+using MemoryWriters = ::testing::Types<MemoryStreamWriter, MemoryStreamRestrictedWriter>;
+
+} // namespace logging2::core::test

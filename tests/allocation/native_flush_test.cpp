@@ -1,0 +1,146 @@
+#include <tests/allocation/native_subjects.hpp>
+
+// The flushes of the file-backed writer while every allocation of the caller's thread fails once:
+// nothing is lost, and the next call brings what is missing.
+
+namespace logging2::core::test {
+namespace {
+
+using NativeFlushSweepTest = NativeSweepTest;
+
+NativeSubject written() {
+    NativeSubject subject;
+    subject.write(0, {1.0, 2.0});
+    subject.write(1, {1.0, 2.0, 3.0});
+    return subject;
+}
+
+TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLosesNothing) {
+    expect_every_failure_comes_out(
+        "NativeStreamWriter: flushIntermediate", "the next flush brings every sample once", written,
+        [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
+        [](NativeSubject& subject, Attempt) {
+            subject.write(0, {3.0});
+            subject.writer->flush();
+            subject.expectInFiles(0, {1.0, 2.0, 3.0});
+            subject.expectInFiles(1, {1.0, 2.0, 3.0});
+        });
+}
+
+TEST_F(NativeFlushSweepTest, secondFlushIntermediateThatFailsLosesNothing) {
+    expect_every_failure_comes_out(
+        "NativeStreamWriter: flushIntermediate, the second", "the next call brings every sample",
+        [] {
+            NativeSubject subject = written();
+            subject.writer->flushIntermediate();
+            subject.write(0, {3.0, 4.0});
+            return subject;
+        },
+        [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
+        [](NativeSubject& subject, Attempt) {
+            subject.writer->flushIntermediate();
+            subject.expectInFiles(0, {1.0, 2.0, 3.0, 4.0});
+            subject.expectInFiles(1, {1.0, 2.0, 3.0});
+        });
+}
+
+TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLeavesTheRowsToTheThread) {
+    expect_every_failure_comes_out(
+        "NativeStreamWriter: flushIntermediate, beside the thread",
+        "the batches behind it bring every sample once",
+        [] {
+            NativeSubject subject;
+            Access::setBufferSize(*subject.writer, 0, 3);
+            subject.write(0, {1.0, 2.0, 3.0});
+            Access::waitUntilTaken(*subject.writer);
+            subject.write(0, {4.0, 5.0});
+            return subject;
+        },
+        [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
+        [](NativeSubject& subject, Attempt) {
+            subject.write(0, {6.0});
+            subject.writer->flush();
+            subject.expectInFiles(0, {1.0, 2.0, 3.0, 4.0, 5.0, 6.0});
+        });
+}
+
+TEST_F(NativeFlushSweepTest, flushThatFailsIsCompletedByTheNext) {
+    expect_every_failure_comes_out(
+        "NativeStreamWriter: flush", "a second flush brings what is missing", written,
+        [](NativeSubject& subject) { subject.writer->flush(); },
+        [](NativeSubject& subject, Attempt attempt) {
+            if (attempt.threw) {
+                subject.writer->flush();
+            }
+            subject.expectInFiles(0, {1.0, 2.0});
+            subject.expectInFiles(1, {1.0, 2.0, 3.0});
+        });
+}
+
+// The thread is gone then, and a second flush would join it again.
+TEST_F(NativeFlushSweepTest, flushBehindTheThreadThatFailsIsCompletedByFlushIntermediate) {
+    expect_every_failure_comes_out(
+        "NativeStreamWriter: flush, joining the thread",
+        "the thread is joined, flushIntermediate brings what is missing",
+        [] {
+            NativeSubject subject;
+            Access::setBufferSize(*subject.writer, 0, 2);
+            subject.write(1, {1.0, 2.0});
+            subject.write(0, {1.0, 2.0, 3.0});
+            return subject;
+        },
+        [](NativeSubject& subject) { subject.writer->flush(); },
+        [](NativeSubject& subject, Attempt attempt) {
+            if (attempt.threw) {
+                subject.writer->flushIntermediate();
+            }
+            subject.expectInFiles(0, {1.0, 2.0, 3.0});
+            subject.expectInFiles(1, {1.0, 2.0});
+        });
+}
+
+// What is in no file goes, in whole columns: the files of the group in work may then differ in
+// their number of samples, so the call that failed is to be repeated first.
+TEST_F(NativeFlushSweepTest, clearBufferAfterAFailedFlushDropsWhatIsInNoFile) {
+    expect_every_failure_comes_out(
+        "NativeStreamWriter: flushIntermediate, then clearBuffer",
+        "each file has the whole batch or nothing of it",
+        [] {
+            NativeSubject subject;
+            subject.write(1, {1.0, 2.0});
+            return subject;
+        },
+        [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
+        [](NativeSubject& subject, Attempt attempt) {
+            subject.writer->clearBuffer();
+            subject.write(1, {3.0});
+            subject.writer->flush();
+            const auto times = subject.timesIn(secondGroupPath);
+            const auto values = subject.valuesIn(secondGroupPath);
+            EXPECT_TRUE(times == std::vector({3.0}) || times == std::vector({1.0, 2.0, 3.0}));
+            EXPECT_TRUE(values == std::vector({-3.0}) || values == std::vector({-1.0, -2.0, -3.0}));
+            EXPECT_GE(times.size(), values.size());
+            EXPECT_TRUE(attempt.threw || values.size() == 3);
+        });
+}
+
+TEST_F(NativeFlushSweepTest, appendThatFailsLeavesWhatTheFileHolds) {
+    const std::string file = (directory.path() / "a-file-whose-name-is-long").string();
+    const auto append = [&](NativeSubject& subject) {
+        EXPECT_TRUE(subject.writer->write(file, "ab", 2));
+    };
+    std::string before;
+    expect_every_failure_comes_out(
+        "NativeStreamWriter: write to a file", "the file stays as it was",
+        [&] {
+            before = std::filesystem::exists(file) ? bytesOf(file) : "";
+            return NativeSubject();
+        },
+        append,
+        [&](NativeSubject&, Attempt attempt) {
+            EXPECT_EQ(bytesOf(file).size(), before.size() + (attempt.threw ? 0 : 2));
+        });
+}
+
+} // namespace
+} // namespace logging2::core::test

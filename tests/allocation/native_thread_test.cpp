@@ -1,0 +1,81 @@
+#include <tests/allocation/ChildProcess.hpp>
+#include <tests/allocation/native_subjects.hpp>
+
+#include <memory>
+
+// The background thread while every allocation of its own fails once: the process ends, and the
+// files keep what was written before.
+
+namespace logging2::core::test {
+namespace {
+
+using NativeThreadSweepTest = NativeSweepTest;
+
+/// What the child process came to.
+struct Progress {
+    std::size_t batchesTaken = 0;
+    bool failed = false;
+};
+
+/// Lives on the background thread, and tells at its end whether the allocation was asked for.
+class FailureOnThread {
+public:
+    FailureOnThread(std::size_t before, Progress& told) : failure(before), progress(told) {}
+    ~FailureOnThread() { progress.failed = failure.happened(); }
+
+private:
+    AllocationFailure failure;
+    Progress& progress;
+};
+
+void write_two_batches(NativeSubject& subject, std::size_t before, Progress& progress) {
+    Access::setBufferSize(*subject.writer, 0, 2);
+    Access::startPrepared(*subject.writer, [&] {
+        return std::unique_ptr<FailureOnThread>(new FailureOnThread(before, progress));
+    });
+    for (const double first : {1.0, 3.0}) {
+        subject.write(0, {first, first + 1.0});
+        Access::waitUntilTaken(*subject.writer);
+        ++progress.batchesTaken;
+    }
+    subject.writer->flush();
+}
+
+/// The rows that the files hold: whole batches, in their order, of each column.
+void expect_whole_batches(const NativeSubject& subject, std::size_t batchesTaken) {
+    const std::vector<double> times = subject.timesIn(firstPath);
+    const std::vector<double> all{1.0, 2.0, 3.0, 4.0};
+    EXPECT_EQ(times.size() % 2, 0U);
+    EXPECT_GE(times.size(), 2 * batchesTaken);
+    EXPECT_EQ(times, std::vector<double>(all.begin(), all.begin() + times.size()));
+    const std::vector<double> narrow = subject.valuesIn(firstPath);
+    EXPECT_LE(narrow.size(), times.size());
+    EXPECT_GE(narrow.size(), 2 * batchesTaken);
+    EXPECT_EQ(narrow, std::vector<double>(all.begin(), all.begin() + narrow.size()));
+    EXPECT_EQ(subject.valuesIn(widePath).size() % 4, 0U);
+    EXPECT_GE(subject.valuesIn(widePath).size(), 4 * batchesTaken);
+}
+
+TEST_F(NativeThreadSweepTest, everyFailureEndsTheProcessAndKeepsWhatWasWritten) {
+    SweepCounts counts;
+    for (bool ended = true; ended && counts.failed < 1000;) {
+        SCOPED_TRACE("failing allocation " + std::to_string(counts.failed));
+        NativeSubject subject;
+        const Shared<Progress> progress;
+        const int status =
+            status_of_child([&] { write_two_batches(subject, counts.failed, *progress); });
+        ended = wasAborted(status);
+        EXPECT_TRUE(ended || endedWell(status)) << status;
+        EXPECT_FALSE(progress->failed) << "a failure that nobody noticed";
+        expect_whole_batches(subject, progress->batchesTaken);
+        EXPECT_EQ(progress->batchesTaken == 2, !ended);
+        counts.failed += ended ? 1 : 0;
+        counts.thrown += ended ? 1 : 0;
+    }
+    EXPECT_GT(counts.failed, 5U);
+    print_sweep("NativeStreamWriter: background thread, two batches", counts,
+                "the process ends (SIGABRT), the files hold whole batches");
+}
+
+} // namespace
+} // namespace logging2::core::test
