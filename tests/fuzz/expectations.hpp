@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace logging2::core::test {
+
+/// What the library does is not what was expected. An exception, so that the files of the run are
+/// removed on its way out.
+class Difference : public std::logic_error {
+public:
+    using std::logic_error::logic_error;
+};
+
+/// Throws a Difference that says what was looked at, given in parts, unless it holds.
+template <class... Parts>
+void expect(bool holds, const Parts&... what) {
+    if (!holds) {
+        std::ostringstream message;
+        (message << ... << what);
+        throw Difference(message.str());
+    }
+}
+
+template <class Actual, class Expected, class... Parts>
+void expectEqual(const Actual& actual, const Expected& expected, const Parts&... what) {
+    expect(actual == expected, what..., " is ", actual, ", not ", expected);
+}
+
+inline std::string listed(const std::vector<double>& values) {
+    std::ostringstream text;
+    text.precision(17);
+    text << values.size() << " values {";
+    for (const double value : values) {
+        text << ' ' << value;
+    }
+    text << " }";
+    return text.str();
+}
+
+/// Bit for bit, so that NaN equals itself and -0.0 is told from 0.0.
+template <class... Parts>
+void expectSameBits(const std::vector<double>& actual, const std::vector<double>& expected,
+                    const Parts&... what) {
+    const bool same = actual.size() == expected.size() &&
+                      (actual.empty() || std::memcmp(actual.data(), expected.data(),
+                                                     actual.size() * sizeof(double)) == 0);
+    if (!same) {
+        expect(false, what..., " has ", listed(actual), ", not ", listed(expected));
+    }
+}
+
+/// Expects that the call throws the exception, or one that is derived from it.
+template <class Exception, class Call, class... Parts>
+void expectThrows(const Call& call, const Parts&... what) {
+    try {
+        call();
+    } catch (const Exception&) {
+        return;
+    }
+    expect(false, what..., " throws nothing");
+}
+
+} // namespace logging2::core::test
