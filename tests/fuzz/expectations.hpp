@@ -4,7 +4,6 @@
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 namespace logging2::core::test {
@@ -21,6 +20,7 @@ template <class... Parts>
 void expect(bool holds, const Parts&... what) {
     if (!holds) {
         std::ostringstream message;
+        message.precision(17);
         (message << ... << what);
         throw Difference(message.str());
     }
@@ -31,26 +31,15 @@ void expectEqual(const Actual& actual, const Expected& expected, const Parts&...
     expect(actual == expected, what..., " is ", actual, ", not ", expected);
 }
 
-inline std::string listed(const std::vector<double>& values) {
-    std::ostringstream text;
-    text.precision(17);
-    text << values.size() << " values {";
-    for (const double value : values) {
-        text << ' ' << value;
-    }
-    text << " }";
-    return text.str();
-}
-
 /// Bit for bit, so that NaN equals itself and -0.0 is told from 0.0.
 template <class... Parts>
 void expectSameBits(const std::vector<double>& actual, const std::vector<double>& expected,
                     const Parts&... what) {
-    const bool same = actual.size() == expected.size() &&
-                      (actual.empty() || std::memcmp(actual.data(), expected.data(),
-                                                     actual.size() * sizeof(double)) == 0);
-    if (!same) {
-        expect(false, what..., " has ", listed(actual), ", not ", listed(expected));
+    expectEqual(actual.size(), expected.size(), "number of values: ", what...);
+    for (std::size_t i = 0; i < actual.size(); ++i) {
+        if (std::memcmp(&actual[i], &expected[i], sizeof(double)) != 0) {
+            expect(false, what..., ": value ", i, " is ", actual[i], ", not ", expected[i]);
+        }
     }
 }
 

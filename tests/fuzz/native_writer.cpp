@@ -151,6 +151,7 @@ private:
         writer->rollback(0, script.time(1.0));
         expectEqual(recorder.warnings.size(), 1U, "number of warnings");
         const foundation::Message& message = recorder.warnings.front();
+        expectEqual(message.catalog(), "vantrel:common:logging2:core:common", "catalogue");
         expectEqual(message.key(), "RollbackNotSupported", "key of the warning");
         expect(message.arguments() == std::vector{widened(name)}, "the warning has another name");
     }
