@@ -31,15 +31,29 @@ void expectEqual(const Actual& actual, const Expected& expected, const Parts&...
     expect(actual == expected, what..., " is ", actual, ", not ", expected);
 }
 
+/// Where the bits of two lists of one length differ first; their length where they do not.
+inline std::size_t firstDifference(const std::vector<double>& actual,
+                                   const std::vector<double>& expected) {
+    const auto differ = [&](std::size_t from, std::size_t count) {
+        return std::memcmp(&actual[from], &expected[from], count * sizeof(double)) != 0;
+    };
+    if (actual.empty() || !differ(0, actual.size())) {
+        return actual.size();
+    }
+    std::size_t place = 0;
+    while (!differ(place, 1)) {
+        ++place;
+    }
+    return place;
+}
+
 /// Bit for bit, so that NaN equals itself and -0.0 is told from 0.0.
 template <class... Parts>
 void expectSameBits(const std::vector<double>& actual, const std::vector<double>& expected,
                     const Parts&... what) {
     expectEqual(actual.size(), expected.size(), "number of values: ", what...);
-    for (std::size_t i = 0; i < actual.size(); ++i) {
-        if (std::memcmp(&actual[i], &expected[i], sizeof(double)) != 0) {
-            expect(false, what..., ": value ", i, " is ", actual[i], ", not ", expected[i]);
-        }
+    if (const std::size_t i = firstDifference(actual, expected); i < actual.size()) {
+        expect(false, what..., ": value ", i, " is ", actual[i], ", not ", expected[i]);
     }
 }
 

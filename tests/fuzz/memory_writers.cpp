@@ -292,8 +292,8 @@ private:
     std::vector<Subject> subjects;
     std::size_t current = 0;
     std::size_t group = 0;
-    std::size_t rowsLeft = 600;
-    std::size_t comparisonsLeft = 12;
+    std::size_t rowsLeft = 250;
+    std::size_t comparisonsLeft = 6;
 };
 
 } // namespace
