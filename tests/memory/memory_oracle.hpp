@@ -76,6 +76,16 @@ public:
         }
     }
 
+    /// As a move of the writer does: everything but the stores goes over.
+    void takeOver(MemoryOracle& other) {
+        setup = std::exchange(other.setup, {});
+        rollbackOnTimeRegression = other.rollbackOnTimeRegression;
+        pointLimit = other.pointLimit;
+        flushed = other.flushed;
+        times = std::exchange(other.times, {});
+        rows = std::exchange(other.rows, {});
+    }
+
     GroupSetup setup;
     bool rollbackOnTimeRegression;
     std::optional<std::size_t> pointLimit;

@@ -1,4 +1,5 @@
 #include <tests/native/native_writers.hpp>
+#include <tests/support/WarningRecorder.hpp>
 
 #include <stdexcept>
 
@@ -103,22 +104,6 @@ TEST_F(NativeStreamWriterSetupTest, nonAsciiTemporaryDirectorySpoilsTheTimesLoca
     EXPECT_EQ(doublesOf(values.substr(0, values.find("_values")) + "_times_0"),
               std::vector<double>{1.0});
 }
-
-class WarningRecorder {
-public:
-    WarningRecorder() {
-        former = foundation::setWarningHandler(
-            [this](const foundation::Message& message) { warnings.push_back(message); });
-    }
-    ~WarningRecorder() { foundation::setWarningHandler(former); }
-    WarningRecorder(const WarningRecorder&) = delete;
-    WarningRecorder& operator=(const WarningRecorder&) = delete;
-
-    std::vector<foundation::Message> warnings;
-
-private:
-    foundation::WarningHandler former;
-};
 
 TEST_F(NativeStreamWriterSetupTest, rollbackOnlyWarns) {
     StreamingAttributes attributes;

@@ -63,6 +63,20 @@ public:
         }
     }
 
+    void clearBuffer() {
+        slot.reset();
+        for (auto& entry : groups) {
+            entry.second.buffer.clear();
+            entry.second.rowCount = 0;
+        }
+    }
+
+    /// A thread that took nothing so far takes what waits, and from now on each batch at once.
+    void startTaking() {
+        thread = Thread::takesAtOnce;
+        takeSlot();
+    }
+
     void flush() {
         takeSlot();
         flushIntermediate();

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <tests/fuzz/ByteScript.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace logging2::core::test {
+
+/// Rows that cost a script no bytes: every double has bits of its own, NaN payloads among them, so
+/// that a value at a wrong place shows.
+class RowSource {
+public:
+    std::vector<double> row(std::size_t length) {
+        std::vector<double> values(length);
+        for (double& value : values) {
+            value = ByteScript::doubleOf(++count * oddFactor);
+        }
+        return values;
+    }
+
+private:
+    static constexpr std::uint64_t oddFactor = 0x9E3779B97F4A7C15U;
+
+    std::uint64_t count = 0;
+};
+
+} // namespace logging2::core::test

@@ -1,0 +1,235 @@
+#pragma once
+
+#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/logging2.hpp>
+
+#include <tests/fuzz/ByteScript.hpp>
+#include <tests/fuzz/NameOracle.hpp>
+#include <tests/fuzz/expectations.hpp>
+#include <tests/support/setups.hpp>
+
+#include <cppmicroservices/BundleContext.h>
+#include <cppmicroservices/Constants.h>
+#include <cppmicroservices/ServiceFactory.h>
+#include <cppmicroservices/ServiceRegistration.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+namespace logging2::core::test {
+
+using cppmicroservices::ServiceProperties;
+using cppmicroservices::ServiceRegistrationU;
+
+/// What a service does when it is asked; `none` is a registration that yields no service.
+enum class Answer { object, null, exception, none };
+
+/// The service that was asked last, by the number of its registration.
+inline std::optional<std::size_t> asked;
+
+template <class Object, class Make>
+std::unique_ptr<Object> answer(std::size_t number, Answer what, const Make& make) {
+    expect(!asked, "a second service is asked");
+    asked = number;
+    if (what == Answer::exception) {
+        throw std::domain_error("no licence");
+    }
+    return what == Answer::null ? nullptr : make();
+}
+
+class ScriptedWriterService final : public StreamWriterService {
+public:
+    ScriptedWriterService(std::size_t number, Answer answer) : id(number), what(answer) {}
+
+    std::unique_ptr<StreamWriter> createStreamWriter(const StreamingAttributes& attributes,
+                                                     const GroupSetup& setup) override {
+        return answer<StreamWriter>(
+            id, what, [&] { return std::make_unique<MemoryStreamWriter>(attributes, setup); });
+    }
+
+private:
+    std::size_t id;
+    Answer what;
+};
+
+class ScriptedReaderService final : public StreamReaderService {
+public:
+    ScriptedReaderService(std::size_t number, Answer answer) : id(number), what(answer) {}
+
+    std::unique_ptr<StreamReader> createStreamReader(const boost::any& dataStore) override {
+        return answer<StreamReader>(
+            id, what, [&] { return std::make_unique<MemoryStreamReader>(dataStore); });
+    }
+
+private:
+    std::size_t id;
+    Answer what;
+};
+
+class NoService final : public cppmicroservices::ServiceFactory {
+public:
+    cppmicroservices::InterfaceMapConstPtr
+    GetService(const cppmicroservices::Bundle&,
+               const cppmicroservices::ServiceRegistrationBase&) override {
+        return nullptr;
+    }
+    void UngetService(const cppmicroservices::Bundle&,
+                      const cppmicroservices::ServiceRegistrationBase&,
+                      const cppmicroservices::InterfaceMapConstPtr&) override {}
+};
+
+/// Writers or readers: how they are registered, and how they are asked for.
+struct WriterSide {
+    using Interface = StreamWriterService;
+    using Service = ScriptedWriterService;
+    static std::string key() { return vtllogging_write_type_id(); }
+    static auto ask(const std::string& name) {
+        return get_stream_writer(name, StreamingAttributes{}, scalarSetup());
+    }
+    static const std::type_info& builtin(std::size_t number) {
+        return number == 0   ? typeid(MemoryStreamWriter)
+               : number == 1 ? typeid(MemoryStreamRestrictedWriter)
+                             : typeid(NativeStreamWriter);
+    }
+};
+
+struct ReaderSide {
+    using Interface = StreamReaderService;
+    using Service = ScriptedReaderService;
+    static std::string key() { return vtllogging_read_type_id(); }
+    static auto ask(const std::string& name) { return get_stream_reader(name, boost::any()); }
+    static const std::type_info& builtin(std::size_t number) {
+        return number < 2 ? typeid(MemoryStreamReader) : typeid(NativeStreamReader);
+    }
+};
+
+/// All services of one side, as they were registered and as they are expected.
+template <class Side>
+class Services {
+public:
+    ~Services() {
+        for (std::size_t number = 0; number < expected.size(); ++number) {
+            if (expected[number]) {
+                registrations[number].Unregister();
+            }
+        }
+    }
+
+    void add(ByteScript& script, const std::string& name) {
+        static constexpr Answer answers[] = {Answer::object, Answer::object, Answer::null,
+                                             Answer::exception, Answer::none};
+        const std::size_t number = expected.size();
+        const Answer what = script.oneOf(answers);
+        const NamedService properties = scripted(script, name);
+        registrations.push_back(registered(number, what, propertiesOf(properties)));
+        expected.push_back(properties);
+        answersOf.push_back(what);
+    }
+
+    void addBuiltin(const ServiceRegistrationU& registration, const std::string& name) {
+        registrations.push_back(registration);
+        builtinFrom = builtinFrom.value_or(expected.size());
+        expected.push_back(NamedService{name, 0, true});
+        answersOf.push_back(Answer::object);
+    }
+
+    /// Another name, ranking or key for a service that stays registered.
+    void change(ByteScript& script, const std::string& name) {
+        if (!expected.empty()) {
+            const std::size_t number = script.below(expected.size());
+            if (expected[number]) {
+                expected[number] = scripted(script, name);
+                registrations[number].SetProperties(propertiesOf(*expected[number]));
+            }
+        }
+    }
+
+    void remove(ByteScript& script) {
+        if (!expected.empty()) {
+            const std::size_t number = script.below(expected.size());
+            if (expected[number]) {
+                expected[number].reset();
+                registrations[number].Unregister();
+            }
+        }
+    }
+
+    void lookUp(const std::string& name) const {
+        asked.reset();
+        const NameOracle oracle(name);
+        if (oracle.isRefused(expected)) {
+            expectThrows<std::invalid_argument>([&] { Side::ask(name); }, "malformed ", name);
+            return;
+        }
+        const std::optional<std::size_t> chosen = oracle.chosen(expected);
+        if (!chosen || answersOf[*chosen] == Answer::none) {
+            expect(!Side::ask(name).has_value(), "something is found by ", name);
+        } else if (answersOf[*chosen] == Answer::exception) {
+            expectThrows<std::domain_error>([&] { Side::ask(name); }, "service found by ", name);
+        } else {
+            compareObject(Side::ask(name), *chosen, name);
+            return;
+        }
+        const bool isAsked = chosen && answersOf[*chosen] == Answer::exception;
+        expect(asked == (isAsked ? chosen : std::nullopt), "another service is asked for ", name);
+    }
+
+    const std::vector<std::optional<NamedService>>& all() const { return expected; }
+
+private:
+    static NamedService scripted(ByteScript& script, const std::string& name) {
+        static constexpr int rankings[] = {0, 0, 1, -1, 7};
+        const int ranking = script.oneOf(rankings);
+        return {name, ranking, script.below(8) != 7};
+    }
+
+    static ServiceProperties propertiesOf(const NamedService& service) {
+        ServiceProperties properties;
+        properties[service.isNamed ? Side::key() : "another.key"] = service.name;
+        properties[cppmicroservices::Constants::SERVICE_RANKING] = service.ranking;
+        return properties;
+    }
+
+    static ServiceRegistrationU registered(std::size_t number, Answer what,
+                                           const ServiceProperties& properties) {
+        auto context = foundation::get_global_bundle_context();
+        using Interface = typename Side::Interface;
+        if (what == Answer::none) {
+            return context.RegisterService<Interface>(
+                cppmicroservices::ToFactory(std::make_shared<NoService>()), properties);
+        }
+        return context.RegisterService<Interface>(
+            std::make_shared<typename Side::Service>(number, what), properties);
+    }
+
+    bool isBuiltin(std::size_t number) const {
+        const std::size_t count = builtin_backend_names().size();
+        return builtinFrom && number >= *builtinFrom && number < *builtinFrom + count;
+    }
+
+    template <class Found>
+    void compareObject(const Found& found, std::size_t chosen, const std::string& name) const {
+        expect(found.has_value(), "nothing is found by ", name);
+        if (isBuiltin(chosen)) {
+            expect(!asked && *found != nullptr, "no built-in back-end is found by ", name);
+            const auto& object = **found;
+            expect(typeid(object) == Side::builtin(chosen - *builtinFrom),
+                   "another built-in back-end is found by ", name);
+            return;
+        }
+        expect(asked == chosen, "another service is asked for ", name);
+        expectEqual(*found == nullptr, answersOf[chosen] == Answer::null, "null for ", name);
+    }
+
+    std::vector<ServiceRegistrationU> registrations;
+    std::vector<std::optional<NamedService>> expected;
+    std::vector<Answer> answersOf;
+    std::optional<std::size_t> builtinFrom;
+};
+
+} // namespace logging2::core::test

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+namespace logging2::core::test {
+
+/// What the library does is not what was expected. An exception, so that the files of the run are
+/// removed on its way out.
+class Difference : public std::logic_error {
+public:
+    using std::logic_error::logic_error;
+};
+
+/// Throws a Difference that says what was looked at, given in parts, unless it holds.
+template <class... Parts>
+void expect(bool holds, const Parts&... what) {
+    if (!holds) {
+        std::ostringstream message;
+        message.precision(17);
+        (message << ... << what);
+        throw Difference(message.str());
+    }
+}
+
+template <class Actual, class Expected, class... Parts>
+void expectEqual(const Actual& actual, const Expected& expected, const Parts&... what) {
+    expect(actual == expected, what..., " is ", actual, ", not ", expected);
+}
+
+/// Where the bits of two lists of one length differ first; their length where they do not.
+inline std::size_t firstDifference(const std::vector<double>& actual,
+                                   const std::vector<double>& expected) {
+    const auto differ = [&](std::size_t from, std::size_t count) {
+        return std::memcmp(&actual[from], &expected[from], count * sizeof(double)) != 0;
+    };
+    if (actual.empty() || !differ(0, actual.size())) {
+        return actual.size();
+    }
+    std::size_t place = 0;
+    while (!differ(place, 1)) {
+        ++place;
+    }
+    return place;
+}
+
+/// Bit for bit, so that NaN equals itself and -0.0 is told from 0.0.
+template <class... Parts>
+void expectSameBits(const std::vector<double>& actual, const std::vector<double>& expected,
+                    const Parts&... what) {
+    expectEqual(actual.size(), expected.size(), "number of values: ", what...);
+    if (const std::size_t i = firstDifference(actual, expected); i < actual.size()) {
+        expect(false, what..., ": value ", i, " is ", actual[i], ", not ", expected[i]);
+    }
+}
+
+/// Expects that the call throws the exception, or one that is derived from it.
+template <class Exception, class Call, class... Parts>
+void expectThrows(const Call& call, const Parts&... what) {
+    try {
+        call();
+    } catch (const Exception&) {
+        return;
+    }
+    expect(false, what..., " throws nothing");
+}
+
+} // namespace logging2::core::test
