@@ -1,6 +1,7 @@
 #include <logging2/ids/identifiers.hpp>
 #include <logging2/native/StreamLocationCreator.hpp>
 
+#include <tests/support/NoDescriptors.hpp>
 #include <tests/support/SystemTempDirectory.hpp>
 
 #include <boost/uuid/entropy_error.hpp>
@@ -8,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,27 +18,10 @@
 namespace logging2::core {
 namespace {
 
-/// Leaves the process without a free file descriptor while it lives.
-class NoDescriptors {
-public:
-    NoDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &former);
-        const int firstFree = dup(0);
-        close(firstFree);
-        rlimit none = former;
-        none.rlim_cur = static_cast<rlim_t>(firstFree);
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &former); }
-
-private:
-    rlimit former{};
-};
-
 // Each case runs in a process of its own: the descriptor stays open once it could be opened.
 TEST(EntropyTest, deviceThatCannotBeOpenedIsAnErrorAndIsTriedAgain) {
     {
-        const NoDescriptors none;
+        const test::NoDescriptors none;
         try {
             get_unique_id();
             ADD_FAILURE() << "an identifier without a random source";
@@ -48,7 +31,7 @@ TEST(EntropyTest, deviceThatCannotBeOpenedIsAnErrorAndIsTriedAgain) {
         }
     }
     EXPECT_EQ(get_unique_id().text().size(), 36U);
-    const NoDescriptors none;
+    const test::NoDescriptors none;
     EXPECT_EQ(get_unique_id().text().size(), 36U) << "the device is opened only once";
 }
 

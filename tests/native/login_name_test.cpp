@@ -20,11 +20,16 @@ enum class Answer { name, noEntry, nullName, error };
 Answer answer = Answer::name;
 std::string loginName = "ann";
 std::size_t wantedRoom = 0;
+int interruptions = 0;
 
 } // namespace
 
 extern "C" int getpwuid_r(uid_t, passwd* entry, char*, std::size_t room, passwd** result) {
     *result = nullptr;
+    if (interruptions > 0) {
+        --interruptions;
+        return EINTR;
+    }
     if (room < wantedRoom) {
         return ERANGE;
     }
@@ -65,6 +70,13 @@ TEST(LoginNameTest, entryOfAnyLengthIsFound) {
     wantedRoom = 100000;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
     wantedRoom = 0;
+}
+
+TEST(LoginNameTest, questionThatIsInterruptedIsAskedAgain) {
+    const SystemTempDirectory directory;
+    interruptions = 3;
+    EXPECT_EQ(directoryName(), "trakontmp.ann");
+    EXPECT_EQ(interruptions, 0);
 }
 
 // The stem of the times file is widened byte by byte and names no file then.

@@ -7,17 +7,27 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <iostream>
 #include <new>
 #include <random>
 #include <thread>
 
-// A host that is killed at any instant.
+// A host that is killed at any instant. LOGGING2_KILLS sets how often (scripts/kills).
 
 namespace logging2::core::test {
 namespace {
 
-constexpr int killCount = 250;
 constexpr std::size_t batchRowCount = 5;
+
+/// What there is in memory at most: a buffer that is about to be handed over, and a batch in the
+/// slot or in work.
+constexpr std::size_t rowsInMemory = 2 * batchRowCount;
+
+std::size_t kill_count() {
+    const char* const text = std::getenv("LOGGING2_KILLS"); // NOLINT(concurrency-mt-unsafe)
+    return text != nullptr ? std::stoul(text) : 125;
+}
 
 /// A counter that a child process shares with its parent.
 class SharedCounter {
@@ -37,35 +47,64 @@ public:
     std::atomic<long>* value;
 };
 
+/// What the host does between two rows.
+using BetweenRows = void (*)(NativeStreamWriter& writer, long written);
+
+/// Full buffers go to the thread; now and then the caller writes as well.
+void through_the_thread(NativeStreamWriter& writer, long written) {
+    if (written % 17 == 0) {
+        writer.flushIntermediate();
+    }
+}
+
+/// No buffer ever fills: the way that loses nothing while the host lives.
+void by_the_caller(NativeStreamWriter& writer, long written) {
+    if (written % static_cast<long>(batchRowCount - 1) == 0) {
+        writer.flushIntermediate();
+        writer.clearBuffer();
+    }
+}
+
 /// Row i has the time i and the values 10 i, 100 i and 100 i + 1.
-[[noreturn]] void logForEver(NativeStreamWriter& writer, std::atomic<long>& written) {
+[[noreturn]] void logForEver(NativeStreamWriter& writer, BetweenRows betweenRows,
+                             std::atomic<long>& written) {
     for (long i = 0;; ++i) {
         const auto x = static_cast<double>(i);
         const double row[] = {10.0 * x, 100.0 * x, 100.0 * x + 1.0};
         writer.write(0, x, row, 3);
         written = i + 1;
-        if (i % 17 == 16) {
-            writer.flushIntermediate();
-        }
+        betweenRows(writer, i + 1);
     }
 }
 
 /// The child and its files at the instant of its death.
 struct Killed {
-    long written;
+    std::size_t written;
     std::vector<double> times;
     std::vector<double> scalar;
     std::vector<double> pair;
+
+    /// Samples that all three files hold.
+    std::size_t inFiles() const { return pair.size() / 2; }
+
+    /// Samples that are missing behind the last one in the files.
+    std::size_t missingAtTheEnd() const {
+        const std::size_t seen =
+            inFiles() == 0 ? 0 : static_cast<std::size_t>(times[inFiles() - 1]) + 1;
+        return written > seen ? written - seen : 0;
+    }
+
+    std::size_t missing() const { return written > inFiles() ? written - inFiles() : 0; }
 };
 
-Killed runAndKill(long target) {
+Killed runAndKill(long target, BetweenRows betweenRows) {
     const SystemTempDirectory directory;
     const SharedCounter written;
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     Access::setBufferSize(writer, 0, batchRowCount);
     const pid_t child = fork();
     if (child == 0) {
-        logForEver(writer, *written.value);
+        logForEver(writer, betweenRows, *written.value);
     }
     int status = 0;
     while (*written.value < target) {
@@ -81,7 +120,8 @@ Killed runAndKill(long target) {
     const auto location = [&](const char* path) {
         return boost::any_cast<NativeDatastore>(writer.dataStore(ValuePath(path)));
     };
-    return {*written.value, doublesOf(native(location("a").timesLocation())),
+    return {static_cast<std::size_t>(*written.value),
+            doublesOf(native(location("a").timesLocation())),
             doublesOf(native(location("a").valuesLocation())),
             doublesOf(native(location("b").valuesLocation()))};
 }
@@ -89,10 +129,9 @@ Killed runAndKill(long target) {
 /// Times are appended first, then channel after channel: a file behind is behind by one batch.
 void expectPrefixes(const Killed& killed) {
     const std::size_t timeCount = killed.times.size();
-    const std::size_t pairCount = killed.pair.size() / 2;
     EXPECT_LE(killed.scalar.size(), timeCount);
-    EXPECT_LE(pairCount, killed.scalar.size());
-    EXPECT_LE(timeCount - pairCount, batchRowCount);
+    EXPECT_LE(killed.inFiles(), killed.scalar.size());
+    EXPECT_LE(timeCount - killed.inFiles(), batchRowCount);
     for (std::size_t s = 0; s < timeCount; ++s) {
         EXPECT_EQ(killed.times[s], std::floor(killed.times[s]));
         EXPECT_LE(killed.times[s], static_cast<double>(killed.written));
@@ -106,17 +145,57 @@ void expectPrefixes(const Killed& killed) {
     }
 }
 
-TEST(NativeKillTest, filesOfAKilledHostHoldPrefixesOfWhatWasHandedToThem) {
+/// What a series of kills cost, in samples.
+struct Losses {
+    std::size_t atRisk; ///< in memory at the instant of a kill, at most
+    std::size_t kills = 0;
+    std::size_t written = 0;
+    std::size_t inFiles = 0;
+    std::size_t replaced = 0; ///< lost while the host was alive: another batch took their slot
+    std::size_t killed = 0;
+    std::size_t mostKilled = 0;
+
+    void add(const Killed& one) {
+        const std::size_t lost = std::min(one.missingAtTheEnd(), atRisk);
+        ++kills;
+        written += one.written;
+        inFiles += one.inFiles();
+        replaced += one.missing() - std::min(one.missing(), lost);
+        killed += lost;
+        mostKilled = std::max(mostKilled, lost);
+    }
+};
+
+void print(const char* way, const Losses& losses) {
+    std::cout << way << ": " << losses.kills << " kills, " << losses.written << " samples written, "
+              << losses.inFiles << " in all their files, " << losses.replaced
+              << " replaced before the kill; lost to a kill: at most " << losses.atRisk
+              << " possible, at most " << losses.mostKilled << " seen, " << losses.killed
+              << " in total\n";
+}
+
+Losses killAgainAndAgain(BetweenRows betweenRows, std::size_t atRisk) {
     std::mt19937 random(1);
-    std::size_t rowsSeen = 0;
-    for (int i = 0; i < killCount && !::testing::Test::HasFailure(); ++i) {
+    Losses losses{atRisk};
+    for (std::size_t i = 0; i < kill_count() && !::testing::Test::HasFailure(); ++i) {
         const long target = std::uniform_int_distribution<long>(1, 400)(random);
         SCOPED_TRACE("kill " + std::to_string(i) + " at row " + std::to_string(target));
-        const Killed killed = runAndKill(target);
+        const Killed killed = runAndKill(target, betweenRows);
         expectPrefixes(killed);
-        rowsSeen += killed.times.size();
+        losses.add(killed);
     }
-    EXPECT_GT(rowsSeen, static_cast<std::size_t>(killCount)) << "hardly anything reached a file";
+    EXPECT_GT(losses.inFiles, kill_count()) << "hardly anything reached a file";
+    return losses;
+}
+
+TEST(NativeKillTest, filesOfAKilledHostHoldPrefixesOfWhatWasHandedToThem) {
+    print("through the thread", killAgainAndAgain(through_the_thread, rowsInMemory));
+}
+
+TEST(NativeKillTest, callerThatAppendsHimselfLosesNoMoreThanTheUnfinishedBuffer) {
+    const Losses losses = killAgainAndAgain(by_the_caller, batchRowCount - 1);
+    EXPECT_EQ(losses.replaced, 0U);
+    print("by the caller", losses);
 }
 
 } // namespace

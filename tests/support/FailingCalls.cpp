@@ -1,0 +1,215 @@
+#include <tests/support/FailingCalls.hpp>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace logging2::core::test {
+
+struct FailingCalls::Plan {
+    Call call;
+    std::string nameEnd;
+    std::vector<Outcome> outcomes;
+    std::size_t count = 0; // guarded by planMutex
+};
+
+namespace {
+
+using Plan = FailingCalls::Plan;
+
+// Never destroyed: files are closed at the end of the process too.
+std::mutex& planMutex = *new std::mutex;
+auto& plans = *new std::vector<std::shared_ptr<Plan>>; // guarded by planMutex
+std::atomic<bool> anyPlan{false};
+
+bool ends_with(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+std::string name_of(int descriptor) {
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    std::array<char, 4096> name{};
+    const ssize_t length = readlink(link.c_str(), name.data(), name.size());
+    return {name.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
+std::string name_of(const char* path) {
+    return path;
+}
+
+Outcome planned(Call call, const std::string& name) {
+    const std::lock_guard lock(planMutex);
+    for (const auto& plan : plans) {
+        if (plan->call == call && ends_with(name, plan->nameEnd)) {
+            const std::size_t index = plan->count++;
+            return index < plan->outcomes.size() ? plan->outcomes[index] : Outcome();
+        }
+    }
+    return {};
+}
+
+/// Looks up what becomes of the call and does what comes before it; leaves errno set where the call
+/// is to fail.
+template <class File>
+Outcome decide(Call call, File file) {
+    if (!anyPlan) {
+        return {};
+    }
+    const int formerError = errno;
+    Outcome outcome = planned(call, name_of(file));
+    if (outcome.before) {
+        outcome.before();
+    }
+    errno = outcome.error != 0 ? outcome.error : formerError;
+    return outcome;
+}
+
+template <class Function>
+Function* behind(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+template <class Function>
+std::FILE* open_stream(Function* next, const char* path, const char* mode) {
+    return decide(Call::open, path).error != 0 ? nullptr : next(path, mode);
+}
+
+/// Works in any case, as the system does where it reports an error.
+template <class Function, class File>
+int close_file(Function* next, File file, int descriptor) {
+    const int error = decide(Call::close, descriptor).error;
+    const int result = next(file);
+    errno = error != 0 ? error : errno;
+    return error != 0 ? -1 : result;
+}
+
+template <class Function, class Offset>
+Offset seek(Function* next, int descriptor, Offset offset, int origin) {
+    return decide(Call::seek, descriptor).error != 0 ? -1 : next(descriptor, offset, origin);
+}
+
+} // namespace
+
+std::ostream& operator<<(std::ostream& stream, Call call) {
+    static constexpr std::array names = {"open", "close", "read",          "write",
+                                         "seek", "stat",  "makeDirectory", "remove"};
+    return stream << names.at(static_cast<std::size_t>(call));
+}
+
+FailingCalls::FailingCalls(Call call, std::string nameEnd, std::vector<Outcome> outcomes)
+    : plan(std::make_shared<Plan>(Plan{call, std::move(nameEnd), std::move(outcomes)})) {
+    const std::lock_guard lock(planMutex);
+    plans.push_back(plan);
+    anyPlan = true;
+}
+
+FailingCalls::~FailingCalls() {
+    const std::lock_guard lock(planMutex);
+    plans.erase(std::find(plans.begin(), plans.end(), plan));
+    anyPlan = !plans.empty();
+}
+
+std::size_t FailingCalls::count() const {
+    const std::lock_guard lock(planMutex);
+    return plan->count;
+}
+
+} // namespace logging2::core::test
+
+using logging2::core::test::behind;
+using logging2::core::test::Call;
+using logging2::core::test::decide;
+
+extern "C" {
+
+std::FILE* fopen(const char* path, const char* mode) {
+    static const auto next = behind<std::FILE*(const char*, const char*)>("fopen");
+    return logging2::core::test::open_stream(next, path, mode);
+}
+
+std::FILE* fopen64(const char* path, const char* mode) {
+    static const auto next = behind<std::FILE*(const char*, const char*)>("fopen64");
+    return logging2::core::test::open_stream(next, path, mode);
+}
+
+int open(const char* path, int flags, ...) {
+    static const auto next = behind<int(const char*, int, ...)>("open");
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return decide(Call::open, path).error != 0 ? -1 : next(path, flags, mode);
+}
+
+int fclose(std::FILE* file) {
+    static const auto next = behind<int(std::FILE*)>("fclose");
+    return logging2::core::test::close_file(next, file, fileno(file));
+}
+
+int close(int descriptor) {
+    static const auto next = behind<int(int)>("close");
+    return logging2::core::test::close_file(next, descriptor, descriptor);
+}
+
+ssize_t read(int descriptor, void* data, std::size_t byteCount) {
+    static const auto next = behind<ssize_t(int, void*, std::size_t)>("read");
+    const auto outcome = decide(Call::read, descriptor);
+    return outcome.error != 0 ? -1 : next(descriptor, data, std::min(byteCount, outcome.byteLimit));
+}
+
+ssize_t write(int descriptor, const void* data, std::size_t byteCount) {
+    static const auto next = behind<ssize_t(int, const void*, std::size_t)>("write");
+    const auto outcome = decide(Call::write, descriptor);
+    return outcome.error != 0 ? -1 : next(descriptor, data, std::min(byteCount, outcome.byteLimit));
+}
+
+ssize_t writev(int descriptor, const iovec* pieces, int count) {
+    static const auto next = behind<ssize_t(int, const iovec*, int)>("writev");
+    const auto outcome = decide(Call::write, descriptor);
+    std::size_t left = outcome.byteLimit;
+    std::vector<iovec> cut(pieces, pieces + count);
+    for (iovec& piece : cut) {
+        piece.iov_len = std::min(piece.iov_len, left);
+        left -= piece.iov_len;
+    }
+    return outcome.error != 0 ? -1 : next(descriptor, cut.data(), count);
+}
+
+off_t lseek(int descriptor, off_t offset, int origin) noexcept {
+    static const auto next = behind<off_t(int, off_t, int)>("lseek");
+    return logging2::core::test::seek(next, descriptor, offset, origin);
+}
+
+off64_t lseek64(int descriptor, off64_t offset, int origin) noexcept {
+    static const auto next = behind<off64_t(int, off64_t, int)>("lseek64");
+    return logging2::core::test::seek(next, descriptor, offset, origin);
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+    static const auto next = behind<int(const char*, struct stat*)>("stat");
+    return decide(Call::stat, path).error != 0 ? -1 : next(path, status);
+}
+
+int mkdir(const char* path, mode_t mode) noexcept {
+    static const auto next = behind<int(const char*, mode_t)>("mkdir");
+    return decide(Call::makeDirectory, path).error != 0 ? -1 : next(path, mode);
+}
+
+int remove(const char* path) noexcept {
+    static const auto next = behind<int(const char*)>("remove");
+    return decide(Call::remove, path).error != 0 ? -1 : next(path);
+}
+
+} // extern "C"

@@ -1,0 +1,162 @@
+#include <tests/native/native_writers.hpp>
+#include <tests/support/FailingCalls.hpp>
+#include <tests/support/OrdinaryPermissions.hpp>
+
+#include <boost/system/system_error.hpp>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+// Calls that fail while a writer draws its location.
+
+namespace logging2::core::test {
+namespace {
+
+using std::filesystem::filesystem_error;
+using std::filesystem::perms;
+
+/// The end of the name of the user's directory.
+std::string userDirectoryEnd(const StreamLocationCreator& creator) {
+    return native(creator.getUniquePath().text()).parent_path().filename();
+}
+
+class LocationErrorsTest : public ::testing::Test {
+protected:
+    std::filesystem::path userDirectory() const { return directory.path() / leaf; }
+
+    void expectNoLocation(int error) const {
+        try {
+            const NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+            ADD_FAILURE() << "a location in spite of: " << std::strerror(error);
+        } catch (const filesystem_error& thrown) {
+            EXPECT_EQ(thrown.code().value(), error);
+        }
+    }
+
+    SystemTempDirectory directory;
+    StreamLocationCreator creator;
+    std::string leaf = userDirectoryEnd(creator);
+};
+
+TEST_F(LocationErrorsTest, existenceThatCannotBeFoundOutIsAnErrorAndKeepsThePath) {
+    const std::u16string former = creator.getUniquePath().text();
+    for (const int error : {EACCES, ELOOP, EIO, ENOMEM}) {
+        const FailingCalls stats(Call::stat, leaf, {fails(error), fails(error)});
+        expectNoLocation(error);
+        EXPECT_THROW(creator.setUniquePath(), filesystem_error);
+        EXPECT_EQ(creator.getUniquePath().text(), former);
+    }
+}
+
+TEST_F(LocationErrorsTest, directoryThatCannotBeMadeIsAnErrorAndKeepsThePath) {
+    std::filesystem::remove(userDirectory());
+    const std::u16string former = creator.getUniquePath().text();
+    for (const int error : {ENOSPC, EDQUOT, EROFS, EACCES, EIO, EMLINK}) {
+        const FailingCalls makes(Call::makeDirectory, leaf, {fails(error), fails(error)});
+        expectNoLocation(error);
+        EXPECT_THROW(creator.setUniquePath(), filesystem_error);
+        EXPECT_EQ(creator.getUniquePath().text(), former);
+    }
+    EXPECT_FALSE(std::filesystem::exists(userDirectory()));
+}
+
+TEST_F(LocationErrorsTest, directoryThatAnotherProcessMakesMeanwhileIsTaken) {
+    std::filesystem::remove(userDirectory());
+    const FailingCalls makes(Call::makeDirectory, leaf, {works([this] {
+                                 std::filesystem::create_directory(userDirectory());
+                             })});
+    EXPECT_NO_THROW(creator.setUniquePath());
+    EXPECT_EQ(native(creator.getUniquePath().text()).parent_path(), userDirectory());
+    EXPECT_TRUE(std::filesystem::is_directory(userDirectory()));
+}
+
+TEST_F(LocationErrorsTest, temporaryDirectoryThatIsReadOnlyIsAnError) {
+    std::filesystem::remove(userDirectory());
+    std::filesystem::permissions(directory.path(), perms::owner_read | perms::owner_exec);
+    {
+        const OrdinaryPermissions ordinary;
+        expectNoLocation(EACCES);
+    }
+    std::filesystem::permissions(directory.path(), perms::owner_all);
+}
+
+/// A value of the environment variable TMPDIR while it lives, with the system's own answer.
+class TemporaryDirectoryVariable {
+public:
+    explicit TemporaryDirectoryVariable(const std::string& value) {
+        setenv("TMPDIR", value.c_str(), 1);
+    }
+    ~TemporaryDirectoryVariable() {
+        unsetenv("TMPDIR");
+        fl::filesystem::setTempDirectoryName(std::move(host));
+    }
+    TemporaryDirectoryVariable(const TemporaryDirectoryVariable&) = delete;
+    TemporaryDirectoryVariable& operator=(const TemporaryDirectoryVariable&) = delete;
+
+private:
+    std::function<std::u16string()> host = fl::filesystem::setTempDirectoryName({});
+};
+
+TEST_F(LocationErrorsTest, variableWithAMissingDirectoryGetsOne) {
+    const std::filesystem::path missing = directory.path() / "not" / "there";
+    const TemporaryDirectoryVariable variable(missing);
+    EXPECT_NO_THROW(creator.setUniquePath());
+    EXPECT_TRUE(std::filesystem::is_directory(missing / leaf));
+}
+
+TEST_F(LocationErrorsTest, variableWithAFileIsAnError) {
+    writeBytes(directory.path() / "file", "x");
+    const TemporaryDirectoryVariable variable(directory.path() / "file");
+    expectNoLocation(ENOTDIR);
+}
+
+TEST_F(LocationErrorsTest, variableWithNonsenseIsAnError) {
+    const TemporaryDirectoryVariable variable(directory.path() / std::string(300, 'n'));
+    expectNoLocation(ENAMETOOLONG);
+}
+
+/// A current directory that is gone, while it lives.
+class GoneCurrentDirectory {
+public:
+    GoneCurrentDirectory() {
+        const TemporaryDirectory gone;
+        std::filesystem::current_path(gone.path());
+    }
+    ~GoneCurrentDirectory() { std::filesystem::current_path(former); }
+    GoneCurrentDirectory(const GoneCurrentDirectory&) = delete;
+    GoneCurrentDirectory& operator=(const GoneCurrentDirectory&) = delete;
+
+private:
+    std::filesystem::path former = std::filesystem::current_path();
+};
+
+std::u16string no_answer() {
+    throw std::runtime_error("the host has no temporary directory");
+}
+
+TEST_F(LocationErrorsTest, fallbackWithoutACurrentDirectoryIsAnError) {
+    const auto host = fl::filesystem::setTempDirectoryName(no_answer);
+    EXPECT_NO_THROW(creator.tempdir());
+    {
+        const GoneCurrentDirectory gone;
+        EXPECT_THROW(creator.tempdir(), boost::system::system_error);
+        EXPECT_THROW(StreamLocationCreator(), boost::system::system_error);
+    }
+    fl::filesystem::setTempDirectoryName(host);
+}
+
+TEST_F(LocationErrorsTest, fallbackWithAVariableThatNamesNoDirectoryIsAnError) {
+    const auto host = fl::filesystem::setTempDirectoryName(no_answer);
+    writeBytes(directory.path() / "file", "x");
+    for (const char* const name : {"missing", "file"}) {
+        setenv("TMPDIR", (directory.path() / name).c_str(), 1);
+        EXPECT_THROW(creator.tempdir(), boost::system::system_error) << name;
+    }
+    unsetenv("TMPDIR");
+    fl::filesystem::setTempDirectoryName(host);
+}
+
+} // namespace
+} // namespace logging2::core::test
