@@ -79,6 +79,7 @@ public:
     std::size_t numSteps(std::size_t group) const;
 
 protected:
+    /// Empty containers for each group of the setup; shares the setup's block.
     BasicMemoryStreamWriter(StreamingAttributes configuration,
                             SequenceMap<Group, LoggedPathsSetupData> setup);
 
@@ -91,11 +92,17 @@ protected:
 
     ~BasicMemoryStreamWriter() override;
 
+    /// What is logged, group after group.
     SequenceMap<Group, LoggedPathsSetupData> groups;
+    /// Whether flush() was called, also where it threw.
     bool flushed = false;
+    /// The times of each group, by its id.
     std::vector<Times> groupTimes;
+    /// The rows of each group, by its id.
     std::vector<Rows> groupData;
+    /// What flush() has built, by path.
     boost::unordered_map<lang::core::ValuePath, MemoryDatastore> dataStores;
+    /// The configuration; of it, `rollbackOnTimeRegression` is read.
     StreamingAttributes attributes;
 
 private:

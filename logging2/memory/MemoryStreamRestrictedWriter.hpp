@@ -31,7 +31,9 @@ public:
     /// cannot give a smaller one.
     MemoryStreamRestrictedWriter(StreamingAttributes configuration,
                                  SequenceMap<Group, LoggedPathsSetupData> setup);
+    /// Takes over the rings. Intended: stores that were built stay with the source.
     MemoryStreamRestrictedWriter(MemoryStreamRestrictedWriter&& other) noexcept;
+    /// Takes over the rings in place of its own. Intended: each keeps the stores it has built.
     MemoryStreamRestrictedWriter& operator=(MemoryStreamRestrictedWriter&& other) noexcept;
     ~MemoryStreamRestrictedWriter() override;
 };

@@ -24,9 +24,12 @@ extern template class LOGGING2_EXPORT
 class LOGGING2_EXPORT MemoryStreamWriter
     : public detail::BasicMemoryStreamWriter<std::vector<double>, std::deque<detail::RowHandle>> {
 public:
+    /// A writer without samples; shares the setup's block, and allocates per group only.
     MemoryStreamWriter(StreamingAttributes configuration,
                        SequenceMap<Group, LoggedPathsSetupData> setup);
+    /// Takes over the samples. Intended: stores that were built stay with the source.
     MemoryStreamWriter(MemoryStreamWriter&& other) noexcept;
+    /// Takes over the samples in place of its own. Intended: each keeps the stores it has built.
     MemoryStreamWriter& operator=(MemoryStreamWriter&& other) noexcept;
     ~MemoryStreamWriter() override;
 };

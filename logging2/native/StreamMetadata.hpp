@@ -26,7 +26,9 @@ public:
     StreamMetadata(const std::map<lang::core::ValuePath, ChannelProperties>& channelMetadata,
                    const SequenceMap<std::size_t, RowLayout>& logBufferData,
                    const std::map<std::size_t, std::size_t>& groupChannels);
+    /// Leaves the source describing nothing.
     StreamMetadata(StreamMetadata&& other) noexcept;
+    /// Leaves the source describing nothing.
     StreamMetadata& operator=(StreamMetadata&& other) noexcept;
     ~StreamMetadata();
 

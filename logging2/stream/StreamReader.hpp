@@ -14,6 +14,9 @@ namespace logging2::core {
 /// samples were logged, and the values S·w doubles, sample-major: those of sample s are the
 /// elements s·w to s·w + w - 1. Times are in the host's unit.
 ///
+/// How long the data lives, and what may be read on several threads at once, is the concrete
+/// reader's to say.
+///
 /// The order of the virtual operations is fixed: back-ends are built apart from the library.
 class LOGGING2_EXPORT StreamReader {
 public:

@@ -43,7 +43,8 @@ public:
     /// An extra description of the data stores; empty for every built-in writer.
     virtual std::optional<DataStoreInfo> dataStoreInfo() const = 0;
 
-    /// Makes all written samples final and readable. To be called once.
+    /// Makes all written samples final and readable. To be called once. What may fail is the
+    /// concrete writer's to say.
     virtual void flush() = 0;
 
     /// Makes the samples so far readable while writing goes on; may do nothing.

@@ -103,7 +103,7 @@ TEST(MemoryStreamRestrictedWriterTest, bothRingsHaveTheLimitAsTheirCapacity) {
     auto writer = restricted(5, false,
                              GroupSetup{{Group(0), LoggedPathsSetupData({}, {})},
                                         {Group(1), LoggedPathsSetupData({}, {})}});
-    for (const std::size_t group : {0, 1}) {
+    for (const std::size_t group : {0U, 1U}) {
         EXPECT_EQ(writer.times(group).capacity(), 5U);
         EXPECT_EQ(writer.data(group).capacity(), 5U);
     }

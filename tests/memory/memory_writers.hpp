@@ -9,6 +9,8 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -59,5 +61,14 @@ protected:
 };
 
 using MemoryWriters = ::testing::Types<MemoryStreamWriter, MemoryStreamRestrictedWriter>;
+
+/// The names of the typed tests.
+struct WriterNames {
+    template <class Writer>
+    static std::string GetName(int /*index*/) {
+        return std::is_same_v<Writer, MemoryStreamWriter> ? "MemoryStreamWriter"
+                                                          : "MemoryStreamRestrictedWriter";
+    }
+};
 
 } // namespace logging2::core::test

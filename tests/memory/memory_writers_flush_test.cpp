@@ -14,7 +14,7 @@ using ::testing::IsEmpty;
 
 template <class Writer>
 class MemoryWritersFlushTest : public MemoryWritersTest<Writer> {};
-TYPED_TEST_SUITE(MemoryWritersFlushTest, MemoryWriters);
+TYPED_TEST_SUITE(MemoryWritersFlushTest, MemoryWriters, WriterNames);
 
 TYPED_TEST(MemoryWritersFlushTest, columnsAreSampleMajorInChannelOrder) {
     auto writer = this->make(mixedWidthSetup());

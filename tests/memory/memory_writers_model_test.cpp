@@ -166,7 +166,7 @@ private:
     }
 };
 
-TYPED_TEST_SUITE(MemoryWritersModelTest, MemoryWriters);
+TYPED_TEST_SUITE(MemoryWritersModelTest, MemoryWriters, WriterNames);
 
 TYPED_TEST(MemoryWritersModelTest, randomSequencesEndAsTheOracleDoes) {
     for (unsigned seed = 1; seed <= sequenceCount && !this->HasFailure(); ++seed) {

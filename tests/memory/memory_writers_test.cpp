@@ -8,7 +8,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TYPED_TEST_SUITE(MemoryWritersTest, MemoryWriters);
+TYPED_TEST_SUITE(MemoryWritersTest, MemoryWriters, WriterNames);
 
 TYPED_TEST(MemoryWritersTest, writeAppendsAndReturnsTrue) {
     auto writer = this->make(mixedWidthSetup());
@@ -204,7 +204,7 @@ TYPED_TEST(MemoryWritersTest, rollbackByZeroKeepsRowsWithoutTimes) {
 }
 
 TYPED_TEST(MemoryWritersTest, rollbackByTheNumberOfSamplesOrMoreEmptiesTheGroup) {
-    for (const std::size_t count : {2, 3, 1000}) {
+    for (const std::size_t count : {2U, 3U, 1000U}) {
         auto writer = this->make();
         this->writeTimes(writer, {1.0, 2.0});
         writer.rollback(0, count);

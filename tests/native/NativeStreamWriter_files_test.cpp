@@ -76,10 +76,10 @@ TEST_F(NativeStreamWriterFilesTest, groupsAscendAndTimesComeBeforeTheChannelsInR
                    {Group(2), LoggedPathsSetupData(paths({{"a", 8}, {"b", 3}}),
                                                    channels({{8, 1}, {3, 1}}))}});
     const AppendOrder order(directory.path() / "pipe");
-    for (const std::size_t group : {2, 5}) {
+    for (const std::size_t group : {2U, 5U}) {
         Access::setTimesPath(writer, group, order.path);
     }
-    for (const std::size_t channel : {1, 3, 8}) {
+    for (const std::size_t channel : {1U, 3U, 8U}) {
         Access::setValuesPath(writer, channel, order.path);
     }
     write(writer, 5, 500.0, {51.0});

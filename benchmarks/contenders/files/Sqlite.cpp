@@ -44,8 +44,8 @@ public:
         execute("PRAGMA synchronous = OFF");
         for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
             execute("CREATE TABLE " + nameOf(group) + " (" + columnsOf(group) + ")");
-            inserts.push_back(prepare("INSERT INTO " + nameOf(group) + " VALUES (" +
-                                      placeholdersOf(group) + ")"));
+            inserts.push_back(prepared("INSERT INTO " + nameOf(group) + " VALUES (" +
+                                       placeholdersOf(group) + ")"));
         }
     }
 
@@ -98,7 +98,7 @@ private:
                 database);
     }
 
-    Statement prepare(const std::string& text) {
+    Statement prepared(const std::string& text) {
         sqlite3_stmt* statement = nullptr;
         const int result =
             sqlite3_prepare_v2(database.get(), text.c_str(), -1, &statement, nullptr);
@@ -108,7 +108,7 @@ private:
     }
 
     void check_group(std::size_t group) {
-        const Statement select = prepare("SELECT * FROM " + nameOf(group) + " ORDER BY rowid");
+        const Statement select = prepared("SELECT * FROM " + nameOf(group) + " ORDER BY rowid");
         std::vector<double> row(rows.workload().groups[group].valueCount() + 1);
         std::size_t step = 0;
         for (; sqlite3_step(select.get()) == SQLITE_ROW; ++step) {

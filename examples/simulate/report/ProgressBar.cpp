@@ -7,9 +7,9 @@
 namespace simulate {
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr std::size_t barWidth = 40;
+constexpr std::chrono::milliseconds firstDraw(1000);
+constexpr std::chrono::milliseconds drawInterval(100);
 constexpr const char* eraseLine = "\r\x1b[K";
 
 } // namespace
@@ -20,7 +20,7 @@ ProgressBar::ProgressBar(std::ostream& terminal, bool isEnabled, double totalVal
       enabled(isEnabled),
       total(totalValue),
       now(std::move(clock)),
-      nextDraw(now() + 1s) {}
+      nextDraw(now() + firstDraw) {}
 
 ProgressBar::~ProgressBar() {
     if (drawn) {
@@ -34,7 +34,7 @@ void ProgressBar::show(double done) {
     }
     const Clock::time_point time = now();
     if (time > nextDraw) {
-        nextDraw = time + 100ms;
+        nextDraw = time + drawInterval;
         draw(std::clamp(done / total, 0.0, 1.0));
     }
 }

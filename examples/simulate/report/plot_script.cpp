@@ -91,7 +91,7 @@ struct Style {
 };
 
 std::string curve_clause(const Panel& panel, const std::string& name, std::size_t curve,
-                         Style style) {
+                         const Style& style) {
     const std::string color =
         std::string(" lc rgb '") + curveColors[curve % curveColors.size()] + "'";
     const std::string data = '$' + block_name(name, curve) + " using 1:2 with ";
@@ -155,8 +155,8 @@ std::string dot_key(const Panel& panel) {
 }
 
 /// The extra clauses go into the panel's key, behind its curves.
-void append_panel(std::string& script, const Panel& panel, const std::string& name, Style style,
-                  const std::string& extraKeys) {
+void append_panel(std::string& script, const Panel& panel, const std::string& name,
+                  const Style& style, const std::string& extraKeys) {
     script += "plot ";
     for (std::size_t curve = 0; curve < panel.curves.size(); ++curve) {
         script += (curve == 0 ? "" : ", ") + curve_clause(panel, name, curve, style);

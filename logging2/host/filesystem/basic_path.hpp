@@ -19,14 +19,19 @@ public:
     /// The empty path.
     basic_path() = default;
 
+    /// A path of this text, unchanged.
     explicit basic_path(std::u16string path) : characters(std::move(path)) {}
 
+    /// The text as UTF-16; valid while the path lives unchanged.
     const std::u16string& text() const noexcept { return characters; }
+    /// Whether it is the empty path.
     bool empty() const noexcept { return characters.empty(); }
 
+    /// Whether the texts are equal; nothing is resolved or normalised.
     friend bool operator==(const basic_path& a, const basic_path& b) noexcept {
         return a.characters == b.characters;
     }
+    /// The opposite.
     friend bool operator!=(const basic_path& a, const basic_path& b) noexcept { return !(a == b); }
 
 private:

@@ -12,6 +12,7 @@ namespace fl::filesystem {
 /// A directory was to be created where something exists already.
 class LOGGING2_EXPORT FileExistsError : public std::filesystem::filesystem_error {
 public:
+    /// The path, in the encoding of the platform's calls, becomes `path1()`.
     explicit FileExistsError(const std::string& path);
     ~FileExistsError() override;
 };

@@ -9,6 +9,7 @@ namespace foundation {
 /// A text of the host's message catalogue, named by catalogue and key, with its arguments.
 class Message {
 public:
+    /// Names the text; what catalog(), key() and arguments() are to answer.
     Message(std::string catalog, std::string key, std::vector<std::u16string> arguments)
         : catalogName(std::move(catalog)),
           messageKey(std::move(key)),

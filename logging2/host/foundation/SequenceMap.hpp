@@ -23,12 +23,16 @@ namespace foundation {
 template <class Key, class Value, class Hash = boost::hash<Key>, class Equal = std::equal_to<Key>>
 class SequenceMap {
 public:
+    /// What entries are looked up by.
     using key_type = Key;
+    /// What is found.
     using mapped_type = Value;
+    /// An entry.
     using value_type = std::pair<Key, Value>;
     /// Valid until the next insert through the same handle, or the end of the last handle.
     using const_iterator = const value_type*;
 
+    /// No entries; allocates nothing.
     SequenceMap() = default;
 
     /// Inserts the entries in their order; of several with equal keys the first stays.
@@ -66,10 +70,14 @@ public:
         return position == block->positions.end() ? end() : begin() + position->second;
     }
 
+    /// The number of entries.
     std::size_t size() const noexcept { return block ? block->entries.size() : 0; }
+    /// Whether there is no entry.
     bool empty() const noexcept { return size() == 0; }
 
+    /// The first entry in the order of insertion.
     const_iterator begin() const noexcept { return block ? block->entries.data() : nullptr; }
+    /// Behind the last entry.
     const_iterator end() const noexcept { return begin() + size(); }
 
 private:

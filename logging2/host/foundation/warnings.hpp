@@ -7,6 +7,7 @@
 
 namespace foundation {
 
+/// What warnings are handed to, one at a time per issuing thread.
 using WarningHandler = std::function<void(const Message&)>;
 
 /// Hands the warning to the handler that is set, on the calling thread; without a handler it

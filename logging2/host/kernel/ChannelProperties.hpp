@@ -10,6 +10,7 @@ namespace logging2::core {
 /// A handle; copies share one immutable block, which may be released on any thread.
 class ChannelProperties {
 public:
+    /// What groupId() and channelKey() are to answer.
     ChannelProperties(std::size_t groupId, std::size_t channelKey)
         : block(std::make_shared<const Block>(Block{groupId, channelKey, 0})) {}
 

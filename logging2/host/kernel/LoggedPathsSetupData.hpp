@@ -11,13 +11,17 @@ namespace logging2::core {
 
 /// A logged value path and the channel whose data it shows.
 struct LoggedPath {
+    /// What the data is asked for by.
     lang::core::ValuePath path;
+    /// The channel, one of its group's coreIds().
     CoreDataId id;
 };
 
 /// A channel of a group and the number of doubles that it contributes to each row.
 struct LoggedChannel {
+    /// The channel.
     CoreDataId id;
+    /// Doubles per row; may be 0.
     std::size_t width;
 };
 
@@ -25,6 +29,7 @@ struct LoggedChannel {
 /// be shown by no path.
 class LoggedPathsSetupData {
 public:
+    /// What paths() and coreIds() are to answer; nothing is checked.
     LoggedPathsSetupData(std::vector<LoggedPath> paths, std::vector<LoggedChannel> channels)
         : loggedPaths(std::move(paths)),
           loggedChannels(std::move(channels)) {}

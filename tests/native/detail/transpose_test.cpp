@@ -91,7 +91,8 @@ TEST(TransposeTest, lastRowMayBeCutShort) {
 }
 
 TEST(TransposeTest, agreesWithTheWorkByHandForOddSizes) {
-    for (const std::size_t rowCount : {0, 1, 7, 8, 9, 63, 64, 65, 127, 128, 129, 1000}) {
+    for (const std::size_t rowCount :
+         {0U, 1U, 7U, 8U, 9U, 63U, 64U, 65U, 127U, 128U, 129U, 1000U}) {
         for (std::size_t width = 1; width <= 17; ++width) {
             for (const RowLayout& layout :
                  {RowLayout{{0, width}}, RowLayout{{0, 1}, {1, width}, {2, 1}},

@@ -22,9 +22,9 @@ TEST(AppendTileTest, agreesWithTheWorkByHandForOddSizes) {
     for (std::size_t i = 0; i < block.size(); ++i) {
         block[i] = static_cast<double>(i) + 0.5;
     }
-    for (const std::size_t rowCount : {0, 1, 7, 8, 9, 63, 64}) {
+    for (const std::size_t rowCount : {0U, 1U, 7U, 8U, 9U, 63U, 64U}) {
         for (std::size_t width = 0; width <= 17; ++width) {
-            for (const std::size_t offset : {0, 1, 23}) {
+            for (const std::size_t offset : {0U, 1U, 23U}) {
                 std::vector<const double*> rows;
                 Doubles expected;
                 for (std::size_t row = 0; row < rowCount; ++row) {

@@ -17,6 +17,7 @@ class LOGGING2_EXPORT Any {
 public:
     Any() = default;
 
+    /// Holds a copy of the value, or takes it over.
     template <typename Value,
               typename = std::enable_if_t<!std::is_same_v<Any, std::decay_t<Value>>>>
     Any(Value&& value) : held(std::forward<Value>(value)) {
@@ -24,6 +25,7 @@ public:
                       "an array cannot be held: write std::string(\"text\")");
     }
 
+    /// Whether nothing is held.
     bool Empty() const { return !held.has_value(); }
 
     /// The type of the held value; `typeid(void)` when empty.
@@ -47,9 +49,11 @@ private:
 /// Thrown by the value form of `any_cast` when the value is of another type.
 class LOGGING2_EXPORT BadAnyCastException : public std::bad_cast {
 public:
+    /// The message becomes `what()`.
     explicit BadAnyCastException(std::string message);
     ~BadAnyCastException() override;
 
+    /// Names the held type and the one that was asked for.
     const char* what() const noexcept override;
 
 private:
@@ -58,6 +62,7 @@ private:
 
 namespace detail {
 
+/// Throws `BadAnyCastException` with both names in its text.
 [[noreturn]] LOGGING2_EXPORT void throw_bad_any_cast(const std::type_info& source,
                                                      const std::type_info& target);
 
@@ -69,6 +74,7 @@ Value* any_cast(Any* operand) {
     return operand == nullptr ? nullptr : std::any_cast<Value>(&operand->held);
 }
 
+/// The same for a value that must not be changed.
 template <typename Value>
 const Value* any_cast(const Any* operand) {
     return operand == nullptr ? nullptr : std::any_cast<Value>(&operand->held);

@@ -21,6 +21,8 @@ class ServiceEntry;
 /// `std::invalid_argument` on an empty handle.
 class LOGGING2_EXPORT Bundle {
 public:
+    /// Where a framework stands: INSTALLED before its first run, STARTING from the initialisation
+    /// on, ACTIVE once started, STOPPING while it stops, RESOLVED after a run.
     enum State : std::uint32_t {
         STATE_UNINSTALLED = 0x00000001,
         STATE_INSTALLED = 0x00000002,
@@ -32,12 +34,17 @@ public:
 
     Bundle() = default;
 
+    /// Whether the handle has a framework.
     explicit operator bool() const;
+    /// Lets go of the framework.
     Bundle& operator=(std::nullptr_t);
 
+    /// Whether both are handles of one framework, or both empty.
     bool operator==(const Bundle& other) const;
+    /// The opposite.
     bool operator!=(const Bundle& other) const;
 
+    /// Where the framework stands now.
     State GetState() const;
 
     /// The context of the present run: invalid before the first one and after each.
@@ -51,8 +58,10 @@ public:
     void Stop();
 
 protected:
+    /// A handle to the framework.
     explicit Bundle(std::shared_ptr<detail::FrameworkCore> core);
 
+    /// The framework behind the handle.
     detail::FrameworkCore& requireCore() const;
 
 private:

@@ -27,8 +27,11 @@ class LOGGING2_EXPORT BundleContext {
 public:
     BundleContext() = default;
 
+    /// Whether services can be registered and found through it.
     explicit operator bool() const;
+    /// Whether both belong to one run of one framework, or to none.
     bool operator==(const BundleContext& other) const;
+    /// The opposite.
     bool operator!=(const BundleContext& other) const;
 
     /// Registers an object under the interfaces `I1`, `Interfaces`...
@@ -64,6 +67,7 @@ public:
     std::vector<ServiceReferenceU> GetServiceReferences(const std::string& interfaceId,
                                                         const std::string& filter = {});
 
+    /// The same for an interface that is known at compile time.
     template <class S>
     std::vector<ServiceReference<S>> GetServiceReferences(const std::string& filter = {}) {
         const auto found = GetServiceReferences(requireInterfaceId<S>(), filter);
@@ -73,6 +77,7 @@ public:
     /// The first of `GetServiceReferences`; a null reference when there is none.
     ServiceReferenceU GetServiceReference(const std::string& interfaceId);
 
+    /// The same for an interface that is known at compile time.
     template <class S>
     ServiceReference<S> GetServiceReference() {
         return GetServiceReference(requireInterfaceId<S>());
@@ -83,8 +88,10 @@ public:
     ///
     /// Throws `std::invalid_argument` for a null reference and when the service is gone.
     std::shared_ptr<void> GetService(const ServiceReferenceBase& reference);
+    /// The objects under all interfaces of the service; otherwise the same.
     InterfaceMapConstPtr GetService(const ServiceReferenceU& reference);
 
+    /// The object as its interface; otherwise the same.
     template <class S>
     std::shared_ptr<S> GetService(const ServiceReference<S>& reference) {
         const ServiceReferenceBase& base = reference;
@@ -93,6 +100,7 @@ public:
 
     /// Calls the listener for every framework event until it is removed or the framework stops.
     ListenerToken AddFrameworkListener(const FrameworkListener& listener);
+    /// Calls the listener no more. An empty token removes nothing.
     void RemoveListener(ListenerToken token);
 
 private:

@@ -11,6 +11,7 @@ namespace cppmicroservices {
 /// Something that happened to a framework or to one of its services.
 class LOGGING2_EXPORT FrameworkEvent {
 public:
+    /// What happened; the values are those of CppMicroServices.
     enum Type : std::uint32_t {
         FRAMEWORK_STARTED = 0x00000001,
         FRAMEWORK_ERROR = 0x00000002,
@@ -20,10 +21,13 @@ public:
         FRAMEWORK_WAIT_TIMEDOUT = 0x00000200
     };
 
+    /// An event of the type, with what GetMessage() and GetThrowable() are to answer.
     explicit FrameworkEvent(Type type, std::string message = {},
                             std::exception_ptr throwable = nullptr);
 
+    /// What happened.
     Type GetType() const;
+    /// A sentence for people; may be empty.
     std::string GetMessage() const;
 
     /// The exception behind an error or a warning; null for other events.

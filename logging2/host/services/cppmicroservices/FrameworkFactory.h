@@ -11,11 +11,13 @@ namespace cppmicroservices {
 
 class Framework;
 
+/// Settings by name.
 using FrameworkConfiguration = std::unordered_map<std::string, Any>;
 
 /// Makes frameworks. The caller must keep the `Framework`, or it stops.
 class LOGGING2_EXPORT FrameworkFactory {
 public:
+    /// A framework that is neither initialised nor started.
     Framework NewFramework();
 
     /// No setting has an effect, and nothing is written to `logger`.

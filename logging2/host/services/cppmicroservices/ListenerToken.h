@@ -10,6 +10,7 @@ namespace detail {
 class Registry;
 } // namespace detail
 
+/// The number of a listener; 0 for none.
 using ListenerTokenId = std::uint64_t;
 
 /// Stands for one added listener; moves, does not copy. False when empty or moved from.
@@ -18,9 +19,12 @@ public:
     ListenerToken() = default;
     ListenerToken(const ListenerToken&) = delete;
     ListenerToken& operator=(const ListenerToken&) = delete;
+    /// Leaves the other token empty.
     ListenerToken(ListenerToken&& other) noexcept;
+    /// Leaves the other token empty; the listener of this one stays added.
     ListenerToken& operator=(ListenerToken&& other) noexcept;
 
+    /// Whether it stands for a listener.
     explicit operator bool() const;
 
 private:

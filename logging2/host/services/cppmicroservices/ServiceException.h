@@ -10,6 +10,7 @@ namespace cppmicroservices {
 /// A service could not be registered, found or made.
 class LOGGING2_EXPORT ServiceException : public std::runtime_error {
 public:
+    /// What went wrong; the values are those of CppMicroServices.
     enum Type {
         UNSPECIFIED = 0,
         UNREGISTERED = 1,
@@ -22,11 +23,13 @@ public:
         FACTORY_RECURSION = 6
     };
 
+    /// The message becomes `what()`, the type GetType().
     explicit ServiceException(const std::string& message, const Type& type = UNSPECIFIED);
     ServiceException(const ServiceException&) = default;
     ServiceException& operator=(const ServiceException&) = default;
     ~ServiceException() override;
 
+    /// What went wrong.
     Type GetType() const;
 
 private:

@@ -12,7 +12,9 @@ namespace cppmicroservices {
 
 /// The objects of one service by interface identifier.
 using InterfaceMap = std::unordered_map<std::string, std::shared_ptr<void>>;
+/// A shared map that may be changed.
 using InterfaceMapPtr = std::shared_ptr<InterfaceMap>;
+/// A shared map as services are registered and handed out with.
 using InterfaceMapConstPtr = std::shared_ptr<const InterfaceMap>;
 
 namespace detail {
@@ -31,6 +33,7 @@ const std::string& us_service_interface_iid() {
     return name;
 }
 
+/// `void` is no interface: its identifier is empty.
 template <>
 inline const std::string& us_service_interface_iid<void>() {
     static const std::string name;
@@ -53,6 +56,7 @@ class ServiceFactory;
 template <class... Interfaces>
 class MakeInterfaceMap {
 public:
+    /// Shares the object under the identifier of each interface; a null object makes null entries.
     template <class Impl>
     MakeInterfaceMap(const std::shared_ptr<Impl>& impl) : map(std::make_shared<InterfaceMap>()) {
         (map->emplace(us_service_interface_iid<Interfaces>(),
@@ -60,7 +64,9 @@ public:
          ...);
     }
 
+    /// The map; all copies share it.
     operator InterfaceMapPtr() const { return map; }
+    /// The same, not to be changed.
     operator InterfaceMapConstPtr() const { return map; }
 
 private:

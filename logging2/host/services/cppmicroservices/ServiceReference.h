@@ -12,6 +12,7 @@ namespace cppmicroservices {
 template <class S>
 class ServiceReference : public ServiceReferenceBase {
 public:
+    /// The interface.
     using ServiceType = S;
 
     ServiceReference() = default;
@@ -28,20 +29,25 @@ public:
 template <>
 class ServiceReference<void> : public ServiceReferenceBase {
 public:
+    /// No interface in particular.
     using ServiceType = void;
 
     ServiceReference() = default;
+    /// Names the same service.
     ServiceReference(const ServiceReferenceBase& base) : ServiceReferenceBase(base) {}
 
     using ServiceReferenceBase::operator=;
 };
 
+/// Names a service under any interface.
 using ServiceReferenceU = ServiceReference<void>;
 
 } // namespace cppmicroservices
 
+/// References of one service have equal hashes.
 template <class S>
 struct std::hash<cppmicroservices::ServiceReference<S>> {
+    /// The hash.
     std::size_t operator()(const cppmicroservices::ServiceReference<S>& reference) const {
         return std::hash<cppmicroservices::ServiceReferenceBase>()(reference);
     }

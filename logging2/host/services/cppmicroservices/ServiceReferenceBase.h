@@ -22,12 +22,15 @@ class ServiceEntry;
 /// still be read then. A reference that is alive keeps the service object alive.
 class LOGGING2_EXPORT ServiceReferenceBase {
 public:
+    /// Whether the service is registered now.
     explicit operator bool() const;
 
+    /// Names no service afterwards.
     ServiceReferenceBase& operator=(std::nullptr_t);
 
     /// The property under `key`, in whatever case; an empty `Any` when there is none.
     Any GetProperty(const std::string& key) const;
+    /// The keys of all properties, those that the registry sets among them.
     std::vector<std::string> GetPropertyKeys() const;
 
     /// The bundles that hold an object of this service.
@@ -65,8 +68,10 @@ private:
 
 } // namespace cppmicroservices
 
+/// References of one service have equal hashes.
 template <>
 struct std::hash<cppmicroservices::ServiceReferenceBase> {
+    /// The hash.
     std::size_t operator()(const cppmicroservices::ServiceReferenceBase& reference) const {
         return std::hash<std::shared_ptr<cppmicroservices::detail::ServiceEntry>>()(
             reference.entry);

@@ -12,6 +12,7 @@ class ServiceRegistration : public ServiceRegistrationBase {
 public:
     ServiceRegistration() = default;
 
+    /// A reference to the service under one of its interfaces.
     template <class Interface>
     ServiceReference<Interface> GetReference() const {
         static_assert(
@@ -20,6 +21,7 @@ public:
         return ServiceRegistrationBase::GetReference(us_service_interface_iid<Interface>());
     }
 
+    /// The same under the first interface.
     ServiceReference<I1> GetReference() const { return GetReference<I1>(); }
 
 private:
@@ -33,9 +35,12 @@ template <>
 class ServiceRegistration<void> : public ServiceRegistrationBase {
 public:
     ServiceRegistration() = default;
+
+    /// A further handle of the same service.
     ServiceRegistration(const ServiceRegistrationBase& base) : ServiceRegistrationBase(base) {}
 };
 
+/// The handle of a service whose interfaces are known at run time only.
 using ServiceRegistrationU = ServiceRegistration<void>;
 
 } // namespace cppmicroservices

@@ -19,6 +19,7 @@ public:
     /// Whether the handle was ever given to a service.
     explicit operator bool() const;
 
+    /// A reference to the service under the interface, or under none.
     ServiceReferenceBase GetReference(const std::string& interfaceId = {}) const;
 
     /// Replaces all properties but those that the registry sets; a new ranking takes effect at
@@ -30,6 +31,7 @@ public:
     /// objects already obtained stay usable. Does nothing if the framework was stopped meanwhile.
     void Unregister();
 
+    /// Whether both are handles of one service, or both empty.
     bool operator==(const ServiceRegistrationBase& other) const;
 
 protected:

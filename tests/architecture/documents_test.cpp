@@ -1,0 +1,65 @@
+#include <tests/architecture/markdown.hpp>
+#include <tests/support/TemporaryDirectory.hpp>
+#include <tests/support/files.hpp>
+
+#include <gmock/gmock.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+const std::string root = LOGGING2_SOURCE_DIR;
+
+TEST(DocumentsTest, everyLinkLeadsSomewhere) {
+    std::size_t linkCount = 0;
+    for (const std::string& document : documents_below(root)) {
+        for (const std::string& target : link_targets(bytesOf(root + "/" + document))) {
+            EXPECT_EQ(broken_link(root, document, target), "") << target << " in " << document;
+            ++linkCount;
+        }
+    }
+    EXPECT_GT(linkCount, 40U);
+}
+
+TEST(DocumentsTest, plantedBrokenLinksAreFound) {
+    const TemporaryDirectory directory;
+    const std::string top = directory.path().string();
+    writeBytes(top + "/a.md", "# The first page\n\n## What is `there/`, and why\n");
+    const auto broken = [&](const std::string& target) { return broken_link(top, "a.md", target); };
+    EXPECT_EQ(broken("https://example.org/nothing"), "");
+    EXPECT_EQ(broken("a.md"), "");
+    EXPECT_EQ(broken("a.md#what-is-there-and-why"), "");
+    EXPECT_EQ(broken("#the-first-page"), "");
+    EXPECT_EQ(broken("b.md"), "no file b.md");
+    EXPECT_EQ(broken("#what-is-there"), "no heading #what-is-there");
+    EXPECT_EQ(documents_below(top), std::vector<std::string>{"a.md"});
+}
+
+TEST(DocumentsTest, linksInCodeAreNone) {
+    EXPECT_THAT(link_targets("[one](a.md \"title\") and ![two](b.svg), `[no](c.md)`\n"
+                             "```sh\n[no](d.md)\n```\n[`three`](e.md#f)\n"),
+                ElementsAre("a.md", "b.svg", "e.md#f"));
+}
+
+TEST(DocumentsTest, decisionsAnswerTheSameQuestionsAndAreListed) {
+    const std::string folder = root + "/docs/decisions";
+    const std::vector<std::string> pages = documents_below(folder);
+    const std::vector<std::string> listed = link_targets(bytesOf(folder + "/README.md"));
+    ASSERT_THAT(listed, SizeIs(pages.size() - 1));
+    for (std::size_t i = 0; i < listed.size(); ++i) {
+        EXPECT_THAT(listed[i], StartsWith((i < 9 ? "0" : "") + std::to_string(i + 1) + "-"));
+        EXPECT_THAT(headings(bytesOf(folder + "/" + listed[i])),
+                    ElementsAre("The question", "What we do", "Why", "What else there was"))
+            << listed[i];
+    }
+}
+
+} // namespace
+} // namespace logging2::core::test
