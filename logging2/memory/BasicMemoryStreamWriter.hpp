@@ -101,7 +101,7 @@ protected:
     StreamingAttributes attributes;
 
 private:
-    void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
+    LOGGING2_NO_EXPORT void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
 };
 
 } // namespace logging2::core::detail

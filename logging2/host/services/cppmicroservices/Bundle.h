@@ -51,9 +51,9 @@ public:
     void Stop();
 
 protected:
-    explicit Bundle(std::shared_ptr<detail::FrameworkCore> core);
+    LOGGING2_NO_EXPORT explicit Bundle(std::shared_ptr<detail::FrameworkCore> core);
 
-    detail::FrameworkCore& requireCore() const;
+    LOGGING2_NO_EXPORT detail::FrameworkCore& requireCore() const;
 
 private:
     friend class detail::ServiceEntry;

@@ -26,7 +26,7 @@ public:
 private:
     friend class detail::Registry;
 
-    explicit ListenerToken(ListenerTokenId id);
+    LOGGING2_NO_EXPORT explicit ListenerToken(ListenerTokenId id);
 
     ListenerTokenId id = 0;
 };
