@@ -29,3 +29,8 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/logging2Config.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/logging2ConfigVersion.cmake
   DESTINATION ${logging2_package_dir} COMPONENT devel)
+
+find_program(LOGGING2_DPKG dpkg)
+if(LOGGING2_DPKG)
+  include(cmake/debian/packages.cmake)
+endif()
