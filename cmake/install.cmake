@@ -1,19 +1,26 @@
-# Installs the library, its headers and a package for find_package(logging2 CONFIG).
+# Installs two components: "runtime", what a program that was linked to the library needs, and
+# "devel", what it takes to build one: headers, packages for find_package(logging2 CONFIG) and for
+# pkg-config, and the built-in back-ends, which are linked statically.
 include(CMakePackageConfigHelpers)
 
 set(logging2_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/logging2)
 set(logging2_header_sets
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel
+  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
 if(logging2_registry STREQUAL "OWN")
+  set(logging2_services_dir ${CMAKE_INSTALL_INCLUDEDIR}/logging2/host/services)
   list(APPEND logging2_header_sets
-    FILE_SET service_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/logging2/host/services)
+    FILE_SET service_headers DESTINATION ${logging2_services_dir} COMPONENT devel)
 endif()
 
-install(TARGETS logging2 EXPORT logging2Targets ${logging2_header_sets})
+install(TARGETS logging2 EXPORT logging2Targets
+  LIBRARY COMPONENT runtime NAMELINK_COMPONENT devel
+  ${logging2_header_sets})
 install(TARGETS logging2_builtin EXPORT logging2Targets
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT logging2Targets NAMESPACE logging2:: DESTINATION ${logging2_package_dir})
+  ARCHIVE COMPONENT devel
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
+install(EXPORT logging2Targets NAMESPACE logging2:: DESTINATION ${logging2_package_dir}
+  COMPONENT devel)
 
 configure_package_config_file(cmake/logging2Config.cmake.in logging2Config.cmake
   INSTALL_DESTINATION ${logging2_package_dir})
@@ -21,4 +28,9 @@ write_basic_package_version_file(logging2ConfigVersion.cmake COMPATIBILITY SameM
 install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/logging2Config.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/logging2ConfigVersion.cmake
-  DESTINATION ${logging2_package_dir})
+  DESTINATION ${logging2_package_dir} COMPONENT devel)
+
+find_program(LOGGING2_DPKG dpkg)
+if(LOGGING2_DPKG)
+  include(cmake/debian/packages.cmake)
+endif()

@@ -106,8 +106,9 @@ protected:
     StreamingAttributes attributes;
 
 private:
+    LOGGING2_NO_EXPORT void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
+
     std::vector<RowStorage> rowStorages; // one per group
-    void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
 };
 
 } // namespace logging2::core::detail

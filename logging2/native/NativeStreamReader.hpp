@@ -50,7 +50,7 @@ public:
     std::vector<double> read(const fl::filesystem::basic_path<char, char16_t>& file) const;
 
 private:
-    NativeStreamReader(const NativeStreamReader& other);
+    LOGGING2_NO_EXPORT NativeStreamReader(const NativeStreamReader& other);
 
     std::shared_ptr<NativeDatastore> store;
 };

@@ -130,22 +130,23 @@ public:
 private:
     friend struct test::NativeStreamWriterAccess;
 
-    void initialize();
-    void copyFlags(NativeStreamWriter& other);
-    void copyToStreamedBuffer(std::size_t group, double time, const double* values, std::size_t n);
-    void handOver(std::size_t group);
+    LOGGING2_NO_EXPORT void initialize();
+    LOGGING2_NO_EXPORT void copyFlags(NativeStreamWriter& other);
+    LOGGING2_NO_EXPORT void copyToStreamedBuffer(std::size_t group, double time,
+                                                 const double* values, std::size_t n);
+    LOGGING2_NO_EXPORT void handOver(std::size_t group);
     void writer();
 
     // These need the mutex, or a thread that has been joined.
-    void moveToSlot(std::size_t group);
-    void writeBufferedRows(std::size_t group);
-    void transposeData(std::size_t group);
-    void transposeOrKeep(std::size_t group);
-    void writeData(std::size_t group);
-    void appendColumn(const std::string& path, std::vector<double>& column);
-    std::deque<std::vector<double>>& columnsOf(std::size_t group);
+    LOGGING2_NO_EXPORT void moveToSlot(std::size_t group);
+    LOGGING2_NO_EXPORT void writeBufferedRows(std::size_t group);
+    LOGGING2_NO_EXPORT void transposeData(std::size_t group);
+    LOGGING2_NO_EXPORT void transposeOrKeep(std::size_t group);
+    LOGGING2_NO_EXPORT void writeData(std::size_t group);
+    LOGGING2_NO_EXPORT void appendColumn(const std::string& path, std::vector<double>& column);
+    LOGGING2_NO_EXPORT std::deque<std::vector<double>>& columnsOf(std::size_t group);
 
-    const RowLayout& layoutOf(std::size_t group) const;
+    LOGGING2_NO_EXPORT const RowLayout& layoutOf(std::size_t group) const;
 
     StreamingAttributes attributes;
     StreamMetadata metadata;

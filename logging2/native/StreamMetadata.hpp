@@ -45,7 +45,7 @@ public:
 
 private:
     struct Block;
-    const Block& content() const;
+    LOGGING2_NO_EXPORT const Block& content() const;
 
     std::unique_ptr<const Block> block;
 };

@@ -59,10 +59,10 @@ public:
 
 protected:
     /// A handle to the framework.
-    explicit Bundle(std::shared_ptr<detail::FrameworkCore> core);
+    LOGGING2_NO_EXPORT explicit Bundle(std::shared_ptr<detail::FrameworkCore> core);
 
     /// The framework behind the handle.
-    detail::FrameworkCore& requireCore() const;
+    LOGGING2_NO_EXPORT detail::FrameworkCore& requireCore() const;
 
 private:
     friend class detail::ServiceEntry;

@@ -106,7 +106,7 @@ public:
 private:
     friend class Bundle;
 
-    explicit BundleContext(std::shared_ptr<detail::Registry> registry);
+    LOGGING2_NO_EXPORT explicit BundleContext(std::shared_ptr<detail::Registry> registry);
 
     template <class S>
     static const std::string& requireInterfaceId() {
@@ -122,8 +122,9 @@ private:
                                          const std::shared_ptr<ServiceFactory>& factory,
                                          const ServiceProperties& properties);
 
-    detail::Registry& requireRegistry() const;
-    std::shared_ptr<detail::ServiceUse> requireUse(const ServiceReferenceBase& reference) const;
+    LOGGING2_NO_EXPORT detail::Registry& requireRegistry() const;
+    LOGGING2_NO_EXPORT std::shared_ptr<detail::ServiceUse>
+    requireUse(const ServiceReferenceBase& reference) const;
 
     std::shared_ptr<detail::Registry> registry;
 };

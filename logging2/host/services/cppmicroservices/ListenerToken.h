@@ -30,7 +30,7 @@ public:
 private:
     friend class detail::Registry;
 
-    explicit ListenerToken(ListenerTokenId id);
+    LOGGING2_NO_EXPORT explicit ListenerToken(ListenerTokenId id);
 
     ListenerTokenId id = 0;
 };

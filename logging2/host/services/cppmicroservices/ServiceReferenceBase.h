@@ -60,7 +60,8 @@ private:
     friend class ServiceRegistrationBase;
     friend struct std::hash<ServiceReferenceBase>;
 
-    ServiceReferenceBase(std::shared_ptr<detail::ServiceEntry> entry, std::string interfaceId);
+    LOGGING2_NO_EXPORT ServiceReferenceBase(std::shared_ptr<detail::ServiceEntry> entry,
+                                            std::string interfaceId);
 
     std::shared_ptr<detail::ServiceEntry> entry;
     std::string interfaceId;

@@ -41,9 +41,10 @@ private:
     friend class BundleContext;
     friend class detail::ServiceEntry;
 
-    explicit ServiceRegistrationBase(std::shared_ptr<detail::ServiceEntry> entry);
+    LOGGING2_NO_EXPORT explicit ServiceRegistrationBase(
+        std::shared_ptr<detail::ServiceEntry> entry);
 
-    detail::ServiceEntry& requireEntry() const;
+    LOGGING2_NO_EXPORT detail::ServiceEntry& requireEntry() const;
 
     std::shared_ptr<detail::ServiceEntry> entry;
 };

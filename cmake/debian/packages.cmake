@@ -1,0 +1,50 @@
+# `cpack` makes two Debian packages of the components: liblogging2-<soversion> and liblogging2-dev.
+set(logging2_runtime_package liblogging2-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+set(logging2_devel_package liblogging2-dev)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "logging2 developers <logging2@example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/strip.cmake)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${logging2_runtime_package})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# A trigger updates the loader's cache; naming the two scripts, which do not exist, keeps CPack from
+# making some that do it as well (it warns that they are missing).
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers postinst postrm)
+set(logging2_description "The library keeps what a simulation logs while it runs, in memory or in
+files, takes rejected solver steps back, and gives times and values of each
+logged path back afterwards.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "storage for the logged signals of a simulation
+${logging2_description}")
+
+set(CPACK_DEBIAN_DEVEL_PACKAGE_NAME ${logging2_devel_package})
+set(CPACK_DEBIAN_DEVEL_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVEL_PACKAGE_DEPENDS
+  "${logging2_runtime_package} (= ${PROJECT_VERSION}), libboost-dev (>= 1.74), libboost-dev (<< 1.86)")
+set(CPACK_DEBIAN_DEVEL_DESCRIPTION "storage for the logged signals of a simulation - development files
+${logging2_description}
+.
+This package has the headers, the built-in back-ends as services, and what
+CMake and pkg-config need to find them.")
+
+# What only a package has; `cmake --install` leaves it out.
+include(${CMAKE_CURRENT_LIST_DIR}/changelog.cmake)
+foreach(component IN ITEMS runtime devel)
+  install(FILES ${PROJECT_BINARY_DIR}/debian/changelog.gz ${CMAKE_CURRENT_LIST_DIR}/copyright
+    DESTINATION share/doc/${logging2_${component}_package}
+    COMPONENT ${component}-package EXCLUDE_FROM_ALL)
+endforeach()
+
+include(CPack)
+foreach(component IN ITEMS runtime devel)
+  cpack_add_component_group(${component})
+  cpack_add_component(${component} GROUP ${component})
+  cpack_add_component(${component}-package GROUP ${component})
+endforeach()
