@@ -42,18 +42,26 @@ std::vector<Column> make_columns(const std::vector<LoggedChannel>& channels, std
     return columns;
 }
 
-/// Appends the first rowCount rows to the columns, channel after channel.
+/// One slice per channel, in their order.
+std::vector<Slice> slices_of(const std::vector<LoggedChannel>& channels,
+                             const std::vector<Column>& columns) {
+    std::vector<Slice> slices;
+    slices.reserve(channels.size());
+    std::size_t offset = 0;
+    for (std::size_t k = 0; k < channels.size(); ++k) {
+        slices.push_back({offset, channels[k].width, columns[k].get()});
+        offset += channels[k].width;
+    }
+    return slices;
+}
+
+/// Appends the first rowCount rows to the columns.
 template <class Rows>
-void append_rows(const Rows& rows, std::size_t rowCount, const std::vector<LoggedChannel>& channels,
-                 const std::vector<Column>& columns) {
+void append_rows(const Rows& rows, std::size_t rowCount, const std::vector<Slice>& slices) {
     std::array<const double*, tileRowCount> tile{};
     std::transform(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(rowCount), tile.begin(),
                    [](const RowHandle& row) { return row->data(); });
-    std::size_t offset = 0;
-    for (std::size_t k = 0; k < channels.size(); ++k) {
-        append_tile(tile.data(), rowCount, offset, channels[k].width, *columns[k]);
-        offset += channels[k].width;
-    }
+    append_tile(tile.data(), rowCount, slices);
 }
 
 /// Takes up to rowCount rows from the front of rows and distributes their values over one column
@@ -63,9 +71,10 @@ template <class Rows>
 std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
                                  const std::vector<LoggedChannel>& channels) {
     std::vector<Column> columns = make_columns(channels, rowCount);
+    const std::vector<Slice> slices = slices_of(channels, columns);
     for (std::size_t left = std::min(rowCount, rows.size()); left > 0;) {
         const std::size_t count = std::min(left, tileRowCount);
-        append_rows(rows, count, channels, columns);
+        append_rows(rows, count, slices);
         for (std::size_t spent = 0; spent < count; ++spent) {
             rows.pop_front();
         }

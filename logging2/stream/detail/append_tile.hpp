@@ -9,11 +9,17 @@ namespace logging2::core::detail {
 /// column has asked for its elements.
 constexpr std::size_t tileRowCount = 64;
 
-/// Appends the elements offset to offset + width - 1 of each row to the column, row after row.
+/// The elements of every row that go to one column: offset to offset + width - 1.
+struct Slice {
+    std::size_t offset;
+    std::size_t width;
+    std::vector<double>* column;
+};
+
+/// Appends the slices of each row to their columns, row after row.
 ///
-/// rows points to the first elements of rowCount rows, at most tileRowCount. The column should have
-/// the capacity; where it has not and memory runs out, it keeps a part of the rows.
-void append_tile(const double* const* rows, std::size_t rowCount, std::size_t offset,
-                 std::size_t width, std::vector<double>& column);
+/// rows points to the first elements of rowCount rows, at most tileRowCount. The columns should
+/// have the capacity; where one has not and memory runs out, some keep a part of the rows.
+void append_tile(const double* const* rows, std::size_t rowCount, const std::vector<Slice>& slices);
 
 } // namespace logging2::core::detail
