@@ -10,7 +10,7 @@ namespace logging2::core::detail {
 namespace {
 
 /// Rows of the same length, back to back; the time is the first element of each.
-struct RowBlock {
+struct RowSpan {
     const double* first;
     std::size_t rowLength;
     std::size_t rowCount;
@@ -42,7 +42,7 @@ void reserve_columns(const std::vector<Slice>& slices, std::size_t rowCount,
     }
 }
 
-void append_block(const RowBlock& rows, const std::vector<Slice>& slices,
+void append_block(const RowSpan& rows, const std::vector<Slice>& slices,
                   std::deque<std::vector<double>>& columns) {
     std::array<const double*, tileRowCount> tile{};
     for (std::size_t done = 0; done < rows.rowCount; done += tileRowCount) {
@@ -66,9 +66,8 @@ void append_rows(const std::vector<double>& rows, std::size_t rowWidth, const Ro
     const std::size_t rowLength = rowWidth + 1;
     const std::size_t rowCount = rows.size() / rowLength;
     const std::size_t rest = rows.size() % rowLength;
-    const RowBlock whole{rows.data(), rowLength, rowCount};
-    const RowBlock cutShort{rows.data() + rowCount * rowLength, rest,
-                            rest > 0 ? std::size_t{1} : 0};
+    const RowSpan whole{rows.data(), rowLength, rowCount};
+    const RowSpan cutShort{rows.data() + rowCount * rowLength, rest, rest > 0 ? std::size_t{1} : 0};
     const std::vector<Slice> slices = slices_of(layout, rowLength);
     const std::vector<Slice> slicesCutShort = slices_of(layout, std::max(rest, std::size_t{1}));
     reserve_columns(slices, whole.rowCount + cutShort.rowCount, columns);
