@@ -7,7 +7,7 @@
 namespace logging2::core::test {
 namespace {
 
-TYPED_TEST_SUITE(MemoryWritersSweepTest, MemoryWriters);
+TYPED_TEST_SUITE(MemoryWritersSweepTest, MemoryWriters, WriterNames);
 
 /// How many of the paths have their stores, each as it must be.
 template <class Writer>

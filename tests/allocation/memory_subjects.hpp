@@ -2,6 +2,7 @@
 
 #include <tests/allocation/subjects.hpp>
 #include <tests/memory/memory_oracle.hpp>
+#include <tests/memory/memory_writers.hpp>
 
 #include <memory>
 #include <optional>
@@ -77,13 +78,8 @@ template <class Writer>
 class MemoryWritersSweepTest : public ::testing::Test {
 protected:
     static std::string named(const std::string& operation) {
-        const std::string writer = MemorySubject<Writer>::isRestricted
-                                       ? "MemoryStreamRestrictedWriter"
-                                       : "MemoryStreamWriter";
-        return writer + ": " + operation;
+        return WriterNames::GetName<Writer>(0) + ": " + operation;
     }
 };
-
-using MemoryWriters = ::testing::Types<MemoryStreamWriter, MemoryStreamRestrictedWriter>;
 
 } // namespace logging2::core::test

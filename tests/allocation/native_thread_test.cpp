@@ -41,17 +41,21 @@ void write_two_batches(NativeSubject& subject, std::size_t before, Progress& pro
     subject.writer->flush();
 }
 
+std::vector<double> first_of(const std::vector<double>& all, std::size_t count) {
+    return {all.data(), all.data() + count};
+}
+
 /// The rows that the files hold: whole batches, in their order, of each column.
 void expect_whole_batches(const NativeSubject& subject, std::size_t batchesTaken) {
     const std::vector<double> times = subject.timesIn(firstPath);
     const std::vector<double> all{1.0, 2.0, 3.0, 4.0};
     EXPECT_EQ(times.size() % 2, 0U);
     EXPECT_GE(times.size(), 2 * batchesTaken);
-    EXPECT_EQ(times, std::vector<double>(all.begin(), all.begin() + times.size()));
+    EXPECT_EQ(times, first_of(all, times.size()));
     const std::vector<double> narrow = subject.valuesIn(firstPath);
     EXPECT_LE(narrow.size(), times.size());
     EXPECT_GE(narrow.size(), 2 * batchesTaken);
-    EXPECT_EQ(narrow, std::vector<double>(all.begin(), all.begin() + narrow.size()));
+    EXPECT_EQ(narrow, first_of(all, narrow.size()));
     EXPECT_EQ(subject.valuesIn(widePath).size() % 4, 0U);
     EXPECT_GE(subject.valuesIn(widePath).size(), 4 * batchesTaken);
 }
