@@ -69,6 +69,7 @@ int compare(const Options& options) {
     report.questions = chosen_questions(options);
     report.scale = options.plan.scale;
     report.results = run_all(report.questions, options.plan);
+    report.outcomes = outcomes_of(all_goals(), report.results);
 
     std::filesystem::create_directories(options.output);
     const std::string tables = markdown_of(report);
