@@ -52,6 +52,20 @@ Question files() {
             "raw-write"};
 }
 
+/// Here the file-backed writer is expected to lose rows.
+Question files_in_lockstep() {
+    return {"files-lockstep",
+            "Storing in files: buffers that fill on consecutive calls",
+            {"WL"},
+            {{"native-writer", "NativeStreamWriter"},
+             {"native-keeping-all", "NativeStreamWriter, flushIntermediate() in time"},
+             {"straightforward-files", "straightforward rows to files"}},
+            "straightforward-files",
+            Layout::bars,
+            Unit::row,
+            3};
+}
+
 /// The steps of W1, W2, W4 and W5 are cut so that no buffer fills; none of W3 does.
 Question write_below_threshold() {
     return {"native-write",
@@ -121,9 +135,9 @@ Question growth_of_rollback() {
 
 const std::vector<Question>& all_questions() {
     static const std::vector<Question> questions{
-        memory_write(),          memory_flush(),      files(),
-        write_below_threshold(), reading(),           growth_by_rows(),
-        growth_by_channels(),    growth_of_rollback()};
+        memory_write(),      memory_flush(),          files(),
+        files_in_lockstep(), write_below_threshold(), reading(),
+        growth_by_rows(),    growth_by_channels(),    growth_of_rollback()};
     return questions;
 }
 

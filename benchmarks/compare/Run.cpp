@@ -1,11 +1,15 @@
 #include <benchmarks/compare/Run.hpp>
 
+#include <benchmarks/contenders/catalogue.hpp>
+#include <benchmarks/process/warm_memory.hpp>
+
 #include <fmt/format.h>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -28,6 +32,18 @@ struct CloseStream {
     void operator()(std::FILE* stream) const { std::fclose(stream); }
 };
 using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+/// About what the hungriest contender takes, or a little more: every row in blocks of its own with
+/// a handle, and then the columns or the pages that files fill. Above the limit, of which growth
+/// alone has some, the time that warming takes would outweigh what it is good for.
+std::size_t hungriest_byte_count(const RunRequest& request) {
+    constexpr std::size_t mebibyte = std::size_t{1} << 20;
+    constexpr std::size_t handleByteCount = 100; // per row
+    const double fraction = contender_named(request.contender).rowFraction;
+    const Workload workload = scaled(workload_named(request.workload), request.scale * fraction);
+    const std::size_t rows = workload.rowCount() * handleByteCount;
+    return std::min(2 * workload.byteCount() + rows + 64 * mebibyte, 1536 * mebibyte);
+}
 
 struct Child {
     pid_t id;
@@ -89,6 +105,7 @@ void read_report(std::FILE* output, Run& run) {
 } // namespace
 
 Run run_contender(const RunRequest& request) {
+    warm_memory(hungriest_byte_count(request));
     const Child child = start(request);
     Run run;
     read_report(child.output.get(), run);

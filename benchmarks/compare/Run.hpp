@@ -29,8 +29,9 @@ struct RunRequest {
     std::filesystem::path directory;
 };
 
-/// Starts the program and waits for its end. Throws std::system_error where it cannot be started;
-/// everything else that goes wrong is told in the run.
+/// Warms the memory that the program will take, starts it, and waits for its end. Throws
+/// std::system_error where it cannot be started; everything else that goes wrong is told in the
+/// run.
 Run run_contender(const RunRequest& request);
 
 } // namespace logging2::core::bench

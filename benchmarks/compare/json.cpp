@@ -35,6 +35,21 @@ Json json_of_entry(const Report& report, const Question& question, const Entry& 
             {"lost_rows", summary.lostRowCount}};
 }
 
+Json json_of_outcome(const Outcome& outcome) {
+    Json workloads = Json::array();
+    for (const Reached& reached : outcome.reached) {
+        workloads.push_back({{"workload", reached.workload},
+                             {"reached", reached.ratio ? Json(*reached.ratio) : Json()},
+                             {"lost_rows", reached.lostRows},
+                             {"held", reached.isHeld}});
+    }
+    return {{"line", outcome.goal.line},
+            {"goal", outcome.goal.text()},
+            {"limit", outcome.goal.limit},
+            {"held", outcome.isHeld()},
+            {"workloads", workloads}};
+}
+
 Json json_of_question(const Report& report, const Question& question) {
     Json entries = Json::array();
     for (const std::string& workload : question.workloads) {
@@ -51,9 +66,15 @@ Json json_of_question(const Report& report, const Question& question) {
 } // namespace
 
 std::string json_of(const Report& report) {
-    Json json{{"facts", Json::object()}, {"scale", report.scale}, {"questions", Json::array()}};
+    Json json{{"facts", Json::object()},
+              {"scale", report.scale},
+              {"goals", Json::array()},
+              {"questions", Json::array()}};
     for (const auto& [name, value] : report.facts) {
         json["facts"][name] = value;
+    }
+    for (const Outcome& outcome : report.outcomes) {
+        json["goals"].push_back(json_of_outcome(outcome));
     }
     for (const Question& question : report.questions) {
         json["questions"].push_back(json_of_question(report, question));

@@ -1,13 +1,12 @@
 #include <benchmarks/compare/Plan.hpp>
 #include <benchmarks/compare/machine.hpp>
 #include <benchmarks/compare/reports.hpp>
+#include <benchmarks/process/guarded_main.hpp>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <exception>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -70,6 +69,7 @@ int compare(const Options& options) {
     report.questions = chosen_questions(options);
     report.scale = options.plan.scale;
     report.results = run_all(report.questions, options.plan);
+    report.outcomes = outcomes_of(all_goals(), report.results);
 
     std::filesystem::create_directories(options.output);
     const std::string tables = markdown_of(report);
@@ -100,10 +100,6 @@ int main_of(int argc, char** argv) {
 } // namespace logging2::core::bench
 
 int main(int argc, char** argv) {
-    try {
-        return logging2::core::bench::main_of(argc, argv);
-    } catch (const std::exception& error) {
-        fmt::print(stderr, "{}\n", error.what());
-        return 1;
-    }
+    using namespace logging2::core::bench;
+    return guarded_main(main_of, argc, argv);
 }

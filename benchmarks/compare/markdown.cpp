@@ -82,6 +82,26 @@ void add_growth(Text& text, const Report& report, const Question& question) {
     }
 }
 
+std::string reached_text(const Outcome& outcome) {
+    Text text;
+    for (const Reached& reached : outcome.reached) {
+        const std::string value = reached.ratio ? fmt::format("{:.2f}", *reached.ratio) : "FAILED";
+        add(text, "{}{} {}{}", text.size() == 0 ? "" : ", ", reached.workload,
+            reached.isHeld ? value : fmt::format("**{}**", value),
+            reached.lostRows ? " (LOST rows)" : "");
+    }
+    return fmt::to_string(text);
+}
+
+void add_goals(Text& text, const Report& report) {
+    add(text, "\n## What is promised and what was reached\n\n"
+              "| line | goal | reached | |\n|---|---|---|---|\n");
+    for (const Outcome& outcome : report.outcomes) {
+        add(text, "| {} | {} | {} | {} |\n", outcome.goal.line, outcome.goal.text(),
+            reached_text(outcome), outcome.isHeld() ? "held" : "missed");
+    }
+}
+
 /// How far the clocks outside and inside the processes are apart, at worst.
 std::string clock_difference(const Results& results) {
     double worst = 0;
@@ -121,6 +141,7 @@ std::string markdown_of(const Report& report) {
         verification(report.results));
     add(text, "| clock outside the processes beside the one inside, from 0.1 s on | within {} |\n",
         clock_difference(report.results));
+    add_goals(text, report);
     for (const Question& question : report.questions) {
         add(text, "\n## {}\n", question.title);
         question.layout == Layout::bars ? add_bars(text, report, question)

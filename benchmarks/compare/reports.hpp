@@ -1,5 +1,6 @@
 #pragma once
 
+#include <benchmarks/compare/Goal.hpp>
 #include <benchmarks/compare/Question.hpp>
 #include <benchmarks/compare/Results.hpp>
 
@@ -14,6 +15,7 @@ struct Report {
     std::vector<std::pair<std::string, std::string>> facts;
     std::vector<Question> questions;
     Results results;
+    std::vector<Outcome> outcomes;
     double scale = 1;
 };
 

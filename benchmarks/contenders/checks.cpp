@@ -31,16 +31,27 @@ void ColumnCheck::take(const double* times, const double* values, std::size_t co
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t step = Rows::stepAt(times[i]);
         const bool known = Rows::time(step) == times[i] && step < rows.workload().stepCount;
-        if (!known || times[i] <= latest) {
+        if (!known || step < nextStep) {
             throw Mismatch(fmt::format("group {}: unexpected time {}", group, times[i]));
         }
         const double* expected = rows.values(group, step) + offset;
         if (!std::equal(expected, expected + valueCount, values + i * valueCount)) {
             throw Mismatch(fmt::format("group {}, step {}: a value differs", group, step));
         }
-        latest = times[i];
+        if (step > nextStep) {
+            gaps.push_back({nextStep, step});
+        }
+        nextStep = step + 1;
     }
     found += count;
+}
+
+std::vector<StepRange> ColumnCheck::missingSteps() const {
+    std::vector<StepRange> missing = gaps;
+    if (const std::size_t end = rows.workload().stepCount; nextStep < end) {
+        missing.push_back({nextStep, end});
+    }
+    return missing;
 }
 
 void check_column(const Rows& rows, ColumnId column, const std::vector<double>& times,
@@ -63,8 +74,9 @@ void check_row(const Rows& rows, std::size_t group, std::size_t step, double tim
     }
 }
 
-std::size_t check_files(const Rows& rows, ColumnId column, const std::filesystem::path& timesPath,
-                        const std::filesystem::path& valuesPath) {
+std::vector<StepRange> check_files(const Rows& rows, ColumnId column,
+                                   const std::filesystem::path& timesPath,
+                                   const std::filesystem::path& valuesPath) {
     constexpr std::size_t pieceStepCount = 8192;
     ColumnCheck check(rows, column);
     std::ifstream timesFile(timesPath, std::ios::binary);
@@ -78,7 +90,7 @@ std::size_t check_files(const Rows& rows, ColumnId column, const std::filesystem
                     count * check.width());
         check.take(times.data(), values.data(), count);
     }
-    return check.stepCount();
+    return check.missingSteps();
 }
 
 void check_count(std::size_t found, std::size_t expected) {

@@ -21,6 +21,16 @@ struct ColumnId {
     std::size_t channel;
 };
 
+/// Steps from the first to before the last.
+struct StepRange {
+    std::size_t first;
+    std::size_t last;
+};
+
+inline bool operator==(const StepRange& left, const StepRange& right) {
+    return left.first == right.first && left.last == right.last;
+}
+
 /// Compares one column piece by piece, in the order in which it was stored.
 class ColumnCheck {
 public:
@@ -33,6 +43,9 @@ public:
     /// How many steps have been found.
     std::size_t stepCount() const { return found; }
 
+    /// Which of the workload's steps have not been found, in order.
+    std::vector<StepRange> missingSteps() const;
+
     /// Doubles per step.
     std::size_t width() const { return valueCount; }
 
@@ -42,7 +55,8 @@ private:
     std::size_t offset = 0;
     std::size_t valueCount;
     std::size_t found = 0;
-    double latest = -1;
+    std::size_t nextStep = 0;    // after the latest that was found
+    std::vector<StepRange> gaps; // before that
 };
 
 /// Compares a whole column; throws Mismatch unless it holds the workload's last stepCount steps.
@@ -53,9 +67,10 @@ void check_column(const Rows& rows, ColumnId column, const std::vector<double>& 
 void check_row(const Rows& rows, std::size_t group, std::size_t step, double time,
                const double* values);
 
-/// Compares a values file with its times file in pieces. Returns how many steps they hold.
-std::size_t check_files(const Rows& rows, ColumnId column, const std::filesystem::path& times,
-                        const std::filesystem::path& values);
+/// Compares a values file with its times file in pieces. Returns the steps that neither holds.
+std::vector<StepRange> check_files(const Rows& rows, ColumnId column,
+                                   const std::filesystem::path& times,
+                                   const std::filesystem::path& values);
 
 /// Throws Mismatch unless they are equal.
 void check_count(std::size_t found, std::size_t expected);

@@ -1,4 +1,5 @@
 #include <benchmarks/contenders/catalogue.hpp>
+#include <benchmarks/process/guarded_main.hpp>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -7,7 +8,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <string>
 
@@ -62,7 +62,7 @@ int main_of(int argc, char** argv) {
     Options options;
     CLI::App app("Stores one workload in one way, and reads it back.");
     app.add_option("--contender", options.contender)->required();
-    app.add_option("--workload", options.workload, "W1 to W5, WR, or <channels>x<steps>")
+    app.add_option("--workload", options.workload, "W1 to W5, WL, WR, or <channels>x<steps>")
         ->required();
     app.add_option("--directory", options.directory, "An empty directory for its files")
         ->required();
@@ -76,10 +76,6 @@ int main_of(int argc, char** argv) {
 } // namespace logging2::core::bench
 
 int main(int argc, char** argv) {
-    try {
-        return logging2::core::bench::main_of(argc, argv);
-    } catch (const std::exception& error) {
-        fmt::print(stderr, "{}\n", error.what());
-        return 1;
-    }
+    using namespace logging2::core::bench;
+    return guarded_main(main_of, argc, argv);
 }

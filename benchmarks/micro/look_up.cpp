@@ -21,6 +21,15 @@ void default_writer(benchmark::State& state) {
     }
 }
 
+void reader_by_name(benchmark::State& state) {
+    MemoryStreamWriter writer({}, setup_of(scalars(1, 1)));
+    writer.flush();
+    const boost::any store = writer.dataStore(path_of(0, 0));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(get_stream_reader("memory", store));
+    }
+}
+
 void store_by_path(benchmark::State& state) {
     const std::size_t channelCount = argument(state);
     MemoryStreamWriter writer({}, setup_of(scalars(channelCount, 1)));
@@ -38,6 +47,7 @@ void register_look_up() {
     register_builtin_backends(foundation::get_global_bundle_context());
     benchmark::RegisterBenchmark("look-up/writer-by-name", writer_by_name);
     benchmark::RegisterBenchmark("look-up/default-writer", default_writer);
+    benchmark::RegisterBenchmark("look-up/reader-by-name", reader_by_name);
     benchmark::RegisterBenchmark("look-up/store-by-path", store_by_path)->Arg(8)->Arg(1000);
 }
 

@@ -1,16 +1,20 @@
 #include <benchmarks/micro/registrations.hpp>
+#include <benchmarks/process/guarded_main.hpp>
+#include <benchmarks/process/warm_memory.hpp>
 
 #include <logging2/host/foundation/bundle_context.hpp>
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <exception>
+#include <cstddef>
 
+namespace logging2::core::bench {
 namespace {
 
-int run(int argc, char** argv) {
-    using namespace logging2::core::bench;
+/// More than any of the benchmarks has at a time.
+constexpr std::size_t warmByteCount = std::size_t{512} * 1024 * 1024;
+
+int main_of(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
@@ -21,18 +25,16 @@ int run(int argc, char** argv) {
     register_transpose();
     register_read();
     register_look_up();
+    warm_memory(warmByteCount);
     benchmark::RunSpecifiedBenchmarks();
     foundation::stop_vantrel_core();
     return 0;
 }
 
 } // namespace
+} // namespace logging2::core::bench
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    using namespace logging2::core::bench;
+    return guarded_main(main_of, argc, argv);
 }

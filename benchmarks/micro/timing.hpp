@@ -40,6 +40,14 @@ inline std::size_t argument(const benchmark::State& state) {
     return static_cast<std::size_t>(state.range(0));
 }
 
+/// Rings of a writer that has some keep pointLimit steps.
+template <class Writer>
+Writer make_writer(const Workload& workload, std::size_t pointLimit) {
+    StreamingAttributes attributes;
+    attributes.pointLimit = pointLimit;
+    return Writer(attributes, setup_of(workload));
+}
+
 inline void write_all(StreamWriter& writer, const Rows& rows) {
     rows.forEach([&](std::size_t group, double time, const double* values, std::size_t n) {
         writer.write(group, time, values, n);

@@ -4,20 +4,14 @@
 namespace logging2::core::bench {
 namespace {
 
-template <class Writer>
-Writer make_writer(const Workload& workload) {
-    StreamingAttributes attributes;
-    attributes.pointLimit = workload.stepCount / 10 + 1;
-    return Writer(attributes, setup_of(workload));
-}
-
-/// A fresh writer each time; a million doubles fill no buffer of the file-backed writer.
+/// A fresh writer each time, whose rings keep a tenth of the steps; a million doubles fill no
+/// buffer of the file-backed writer.
 template <class Writer>
 void write_rows(benchmark::State& state) {
     const std::size_t width = argument(state);
     const Rows rows(scalars(width, steps_for_width(width)));
     for (auto _ : state) {
-        auto writer = make_writer<Writer>(rows.workload());
+        auto writer = make_writer<Writer>(rows.workload(), rows.workload().stepCount / 10 + 1);
         time_once(state, [&] { write_all(writer, rows); });
     }
     count_rows(state, rows.workload().rowCount());

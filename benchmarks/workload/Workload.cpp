@@ -21,10 +21,17 @@ std::size_t draw(std::mt19937_64& source, std::size_t from, std::size_t to) {
     return from + source() % (to - from + 1);
 }
 
+/// The groups share all calls, so the buffers of the file-backed writer, of 4,194,304 rows each,
+/// fill on two consecutive calls, and the rest of the steps goes with its flush.
+Workload lockstep_workload() {
+    constexpr std::size_t stepCount = 4'400'000;
+    return {"WL", {scalars(1), scalars(1)}, stepCount, stepCount};
+}
+
 Workload random_workload() {
     constexpr std::size_t valueCountWanted = 30'000'000;
     std::mt19937_64 source(20240229);
-    Workload workload{"WR", {}, 1};
+    Workload workload{"WR", {}, 1, 1};
     workload.groups.resize(draw(source, 3, 9));
     for (GroupShape& group : workload.groups) {
         group.widths.resize(draw(source, 1, 40));
@@ -101,12 +108,15 @@ Workload workload_named(const std::string& name) {
     if (name == "W5") {
         return {name, {scalars(1000)}, 30'000};
     }
+    if (name == "WL") {
+        return lockstep_workload();
+    }
     return name == "WR" ? random_workload() : one_group_of_scalars(name);
 }
 
 Workload scaled(Workload workload, double factor) {
     const double steps = static_cast<double>(workload.stepCount) * factor;
-    workload.stepCount = std::max<std::size_t>(1, static_cast<std::size_t>(steps));
+    workload.stepCount = std::max(workload.leastStepCount, static_cast<std::size_t>(steps));
     return workload;
 }
 

@@ -21,6 +21,9 @@ struct Workload {
     std::vector<GroupShape> groups;
     std::size_t stepCount = 0;
 
+    /// With fewer steps the workload would not show what it is for.
+    std::size_t leastStepCount = 1;
+
     /// Rows of all groups.
     std::size_t rowCount() const;
 
@@ -36,11 +39,12 @@ struct Workload {
     std::string description() const;
 };
 
-/// "W1" to "W5"; "WR", whose groups and widths are drawn from a fixed seed; or "CxS" for one group
-/// of C scalars and S steps. Throws std::invalid_argument for any other name.
+/// "W1" to "W5"; "WL", whose groups fill the buffers of the file-backed writer on consecutive
+/// calls; "WR", whose groups and widths are drawn from a fixed seed; or "CxS" for one group of C
+/// scalars and S steps. Throws std::invalid_argument for any other name.
 Workload workload_named(const std::string& name);
 
-/// The same groups for factor times the steps, at least one.
+/// The same groups for factor times the steps, but no fewer than the least.
 Workload scaled(Workload workload, double factor);
 
 } // namespace logging2::core::bench

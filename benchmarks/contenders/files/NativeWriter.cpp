@@ -6,6 +6,8 @@
 
 #include <logging2/host/foundation/text_conversion.hpp>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -18,7 +20,7 @@ std::string utf8(const std::u16string& text) {
 }
 
 /// Full buffers go to the background thread; one that fills before the thread has taken the one
-/// before replaces it, and the rows that are lost thereby are counted.
+/// before replaces it. The rows that are lost thereby are counted; they are whole batches.
 class NativeWriter : public Contender {
 public:
     explicit NativeWriter(const Rows& workloadRows)
@@ -37,7 +39,9 @@ public:
     std::size_t check() override {
         std::size_t lost = 0;
         for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
-            lost += rows.workload().stepCount - check_group(group);
+            for (const StepRange& range : check_group(group)) {
+                lost += check_lost(group, range);
+            }
         }
         return lost;
     }
@@ -47,16 +51,28 @@ protected:
     NativeStreamWriter writer;
 
 private:
-    /// How many steps of the group are in its files, which must agree.
-    std::size_t check_group(std::size_t group) const {
-        const std::size_t stepCount = check_channel({group, 0});
+    /// Which steps are in none of the group's files, which must agree.
+    std::vector<StepRange> check_group(std::size_t group) const {
+        std::vector<StepRange> missing = check_channel({group, 0});
         for (std::size_t k = 1; k < rows.workload().groups[group].widths.size(); ++k) {
-            check_count(check_channel({group, k}), stepCount);
+            if (!(check_channel({group, k}) == missing)) {
+                throw Mismatch(fmt::format("group {}: the files miss different steps", group));
+            }
         }
-        return stepCount;
+        return missing;
     }
 
-    std::size_t check_channel(ColumnId column) const {
+    /// How many steps those are, which must be whole batches.
+    std::size_t check_lost(std::size_t group, const StepRange& range) const {
+        const std::size_t batchStepCount = writer.getBufferSize(group);
+        if (range.first % batchStepCount != 0 || range.last % batchStepCount != 0) {
+            throw Mismatch(fmt::format("group {}: steps {} to {} are missing, which is no batch",
+                                       group, range.first, range.last));
+        }
+        return range.last - range.first;
+    }
+
+    std::vector<StepRange> check_channel(ColumnId column) const {
         const auto store = boost::any_cast<NativeDatastore>(
             writer.dataStore(path_of(column.group, column.channel)));
         return check_files(rows, column, utf8(store.timesLocation()), utf8(store.valuesLocation()));
