@@ -2,7 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <cstdint>
 
 namespace logging2::core::detail {
@@ -37,13 +36,6 @@ void reserve_large(std::vector<double>& elements, std::size_t elementCount) {
     prefer_large_pages(larger);
     larger.assign(elements.begin(), elements.end());
     elements.swap(larger);
-}
-
-void make_room(std::vector<double>& elements, std::size_t elementCount) {
-    const std::size_t needed = elements.size() + elementCount;
-    if (needed > elements.capacity()) {
-        reserve_large(elements, std::max(needed, 2 * elements.capacity()));
-    }
 }
 
 } // namespace logging2::core::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -14,6 +15,10 @@ void reserve_large(std::vector<double>& elements, std::size_t elementCount);
 
 /// Gives a vector the capacity for so many elements more, in the ordinary way: where it has too
 /// little, at least twice what it had.
-void make_room(std::vector<double>& elements, std::size_t elementCount);
+inline void make_room(std::vector<double>& elements, std::size_t elementCount) {
+    if (elements.capacity() - elements.size() < elementCount) {
+        reserve_large(elements, std::max(elements.size() + elementCount, 2 * elements.capacity()));
+    }
+}
 
 } // namespace logging2::core::detail
