@@ -144,8 +144,9 @@ bool was_run(const Results& results, const Goal& goal, const std::string& worklo
 } // namespace
 
 std::string Goal::text() const {
-    return bound == Bound::atMost ? fmt::format("at most {} × {}", limit, referenceTitle)
-                                  : fmt::format("{} times as fast as {}", limit, referenceTitle);
+    return bound == Bound::atMost
+               ? fmt::format("at most {} × {}", limit, referenceTitle)
+               : fmt::format("at least {} times as fast as {}", limit, referenceTitle);
 }
 
 const std::vector<Goal>& all_goals() {

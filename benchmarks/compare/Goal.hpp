@@ -27,7 +27,7 @@ struct Goal {
     std::vector<std::string> workloads;
     Measure measure = Measure::time;
 
-    /// Such as "at most 1.05 × bare data model".
+    /// Such as "at most 1.05 × bare data model" or "at least 2 times as fast as CSV".
     std::string text() const;
 };
 

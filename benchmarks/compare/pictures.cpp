@@ -18,27 +18,31 @@ const char* colour_of(const Entry& entry) {
     return entry.title.find("Stream") != std::string::npos ? subjectColour : otherColour;
 }
 
-std::string label_of(double time) {
-    return time < 100 ? fmt::format("{:.1f}", time) : fmt::format("{:.0f}", time);
+std::string label_of(const Summary& summary) {
+    const double time = summary.time.median;
+    const std::string text = time < 100 ? fmt::format("{:.1f}", time) : fmt::format("{:.0f}", time);
+    return summary.lostRowCount > 0 ? text + ", rows lost" : text;
 }
 
 /// One line per entry: title, median, quartiles, colour, label.
-void add_data(Text& text, const std::vector<Entry>& entries, const std::vector<Spread>& times) {
+void add_data(Text& text, const std::vector<Entry>& entries,
+              const std::vector<Summary>& summaries) {
     add(text, "$data << END\n");
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        add(text, "\"{}\" {} {} {} {} \"{}\"\n", entries[i].title, times[i].median, times[i].low,
-            times[i].high, colour_of(entries[i]), label_of(times[i].median));
+        const Spread& time = summaries[i].time;
+        add(text, "\"{}\" {} {} {} {} \"{}\"\n", entries[i].title, time.median, time.low, time.high,
+            colour_of(entries[i]), label_of(summaries[i]));
     }
     add(text, "END\n");
 }
 
 /// A logarithmic axis from below the least to where the label of the longest bar ends.
-void add_axis(Text& text, const std::vector<Spread>& times) {
+void add_axis(Text& text, const std::vector<Summary>& summaries) {
     double least = INFINITY;
     double most = 0;
-    for (const Spread& time : times) {
-        least = std::min(least, time.low);
-        most = std::max(most, time.high);
+    for (const Summary& summary : summaries) {
+        least = std::min(least, summary.time.low);
+        most = std::max(most, summary.time.high);
     }
     add(text, "left = {}\nset xrange [left:{}]\n", least / 3, 4 * most);
 }
@@ -52,16 +56,16 @@ void add_floor_line(Text& text, double floor) {
 
 void add_panel(Text& text, const Report& report, const Question& question,
                const std::string& workload) {
-    std::vector<Spread> times;
+    std::vector<Summary> summaries;
     double floor = 0;
     for (const Entry& entry : question.entries) {
-        times.push_back(summary_of(report.results, entry, workload, question.unit).time);
-        floor = entry.contender == question.floor ? times.back().median : floor;
+        summaries.push_back(summary_of(report.results, entry, workload, question.unit));
+        floor = entry.contender == question.floor ? summaries.back().time.median : floor;
     }
     add(text, "set title '{}: {}' noenhanced\n", workload,
         scaled(workload_named(workload), report.scale).description());
-    add_data(text, question.entries, times);
-    add_axis(text, times);
+    add_data(text, question.entries, summaries);
+    add_axis(text, summaries);
     add_floor_line(text, floor);
     add(text, "plot $data using 2:0:(left):2:($0-0.36):($0+0.36):5:ytic(1) with boxxyerror "
               "fs solid noborder lc rgb variable, \\\n"

@@ -28,9 +28,9 @@ const std::vector<ContenderInfo>& all_contenders() {
         {"hdf5-packets-rows", "HDF5 packet table, row by row", make_packet_table_rows, 0.05},
         {"hdf5-packets-batches", "HDF5 packet table, batches", make_packet_table_batches},
         {"hdf5-datasets", "HDF5 dataset per channel", make_chunked_datasets},
-        {"sqlite", "SQLite, one transaction", make_sqlite, 0.2},
+        {"sqlite", "SQLite, one transaction", make_sqlite, 0.1},
         {"fwrite", "fwrite per row", make_row_major_file},
-        {"csv", "CSV through fmt", make_csv, 0.2},
+        {"csv", "CSV through fmt", make_csv, 0.1},
 
         {"native-reader", "NativeStreamReader::timeseries()", make_native_reader},
         {"read-touched", "read(2) into touched memory", make_read_to_touched, 1, true},
