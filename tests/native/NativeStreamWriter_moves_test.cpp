@@ -154,6 +154,18 @@ TEST_F(NativeStreamWriterMovesTest, threadAndSlotStayWithTheirWriters) {
     target.flush();
 }
 
+TEST_F(NativeStreamWriterMovesTest, batchThatWaitsInAMovedFromWriterIsTakenAndInNoFile) {
+    NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
+    Access::setBufferSize(source, 0, 1);
+    Access::startWhenStopIsRequested(source);
+    writeTimes(source, 0, {1.0});
+    NativeStreamWriter writer(std::move(source));
+    source.flush(); // NOLINT(bugprone-use-after-move)
+    EXPECT_THAT(Access::slot(source), IsEmpty());
+    EXPECT_THAT(fileNames(), IsEmpty());
+    writer.flush();
+}
+
 TEST_F(NativeStreamWriterMovesTest, assignmentToItselfChangesNothing) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writeTimes(writer, 0, {1.0});

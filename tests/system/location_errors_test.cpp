@@ -158,5 +158,13 @@ TEST_F(LocationErrorsTest, fallbackWithAVariableThatNamesNoDirectoryIsAnError) {
     fl::filesystem::setTempDirectoryName(host);
 }
 
+TEST_F(LocationErrorsTest, fallbackWithAnEmptyVariableIsAnError) {
+    const auto host = fl::filesystem::setTempDirectoryName(no_answer);
+    setenv("TMPDIR", "", 1);
+    EXPECT_THROW(creator.tempdir(), boost::system::system_error);
+    unsetenv("TMPDIR");
+    fl::filesystem::setTempDirectoryName(host);
+}
+
 } // namespace
 } // namespace logging2::core::test
