@@ -10,14 +10,14 @@ namespace {
 /// Anything smaller might not hold a single whole large page of 2 MiB.
 constexpr std::size_t leastByteCount = std::size_t{4} * 1024 * 1024;
 
-void prefer_large_pages([[maybe_unused]] const std::vector<double>& elements) {
+void prefer_large_pages([[maybe_unused]] std::vector<double>& elements) {
 #ifdef MADV_HUGEPAGE
     constexpr std::uintptr_t pageByteCount = 4096;
-    const auto first = reinterpret_cast<std::uintptr_t>(elements.data());
-    const std::uintptr_t last = first + elements.capacity() * sizeof(double);
-    const std::uintptr_t firstPage = first / pageByteCount * pageByteCount;
+    const auto address = reinterpret_cast<std::uintptr_t>(elements.data());
+    const std::size_t intoPage = address % pageByteCount;
+    char* const firstPage = reinterpret_cast<char*>(elements.data()) - intoPage;
     // It is advice: a refusal changes nothing.
-    madvise(reinterpret_cast<void*>(firstPage), last - firstPage, MADV_HUGEPAGE);
+    madvise(firstPage, intoPage + elements.capacity() * sizeof(double), MADV_HUGEPAGE);
 #endif
 }
 
