@@ -63,6 +63,7 @@ function print_row(name, lines, missedLines, branches, missedBranches) {
 }
 
 function fail(message) {
+    fflush()
     print "coverage: " message > "/dev/stderr"
     failed = 1
 }
