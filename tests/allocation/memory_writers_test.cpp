@@ -9,7 +9,7 @@
 namespace logging2::core::test {
 namespace {
 
-TYPED_TEST_SUITE(MemoryWritersSweepTest, MemoryWriters);
+TYPED_TEST_SUITE(MemoryWritersSweepTest, MemoryWriters, WriterNames);
 
 TYPED_TEST(MemoryWritersSweepTest, constructorThatFailsLeavesItsArgumentsAlone) {
     struct Inputs {

@@ -70,6 +70,7 @@ public:
 
     T* allocate(std::size_t) {
         static_assert(sizeof(T) <= RowBlock::slotByteCount);
+        static_assert(RowBlock::slotByteCount % alignof(T) == 0);
         return static_cast<T*>(block->take());
     }
 

@@ -1,6 +1,7 @@
 #include <logging2/stream/detail/storage.hpp>
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 
@@ -10,14 +11,16 @@ namespace {
 /// Anything smaller might not hold a single whole large page of 2 MiB.
 constexpr std::size_t leastByteCount = std::size_t{4} * 1024 * 1024;
 
+/// For the whole pages that the storage has to itself.
 void prefer_large_pages([[maybe_unused]] std::vector<double>& elements) {
 #ifdef MADV_HUGEPAGE
-    constexpr std::uintptr_t pageByteCount = 4096;
+    const auto pageByteCount = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t byteCount = elements.capacity() * sizeof(double);
     const auto address = reinterpret_cast<std::uintptr_t>(elements.data());
-    const std::size_t intoPage = address % pageByteCount;
-    char* const firstPage = reinterpret_cast<char*>(elements.data()) - intoPage;
+    const std::size_t beforePage = (pageByteCount - address % pageByteCount) % pageByteCount;
+    char* const firstPage = reinterpret_cast<char*>(elements.data()) + beforePage;
     // It is advice: a refusal changes nothing.
-    madvise(firstPage, intoPage + elements.capacity() * sizeof(double), MADV_HUGEPAGE);
+    madvise(firstPage, (byteCount - beforePage) / pageByteCount * pageByteCount, MADV_HUGEPAGE);
 #endif
 }
 

@@ -2,6 +2,31 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+
+namespace {
+
+struct Advice {
+    std::uintptr_t first;
+    std::size_t byteCount;
+    int what;
+};
+
+std::vector<Advice> advices;
+
+} // namespace
+
+/// In place of the C library's: takes a note, and refuses, which must change nothing.
+extern "C" int madvise(void* first, std::size_t byteCount, int what) noexcept {
+    advices.push_back({reinterpret_cast<std::uintptr_t>(first), byteCount, what});
+    errno = EINVAL;
+    return -1;
+}
+
 namespace logging2::core::detail {
 namespace {
 
@@ -67,6 +92,33 @@ TEST(StorageTest, largeStorageCanBeWrittenToItsEnd) {
     elements.resize(largeCount + 3, 2.5);
     EXPECT_EQ(elements.back(), 2.5);
     EXPECT_THAT(elements, ::testing::Each(2.5));
+}
+
+TEST(StorageTest, largePagesAreWelcomeInTheWholePagesOfLargeStorage) {
+    Doubles elements;
+    advices.clear();
+    reserve_large(elements, largeCount + 3);
+    ASSERT_EQ(advices.size(), 1U);
+    const auto pageByteCount = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const auto first = reinterpret_cast<std::uintptr_t>(elements.data());
+    const std::uintptr_t end = first + (largeCount + 3) * sizeof(double);
+    const auto [firstPage, byteCount, what] = advices[0];
+    EXPECT_EQ(what, MADV_HUGEPAGE);
+    EXPECT_EQ(firstPage % pageByteCount, 0U);
+    EXPECT_EQ(byteCount % pageByteCount, 0U);
+    EXPECT_GE(firstPage, first);
+    EXPECT_LT(firstPage - first, pageByteCount);
+    EXPECT_LE(firstPage + byteCount, end);
+    EXPECT_LT(end - (firstPage + byteCount), pageByteCount);
+}
+
+TEST(StorageTest, smallStorageIsLeftToTheSystem) {
+    Doubles elements;
+    advices.clear();
+    reserve_large(elements, largeCount / 2 - 1);
+    EXPECT_TRUE(advices.empty());
+    reserve_large(elements, largeCount / 2);
+    EXPECT_EQ(advices.size(), 1U);
 }
 
 } // namespace
