@@ -18,10 +18,4 @@ inline Workload counted_workload() {
     return {"", {{std::vector<std::size_t>(8, 1)}}, countedRowCount};
 }
 
-inline void write_all(StreamWriter& writer, const Rows& rows) {
-    rows.forEach([&](std::size_t group, double time, const double* values, std::size_t n) {
-        writer.write(group, time, values, n);
-    });
-}
-
 } // namespace logging2::core::bench

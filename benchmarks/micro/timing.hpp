@@ -48,10 +48,4 @@ Writer make_writer(const Workload& workload, std::size_t pointLimit) {
     return Writer(attributes, setup_of(workload));
 }
 
-inline void write_all(StreamWriter& writer, const Rows& rows) {
-    rows.forEach([&](std::size_t group, double time, const double* values, std::size_t n) {
-        writer.write(group, time, values, n);
-    });
-}
-
 } // namespace logging2::core::bench

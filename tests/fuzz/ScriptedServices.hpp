@@ -6,11 +6,11 @@
 #include <tests/fuzz/ByteScript.hpp>
 #include <tests/fuzz/NameOracle.hpp>
 #include <tests/fuzz/expectations.hpp>
+#include <tests/support/NullServiceFactory.hpp>
 #include <tests/support/setups.hpp>
 
 #include <cppmicroservices/BundleContext.h>
 #include <cppmicroservices/Constants.h>
-#include <cppmicroservices/ServiceFactory.h>
 #include <cppmicroservices/ServiceRegistration.h>
 
 #include <cstddef>
@@ -69,18 +69,6 @@ public:
 private:
     std::size_t id;
     Answer what;
-};
-
-class NoService final : public cppmicroservices::ServiceFactory {
-public:
-    cppmicroservices::InterfaceMapConstPtr
-    GetService(const cppmicroservices::Bundle&,
-               const cppmicroservices::ServiceRegistrationBase&) override {
-        return nullptr;
-    }
-    void UngetService(const cppmicroservices::Bundle&,
-                      const cppmicroservices::ServiceRegistrationBase&,
-                      const cppmicroservices::InterfaceMapConstPtr&) override {}
 };
 
 /// Writers or readers: how they are registered, and how they are asked for.
@@ -201,7 +189,7 @@ private:
         using Interface = typename Side::Interface;
         if (what == Answer::none) {
             return context.RegisterService<Interface>(
-                cppmicroservices::ToFactory(std::make_shared<NoService>()), properties);
+                cppmicroservices::ToFactory(std::make_shared<NullServiceFactory>()), properties);
         }
         return context.RegisterService<Interface>(
             std::make_shared<typename Side::Service>(number, what), properties);

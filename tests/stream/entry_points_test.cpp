@@ -1,10 +1,10 @@
 #include <logging2/logging2.hpp>
 
+#include <tests/support/NullServiceFactory.hpp>
 #include <tests/support/setups.hpp>
 
 #include <cppmicroservices/BundleContext.h>
 #include <cppmicroservices/Constants.h>
-#include <cppmicroservices/ServiceFactory.h>
 #include <cppmicroservices/ServiceInterface.h>
 #include <cppmicroservices/ServiceRegistration.h>
 
@@ -54,19 +54,6 @@ public:
 
     bool null;
     int calls = 0;
-};
-
-/// A service factory that yields no service object.
-class NullFactory final : public cppmicroservices::ServiceFactory {
-public:
-    cppmicroservices::InterfaceMapConstPtr
-    GetService(const cppmicroservices::Bundle&,
-               const cppmicroservices::ServiceRegistrationBase&) override {
-        return nullptr;
-    }
-    void UngetService(const cppmicroservices::Bundle&,
-                      const cppmicroservices::ServiceRegistrationBase&,
-                      const cppmicroservices::InterfaceMapConstPtr&) override {}
 };
 
 /// Services of a test are unregistered at its end.
@@ -169,7 +156,7 @@ TEST_F(EntryPointsTest, onlyTheFirstReferenceIsTried) {
     const auto good = addWriter("n");
     ServiceProperties properties = named(vtllogging_write_type_id(), "n", 7);
     const auto null = foundation::get_global_bundle_context().RegisterService<StreamWriterService>(
-        cppmicroservices::ToFactory(std::make_shared<NullFactory>()), properties);
+        cppmicroservices::ToFactory(std::make_shared<NullServiceFactory>()), properties);
     registrations.emplace_back(null);
     EXPECT_FALSE(writerNamed("n").has_value());
     EXPECT_EQ(good->calls, 0);
@@ -177,7 +164,7 @@ TEST_F(EntryPointsTest, onlyTheFirstReferenceIsTried) {
 
 TEST_F(EntryPointsTest, nullReaderServiceGivesTheEmptyOptional) {
     const auto null = foundation::get_global_bundle_context().RegisterService<StreamReaderService>(
-        cppmicroservices::ToFactory(std::make_shared<NullFactory>()),
+        cppmicroservices::ToFactory(std::make_shared<NullServiceFactory>()),
         named(vtllogging_read_type_id(), "n", 0));
     registrations.emplace_back(null);
     EXPECT_FALSE(get_stream_reader("n", boost::any()).has_value());

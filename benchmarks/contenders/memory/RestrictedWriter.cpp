@@ -26,12 +26,7 @@ public:
                                        std::size_t n) { writer->write(group, time, values, n); });
     }
 
-    void run() override {
-        StreamWriter& target = *writer;
-        rows.forEach([&](std::size_t group, double time, const double* values, std::size_t n) {
-            target.write(group, time, values, n);
-        });
-    }
+    void run() override { write_all(*writer, rows); }
 
     void finish() override { writer->flush(); }
 
