@@ -54,7 +54,8 @@ TEST(SnippetsTest, readmeShowsTheQuickStartAsItIsBuilt) {
 
 TEST(SnippetsTest, theWalkThroughABackendShowsItAsItIsBuilt) {
     const std::string page = bytesOf(root / "docs/writing-a-backend.md");
-    expect_built(snippets(page, "cpp"), {"examples/custom_backend", "tests/conformance"});
+    expect_built(snippets(page, "cpp"),
+                 {"examples/custom_backend", "tests/conformance", "tests/conformance/mutants"});
     expect_built(snippets(page, "cmake"), {"examples/custom_backend"});
 }
 

@@ -13,9 +13,11 @@ MemoryStreamWriter& memory(StreamWriter& target) {
     return dynamic_cast<MemoryStreamWriter&>(target);
 }
 
-void warn() {
-    foundation::issueWarning(
-        {"vantrel:common:logging2:core:common", "RollbackNotSupported", {u"run 1"}});
+void decline_rollback(const StreamingAttributes& streaming) {
+    const std::string name(streaming.name.data(), streaming.name.size());
+    foundation::issueWarning({"vantrel:common:logging2:core:common",
+                              "RollbackNotSupported",
+                              {foundation::utf8_string_to_ustring(name)}});
 }
 
 void drop_oldest(MemoryStreamWriter& writer, std::size_t group, std::size_t limit) {
@@ -88,14 +90,14 @@ const Mutant table[] = {
     {"warnsThoughItTakesBack", "rollbackIssuesNoWarning", Base::memory,
      [](Faults& faults, Supports&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
-             warn();
+             decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
     {"warnsTwice", "aDeclinedRollbackIssuesOneWarning", Base::native,
      [](Faults& faults, Supports&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
-             warn();
+             decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
@@ -103,7 +105,7 @@ const Mutant table[] = {
      [](Faults& faults, Supports& supports) {
          supports.rollback = false;
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
-             warn();
+             decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
