@@ -38,6 +38,12 @@ const Mutant table[] = {
              target.rollback(group, std::nextafter(time, -std::numeric_limits<double>::max()));
          };
      }},
+    {"keepsTimesWithinATolerance", "rollbackTellsNeighbouringTimesApart", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             target.rollback(group, time + 1e-12);
+         };
+     }},
     {"takesTheLastSampleBackAtLeast", "rollbackToTheLastTimeOrBehindItChangesNothing", Base::memory,
      [](Faults& faults, Supports&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
@@ -113,6 +119,14 @@ const Mutant table[] = {
      [](Faults& faults, Supports&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = false;
+         };
+     }},
+    {"takesTimesWithinAToleranceForRepeated", "aNeighbouringLaterTimeReplacesNothing", Base::memory,
+     [](Faults& faults, Supports&) {
+         faults.write = [](StreamWriter& target, std::size_t group, double time,
+                           auto... arguments) {
+             target.rollback(group, time - 1e-12);
+             return target.write(group, time, arguments...);
          };
      }},
     {"replacesTheLastSampleOnly", "aBackwardTimeReplacesEverythingFromItOn", Base::memory,

@@ -1,5 +1,6 @@
 #include <tests/conformance/Promise.hpp>
 
+#include <cmath>
 #include <limits>
 
 // Taking samples back, by name or because the time went back, or declining to.
@@ -53,6 +54,15 @@ const Promise table[] = {
          writer->rollback(0, 2.0);
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0, 2.0}, {1.0, 2.0, 3.0}));
+     }},
+    {"rollbackTellsNeighbouringTimesApart", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer();
+         const double before = std::nextafter(1.0, -infinity);
+         write_calls(*writer, 0, {before, 1.0, std::nextafter(1.0, infinity)});
+         writer->rollback(0, 1.0);
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {before, 1.0}, {1.0, 2.0}));
      }},
     {"rollbackToTheLastTimeOrBehindItChangesNothing", rollsBack,
      [](Session& session) {
@@ -147,6 +157,14 @@ const Promise table[] = {
          write_calls(*writer, 0, {1.0, 3.0, 3.0});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 3.0}, {1.0, 3.0}));
+     }},
+    {"aNeighbouringLaterTimeReplacesNothing", obeysRegression,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), rolling_back());
+         const double after = std::nextafter(1.0, infinity);
+         write_calls(*writer, 0, {1.0, after});
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, after}, {1.0, 2.0}));
      }},
     {"aBackwardTimeReplacesEverythingFromItOn", obeysRegression,
      [](Session& session) {
