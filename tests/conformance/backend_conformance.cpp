@@ -75,7 +75,7 @@ int main(int argc, char** argv) {
     using namespace logging2::core::conformance;
     std::vector<std::string> arguments;
     for (int i = 1; i < argc; ++i) {
-        if (std::string(argv[i]).rfind("--", 0) != 0) {
+        if (std::string(argv[i]).rfind("--gtest_", 0) != 0) {
             arguments.emplace_back(argv[i]);
         }
     }
@@ -86,5 +86,10 @@ int main(int argc, char** argv) {
         return 2;
     }
     testing::InitGoogleTest(&argc, argv);
+    // It takes out what it knows; with an option that it does not it would run nothing and succeed.
+    if (static_cast<std::size_t>(argc) != 1 + arguments.size()) {
+        std::cerr << "GoogleTest has no such option\n";
+        return 2;
+    }
     return RUN_ALL_TESTS();
 }
