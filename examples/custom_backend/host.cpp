@@ -12,11 +12,12 @@ using RegisterBackend = void(cppmicroservices::BundleContext&, Registrations&);
 
 namespace {
 
-/// Whether the library was loaded and has registered its back-end.
+/// Whether the library was loaded and has registered its back-end; tells why where it was not.
 bool load_backend(const char* library) {
     void* const handle = dlopen(library, RTLD_NOW); // never closed: its services stay registered
     void* const function = handle == nullptr ? nullptr : dlsym(handle, "register_backend");
     if (function == nullptr) {
+        std::cerr << "host: " << dlerror() << '\n';
         return false;
     }
     foundation::install_and_start_vantrel_core();
@@ -38,28 +39,45 @@ void log_valve(logging2::core::StreamWriter& writer) {
     writer.flush();
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    using namespace logging2::core;
-    if (argc != 2 || !load_backend(argv[1])) {
-        std::cerr << "usage: host LIBRARY, a shared library that registers \"on-change\"\n";
-        return 1;
+void print_samples(const logging2::core::StreamReader& reader) {
+    const auto [times, values] = reader.timeseries();
+    for (std::size_t s = 0; s < times.size(); ++s) {
+        std::cout << times[s] << ' ' << values[s] << '\n';
     }
+}
+
+/// Whether the back-end was found by its name, to write and to read.
+bool log_and_print() {
+    using namespace logging2::core;
     const lang::core::ValuePath path("valve.opening");
     const SequenceMap<Group, LoggedPathsSetupData> setup{
         {Group(0), LoggedPathsSetupData({{path, CoreDataId(0)}}, {{CoreDataId(0), 1}})}};
     const auto writer = get_stream_writer("on-change", StreamingAttributes{}, setup);
     if (!writer) {
-        std::cerr << "host: nothing is registered as \"on-change\"\n";
-        return 1;
+        std::cerr << "host: nothing that writes is registered as \"on-change\"\n";
+        return false;
     }
     log_valve(**writer);
     const auto reader = get_stream_reader("on-change", (*writer)->dataStore(path));
-    const auto [times, values] = (*reader)->timeseries();
-    for (std::size_t s = 0; s < times.size(); ++s) {
-        std::cout << times[s] << ' ' << values[s] << '\n';
+    if (!reader) {
+        std::cerr << "host: nothing that reads is registered as \"on-change\"\n";
+        return false;
     }
+    print_samples(**reader);
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "usage: host LIBRARY, a shared library that registers \"on-change\"\n";
+        return 2;
+    }
+    if (!load_backend(argv[1])) {
+        return 1;
+    }
+    const bool found = log_and_print();
     foundation::stop_vantrel_core();
-    return 0;
+    return found ? 0 : 1;
 }
