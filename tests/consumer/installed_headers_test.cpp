@@ -1,0 +1,97 @@
+#include <tests/architecture/include_rules.hpp>
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+// A header that was forgotten when it was added, in the list of what is installed or in the one
+// that includes all, is found here.
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ContainerEq;
+using ::testing::IsEmpty;
+
+using Names = std::set<std::string>;
+
+const std::string tree = LOGGING2_SOURCE_DIR;
+const std::string installed = LOGGING2_INSTALLED_HEADERS;
+const std::string services = "logging2/host/services/";
+
+bool starts_with(const std::string& text, const std::string& start) {
+    return text.rfind(start, 0) == 0;
+}
+
+bool is_detail(const std::string& header) {
+    return header.find("/detail/") != std::string::npos;
+}
+
+/// Where it is below the folder of our headers; empty for one of somebody else.
+std::string own_name(const std::string& header) {
+    if (LOGGING2_OWN_REGISTRY != 0 && starts_with(header, "cppmicroservices/")) {
+        return services + header;
+    }
+    return starts_with(header, "logging2/") || starts_with(header, "backends/") ? header : "";
+}
+
+Names headers_below(const std::string& root) {
+    Names result;
+    for (const char* folder : {"logging2", "backends"}) {
+        for (const auto& entry :
+             std::filesystem::recursive_directory_iterator(std::filesystem::path(root) / folder)) {
+            const std::string extension = entry.path().extension().string();
+            if (extension == ".hpp" || extension == ".h") {
+                result.insert(std::filesystem::relative(entry.path(), root).string());
+            }
+        }
+    }
+    return result;
+}
+
+Names public_headers_of_the_tree() {
+    Names result;
+    for (const std::string& header : headers_below(tree)) {
+        if (!is_detail(header) && (LOGGING2_OWN_REGISTRY != 0 || !starts_with(header, services))) {
+            result.insert(header);
+        }
+    }
+    return result;
+}
+
+/// The headers, those of ours that they include, and so on.
+Names reached_from(Names headers, const std::string& root) {
+    const std::vector<Include> includes = includes_below(root);
+    for (std::size_t before = 0; before != headers.size();) {
+        before = headers.size();
+        for (const Include& include : includes) {
+            const std::string name = own_name(include.header);
+            if (!name.empty() && headers.count(include.file) != 0) {
+                headers.insert(name);
+            }
+        }
+    }
+    return headers;
+}
+
+TEST(InstalledHeadersTest, arePublicOnesAndWhatTheyInclude) {
+    EXPECT_THAT(headers_below(installed),
+                ContainerEq(reached_from(public_headers_of_the_tree(), tree)));
+}
+
+TEST(InstalledHeadersTest, areReachedFromOneButForTheServicesOwn) {
+    Names left;
+    const Names reached = reached_from({"logging2/logging2.hpp"}, installed);
+    for (const std::string& header : headers_below(installed)) {
+        if (starts_with(header, "logging2/") && !starts_with(header, services) &&
+            reached.count(header) == 0) {
+            left.insert(header);
+        }
+    }
+    EXPECT_THAT(left, IsEmpty());
+}
+
+} // namespace
+} // namespace logging2::core::test
