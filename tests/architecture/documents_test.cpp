@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <cstddef>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,15 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
+using ::testing::UnorderedElementsAreArray;
 
 const std::string root = LOGGING2_SOURCE_DIR;
+
+/// What the pattern's first group holds, wherever the pattern matches.
+std::vector<std::string> first_groups(const std::string& text, const std::string& pattern) {
+    const std::regex regex(pattern);
+    return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
+}
 
 TEST(DocumentsTest, everyLinkLeadsSomewhere) {
     std::size_t linkCount = 0;
@@ -46,6 +54,12 @@ TEST(DocumentsTest, linksInCodeAreNone) {
     EXPECT_THAT(link_targets("[one](a.md \"title\") and ![two](b.svg), `[no](c.md)`\n"
                              "```sh\n[no](d.md)\n```\n[`three`](e.md#f)\n"),
                 ElementsAre("a.md", "b.svg", "e.md#f"));
+}
+
+TEST(DocumentsTest, theTableOfOptionsHasEachOfThem) {
+    EXPECT_THAT(first_groups(bytesOf(root + "/docs/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
+                UnorderedElementsAreArray(first_groups(bytesOf(root + "/CMakeLists.txt"),
+                                                       R"(\n(?:option|set)\((LOGGING2_\w+) )")));
 }
 
 TEST(DocumentsTest, decisionsAnswerTheSameQuestionsAndAreListed) {
