@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <cstddef>
+#include <filesystem>
 #include <regex>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@ namespace logging2::core::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAreArray;
@@ -32,6 +34,8 @@ TEST(DocumentsTest, everyLinkLeadsSomewhere) {
             EXPECT_EQ(broken_link(root, document, target), "") << target << " in " << document;
             ++linkCount;
         }
+        // Nothing tells whether those lead somewhere.
+        EXPECT_THAT(reference_links(bytesOf(root + "/" + document)), IsEmpty()) << document;
     }
     EXPECT_GT(linkCount, 40U);
 }
@@ -54,6 +58,31 @@ TEST(DocumentsTest, linksInCodeAreNone) {
     EXPECT_THAT(link_targets("[one](a.md \"title\") and ![two](b.svg), `[no](c.md)`\n"
                              "```sh\n[no](d.md)\n```\n[`three`](e.md#f)\n"),
                 ElementsAre("a.md", "b.svg", "e.md#f"));
+}
+
+TEST(DocumentsTest, linksInHtmlAreSome) {
+    EXPECT_THAT(
+        link_targets("<a href=\"a.md\">one</a> <img width=\"9\" src=\"b.svg\">\n`<img src=\"c\">`"),
+        ElementsAre("a.md", "b.svg"));
+}
+
+TEST(DocumentsTest, plantedReferenceLinksAreFound) {
+    const std::string use = "see [the words][label]";
+    const std::string definition = "[label]: a.md";
+    EXPECT_THAT(reference_links("[one](a.md), `a[0][1]`\n" + use + "\n\n" + definition + "\n"),
+                ElementsAre(use, definition));
+}
+
+TEST(DocumentsTest, documentsOfBuildFoldersAreNone) {
+    const TemporaryDirectory directory;
+    const std::string top = directory.path().string();
+    for (const char* folder :
+         {"build", "build-clang", "out/debug", "docs/build", ".git", "bench", "demo"}) {
+        std::filesystem::create_directories(top + "/" + folder);
+        writeBytes(top + "/" + folder + "/a.md", "");
+    }
+    writeBytes(top + "/out/debug/CMakeCache.txt", "");
+    EXPECT_THAT(documents_below(top), ElementsAre("docs/build/a.md"));
 }
 
 TEST(DocumentsTest, theTableOfOptionsHasEachOfThem) {

@@ -27,6 +27,16 @@ std::vector<std::string> open_lines(const std::string& text) {
     return result;
 }
 
+/// Likewise, without the code in the line.
+std::vector<std::string> lines_without_code(const std::string& text) {
+    static const std::regex code("`[^`]*`");
+    std::vector<std::string> result;
+    for (const std::string& line : open_lines(text)) {
+        result.push_back(std::regex_replace(line, code, ""));
+    }
+    return result;
+}
+
 std::string anchor_of(const std::string& heading) {
     std::string result;
     for (const char character : heading) {
@@ -52,17 +62,34 @@ std::vector<std::string> headings_like(const std::string& text, const std::regex
     return result;
 }
 
+/// Folders that hold what was built, measured or drawn, or Git's own.
+bool is_left_out(const std::filesystem::path& folder, int depth) {
+    static const std::set<std::string> names{"bench", "demo", ".git"};
+    const std::string name = folder.filename().string();
+    const bool isNamedSo = names.count(name) != 0 || name.rfind("build", 0) == 0;
+    return (depth == 0 && isNamedSo) || std::filesystem::exists(folder / "CMakeCache.txt");
+}
+
 } // namespace
 
 std::vector<std::string> link_targets(const std::string& text) {
-    static const std::regex code("`[^`]*`");
-    static const std::regex pattern(R"(\]\(([^)\s]+)[^)]*\))");
+    static const std::regex pattern(R"re(\]\(([^)\s]+)[^)]*\)|<[^>]*(?:src|href)="([^"]*)")re");
     std::vector<std::string> result;
-    for (const std::string& open : open_lines(text)) {
-        const std::string line = std::regex_replace(open, code, "");
+    for (const std::string& line : lines_without_code(text)) {
         for (std::sregex_iterator link(line.begin(), line.end(), pattern), end; link != end;
              ++link) {
-            result.push_back((*link)[1].str());
+            result.push_back((*link)[(*link)[1].matched ? 1 : 2].str());
+        }
+    }
+    return result;
+}
+
+std::vector<std::string> reference_links(const std::string& text) {
+    static const std::regex pattern(R"(\]\[|^\[[^\]]+\]:)");
+    std::vector<std::string> result;
+    for (const std::string& line : lines_without_code(text)) {
+        if (std::regex_search(line, pattern)) {
+            result.push_back(line);
         }
     }
     return result;
@@ -83,11 +110,10 @@ std::set<std::string> anchors(const std::string& text) {
 }
 
 std::vector<std::string> documents_below(const std::string& root) {
-    static const std::set<std::string> skipped{"build", "bench", "demo", ".git"};
     std::vector<std::string> result;
     std::filesystem::recursive_directory_iterator entry(root);
     for (; entry != std::filesystem::recursive_directory_iterator(); ++entry) {
-        if (entry.depth() == 0 && skipped.count(entry->path().filename().string()) != 0) {
+        if (entry->is_directory() && is_left_out(entry->path(), entry.depth())) {
             entry.disable_recursion_pending();
         } else if (entry->path().extension() == ".md") {
             result.push_back(std::filesystem::relative(entry->path(), root).string());

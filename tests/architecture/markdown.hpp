@@ -6,9 +6,13 @@
 
 namespace logging2::core::test {
 
-/// The targets of the links and pictures of a Markdown text, in their order; those in code left
-/// out.
+/// The targets of the links and pictures of a Markdown text, also in its HTML, in their order;
+/// those in code left out.
 std::vector<std::string> link_targets(const std::string& text);
+
+/// The lines that link by a label, and those that tell where a label leads: "[words][label]",
+/// "[label]: target".
+std::vector<std::string> reference_links(const std::string& text);
 
 /// The level-two headings ("## ...") of a Markdown text, in their order; those in code left out.
 std::vector<std::string> headings(const std::string& text);
