@@ -86,6 +86,17 @@ TEST(MemoryAllocationTest, rowsKeptBetweenLongRegressionsShareTheirBlocks) {
         200U + 4U);
 }
 
+TEST(MemoryAllocationTest, flushLeavesNothingOfTheRows) {
+    MemoryStreamRestrictedWriter writer(
+        limited(500), GroupSetup{{Group(0), LoggedPathsSetupData({}, channels({{0, rowLength}}))}});
+    const std::size_t before = live_allocation_count();
+    for (int i = 0; i < 500; ++i) {
+        writer.write(0, i, row.data(), rowLength);
+    }
+    writer.flush();
+    EXPECT_EQ(live_allocation_count(), before);
+}
+
 TEST(MemoryAllocationTest, restrictedRingsStayWhereTheyAre) {
     MemoryStreamRestrictedWriter writer(limited(3), wideSetup());
     const double* const storage = writer.times(0).array_one().first;

@@ -143,6 +143,15 @@ TEST_F(NativeStreamWriterFilesTest, onlyTheGroupThatWasAppendedLastKeepsTheMemor
     EXPECT_THAT(capacities(0), ElementsAre(0U, 0U));
     EXPECT_THAT(capacities(1), ElementsAre(2U, 2U));
     writer.flush();
+}
+
+TEST_F(NativeStreamWriterFilesTest, flushLeavesNoMemoryInTheSlot) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    Access::setBufferSize(writer, 0, 2);
+    writeTimes(writer, 0, {1.0, 2.0});
+    Access::waitUntilTaken(writer);
+    EXPECT_GT(Access::slot(writer).capacity(), 0U);
+    writer.flush();
     EXPECT_EQ(Access::slot(writer).capacity(), 0U);
 }
 
