@@ -172,6 +172,7 @@ void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, std::size
     Times& times = groupTimes[group];
     Rows& rows = groupData[group];
     if (count == 0) {
+        // Also where a flush took the times and left the rows, as of a group without channels.
         return;
     }
     if (count >= times.size()) {
