@@ -136,9 +136,11 @@ bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
                                                  const double* values, std::size_t n) {
     assert(group < groupTimes.size());
     Times& times = groupTimes[group];
+    RowStorage& storage = rowStorages[group];
     // Before anything is taken back: where memory runs out, nothing is lost, and the values may
     // lie in a row that is about to go.
-    RowHandle row = rowStorages[group].makeRow(values, n);
+    storage.makeRoom();
+    std::vector<double> row(values, values + n);
     if (attributes.rollbackOnTimeRegression && !times.empty() && times.back() >= time) {
         rollback(group, time);
         if (!times.empty() && times.back() == time) {
@@ -147,7 +149,7 @@ bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
     }
     times.push_back(time);
     try {
-        groupData[group].push_back(std::move(row));
+        groupData[group].push_back(storage.makeRow(std::move(row)));
     } catch (...) {
         times.pop_back();
         throw;
@@ -170,16 +172,18 @@ void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, std::size
     Times& times = groupTimes[group];
     Rows& rows = groupData[group];
     if (count == 0) {
+        // Also where a flush took the times and left the rows, as of a group without channels.
         return;
     }
     if (count >= times.size()) {
         times.clear();
         rows.clear();
-        return;
+    } else {
+        erase_newest(times, count);
+        // A ring that was flushed holds times whose rows are gone: only the newest have a row.
+        erase_newest(rows, std::min(count, rows.size()));
     }
-    erase_newest(times, count);
-    // A ring that was flushed holds times whose rows are gone: only the newest have a row.
-    erase_newest(rows, std::min(count, rows.size()));
+    rowStorages[group].takeBack();
 }
 
 template <class Times, class Rows>
@@ -209,6 +213,7 @@ void BasicMemoryStreamWriter<Times, Rows>::flushGroup(std::size_t group,
     if (channels.empty()) {
         return;
     }
+    rowStorages[group].clear();
     const std::vector<Column> columns = take_columns(groupData[group], times->size(), channels);
     const auto paths = paths_by_channel(setup.paths());
     for (std::size_t k = 0; k < channels.size(); ++k) {

@@ -32,7 +32,7 @@ public:
     std::pair<std::vector<double>, std::vector<double>> timeseries() const override;
 
 private:
-    MemoryStreamReader(const MemoryStreamReader& other);
+    LOGGING2_NO_EXPORT MemoryStreamReader(const MemoryStreamReader& other);
 
     std::shared_ptr<const MemoryDatastore> store;
 };

@@ -16,8 +16,8 @@ extern template class LOGGING2_EXPORT
 /// a step that was overwritten does not come back.
 ///
 /// The rings are allocated by the constructor and never reallocated: `write` allocates its row,
-/// for every 63rd one a block for their handles, and nothing else; overwriting the oldest step
-/// takes constant time. A limit of 0 discards every step.
+/// for every 63rd one at most a block for their handles, and nothing else; overwriting the oldest
+/// step takes constant time. A limit of 0 discards every step.
 ///
 /// Intended: `flush` copies the times out of their ring and takes the rows away, so that
 /// `numSteps` still tells the number of flushed steps while `data` is empty. Samples may be

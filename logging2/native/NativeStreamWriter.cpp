@@ -6,6 +6,7 @@
 #include <logging2/native/detail/row_capacity.hpp>
 #include <logging2/stream/detail/storage.hpp>
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -75,7 +76,7 @@ NativeStreamWriter::NativeStreamWriter(NativeStreamWriter&& other) noexcept
       bufferSizes(std::move(other.bufferSizes)),
       rowCounts(std::move(other.rowCounts)),
       groupBuffers(std::move(other.groupBuffers)) {
-    copyFlags(other);
+    takeFlags(other);
 }
 
 NativeStreamWriter& NativeStreamWriter::operator=(NativeStreamWriter&& other) noexcept {
@@ -91,14 +92,16 @@ NativeStreamWriter& NativeStreamWriter::operator=(NativeStreamWriter&& other) no
     bufferSizes = std::move(other.bufferSizes);
     rowCounts = std::move(other.rowCounts);
     groupBuffers = std::move(other.groupBuffers);
-    copyFlags(other);
+    takeFlags(other);
     return *this;
 }
 
-void NativeStreamWriter::copyFlags(NativeStreamWriter& other) {
+void NativeStreamWriter::takeFlags(NativeStreamWriter& other) {
     const std::scoped_lock lock(mutex, other.mutex);
     dataReady = other.dataReady;
     stopRequested = other.stopRequested;
+    rowsCameByMove = std::any_of(groupBuffers.begin(), groupBuffers.end(),
+                                 [](const auto& entry) { return !entry.second.empty(); });
 }
 
 NativeStreamWriter::~NativeStreamWriter() {
@@ -142,8 +145,8 @@ void NativeStreamWriter::copyToStreamedBuffer(std::size_t group, double time, co
         detail::make_room(buffer, n + 1);
         buffer.push_back(time);
         buffer.insert(buffer.end(), values, values + n);
-        // The look-up of the width is spared as soon as every group has one.
-        if (formerSize == 0 || rowWidths.size() < groupBuffers.size()) {
+        // A buffer that this writer has begun has its width: the look-up is spared.
+        if (formerSize == 0 || rowsCameByMove) {
             rowWidths.emplace(group, n);
         }
     } catch (...) {

@@ -44,8 +44,8 @@ struct NativeStreamWriterAccess;
 /// none, however slow the disk, calls flushIntermediate() and then clearBuffer() before any group
 /// has getBufferSize() rows: then nothing is ever handed over.
 ///
-/// Memory: per group the buffer at its real row width, plus half as much again while it grows;
-/// once more for the slot and for the columns of the batch in work.
+/// Memory: per group the buffer at its real row width, up to twice that while it grows; once for
+/// the slot, and once for the columns of the batch in work, whatever the number of groups.
 ///
 /// Any group id will do. Values files are known by their channel number alone: where groups share
 /// channel numbers, the file of the path that is first in path order gets the values of all of
@@ -131,7 +131,7 @@ private:
     friend struct test::NativeStreamWriterAccess;
 
     LOGGING2_NO_EXPORT void initialize();
-    LOGGING2_NO_EXPORT void copyFlags(NativeStreamWriter& other);
+    LOGGING2_NO_EXPORT void takeFlags(NativeStreamWriter& other);
     LOGGING2_NO_EXPORT void copyToStreamedBuffer(std::size_t group, double time,
                                                  const double* values, std::size_t n);
     LOGGING2_NO_EXPORT void handOver(std::size_t group);
@@ -142,6 +142,7 @@ private:
     LOGGING2_NO_EXPORT void writeBufferedRows(std::size_t group);
     LOGGING2_NO_EXPORT void transposeData(std::size_t group);
     LOGGING2_NO_EXPORT void transposeOrKeep(std::size_t group);
+    LOGGING2_NO_EXPORT void turnToColumnsOf(std::size_t group);
     LOGGING2_NO_EXPORT void writeData(std::size_t group);
     LOGGING2_NO_EXPORT void appendColumn(const std::string& path, std::vector<double>& column);
     LOGGING2_NO_EXPORT std::deque<std::vector<double>>& columnsOf(std::size_t group);
@@ -167,6 +168,8 @@ private:
     std::size_t streamedRowWidth = 0;                               // guarded by mutex
     std::map<std::size_t, std::deque<std::vector<double>>> columns; // guarded by mutex
     boost::unordered_map<std::size_t, std::size_t> rowWidths;
+    bool rowsCameByMove = false;  // some buffer may have rows without a width
+    std::size_t columnsGroup = 0; // the one whose columns keep their memory; guarded by mutex
 };
 
 } // namespace logging2::core

@@ -18,6 +18,7 @@ void NativeStreamWriter::writer() {
             writeData(streamedGroup);
         }
         dataReady = false;
+        // A stop is looked at last: flush() may come before the thread has looked into the slot.
     } while (!stopRequested);
 }
 
@@ -58,7 +59,7 @@ void NativeStreamWriter::clearBuffer() {
         entry.second = 0;
     }
     groupBuffers.clear();
-    streamedBuffer.clear();
+    streamedBuffer = std::vector<double>();
 }
 
 void NativeStreamWriter::moveToSlot(std::size_t group) {
@@ -89,9 +90,22 @@ void NativeStreamWriter::transposeOrKeep(std::size_t group) {
 
 void NativeStreamWriter::transposeData(std::size_t group) {
     if (!streamedBuffer.empty()) {
+        turnToColumnsOf(group);
         detail::append_rows(streamedBuffer, streamedRowWidth, layoutOf(group), columnsOf(group));
         streamedBuffer.clear();
     }
+}
+
+void NativeStreamWriter::turnToColumnsOf(std::size_t group) {
+    const auto former = columns.find(columnsGroup);
+    if (group != columnsGroup && former != columns.end()) {
+        for (std::vector<double>& column : former->second) {
+            if (column.empty()) {
+                column = std::vector<double>();
+            }
+        }
+    }
+    columnsGroup = group;
 }
 
 void NativeStreamWriter::writeData(std::size_t group) {

@@ -44,11 +44,57 @@ TEST(MemoryAllocationTest, writeAllocatesTheRowAndAmortisedGrowth) {
     EXPECT_LE(more, 13U + 4096U / 32U + 8U + 4096U / 63U + 1U);
 }
 
-TEST(MemoryAllocationTest, restrictedWriteAllocatesTheRowAndABlockForThe63rdHandle) {
+TEST(MemoryAllocationTest, restrictedWriteAllocatesTheRowAndABlockForThe63rdHandleUntilItTurns) {
     MemoryStreamRestrictedWriter writer(limited(100), wideSetup());
     for (int i = 0; i < 1000; ++i) {
-        EXPECT_EQ(allocationsOfOneWrite(writer, i), i % 63 == 0 ? 2U : 1U);
+        // From the 189th on, all rows of the oldest of three blocks have been replaced.
+        EXPECT_EQ(allocationsOfOneWrite(writer, i), i < 189 && i % 63 == 0 ? 2U : 1U);
     }
+}
+
+/// Of rowCount steps, each is tried in a hundred smaller ones before; then allocations that are
+/// left.
+template <class TakeBackAndWrite>
+std::size_t allocations_left_by_trials(int rowCount, TakeBackAndWrite takeBackAndWrite) {
+    StreamingAttributes attributes = limited(1000);
+    attributes.rollbackOnTimeRegression = true;
+    MemoryStreamRestrictedWriter writer(attributes, wideSetup());
+    const std::size_t before = live_allocation_count();
+    for (int i = 0; i < rowCount; ++i) {
+        for (int trial = 1; trial <= 100; ++trial) {
+            writer.write(0, i + 0.001 * trial, row.data(), rowLength);
+        }
+        takeBackAndWrite(writer, i + 0.001);
+    }
+    EXPECT_EQ(writer.numSteps(0), static_cast<std::size_t>(rowCount));
+    return live_allocation_count() - before;
+}
+
+TEST(MemoryAllocationTest, rowsKeptBetweenLongRollbacksShareTheirBlocks) {
+    EXPECT_EQ(allocations_left_by_trials(200,
+                                         [](auto& writer, double time) {
+                                             writer.rollback(0, std::size_t{100});
+                                             writer.write(0, time, row.data(), rowLength);
+                                         }),
+              200U + 4U);
+}
+
+TEST(MemoryAllocationTest, rowsKeptBetweenLongRegressionsShareTheirBlocks) {
+    EXPECT_EQ(
+        allocations_left_by_trials(
+            200, [](auto& writer, double time) { writer.write(0, time, row.data(), rowLength); }),
+        200U + 4U);
+}
+
+TEST(MemoryAllocationTest, flushLeavesNothingOfTheRows) {
+    MemoryStreamRestrictedWriter writer(
+        limited(500), GroupSetup{{Group(0), LoggedPathsSetupData({}, channels({{0, rowLength}}))}});
+    const std::size_t before = live_allocation_count();
+    for (int i = 0; i < 500; ++i) {
+        writer.write(0, i, row.data(), rowLength);
+    }
+    writer.flush();
+    EXPECT_EQ(live_allocation_count(), before);
 }
 
 TEST(MemoryAllocationTest, restrictedRingsStayWhereTheyAre) {

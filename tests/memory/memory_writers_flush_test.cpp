@@ -318,6 +318,18 @@ TYPED_TEST(MemoryWritersFlushTest, moveAssignmentLeavesTheStoresOfBoth) {
     EXPECT_THAT(*memoryStore(source, "x").values, ElementsAre(1.0));
 }
 
+TYPED_TEST(MemoryWritersFlushTest, moveAssignmentTakesMoreGroupsThanTheTargetHad) {
+    auto source = this->make(
+        GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"y", 0}}), channels({{0, 1}}))},
+                   {Group(1), LoggedPathsSetupData(paths({{"z", 1}}), channels({{1, 1}}))}});
+    write(source, 1, 1.0, {10.0});
+    auto target = this->make();
+    target = std::move(source);
+    write(target, 1, 2.0, {20.0});
+    target.flush();
+    EXPECT_THAT(*memoryStore(target, "z").values, ElementsAre(10.0, 20.0));
+}
+
 // Rows are turned into columns 64 at a time; those that are spent are gone before the next.
 TYPED_TEST(MemoryWritersFlushTest, rowsAreFreedBeforeTheRowBehindTheirTileIsTaken) {
     StreamingAttributes wide = attributes();

@@ -12,6 +12,9 @@ namespace logging2::core::test {
 namespace {
 
 constexpr unsigned sequenceCount = 20000;
+// One of so many sequences is long enough for the blocks that rows lie in.
+constexpr std::size_t longSequenceEvery = 50;
+constexpr std::size_t longFactor = 25;
 
 using Doubles = std::vector<double>;
 using Random = std::mt19937;
@@ -81,12 +84,13 @@ protected:
         Random random(seed);
         StreamingAttributes attributes;
         attributes.rollbackOnTimeRegression = below(random, 2) == 0;
-        attributes.pointLimit = below(random, 12);
+        length = below(random, longSequenceEvery) == 0 ? longFactor : 1;
+        attributes.pointLimit = below(random, 12 * length);
         const GroupSetup setup = randomSetup(random);
         Writer writer(attributes, setup);
         MemoryOracle oracle(setup, attributes.rollbackOnTimeRegression,
                             isRestricted ? std::optional(attributes.pointLimit) : std::nullopt);
-        operate(random, writer, oracle, below(random, 40));
+        operate(random, writer, oracle, below(random, 40 * length));
         end(random, writer, oracle);
         expectSame(writer, oracle);
         operate(random, writer, oracle, below(random, 10));
@@ -101,13 +105,13 @@ protected:
     }
 
 private:
-    static void operate(Random& random, Writer& writer, MemoryOracle& oracle, std::size_t count) {
+    void operate(Random& random, Writer& writer, MemoryOracle& oracle, std::size_t count) {
         for (; count > 0; --count) {
             step(random, writer, oracle);
         }
     }
 
-    static void step(Random& random, Writer& writer, MemoryOracle& oracle) {
+    void step(Random& random, Writer& writer, MemoryOracle& oracle) {
         const std::size_t group = below(random, oracle.setup.size());
         const std::size_t pick = below(random, 20);
         if (pick < 14) {
@@ -121,7 +125,7 @@ private:
             writer.rollback(group, time);
             oracle.rollbackToTime(group, time);
         } else if (pick < 19) {
-            const std::size_t steps = below(random, 6);
+            const std::size_t steps = below(random, 6 * length);
             writer.rollback(group, steps);
             oracle.rollbackByCount(group, steps);
         } else {
@@ -164,6 +168,8 @@ private:
         EXPECT_TRUE(sameBits(series.first, expected->second.first));
         EXPECT_TRUE(sameBits(series.second, expected->second.second));
     }
+
+    std::size_t length = 1; // how much longer than usual
 };
 
 TYPED_TEST_SUITE(MemoryWritersModelTest, MemoryWriters, WriterNames);

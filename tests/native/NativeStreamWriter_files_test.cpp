@@ -127,6 +127,46 @@ TEST_F(NativeStreamWriterFilesTest, samplesWithoutValuesWriteTimesAndEmptyValues
     EXPECT_EQ(std::filesystem::file_size(valuesFile(writer, "b")), 0U);
 }
 
+// Otherwise each group would keep the memory of its largest batch for the whole run.
+TEST_F(NativeStreamWriterFilesTest, onlyTheGroupThatWasAppendedLastKeepsTheMemoryOfItsColumns) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
+    Access::setBufferSize(writer, 1, 2);
+    const auto capacities = [&writer](std::size_t group) {
+        const auto& columns = Access::columns(writer, group);
+        return std::vector<std::size_t>{columns[0].capacity(), columns[1].capacity()};
+    };
+    writeTimes(writer, 0, {1.0, 2.0});
+    writer.flushIntermediate();
+    EXPECT_THAT(capacities(0), ElementsAre(2U, 2U));
+    writeTimes(writer, 1, {1.0, 2.0});
+    Access::waitUntilTaken(writer);
+    EXPECT_THAT(capacities(0), ElementsAre(0U, 0U));
+    EXPECT_THAT(capacities(1), ElementsAre(2U, 2U));
+    writer.flush();
+}
+
+TEST_F(NativeStreamWriterFilesTest, flushLeavesNoMemoryInTheSlot) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+    Access::setBufferSize(writer, 0, 2);
+    writeTimes(writer, 0, {1.0, 2.0});
+    Access::waitUntilTaken(writer);
+    EXPECT_GT(Access::slot(writer).capacity(), 0U);
+    writer.flush();
+    EXPECT_EQ(Access::slot(writer).capacity(), 0U);
+}
+
+TEST_F(NativeStreamWriterFilesTest, channelWithoutAPathStaysInMemoryWhileOtherGroupsAreAppended) {
+    GroupSetup setup = scalarGroups({0, 1});
+    setup.insert(Group(2), LoggedPathsSetupData({}, channels({{2, 1}})));
+    NativeStreamWriter writer(StreamingAttributes{}, setup);
+    for (const std::size_t group : {2, 0, 1}) {
+        writeTimes(writer, group, {1.0});
+        writer.flushIntermediate();
+    }
+    EXPECT_THAT(Access::columns(writer, 2)[1], ElementsAre(10.0));
+    writer.flush();
+}
+
 TEST_F(NativeStreamWriterFilesTest, channelWithoutAPathStaysInMemoryUntilTheBuffersAreCleared) {
     NativeStreamWriter writer(
         StreamingAttributes{},

@@ -90,6 +90,22 @@ TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsRowWidths) {
     EXPECT_THAT(valuesIn(writer, "b"), IsEmpty());
 }
 
+// A width that the target does not have is that of the next row, whatever the buffer holds.
+TEST_F(NativeStreamWriterMovesTest, groupWhoseRowsCameByAssignmentGetsTheWidthOfItsNextRow) {
+    NativeStreamWriter source(StreamingAttributes{}, scalarGroups({5, 6}));
+    NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
+    writeTimes(writer, 0, {9.0});
+    writeTimes(writer, 1, {9.0});
+    writeTimes(source, 5, {1.0});
+    writeTimes(source, 6, {1.0});
+    writer = std::move(source);
+    writeTimes(writer, 5, {2.0});
+    writeTimes(writer, 6, {2.0});
+    writer.flush();
+    EXPECT_THAT(valuesIn(writer, "x5"), ElementsAre(10.0, 20.0));
+    EXPECT_THAT(valuesIn(writer, "x6"), ElementsAre(10.0, 20.0));
+}
+
 TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsColumns) {
     NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());

@@ -28,6 +28,7 @@ namespace logging2::core::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class NativeStreamWriterWaitingTest : public NativeStreamWriterTest {
 protected:
@@ -42,10 +43,15 @@ protected:
     }
     ~NativeStreamWriterWaitingTest() override { watched = nullptr; }
 
+    void watch() {
+        asked = 0;
+        watched = Access::mutex(writer).native_handle();
+    }
+
     /// Calls while the thread is writing; the call must ask for the mutex once, and not return
     /// before the batch has been written.
     void expectWaits(const std::function<void()>& call) {
-        watched = Access::mutex(writer).native_handle();
+        watch();
         std::atomic<bool> returned{false};
         std::thread caller([&] {
             call();
@@ -79,6 +85,13 @@ TEST_F(NativeStreamWriterWaitingTest, handOverWaitsForTheBatchThatIsBeingWritten
     EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0, 4.0));
 }
 
+TEST_F(NativeStreamWriterWaitingTest, clearBufferWaitsForTheBatchThatIsBeingWritten) {
+    writeTimes(writer, 1, {3.0});
+    expectWaits([this] { writer.clearBuffer(); });
+    writer.flush();
+    EXPECT_THAT(timesIn(writer, "x1"), IsEmpty());
+}
+
 TEST_F(NativeStreamWriterWaitingTest, flushWaitsForTheBatchThatIsBeingWritten) {
     writeTimes(writer, 1, {3.0});
     expectWaits([this] { writer.flush(); });
@@ -86,7 +99,7 @@ TEST_F(NativeStreamWriterWaitingTest, flushWaitsForTheBatchThatIsBeingWritten) {
 }
 
 TEST_F(NativeStreamWriterWaitingTest, writeBelowTheThresholdAsksForNoMutexMeanwhile) {
-    watched = Access::mutex(writer).native_handle();
+    watch();
     writeTimes(writer, 1, {3.0});
     EXPECT_EQ(asked, 0);
     watched = nullptr;

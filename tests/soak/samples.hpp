@@ -10,8 +10,8 @@ inline double time_of(std::size_t row) {
     return static_cast<double>(row);
 }
 
-/// A value that no other row has, by a permutation of the row's number (the finalizer of
-/// SplitMix64), of which 52 bits fit a double.
+/// The row's number, mixed by the finalizer of SplitMix64 to the 52 bits that fit a double, so that
+/// a row in another's place is seen.
 inline double value_of(std::size_t row) {
     std::uint64_t x = row + 0x9e3779b97f4a7c15U;
     x = (x ^ (x >> 30U)) * 0xbf58476d1ce4e5b9U;

@@ -1,20 +1,34 @@
 #include <logging2/memory/detail/RowStorage.hpp>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 namespace logging2::core::detail {
+namespace {
+
+#ifdef _LIBCPP_VERSION
+using Count = long;
+#else
+using Count = int;
+#endif
+
+} // namespace
 
 /// Slots for the vector objects of 63 rows and what std::shared_ptr keeps with each. A bit is set
-/// for every slot that is taken, and one more while a storage fills the block. Whoever clears the
+/// for every slot that is taken, and one more while a storage keeps the block. Whoever clears the
 /// last bit, on whatever thread, frees the block.
 class RowBlock {
 public:
-    /// Beside the vector: the counts, the type of the whole, and the allocator.
-    static constexpr std::size_t slotByteCount = sizeof(std::vector<double>) + 3 * sizeof(void*);
+    /// The vector, what the standard library counts with, the type of the whole, the allocator.
+    static constexpr std::size_t slotByteCount =
+        sizeof(std::vector<double>) + 2 * sizeof(Count) + 2 * sizeof(void*);
 
     bool full() const { return taken.load(std::memory_order_relaxed) == ~Bits{0}; }
+
+    /// Whether no row lies in it, while a storage keeps it.
+    bool empty() const { return taken.load(std::memory_order_relaxed) == kept; }
 
     /// The lowest free slot; there must be one.
     void* take() {
@@ -30,14 +44,14 @@ public:
         clear(Bits{1} << (static_cast<std::size_t>(byteCount) / slotByteCount));
     }
 
-    /// The storage turns to another block.
-    void leave() { clear(filling); }
+    /// The storage keeps it no longer.
+    void leave() { clear(kept); }
 
 private:
     using Bits = std::uint64_t;
 
     static constexpr std::size_t slotCount = 63;
-    static constexpr Bits filling = Bits{1} << slotCount;
+    static constexpr Bits kept = Bits{1} << slotCount;
 
     static std::size_t slot_of(Bits bit) { return static_cast<std::size_t>(__builtin_ctzll(bit)); }
 
@@ -47,7 +61,7 @@ private:
         }
     }
 
-    std::atomic<Bits> taken{filling};
+    std::atomic<Bits> taken{kept};
     alignas(std::max_align_t) std::array<std::byte, slotCount * slotByteCount> slots;
 };
 
@@ -91,12 +105,39 @@ public:
 
 } // namespace
 
-RowHandle RowStorage::makeRow(const double* values, std::size_t n) {
-    if (!block || block->full()) {
-        block.reset(new RowBlock);
+void RowStorage::makeRoom() {
+    if (blockCount == 0 || blocks[blockCount - 1]->full()) {
+        turnToFreeBlock();
     }
-    return std::allocate_shared<std::vector<double>>(SlotAllocator<std::vector<double>>(*block),
-                                                     values, values + n);
+}
+
+RowHandle RowStorage::makeRow(std::vector<double>&& values) noexcept {
+    const SlotAllocator<std::vector<double>> slot(*blocks[blockCount - 1]);
+    return std::allocate_shared<std::vector<double>>(slot, std::move(values));
+}
+
+void RowStorage::turnToFreeBlock() {
+    const bool oldestIsEmpty = blockCount > 0 && blocks.front()->empty();
+    BlockOwner next(oldestIsEmpty ? blocks.front().release() : new RowBlock);
+    if (oldestIsEmpty || blockCount == blocks.size()) {
+        std::move(blocks.begin() + 1, blocks.begin() + static_cast<std::ptrdiff_t>(blockCount),
+                  blocks.begin());
+        --blockCount;
+    }
+    blocks[blockCount++] = std::move(next);
+}
+
+void RowStorage::takeBack() noexcept {
+    // Rows were made in order: a block that has got room again comes before what is free now.
+    while (blockCount > 1 && !blocks[blockCount - 2]->full()) {
+        blocks[--blockCount].reset();
+    }
+}
+
+void RowStorage::clear() noexcept {
+    while (blockCount > 0) {
+        blocks[--blockCount].reset();
+    }
 }
 
 } // namespace logging2::core::detail

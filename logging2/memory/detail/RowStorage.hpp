@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -19,15 +20,30 @@ struct RowBlockRelease {
 /// costs one allocation, that of its values, and every 63rd one more.
 ///
 /// Rows may outlive their storage and be released on any thread, as those of std::make_shared;
-/// making them is for one thread at a time. A block goes when the storage has turned to the next
-/// one and the last of its rows is released, so a row that is kept alone keeps 3 KiB.
+/// the operations of the storage are for one thread at a time. The storage keeps the blocks of the
+/// newest rows, sixteen at most. Any other goes when the last of its rows is released, so a row
+/// that is kept alone keeps 3 KiB.
 class RowStorage {
 public:
-    /// A row that holds a copy of the n values. Throws std::bad_alloc.
-    RowHandle makeRow(const double* values, std::size_t n);
+    /// Sees to a free slot. Throws std::bad_alloc.
+    void makeRoom();
+
+    /// A row of the values; there must be a free slot.
+    RowHandle makeRow(std::vector<double>&& values) noexcept;
+
+    /// The newest rows were released: the next ones get their slots. A free slot stays.
+    void takeBack() noexcept;
+
+    /// Keeps no block any more.
+    void clear() noexcept;
 
 private:
-    std::unique_ptr<RowBlock, RowBlockRelease> block; // the one that is being filled
+    using BlockOwner = std::unique_ptr<RowBlock, RowBlockRelease>;
+
+    void turnToFreeBlock();
+
+    std::array<BlockOwner, 16> blocks; // by age; the last one there is gets the next row
+    std::size_t blockCount = 0;
 };
 
 } // namespace logging2::core::detail

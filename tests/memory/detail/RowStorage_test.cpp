@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <new>
 #include <optional>
 #include <thread>
@@ -16,72 +17,101 @@ using test::AllocationFailure;
 using test::live_allocation_count;
 
 constexpr std::size_t blockRowCount = 63;
+constexpr std::size_t keptBlockCount = 16;
 
+RowHandle make_row(RowStorage& storage, double value) {
+    storage.makeRoom();
+    return storage.makeRow({value});
+}
+
+/// The values are the rows' numbers.
 std::vector<RowHandle> make_rows(RowStorage& storage, std::size_t count) {
     std::vector<RowHandle> rows;
     rows.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-        const double value = static_cast<double>(i);
-        rows.push_back(storage.makeRow(&value, 1));
+        rows.push_back(make_row(storage, static_cast<double>(i)));
     }
     return rows;
 }
 
-TEST(RowStorageTest, everyRowHoldsACopyOfItsValues) {
+void expect_numbers(const std::vector<RowHandle>& rows) {
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        EXPECT_EQ(*rows[i], std::vector<double>{static_cast<double>(i)});
+    }
+}
+
+TEST(RowStorageTest, everyRowHoldsItsValues) {
     RowStorage storage;
     std::vector<RowHandle> rows;
     for (std::size_t n = 0; n < 3 * blockRowCount; ++n) {
-        std::vector<double> values(n, static_cast<double>(n) + 0.5);
-        rows.push_back(storage.makeRow(values.data(), n));
-        values.assign(n, -1.0);
+        storage.makeRoom();
+        rows.push_back(storage.makeRow(std::vector<double>(n, static_cast<double>(n) + 0.5)));
     }
     for (std::size_t n = 0; n < rows.size(); ++n) {
         EXPECT_EQ(*rows[n], std::vector<double>(n, static_cast<double>(n) + 0.5));
     }
 }
 
-TEST(RowStorageTest, aRowTakesOneAllocationAndEvery63rdOneMore) {
+TEST(RowStorageTest, aRowTakesTheAllocationOfItsValuesAndEvery63rdOneMore) {
     RowStorage storage;
-    std::vector<RowHandle> rows(4 * blockRowCount);
+    const std::size_t rowCount = (keptBlockCount + 4) * blockRowCount;
+    std::vector<RowHandle> rows(rowCount);
     const AllocationCounter counter;
     for (RowHandle& row : rows) {
-        const double value = 1.0;
-        row = storage.makeRow(&value, 1);
+        row = make_row(storage, 1.0);
     }
-    EXPECT_EQ(counter.count(), rows.size() + 4);
+    EXPECT_EQ(counter.count(), rowCount + keptBlockCount + 4);
 }
 
 TEST(RowStorageTest, slotsOfReleasedRowsAreTakenAgain) {
     RowStorage storage;
-    const double value = 1.0;
-    const RowHandle kept = storage.makeRow(&value, 1);
+    const RowHandle kept = make_row(storage, 1.0);
     const AllocationCounter counter;
     for (std::size_t i = 0; i < 10 * blockRowCount; ++i) {
-        storage.makeRow(&value, 1);
+        make_row(storage, 2.0);
     }
     EXPECT_EQ(counter.count(), 10 * blockRowCount);
     EXPECT_EQ(*kept, std::vector<double>{1.0});
+}
+
+TEST(RowStorageTest, rowsThatGoInTheOrderInWhichTheyCameNeedNoFurtherBlock) {
+    RowStorage storage;
+    std::vector<RowHandle> ring = make_rows(storage, 2 * blockRowCount);
+    make_row(storage, 0.0);
+    const AllocationCounter counter;
+    for (std::size_t i = 0; i < 20 * blockRowCount; ++i) {
+        ring[i % ring.size()] = make_row(storage, 1.0);
+    }
+    EXPECT_EQ(counter.count(), 20 * blockRowCount);
 }
 
 TEST(RowStorageTest, rowsOutliveTheirStorage) {
     std::optional<RowStorage> storage(std::in_place);
     const std::vector<RowHandle> rows = make_rows(*storage, 2 * blockRowCount + 5);
     storage.reset();
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        EXPECT_EQ(*rows[i], std::vector<double>{static_cast<double>(i)});
-    }
+    expect_numbers(rows);
 }
 
-TEST(RowStorageTest, aBlockGoesWithItsLastRow) {
+TEST(RowStorageTest, aClearedStorageKeepsNoBlockAndMakesRows) {
+    RowStorage storage;
+    const std::size_t before = live_allocation_count();
+    make_rows(storage, 3 * blockRowCount);
+    EXPECT_EQ(live_allocation_count(), before + 3);
+    storage.clear();
+    EXPECT_EQ(live_allocation_count(), before);
+    EXPECT_EQ(*make_row(storage, 3.0), std::vector<double>{3.0});
+}
+
+TEST(RowStorageTest, aBlockThatIsNotKeptGoesWithItsLastRow) {
     RowStorage storage;
     const std::size_t before = live_allocation_count();
     {
-        std::vector<RowHandle> rows = make_rows(storage, 3 * blockRowCount);
+        std::vector<RowHandle> rows = make_rows(storage, (keptBlockCount + 3) * blockRowCount);
         RowHandle second = std::move(rows[blockRowCount]);
         rows = std::vector<RowHandle>();
-        EXPECT_EQ(live_allocation_count(), before + 3); // a row, its block, the one being filled
+        EXPECT_EQ(live_allocation_count(), before + 2 + keptBlockCount); // a row and its block
     }
-    EXPECT_EQ(live_allocation_count(), before + 1);
+    EXPECT_EQ(live_allocation_count(), before + keptBlockCount);
 }
 
 TEST(RowStorageTest, nothingStaysOfAStorageWithoutRows) {
@@ -90,42 +120,70 @@ TEST(RowStorageTest, nothingStaysOfAStorageWithoutRows) {
     EXPECT_EQ(live_allocation_count(), before);
 }
 
-TEST(RowStorageTest, aRowThatCannotBeMadeTakesNoSlot) {
+TEST(RowStorageTest, rowsAfterATakeBackLieBesideThoseBefore) {
     RowStorage storage;
-    const double value = 1.0;
-    const RowHandle kept = storage.makeRow(&value, 1);
-    for (std::size_t i = 0; i < 2 * blockRowCount; ++i) {
-        const AllocationFailure failure(0);
-        EXPECT_THROW(storage.makeRow(&value, 1), std::bad_alloc);
+    constexpr std::size_t rowCount = 2 * blockRowCount;
+    std::vector<RowHandle> accepted;
+    accepted.reserve(rowCount);
+    const std::size_t before = live_allocation_count();
+    for (std::size_t i = 0; i < rowCount; ++i) {
+        make_rows(storage, 5 * blockRowCount);
+        storage.takeBack();
+        accepted.push_back(make_row(storage, static_cast<double>(i)));
     }
-    const AllocationCounter counter;
-    const std::vector<RowHandle> rows = make_rows(storage, blockRowCount - 1);
-    EXPECT_EQ(counter.count(), rows.size() + 1); // the vector of handles is the one more
+    EXPECT_EQ(live_allocation_count(), before + rowCount + 2);
+    expect_numbers(accepted);
+}
+
+TEST(RowStorageTest, aTakeBackLeavesAFreeSlotAndTheRowsThatAreHeld) {
+    RowStorage storage;
+    std::vector<RowHandle> rows = make_rows(storage, 3 * blockRowCount - 1);
+    const RowHandle late = rows.back();
+    rows.resize(blockRowCount);
+    storage.takeBack();
+    const RowHandle next = storage.makeRow({-1.0});
+    expect_numbers(rows);
+    EXPECT_EQ(*late, std::vector<double>{3.0 * blockRowCount - 2.0});
+    EXPECT_EQ(*next, std::vector<double>{-1.0});
 }
 
 TEST(RowStorageTest, aBlockThatCannotBeHadLeavesTheRowsAlone) {
     RowStorage storage;
     const std::vector<RowHandle> rows = make_rows(storage, blockRowCount);
-    const double value = 2.0;
     {
         const AllocationFailure failure(0);
-        EXPECT_THROW(storage.makeRow(&value, 1), std::bad_alloc);
+        EXPECT_THROW(storage.makeRoom(), std::bad_alloc);
     }
-    EXPECT_EQ(*storage.makeRow(&value, 1), std::vector<double>{2.0});
-    EXPECT_EQ(*rows.back(), std::vector<double>{static_cast<double>(blockRowCount - 1)});
+    EXPECT_EQ(*make_row(storage, 2.0), std::vector<double>{2.0});
+    expect_numbers(rows);
 }
 
-TEST(RowStorageTest, rowsMayBeReleasedOnOtherThreadsWhileMoreAreMade) {
-    RowStorage storage;
-    for (int round = 0; round < 20; ++round) {
-        std::vector<RowHandle> rows = make_rows(storage, 5 * blockRowCount / 2);
-        std::thread release([taken = std::move(rows)]() mutable { taken.clear(); });
-        const std::vector<RowHandle> more = make_rows(storage, 5 * blockRowCount / 2);
-        release.join();
-        for (std::size_t i = 0; i < more.size(); ++i) {
-            ASSERT_EQ(*more[i], std::vector<double>{static_cast<double>(i)});
+// The maker gets slots that are just being released, and leaves blocks of which others release the
+// last row.
+TEST(RowStorageTest, rowsMayBeReleasedOnAnotherThreadWhileMoreAreMade) {
+    constexpr std::size_t rowCount = 20000;
+    const std::size_t before = live_allocation_count();
+    {
+        std::vector<RowHandle> rows(rowCount);
+        std::atomic<std::size_t> madeCount{0};
+        std::thread release([&] {
+            for (std::size_t i = 0; i < rowCount; ++i) {
+                while (madeCount.load(std::memory_order_acquire) <= i) {
+                    std::this_thread::yield();
+                }
+                EXPECT_EQ(*rows[i], std::vector<double>{static_cast<double>(i)});
+                rows[i].reset();
+            }
+        });
+        RowStorage storage;
+        for (std::size_t i = 0; i < rowCount; ++i) {
+            rows[i] = make_row(storage, static_cast<double>(i));
+            madeCount.store(i + 1, std::memory_order_release);
         }
+        storage.clear();
+        release.join();
     }
+    EXPECT_EQ(live_allocation_count(), before);
 }
 
 } // namespace

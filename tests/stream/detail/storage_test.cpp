@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <stdexcept>
 
 namespace {
 
@@ -51,6 +52,14 @@ TEST(StorageTest, reservesExactlyWhatIsAskedForAndKeepsTheElements) {
         EXPECT_EQ(elements.capacity(), std::max<std::size_t>(7, count));
         EXPECT_EQ(elements, counted(7));
     }
+}
+
+TEST(StorageTest, whatNoVectorCanHoldIsALengthErrorAndChangesNothing) {
+    Doubles elements = counted(7);
+    const double* const first = elements.data();
+    EXPECT_THROW(reserve_large(elements, elements.max_size() + 1), std::length_error);
+    EXPECT_EQ(elements.data(), first);
+    EXPECT_EQ(elements, counted(7));
 }
 
 TEST(StorageTest, reservingLessMovesNothing) {
