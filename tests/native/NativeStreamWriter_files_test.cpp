@@ -159,7 +159,7 @@ TEST_F(NativeStreamWriterFilesTest, channelWithoutAPathStaysInMemoryWhileOtherGr
     GroupSetup setup = scalarGroups({0, 1});
     setup.insert(Group(2), LoggedPathsSetupData({}, channels({{2, 1}})));
     NativeStreamWriter writer(StreamingAttributes{}, setup);
-    for (const std::size_t group : {2, 0, 1}) {
+    for (const std::size_t group : {2U, 0U, 1U}) {
         writeTimes(writer, group, {1.0});
         writer.flushIntermediate();
     }
