@@ -98,14 +98,16 @@ void NativeStreamWriter::transposeData(std::size_t group) {
 
 void NativeStreamWriter::turnToColumnsOf(std::size_t group) {
     const auto former = columns.find(columnsGroup);
-    if (group != columnsGroup && former != columns.end()) {
-        for (std::vector<double>& column : former->second) {
-            if (column.empty()) {
-                column = std::vector<double>();
-            }
+    columnsGroup = group;
+    if (former == columns.end() || former->first == group) {
+        return;
+    }
+    for (std::vector<double>& column : former->second) {
+        // That of a channel that no path shows still holds its values.
+        if (column.empty()) {
+            column = std::vector<double>();
         }
     }
-    columnsGroup = group;
 }
 
 void NativeStreamWriter::writeData(std::size_t group) {

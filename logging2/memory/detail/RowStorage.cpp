@@ -8,6 +8,7 @@
 namespace logging2::core::detail {
 namespace {
 
+// What a std::shared_ptr counts its owners with.
 #ifdef _LIBCPP_VERSION
 using Count = long;
 #else
