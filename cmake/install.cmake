@@ -8,7 +8,7 @@ set(logging2_header_sets
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel
   FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
 if(logging2_registry STREQUAL "OWN")
-  set(logging2_services_dir ${CMAKE_INSTALL_INCLUDEDIR}/logging2/host/services)
+  set(logging2_services_dir ${CMAKE_INSTALL_INCLUDEDIR}/logging2/registry)
   list(APPEND logging2_header_sets
     FILE_SET service_headers DESTINATION ${logging2_services_dir} COMPONENT devel)
 endif()

@@ -19,6 +19,8 @@
 #include <logging2/host/kernel/type_ids.hpp>
 #include <logging2/host/lang/ValuePath.hpp>
 #include <logging2/ids/identifiers.hpp>
+#include <logging2/lookup/Backend.hpp>
+#include <logging2/lookup/entry_points.hpp>
 #include <logging2/memory/MemoryDatastore.hpp>
 #include <logging2/memory/MemoryStreamReader.hpp>
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
@@ -34,5 +36,4 @@
 #include <logging2/stream/StreamWriter.hpp>
 #include <logging2/stream/StreamWriterService.hpp>
 #include <logging2/stream/StreamingAttributes.hpp>
-#include <logging2/stream/entry_points.hpp>
 #include <logging2/stream/name_stems.hpp>

@@ -1,15 +1,16 @@
 #include <benchmarks/instructions/counted.hpp>
 #include <benchmarks/workload/batch.hpp>
 
-#include <logging2/native/detail/transpose.hpp>
+#include <logging2/columns/append_rows.hpp>
 
 #include <deque>
 
 namespace logging2::core::bench {
 
-[[gnu::noinline]] void counted_section(const std::vector<double>& batch, const RowLayout& layout,
+[[gnu::noinline]] void counted_section(const std::vector<double>& batch,
+                                       const detail::ChannelWidths& widths,
                                        std::deque<std::vector<double>>& columns) {
-    detail::append_rows(batch, layout.size(), layout, columns);
+    detail::append_rows(batch, widths.size(), widths, columns);
 }
 
 } // namespace logging2::core::bench
@@ -18,7 +19,7 @@ int main() {
     using namespace logging2::core;
     const bench::Rows rows(bench::counted_workload());
     const std::vector<double> batch = bench::batch_of(rows);
-    const RowLayout layout = bench::layout_of(rows.workload().groups[0]);
+    const detail::ChannelWidths& widths = rows.workload().groups[0].widths;
     std::deque<std::vector<double>> columns;
-    bench::counted_section(batch, layout, columns);
+    bench::counted_section(batch, widths, columns);
 }

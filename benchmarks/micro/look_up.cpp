@@ -1,7 +1,7 @@
 #include <benchmarks/micro/registrations.hpp>
 #include <benchmarks/micro/timing.hpp>
 
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
 namespace logging2::core::bench {
 namespace {

@@ -2,7 +2,7 @@
 #include <benchmarks/micro/timing.hpp>
 #include <benchmarks/workload/batch.hpp>
 
-#include <logging2/native/detail/transpose.hpp>
+#include <logging2/columns/append_rows.hpp>
 
 #include <deque>
 #include <utility>
@@ -15,10 +15,9 @@ void append_batch(benchmark::State& state, const GroupShape& group) {
     const std::size_t width = group.valueCount();
     const Rows rows(Workload{"", {group}, steps_for_width(width)});
     const std::vector<double> batch = batch_of(rows);
-    const RowLayout layout = layout_of(group);
     std::deque<std::vector<double>> columns;
     for (auto _ : state) {
-        detail::append_rows(batch, width, layout, columns);
+        detail::append_rows(batch, width, group.widths, columns);
         benchmark::ClobberMemory();
         for (std::vector<double>& column : columns) {
             column.clear();

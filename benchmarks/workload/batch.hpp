@@ -2,8 +2,6 @@
 
 #include <benchmarks/workload/Rows.hpp>
 
-#include <logging2/native/StreamMetadata.hpp>
-
 #include <cstddef>
 #include <vector>
 
@@ -18,15 +16,6 @@ inline std::vector<double> batch_of(const Rows& rows) {
         batch.insert(batch.end(), values, values + n);
     });
     return batch;
-}
-
-/// The layout of a group's rows; channels are numbered from 0.
-inline RowLayout layout_of(const GroupShape& group) {
-    RowLayout layout;
-    for (const std::size_t width : group.widths) {
-        layout.emplace_back(layout.size(), width);
-    }
-    return layout;
 }
 
 } // namespace logging2::core::bench

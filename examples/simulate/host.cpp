@@ -10,6 +10,7 @@
 #include <examples/simulate/report/csv.hpp>
 #include <examples/simulate/report/plot_script.hpp>
 #include <examples/simulate/report/table.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <algorithm>
 #include <cctype>
@@ -124,8 +125,8 @@ void print_list(std::ostream& out) {
             << model->defaultStopTime() << unit << ")\n";
     }
     out << "Back-ends:\n";
-    for (const auto& [name, text] : described_backends()) {
-        out << "  " << std::left << std::setw(19) << name << text << '\n';
+    for (const logging2::core::BackendInfo& backend : logging2::core::builtin_backends()) {
+        out << "  " << std::left << std::setw(19) << backend.name << backend.description << '\n';
     }
 }
 

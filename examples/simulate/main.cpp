@@ -1,5 +1,5 @@
-#include <backends/builtin/builtin_backends.hpp>
 #include <examples/simulate/host.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/logging2.hpp>
 
 #include <unistd.h>

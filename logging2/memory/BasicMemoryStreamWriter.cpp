@@ -1,12 +1,13 @@
+#include <logging2/columns/layout.hpp>
+#include <logging2/columns/storage.hpp>
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
 #include <logging2/memory/MemoryStreamWriter.hpp>
-#include <logging2/stream/detail/append_tile.hpp>
-#include <logging2/stream/detail/storage.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstddef>
+#include <limits>
 #include <map>
 #include <set>
 #include <utility>
@@ -42,17 +43,13 @@ std::vector<Column> make_columns(const std::vector<LoggedChannel>& channels, std
     return columns;
 }
 
-/// One slice per channel, in their order.
-std::vector<Slice> slices_of(const std::vector<LoggedChannel>& channels,
-                             const std::vector<Column>& columns) {
-    std::vector<Slice> slices;
-    slices.reserve(channels.size());
-    std::size_t offset = 0;
-    for (std::size_t k = 0; k < channels.size(); ++k) {
-        slices.push_back({offset, channels[k].width, columns[k].get()});
-        offset += channels[k].width;
+ChannelWidths widths_of(const std::vector<LoggedChannel>& channels) {
+    ChannelWidths widths;
+    widths.reserve(channels.size());
+    for (const LoggedChannel& channel : channels) {
+        widths.push_back(channel.width);
     }
-    return slices;
+    return widths;
 }
 
 /// Appends the first rowCount rows to the columns.
@@ -71,7 +68,9 @@ template <class Rows>
 std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
                                  const std::vector<LoggedChannel>& channels) {
     std::vector<Column> columns = make_columns(channels, rowCount);
-    const std::vector<Slice> slices = slices_of(channels, columns);
+    const std::vector<Slice> slices =
+        slices_of(widths_of(channels), 0, std::numeric_limits<std::size_t>::max(),
+                  [&columns](std::size_t k) { return columns[k].get(); });
     for (std::size_t left = std::min(rowCount, rows.size()); left > 0;) {
         const std::size_t count = std::min(left, tileRowCount);
         append_rows(rows, count, slices);

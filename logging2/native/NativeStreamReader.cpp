@@ -1,8 +1,8 @@
 #include <logging2/native/NativeStreamReader.hpp>
 
+#include <logging2/columns/storage.hpp>
 #include <logging2/host/filesystem/ifstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
-#include <logging2/stream/detail/storage.hpp>
 
 #include <cstdint>
 #include <new>

@@ -1,10 +1,10 @@
 #include <logging2/native/NativeStreamWriter.hpp>
 
+#include <logging2/columns/storage.hpp>
 #include <logging2/host/foundation/text_conversion.hpp>
 #include <logging2/host/foundation/warnings.hpp>
 #include <logging2/native/detail/file_names.hpp>
 #include <logging2/native/detail/row_capacity.hpp>
-#include <logging2/stream/detail/storage.hpp>
 
 #include <algorithm>
 #include <new>

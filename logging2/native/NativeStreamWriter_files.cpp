@@ -1,6 +1,6 @@
 #include <logging2/native/NativeStreamWriter.hpp>
 
-#include <logging2/native/detail/transpose.hpp>
+#include <logging2/columns/append_rows.hpp>
 
 #include <fstream>
 #include <utility>
@@ -8,6 +8,18 @@
 // The samples' way from the buffers into the files, on the background thread and on the caller's.
 
 namespace logging2::core {
+namespace {
+
+detail::ChannelWidths widths_of(const RowLayout& layout) {
+    detail::ChannelWidths widths;
+    widths.reserve(layout.size());
+    for (const auto& entry : layout) {
+        widths.push_back(entry.second);
+    }
+    return widths;
+}
+
+} // namespace
 
 void NativeStreamWriter::writer() {
     std::unique_lock lock(mutex);
@@ -89,7 +101,8 @@ void NativeStreamWriter::transposeOrKeep(std::size_t group) {
 void NativeStreamWriter::transposeData(std::size_t group) {
     if (!streamedBuffer.empty()) {
         turnToColumnsOf(group);
-        detail::append_rows(streamedBuffer, streamedRowWidth, layoutOf(group), columnsOf(group));
+        detail::append_rows(streamedBuffer, streamedRowWidth, widths_of(layoutOf(group)),
+                            columnsOf(group));
         streamedBuffer.clear();
     }
 }

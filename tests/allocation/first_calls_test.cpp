@@ -1,4 +1,4 @@
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <tests/allocation/first_calls.hpp>
 
@@ -18,8 +18,8 @@ TEST_F(FirstCallsSweepTest, constantTextsAreMadeByTheNextCall) {
         EXPECT_EQ(datastore_run_id(), "runId");
         EXPECT_EQ(datastore_model_id(), "model");
     });
-    expect_every_first_failure_comes_out("builtin_backend_names",
-                                         [] { EXPECT_EQ(builtin_backend_names().size(), 3U); });
+    expect_every_first_failure_comes_out("builtin_backends",
+                                         [] { EXPECT_EQ(builtin_backends().size(), 3U); });
 }
 
 TEST_F(FirstCallsSweepTest, identifiersAreDrawnByTheNextCall) {

@@ -1,4 +1,4 @@
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <tests/allocation/native_subjects.hpp>
 
@@ -43,7 +43,8 @@ struct WriterLookUp {
 };
 
 TEST_F(ServicesSweepTest, writerByNameIsWholeOrNotThere) {
-    for (const std::string& name : builtin_backend_names()) {
+    for (const BackendInfo& backend : builtin_backends()) {
+        const std::string& name = backend.name;
         const auto lookUp = [&name](WriterLookUp& subject) {
             subject.found = get_stream_writer(name, subject.attributes, subject.setup);
         };
@@ -66,7 +67,8 @@ TEST_F(ServicesSweepTest, writerByNameIsWholeOrNotThere) {
 
 TEST_F(ServicesSweepTest, readerByNameIsWholeOrNotThere) {
     using Found = std::optional<std::unique_ptr<StreamReader>>;
-    for (const std::string& name : builtin_backend_names()) {
+    for (const BackendInfo& backend : builtin_backends()) {
+        const std::string& name = backend.name;
         const SweepCounts counts = for_every_failing_allocation(
             [] { return Found(); },
             [&](Found& found) { found = get_stream_reader(name, boost::any()); },

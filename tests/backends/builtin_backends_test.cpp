@@ -1,4 +1,4 @@
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <logging2/logging2.hpp>
 #include <tests/support/SystemTempDirectory.hpp>
@@ -25,7 +25,7 @@ protected:
     }
 
     SystemTempDirectory directory;
-    std::vector<cppmicroservices::ServiceRegistrationU> registrations;
+    BackendRegistrations registrations;
 };
 
 std::unique_ptr<StreamWriter> writerNamed(const std::string& name) {
@@ -44,11 +44,14 @@ TEST_F(BuiltinBackendsTest, offersEachWriterByName) {
 }
 
 TEST_F(BuiltinBackendsTest, everyNameThatIsListedIsRegistered) {
-    EXPECT_THAT(builtin_backend_names(), ElementsAre("memory", "memory-restricted", "native"));
-    EXPECT_EQ(registrations.size(), 2 * builtin_backend_names().size());
-    for (const std::string& name : builtin_backend_names()) {
-        EXPECT_TRUE(get_stream_reader(name, boost::any()).has_value()) << name;
+    EXPECT_EQ(registrations.size(), 2 * builtin_backends().size());
+    std::vector<std::string> names;
+    for (const BackendInfo& backend :
+         registered_backends(foundation::get_global_bundle_context())) {
+        EXPECT_TRUE(get_stream_reader(backend.name, boost::any()).has_value()) << backend.name;
+        names.push_back(backend.name);
     }
+    EXPECT_THAT(names, ElementsAre("memory", "memory-restricted", "native"));
 }
 
 TEST_F(BuiltinBackendsTest, registrationsCanBeTakenBack) {

@@ -1,6 +1,6 @@
-#include <tests/conformance/conformance.hpp>
+#include <logging2/conformance/conformance.hpp>
 
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
 // The built-in back-ends keep the promises that every back-end makes.
 

@@ -1,4 +1,4 @@
-#include <tests/conformance/conformance.hpp>
+#include <logging2/conformance/conformance.hpp>
 #include <tests/conformance/mutants/Mutant.hpp>
 
 #include <gtest/gtest-spi.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/logging2.hpp>
 
 #include <tests/fuzz/ByteScript.hpp>
@@ -196,7 +196,7 @@ private:
     }
 
     bool isBuiltin(std::size_t number) const {
-        const std::size_t count = builtin_backend_names().size();
+        const std::size_t count = builtin_backends().size();
         return builtinFrom && number >= *builtinFrom && number < *builtinFrom + count;
     }
 

@@ -1,4 +1,4 @@
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/logging2.hpp>
 
 #include <tests/fuzz/ScriptedServices.hpp>
@@ -85,9 +85,9 @@ private:
 
     std::string formerName() {
         const std::size_t pick = script.below(16);
-        const auto& names = builtin_backend_names();
-        if (pick < names.size()) {
-            return names[pick];
+        const auto& backends = builtin_backends();
+        if (pick < backends.size()) {
+            return backends[pick].name;
         }
         const auto& services = pick % 2 == 0 ? writers.all() : readers.all();
         return pick < services.size() && services[pick] ? services[pick]->name : "plain";
@@ -104,10 +104,10 @@ private:
         }
         directory.emplace();
         const auto all = register_builtin_backends(foundation::get_global_bundle_context());
-        const auto& names = builtin_backend_names();
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            writers.addBuiltin(all[2 * i], names[i]);
-            readers.addBuiltin(all[2 * i + 1], names[i]);
+        const auto& backends = builtin_backends();
+        for (std::size_t i = 0; i < backends.size(); ++i) {
+            writers.addBuiltin(all[2 * i], backends[i].name);
+            readers.addBuiltin(all[2 * i + 1], backends[i].name);
         }
     }
 

@@ -77,14 +77,4 @@ TEST(BackendTest, theDefaultGivesWriterAndReader) {
     EXPECT_NE(backend.openReader({}), nullptr);
 }
 
-TEST(BackendTest, everyBuiltinBackendIsDescribed) {
-    const auto backends = simulate::described_backends();
-    ASSERT_GE(backends.size(), 2u);
-    EXPECT_EQ(backends[0].first, "memory");
-    EXPECT_EQ(backends[1].first, "memory-restricted");
-    for (const auto& [name, text] : backends) {
-        EXPECT_FALSE(text.empty()) << name;
-    }
-}
-
 } // namespace

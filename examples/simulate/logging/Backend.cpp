@@ -1,9 +1,8 @@
 #include <examples/simulate/logging/Backend.hpp>
 
-#include <backends/builtin/builtin_backends.hpp>
 #include <examples/simulate/HostError.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
-#include <map>
 #include <new>
 #include <stdexcept>
 
@@ -15,8 +14,8 @@ using logging2::core::StreamWriter;
 
 std::string unknown_backend(const std::string& name) {
     std::string names;
-    for (const std::string& known : logging2::core::builtin_backend_names()) {
-        names += (names.empty() ? "" : ", ") + known;
+    for (const logging2::core::BackendInfo& known : logging2::core::builtin_backends()) {
+        names += (names.empty() ? "" : ", ") + known.name;
     }
     return "no such back-end: \"" + name + "\" (there are: " + names + ")";
 }
@@ -93,19 +92,6 @@ std::unique_ptr<StreamReader> Backend::openReader(const boost::any& dataStore) c
         return unwrap(*this, logging2::core::get_stream_reader(*registeredName, dataStore),
                       "reader");
     });
-}
-
-std::vector<std::pair<std::string, std::string>> described_backends() {
-    static const std::map<std::string, std::string> descriptions{
-        {"memory", "keeps every step in memory"},
-        {"memory-restricted", "keeps the last steps of each group in memory (--point-limit)"},
-        {"native", "streams to files in the temporary directory; cannot take steps back"}};
-    std::vector<std::pair<std::string, std::string>> result;
-    for (const std::string& name : logging2::core::builtin_backend_names()) {
-        const auto known = descriptions.find(name);
-        result.emplace_back(name, known == descriptions.end() ? "" : known->second);
-    }
-    return result;
 }
 
 } // namespace simulate

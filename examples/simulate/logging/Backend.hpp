@@ -38,7 +38,4 @@ private:
     std::optional<std::string> registeredName;
 };
 
-/// Back-ends that the host knows, each with one line that describes it.
-std::vector<std::pair<std::string, std::string>> described_backends();
-
 } // namespace simulate

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <tests/conformance/Backend.hpp>
-#include <tests/conformance/Session.hpp>
+#include <logging2/conformance/Backend.hpp>
+#include <logging2/conformance/Session.hpp>
 
 #include <functional>
 #include <memory>

@@ -1,4 +1,4 @@
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/logging2.hpp>
 
 #include <cstdio>

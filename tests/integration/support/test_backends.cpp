@@ -1,6 +1,6 @@
 #include <tests/integration/support/test_backends.hpp>
 
-#include <backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <functional>
 #include <new>

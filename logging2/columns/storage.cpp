@@ -1,0 +1,44 @@
+#include <logging2/columns/storage.hpp>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+
+namespace logging2::core::detail {
+namespace {
+
+/// Anything smaller might not hold a single whole large page of 2 MiB.
+constexpr std::size_t leastByteCount = std::size_t{4} * 1024 * 1024;
+
+/// For the whole pages that the storage has to itself.
+void prefer_large_pages([[maybe_unused]] std::vector<double>& elements) {
+#ifdef MADV_HUGEPAGE
+    const auto pageByteCount = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t byteCount = elements.capacity() * sizeof(double);
+    const auto address = reinterpret_cast<std::uintptr_t>(elements.data());
+    const std::size_t beforePage = (pageByteCount - address % pageByteCount) % pageByteCount;
+    char* const firstPage = reinterpret_cast<char*>(elements.data()) + beforePage;
+    // It is advice: a refusal changes nothing.
+    madvise(firstPage, (byteCount - beforePage) / pageByteCount * pageByteCount, MADV_HUGEPAGE);
+#endif
+}
+
+} // namespace
+
+void reserve_large(std::vector<double>& elements, std::size_t elementCount) {
+    if (elementCount <= elements.capacity()) {
+        return;
+    }
+    if (elementCount < leastByteCount / sizeof(double)) {
+        elements.reserve(elementCount);
+        return;
+    }
+    std::vector<double> larger;
+    larger.reserve(elementCount);
+    prefer_large_pages(larger);
+    larger.assign(elements.begin(), elements.end());
+    elements.swap(larger);
+}
+
+} // namespace logging2::core::detail

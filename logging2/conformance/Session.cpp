@@ -1,0 +1,98 @@
+#include <logging2/conformance/Session.hpp>
+
+#include <tests/support/same_bits.hpp>
+
+#include <stdexcept>
+
+namespace logging2::core::conformance {
+namespace {
+
+template <class Interface>
+std::unique_ptr<Interface> taken(std::optional<std::unique_ptr<Interface>> found,
+                                 const std::string& name) {
+    if (!found || !*found) {
+        throw std::runtime_error("the back-end \"" + name + "\" gives none");
+    }
+    return std::move(*found);
+}
+
+} // namespace
+
+StreamingAttributes attributes(std::size_t pointLimit) {
+    StreamingAttributes result;
+    result.pointLimit = pointLimit;
+    result.name = std::string_view("run 1");
+    return result;
+}
+
+Session::Session(Backend underTest) : registered(std::move(underTest)) {
+    foundation::install_and_start_vantrel_core();
+    registrations = registered.registerServices(foundation::get_global_bundle_context());
+    formerHandler = foundation::setWarningHandler([this](const foundation::Message& message) {
+        const std::lock_guard lock(mutex);
+        issued.push_back(message);
+    });
+}
+
+Session::~Session() {
+    closeReaders();
+    foundation::setWarningHandler(formerHandler);
+    unregister();
+}
+
+std::unique_ptr<StreamWriter> Session::writer(const GroupSetup& setup,
+                                              const StreamingAttributes& streaming) const {
+    return taken(get_stream_writer(registered.name, streaming, setup), registered.name);
+}
+
+std::unique_ptr<StreamReader> Session::reader(const boost::any& dataStore) const {
+    return taken(get_stream_reader(registered.name, dataStore), registered.name);
+}
+
+Series Session::read(const StreamWriter& writer, const std::string& path) {
+    openReaders.push_back(reader(writer.dataStore(ValuePath(path))));
+    return openReaders.back()->timeseries();
+}
+
+void Session::unregister() {
+    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
+        registration.Unregister();
+    }
+    registrations.clear();
+}
+
+std::vector<foundation::Message> Session::warnings() const {
+    const std::lock_guard lock(mutex);
+    return issued;
+}
+
+void write_calls(StreamWriter& writer, std::size_t group, const Doubles& times, double first) {
+    double call = first;
+    for (const double time : times) {
+        writer.write(group, time, &call, 1);
+        call += 1.0;
+    }
+}
+
+testing::AssertionResult holds(const Series& series, const Doubles& times, const Doubles& values) {
+    const auto sameTimes = test::sameBits(series.first, times);
+    if (!sameTimes) {
+        return testing::AssertionFailure() << "times: " << sameTimes.message();
+    }
+    const auto sameValues = test::sameBits(series.second, values);
+    return sameValues ? sameValues
+                      : testing::AssertionFailure() << "values: " << sameValues.message();
+}
+
+GroupSetup scalar_groups(std::size_t groupCount) {
+    GroupSetup setup;
+    for (std::size_t group = 0; group < groupCount; ++group) {
+        const CoreDataId channel(100 + group);
+        setup.insert(Group(group),
+                     LoggedPathsSetupData({{ValuePath("x" + std::to_string(group)), channel}},
+                                          {{channel, 1}}));
+    }
+    return setup;
+}
+
+} // namespace logging2::core::conformance

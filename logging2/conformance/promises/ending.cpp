@@ -1,0 +1,113 @@
+#include <logging2/conformance/Promise.hpp>
+
+#include <filesystem>
+
+// What flush, close and the stores promise, and what is left behind.
+
+namespace logging2::core::conformance {
+namespace {
+
+using test::write;
+
+bool closeFlushes(const Supports& supports) {
+    return supports.closeFlushes;
+}
+
+bool tellsInfo(const Supports& supports) {
+    return supports.dataStoreInfo;
+}
+
+bool tellsNoInfo(const Supports& supports) {
+    return !supports.dataStoreInfo;
+}
+
+std::size_t file_count(const std::filesystem::path& directory) {
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        count += entry.is_directory() ? 0 : 1;
+    }
+    return count;
+}
+
+const Promise table[] = {
+    {"flushIntermediateLosesAndDoublesNothing", everyone,
+     [](Session& session) {
+         const auto writer = session.writer(scalar_groups(2));
+         writer->flushIntermediate();
+         write(*writer, 0, 1.0, {10.0});
+         writer->flushIntermediate();
+         writer->flushIntermediate();
+         write(*writer, 0, 2.0, {20.0});
+         write(*writer, 1, 3.0, {30.0});
+         writer->flushIntermediate();
+         write(*writer, 0, 4.0, {40.0});
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x0"), {1.0, 2.0, 4.0}, {10.0, 20.0, 40.0}));
+         EXPECT_TRUE(holds(session.read(*writer, "x1"), {3.0}, {30.0}));
+     }},
+    {"closeAfterFlushChangesNothing", everyone,
+     [](Session& session) {
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {1.0, 2.0});
+         writer->flush();
+         writer->close();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0}, {1.0, 2.0}));
+     }},
+    {"closeAloneMakesTheSamplesFinal", closeFlushes,
+     [](Session& session) {
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {1.0, 2.0});
+         writer->close();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0}, {1.0, 2.0}));
+     }},
+    {"dataStoreInfoIsEmpty", tellsNoInfo,
+     [](Session& session) {
+         const auto writer = session.writer();
+         EXPECT_FALSE(writer->dataStoreInfo().has_value());
+         writer->flush();
+         EXPECT_FALSE(writer->dataStoreInfo().has_value());
+     }},
+    {"dataStoreInfoTellsSomethingAfterTheFlush", tellsInfo,
+     [](Session& session) {
+         const auto writer = session.writer();
+         writer->flush();
+         EXPECT_TRUE(writer->dataStoreInfo().has_value());
+     }},
+    {"aStoreMayBeAskedForAgain", everyone,
+     [](Session& session) {
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {1.0});
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {1.0}));
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {1.0}));
+     }},
+    {"samplesThatWereNotFlushedDoNotTurnUpElsewhere", everyone,
+     [](Session& session) {
+         write_calls(*session.writer(), 0, {1.0, 2.0});
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {3.0});
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {3.0}, {1.0}));
+     }},
+    {"noFileIsLeftWhenEveryPathWasRead", everyone,
+     [](Session& session) {
+         {
+             const auto writer = session.writer(scalar_groups(2));
+             write_calls(*writer, 0, {1.0, 2.0});
+             write_calls(*writer, 1, {3.0});
+             writer->flush();
+             session.read(*writer, "x0");
+             session.read(*writer, "x1");
+         }
+         session.closeReaders();
+         EXPECT_EQ(file_count(session.temporaryDirectory()), 0U);
+     }},
+};
+
+} // namespace
+
+std::vector<Promise> ending_promises() {
+    return {std::begin(table), std::end(table)};
+}
+
+} // namespace logging2::core::conformance

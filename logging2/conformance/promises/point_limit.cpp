@@ -1,0 +1,69 @@
+#include <logging2/conformance/Promise.hpp>
+
+// A history that is bounded, or not.
+
+namespace logging2::core::conformance {
+namespace {
+
+bool bounded(const Supports& supports) {
+    return supports.pointLimit;
+}
+
+bool unbounded(const Supports& supports) {
+    return !supports.pointLimit;
+}
+
+bool boundedAndRollsBack(const Supports& supports) {
+    return supports.pointLimit && supports.rollback;
+}
+
+const Promise table[] = {
+    {"theLastSamplesOfEachGroupAreKept", bounded,
+     [](Session& session) {
+         const auto writer = session.writer(scalar_groups(2), attributes(3));
+         write_calls(*writer, 0, {1.0, 2.0, 3.0, 4.0, 5.0});
+         write_calls(*writer, 1, {6.0, 7.0});
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x0"), {3.0, 4.0, 5.0}, {3.0, 4.0, 5.0}));
+         EXPECT_TRUE(holds(session.read(*writer, "x1"), {6.0, 7.0}, {1.0, 2.0}));
+     }},
+    {"aLimitThatIsJustReachedDropsNothing", bounded,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), attributes(3));
+         write_calls(*writer, 0, {1.0, 2.0, 3.0});
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0, 3.0}, {1.0, 2.0, 3.0}));
+     }},
+    {"aLimitOfZeroKeepsNothing", bounded,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), attributes(0));
+         write_calls(*writer, 0, {1.0, 2.0});
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {}, {}));
+     }},
+    {"aSampleBeyondTheLimitDoesNotComeBack", boundedAndRollsBack,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), attributes(3));
+         write_calls(*writer, 0, {1.0, 2.0, 3.0, 4.0});
+         writer->rollback(0, 3.5);
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {2.0, 3.0}, {2.0, 3.0}));
+     }},
+    {"everySampleIsKeptWhateverThePointLimit", unbounded,
+     [](Session& session) {
+         for (const std::size_t limit : {0U, 2U}) {
+             const auto writer = session.writer(test::scalarSetup(), attributes(limit));
+             write_calls(*writer, 0, {1.0, 2.0, 3.0});
+             writer->flush();
+             EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0, 3.0}, {1.0, 2.0, 3.0}));
+         }
+     }},
+};
+
+} // namespace
+
+std::vector<Promise> point_limit_promises() {
+    return {std::begin(table), std::end(table)};
+}
+
+} // namespace logging2::core::conformance

@@ -1,0 +1,167 @@
+#include <logging2/lookup/Backend.hpp>
+
+#include <logging2/host/kernel/type_ids.hpp>
+#include <logging2/stream/StreamReaderService.hpp>
+#include <logging2/stream/StreamWriterService.hpp>
+
+#include <dlfcn.h>
+
+#include <set>
+#include <stdexcept>
+
+namespace logging2::core {
+namespace {
+
+using cppmicroservices::Any;
+using cppmicroservices::BundleContext;
+using cppmicroservices::ServiceProperties;
+
+// The keys of the properties that describe a back-end, beside that of its name.
+constexpr const char* descriptionKey = "logging2.description";
+constexpr const char* supportsRollbackKey = "logging2.supportsRollback";
+constexpr const char* isPersistentKey = "logging2.isPersistent";
+
+class BackendWriterService final : public StreamWriterService {
+public:
+    explicit BackendWriterService(decltype(Backend::createWriter) function)
+        : create(std::move(function)) {}
+
+    std::unique_ptr<StreamWriter>
+    createStreamWriter(const StreamingAttributes& attributes,
+                       const SequenceMap<Group, LoggedPathsSetupData>& setup) override {
+        return create(attributes, setup);
+    }
+
+private:
+    decltype(Backend::createWriter) create;
+};
+
+class BackendReaderService final : public StreamReaderService {
+public:
+    explicit BackendReaderService(decltype(Backend::createReader) function)
+        : create(std::move(function)) {}
+
+    std::unique_ptr<StreamReader> createStreamReader(const boost::any& dataStore) override {
+        return create(dataStore);
+    }
+
+private:
+    decltype(Backend::createReader) create;
+};
+
+void check(const Backend& backend) {
+    const std::string quoted = "the back-end \"" + backend.name + '"';
+    if (backend.name.empty()) {
+        throw std::invalid_argument("register_backend: the back-end has no name");
+    }
+    if (backend.name.find_first_of("*()\\") != std::string::npos) {
+        throw std::invalid_argument("register_backend: the name of " + quoted +
+                                    " contains one of the characters * ( ) \\");
+    }
+    if (!backend.createWriter || !backend.createReader) {
+        throw std::invalid_argument("register_backend: " + quoted + " has no " +
+                                    (backend.createWriter ? "createReader" : "createWriter"));
+    }
+}
+
+ServiceProperties properties_of(const BackendInfo& info, const std::string& nameKey) {
+    ServiceProperties properties;
+    properties[nameKey] = info.name;
+    properties[descriptionKey] = info.description;
+    properties[supportsRollbackKey] = info.supportsRollback;
+    properties[isPersistentKey] = info.isPersistent;
+    return properties;
+}
+
+/// The property's value, or the default of its type if it is absent or has another type.
+template <class Value>
+Value property(const cppmicroservices::ServiceReferenceBase& service, const std::string& key) {
+    const Any any = service.GetProperty(key);
+    const Value* const value = cppmicroservices::any_cast<Value>(&any);
+    return value == nullptr ? Value() : *value;
+}
+
+void unregister(BackendRegistrations& registrations) {
+    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
+        registration.Unregister();
+    }
+    registrations.clear();
+}
+
+using OfferBackends = void(std::vector<Backend>&);
+
+/// The library's function. Never closes a library that has it: its services, writers, readers and
+/// stores may outlive everything else.
+OfferBackends* load_function(const std::string& file) {
+    const std::string failed = "cannot load back-ends from \"" + file + "\": ";
+    void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) {
+        throw std::runtime_error(failed + dlerror());
+    }
+    void* const function = dlsym(library, "logging2_backends");
+    if (function == nullptr) {
+        dlclose(library);
+        throw std::runtime_error(failed + "it does not export the function logging2_backends");
+    }
+    return reinterpret_cast<OfferBackends*>(function);
+}
+
+} // namespace
+
+BackendRegistrations register_backend(BundleContext context, const Backend& backend) {
+    check(backend);
+    const auto writers = std::make_shared<BackendWriterService>(backend.createWriter);
+    const auto readers = std::make_shared<BackendReaderService>(backend.createReader);
+    BackendRegistrations registrations;
+    registrations.reserve(2);
+    registrations.emplace_back(context.RegisterService<StreamWriterService>(
+        writers, properties_of(backend, vtllogging_write_type_id())));
+    try {
+        registrations.emplace_back(context.RegisterService<StreamReaderService>(
+            readers, properties_of(backend, vtllogging_read_type_id())));
+    } catch (...) {
+        unregister(registrations);
+        throw;
+    }
+    return registrations;
+}
+
+BackendRegistrations register_backends(BundleContext context,
+                                       const std::vector<Backend>& backends) {
+    BackendRegistrations registrations;
+    registrations.reserve(2 * backends.size());
+    try {
+        for (const Backend& backend : backends) {
+            for (auto& registration : register_backend(context, backend)) {
+                registrations.push_back(std::move(registration));
+            }
+        }
+    } catch (...) {
+        unregister(registrations);
+        throw;
+    }
+    return registrations;
+}
+
+std::vector<BackendInfo> registered_backends(BundleContext context) {
+    std::vector<BackendInfo> backends;
+    std::set<std::string> names;
+    const std::string nameKey = vtllogging_write_type_id();
+    for (const auto& service : context.GetServiceReferences<StreamWriterService>()) {
+        const auto name = property<std::string>(service, nameKey);
+        if (!name.empty() && names.insert(name).second) {
+            backends.push_back({name, property<std::string>(service, descriptionKey),
+                                property<bool>(service, supportsRollbackKey),
+                                property<bool>(service, isPersistentKey)});
+        }
+    }
+    return backends;
+}
+
+BackendRegistrations load_backends(const std::string& file, BundleContext context) {
+    std::vector<Backend> backends;
+    load_function(file)(backends);
+    return register_backends(context, backends);
+}
+
+} // namespace logging2::core

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <logging2/export.hpp>
+#include <logging2/host/foundation/SequenceMap.hpp>
+#include <logging2/host/kernel/Group.hpp>
+#include <logging2/host/kernel/LoggedPathsSetupData.hpp>
+#include <logging2/stream/StreamReader.hpp>
+#include <logging2/stream/StreamWriter.hpp>
+#include <logging2/stream/StreamingAttributes.hpp>
+
+#include <cppmicroservices/BundleContext.h>
+#include <cppmicroservices/ServiceRegistration.h>
+
+#include <boost/any.hpp>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace logging2::core {
+
+/// What a host can know about a back-end before it uses it.
+struct BackendInfo {
+    /// The name that get_stream_writer() and get_stream_reader() take.
+    std::string name;
+
+    /// One line for people, without a full stop, such as "keeps every step in memory".
+    std::string description;
+
+    /// Whether `rollback` discards samples. Otherwise it issues a warning and keeps them.
+    bool supportsRollback = false;
+
+    /// Whether the data outlives the process.
+    bool isPersistent = false;
+};
+
+/// A back-end: how it is described, and how its writers and readers are made.
+struct Backend : BackendInfo {
+    /// Makes a writer. Any thread may call it. What it throws reaches the caller of
+    /// get_stream_writer() unchanged.
+    std::function<std::unique_ptr<StreamWriter>(
+        const StreamingAttributes& attributes,
+        const SequenceMap<Group, LoggedPathsSetupData>& setup)>
+        createWriter;
+
+    /// Makes a reader of a data store that one of these writers gave out. Any thread may call it.
+    /// What it throws reaches the caller of get_stream_reader() unchanged.
+    std::function<std::unique_ptr<StreamReader>(const boost::any& dataStore)> createReader;
+};
+
+/// A back-end whose writers and readers are made by constructors:
+/// `Writer(StreamingAttributes, SequenceMap<Group, LoggedPathsSetupData>)` and
+/// `Reader(const boost::any&)`.
+template <class Writer, class Reader>
+Backend make_backend(BackendInfo info) {
+    return {std::move(info),
+            [](const StreamingAttributes& attributes,
+               const SequenceMap<Group, LoggedPathsSetupData>& setup) {
+                return std::make_unique<Writer>(attributes, setup);
+            },
+            [](const boost::any& dataStore) { return std::make_unique<Reader>(dataStore); }};
+}
+
+/// The services of back-ends, for a host that wants to unregister them again. Dropping the handles
+/// leaves the services registered.
+using BackendRegistrations = std::vector<cppmicroservices::ServiceRegistrationU>;
+
+/// Registers the back-end's writer service and reader service, so that get_stream_writer() and
+/// get_stream_reader() find them by the back-end's name. Returns their two registrations.
+///
+/// If a name is registered twice, the first registration is the one that is found.
+///
+/// Throws std::invalid_argument if a function is missing, or if the name is empty or contains one
+/// of the characters `*`, `(`, `)` and `\`, which have a meaning in the registry's filters. Throws
+/// cppmicroservices::IllegalStateException if the context is invalid. Nothing stays registered
+/// after an error. Any thread may call.
+LOGGING2_EXPORT BackendRegistrations register_backend(cppmicroservices::BundleContext context,
+                                                      const Backend& backend);
+
+/// Registers all of the back-ends in their order, or none of them; otherwise as register_backend().
+LOGGING2_EXPORT BackendRegistrations register_backends(cppmicroservices::BundleContext context,
+                                                       const std::vector<Backend>& backends);
+
+/// Describes the registered back-ends that have a writer service, in the registry's order: the
+/// highest ranking first, and first registered first within a ranking. Each name is listed once,
+/// as get_stream_writer() finds it. A service that was registered without register_backend() has a
+/// name only.
+///
+/// Throws cppmicroservices::IllegalStateException if the context is invalid. Any thread may call.
+LOGGING2_EXPORT std::vector<BackendInfo>
+registered_backends(cppmicroservices::BundleContext context);
+
+/// Loads a shared library and registers the back-ends that it offers. Returns their registrations,
+/// two per back-end.
+///
+/// The library exports a function of this name and type, which appends its back-ends:
+///
+///     extern "C" void logging2_backends(std::vector<logging2::core::Backend>& backends);
+///
+/// The file is found as `dlopen` finds it: a name with a slash is a path, any other name is looked
+/// up in the system's library directories. The library stays loaded until the process ends.
+///
+/// Throws std::runtime_error if the library cannot be loaded or does not export the function; the
+/// message names the file and the reason. Throws what register_backend() throws and what the
+/// library's function throws. Nothing stays registered after an error. Any thread may call.
+LOGGING2_EXPORT BackendRegistrations load_backends(const std::string& file,
+                                                   cppmicroservices::BundleContext context);
+
+} // namespace logging2::core

@@ -1,0 +1,81 @@
+#include <logging2/lookup/entry_points.hpp>
+
+#include <logging2/host/foundation/bundle_context.hpp>
+#include <logging2/host/kernel/type_ids.hpp>
+#include <logging2/memory/MemoryStreamReader.hpp>
+#include <logging2/memory/MemoryStreamWriter.hpp>
+#include <logging2/stream/StreamReaderService.hpp>
+#include <logging2/stream/StreamWriterService.hpp>
+
+#include <cppmicroservices/BundleContext.h>
+#include <cppmicroservices/ServiceReference.h>
+
+#include <stdexcept>
+
+namespace logging2::core {
+namespace {
+
+/// The reference's service object, or null if there is none or it was unregistered meanwhile.
+template <class Service>
+std::shared_ptr<Service> object_of(cppmicroservices::BundleContext& context,
+                                   const cppmicroservices::ServiceReference<Service>& reference) {
+    try {
+        return context.GetService(reference);
+    } catch (const std::invalid_argument&) {
+        if (reference) {
+            throw;
+        }
+        return nullptr;
+    }
+}
+
+/// The service object of the registry's first service whose property has the value, or null.
+template <class Service>
+std::shared_ptr<Service> find_service(const std::string& key, const std::string& value) {
+    // Intended: the value is not escaped, so callers may look up by pattern and must not pass on
+    // names from strangers.
+    const std::string filter = "(" + key + "=" + value + ")";
+    cppmicroservices::BundleContext context = foundation::get_global_bundle_context();
+    if (!context) {
+        return nullptr;
+    }
+    const auto references = context.GetServiceReferences<Service>(filter);
+    // Intended: only the first reference is tried, so a broken back-end is not papered over by
+    // another one of its name.
+    return references.empty() ? nullptr : object_of(context, references.front());
+}
+
+} // namespace
+
+std::optional<std::unique_ptr<StreamWriter>>
+get_stream_writer(const std::string& name, const StreamingAttributes& attributes,
+                  const SequenceMap<Group, LoggedPathsSetupData>& setup) {
+    foundation::install_and_start_vantrel_core();
+    const auto service = find_service<StreamWriterService>(vtllogging_write_type_id(), name);
+    if (!service) {
+        return std::nullopt;
+    }
+    return service->createStreamWriter(attributes, setup);
+}
+
+std::unique_ptr<StreamWriter>
+get_default_stream_writer(const StreamingAttributes& attributes,
+                          const SequenceMap<Group, LoggedPathsSetupData>& setup) {
+    return std::make_unique<MemoryStreamWriter>(attributes, setup);
+}
+
+std::optional<std::unique_ptr<StreamReader>> get_stream_reader(const std::string& name,
+                                                               const boost::any& dataStore) {
+    foundation::install_and_start_vantrel_core();
+    const auto service = find_service<StreamReaderService>(vtllogging_read_type_id(), name);
+    if (!service) {
+        return std::nullopt;
+    }
+    return service->createStreamReader(dataStore);
+}
+
+std::unique_ptr<StreamReader> get_default_stream_reader(const boost::any& dataStore) {
+    return std::make_unique<MemoryStreamReader>(dataStore);
+}
+
+} // namespace logging2::core
