@@ -2,6 +2,7 @@
 
 #include <logging2/logging2.hpp>
 
+#include <tests/support/registrations.hpp>
 #include <tests/support/setups.hpp>
 
 #include <cppmicroservices/BundleContext.h>
@@ -57,12 +58,6 @@ inline void setProperty(cppmicroservices::ServiceRegistrationU& registration,
 inline void setRanking(BackendRegistrations& registrations, int ranking) {
     for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
         setProperty(registration, cppmicroservices::Constants::SERVICE_RANKING, ranking);
-    }
-}
-
-inline void unregister(BackendRegistrations& registrations) {
-    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
-        registration.Unregister();
     }
 }
 
