@@ -77,7 +77,7 @@ ServiceProperties properties_of(const BackendInfo& info, const std::string& name
 template <class Value>
 Value property(const cppmicroservices::ServiceReferenceBase& service, const std::string& key) {
     const Any any = service.GetProperty(key);
-    const Value* const value = cppmicroservices::any_cast<Value>(&any);
+    const auto* const value = cppmicroservices::any_cast<Value>(&any);
     return value == nullptr ? Value() : *value;
 }
 
@@ -100,7 +100,8 @@ OfferBackends* load_function(const std::string& file) {
     const std::string failed = "cannot load back-ends from \"" + file + "\": ";
     void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
-        throw std::runtime_error(failed + dlerror());
+        // Each thread has a message of its own.
+        throw std::runtime_error(failed + dlerror()); // NOLINT(concurrency-mt-unsafe)
     }
     void* const function = dlsym(library, "logging2_backends");
     if (function == nullptr) {
