@@ -10,7 +10,6 @@
 #include <examples/simulate/report/csv.hpp>
 #include <examples/simulate/report/plot_script.hpp>
 #include <examples/simulate/report/table.hpp>
-#include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <algorithm>
 #include <cctype>
@@ -125,7 +124,8 @@ void print_list(std::ostream& out) {
             << model->defaultStopTime() << unit << ")\n";
     }
     out << "Back-ends:\n";
-    for (const logging2::core::BackendInfo& backend : logging2::core::builtin_backends()) {
+    for (const logging2::core::BackendInfo& backend :
+         logging2::core::registered_backends(foundation::get_global_bundle_context())) {
         out << "  " << std::left << std::setw(19) << backend.name << backend.description << '\n';
     }
 }
@@ -138,6 +138,9 @@ std::string on_one_line(std::string text) {
 }
 
 void run_options(const Options& options, std::ostream& out, std::ostream& err, bool terminal) {
+    for (const std::string& library : options.backendLibraries) {
+        logging2::core::load_backends(library, foundation::get_global_bundle_context());
+    }
     if (options.list) {
         print_list(out);
     } else {

@@ -39,6 +39,7 @@ TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
         {"lorenz --backend nope", "no such back-end: \"nope\" (there are: memory, "},
         {"lorenz --backend 'mem*'", "no such back-end: \"mem*\""},
         {"lorenz --backend memory --default", "--default"},
+        {"lorenz --backend-library ./absent.so", "cannot load back-ends from \"./absent.so\": "},
         {"lorenz --stop-time", "--stop-time"},
         {"lorenz --stop-time 0", "--stop-time: 0 is out of range"},
         {"lorenz --stop-time -5", "--stop-time: -5 is out of range"},
