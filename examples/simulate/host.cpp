@@ -32,7 +32,10 @@ std::string file_stem(const Model& model, const GroupInfo& group) {
 }
 
 Backend chosen_backend(const Options& options) {
-    return options.useDefault ? Backend() : Backend(options.backend);
+    if (options.useDefault) {
+        return Backend();
+    }
+    return Backend((options.checked ? "checked:" : "") + options.backend);
 }
 
 RunSettings settings_of(const Model& model, const Options& options) {

@@ -1,6 +1,7 @@
 #include <tests/integration/support/test_backends.hpp>
 
 #include <logging2/backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/checked/checked.hpp>
 
 #include <functional>
 #include <new>
@@ -136,7 +137,11 @@ void register_reader(const std::string& name, MakeReader make) {
 
 bool register_all() {
     foundation::install_and_start_vantrel_core();
-    logging2::core::register_builtin_backends(foundation::get_global_bundle_context());
+    const auto context = foundation::get_global_bundle_context();
+    logging2::core::register_builtin_backends(context);
+    for (const auto& backend : logging2::core::builtin_backends()) {
+        logging2::core::register_checked_backend(context, backend.name);
+    }
     register_writer("declining", make_writer<DecliningWriter>);
     register_reader("declining", make_reader<MemoryStreamReader>);
     register_writer("single-use", make_writer<SingleUseWriter>);
