@@ -22,7 +22,7 @@ if(pc_directories)
   string(APPEND pc_cflags " -I$<JOIN:${pc_directories}, -I>")
 endif()
 
-foreach(package IN ITEMS logging2 logging2-builtin)
+foreach(package IN ITEMS logging2 logging2-builtin logging2-checked)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in
     ${PROJECT_BINARY_DIR}/${package}.pc.generate @ONLY)
   file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/${package}.pc

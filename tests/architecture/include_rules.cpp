@@ -95,6 +95,7 @@ const std::map<std::string, std::set<std::string>>& allowed_rooms() {
         {"native", {"host", "stream", "columns", "ids"}},
         {"lookup", {"host", "registry", "stream", "memory"}},
         {"backends/builtin", {"host", "stream", "lookup", "memory", "native"}},
+        {"backends/checked", {"host", "stream", "lookup"}},
         {"conformance", {"host", "registry", "stream", "lookup"}},
     };
     return rooms;
