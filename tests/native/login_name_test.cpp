@@ -11,6 +11,8 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
+#include <vector>
 
 // This executable answers for the system's list of users, and who runs it.
 
@@ -24,6 +26,7 @@ Answer answer = Answer::name;
 std::string loginName = "ann";
 std::size_t wantedRoom = 0;
 int interruptions = 0;
+std::vector<std::string> questions;
 
 } // namespace
 
@@ -33,6 +36,7 @@ extern "C" uid_t getuid() noexcept {
 
 extern "C" int getpwuid_r(uid_t user, passwd* entry, char*, std::size_t room, passwd** result) {
     *result = nullptr;
+    questions.emplace_back("user");
     if (interruptions > 0) {
         --interruptions;
         return EINTR;
@@ -84,6 +88,20 @@ TEST(LoginNameTest, questionThatIsInterruptedIsAskedAgain) {
     interruptions = 3;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
     EXPECT_EQ(interruptions, 0);
+}
+
+TEST(LoginNameTest, isAskedForAfterTheTemporaryDirectory) {
+    const SystemTempDirectory directory;
+    StreamLocationCreator creator;
+    auto host = fl::filesystem::setTempDirectoryName({});
+    fl::filesystem::setTempDirectoryName([&host] {
+        questions.emplace_back("directory");
+        return host();
+    });
+    questions.clear();
+    creator.setUniquePath();
+    EXPECT_EQ(questions, (std::vector<std::string>{"directory", "user"}));
+    fl::filesystem::setTempDirectoryName(std::move(host));
 }
 
 // The stem of the times file is widened byte by byte and names no file then.
