@@ -104,6 +104,15 @@ TEST(LoginNameTest, isAskedForAfterTheTemporaryDirectory) {
     fl::filesystem::setTempDirectoryName(std::move(host));
 }
 
+// The user whose rights count is the one that getuid() is not asked for.
+TEST(LoginNameTest, directoryIsPrivateToTheEffectiveUser) {
+    const SystemTempDirectory directory;
+    const StreamLocationCreator creator;
+    const std::filesystem::path path = native(creator.getUniquePath().text()).parent_path();
+    EXPECT_TRUE(fl::filesystem::is_private(fl::filesystem::detail::make_native_form(
+        foundation::utf8_string_to_ustring(path.c_str()))));
+}
+
 // The stem of the times file is widened byte by byte and names no file then.
 TEST(LoginNameTest, nonAsciiNameSpoilsTheTimesLocationOnly) {
     const SystemTempDirectory directory;
