@@ -63,8 +63,9 @@ StreamLocationCreator::StreamLocationCreator() : prefix(directory_prefix()) {
 StreamLocationCreator::~StreamLocationCreator() = default;
 
 void StreamLocationCreator::setUniquePath() {
+    const Path directory = tempdir();
     const Path leaf = make_native_form(prefix + username().text());
-    const Path userDirectory = concatenate_pathname(tempdir(), leaf);
+    const Path userDirectory = concatenate_pathname(directory, leaf);
     if (!fl::filesystem::exists(userDirectory)) {
         try {
             fl::filesystem::create_directories(userDirectory);
