@@ -1,6 +1,8 @@
 #include <logging2/conformance/detail/Promise.hpp>
 #include <tests/conformance/mutants/Faults.hpp>
 
+#include <logging2/memory/MemoryDatastore.hpp>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -70,6 +72,15 @@ const Race table[] = {
      [](Faults& faults, const std::shared_ptr<int>& counter) {
          faults.opening = [counter](const boost::any& store) {
              ++*counter;
+             return store;
+         };
+     }},
+    {"marksStoresAsRead", "aStoreIsCopiedAndReadOnSeveralThreads",
+     [](Faults& faults, const std::shared_ptr<int>&) {
+         faults.opening = [](const boost::any& store) {
+             std::vector<double>& times = *boost::any_cast<const MemoryDatastore&>(store).times;
+             times.front() = -times.front();
+             times.front() = -times.front();
              return store;
          };
      }},

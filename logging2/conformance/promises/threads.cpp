@@ -1,14 +1,16 @@
 #include <logging2/conformance/detail/Promise.hpp>
 #include <logging2/conformance/detail/same_bits.hpp>
 
+#include <algorithm>
 #include <condition_variable>
 #include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
 
-// Several writers and readers on several threads. What the threads of a promise do at the same time
-// takes no lock outside the back-end, so that ThreadSanitizer sees every data race in it.
+// Several writers and readers on several threads. At first the threads of a promise share no lock
+// and no reference count outside the back-end: either would order what they do, and ThreadSanitizer
+// would not see a data race between them.
 
 namespace logging2::core::conformance {
 namespace {
@@ -122,11 +124,9 @@ const Promise table[] = {
     {"writersAreMadeOnSeveralThreadsAtOnce", everyone,
      [](Session& session) {
          const auto service = session.writerService();
-         const GroupSetup setup = test::scalarSetup();
-         const StreamingAttributes streaming = attributes();
-         on_threads([&](std::size_t) {
+         on_threads([&service](std::size_t) {
              for (int i = 0; i < 20; ++i) {
-                 const auto writer = service->createStreamWriter(streaming, setup);
+                 const auto writer = service->createStreamWriter(attributes(), test::scalarSetup());
                  ASSERT_NE(writer, nullptr);
                  write_calls(*writer, 0, {1.0});
                  writer->flush();
@@ -150,13 +150,25 @@ const Promise table[] = {
     {"readersAreMadeOnSeveralThreadsAtOnce", everyone,
      [](Session& session) {
          const auto service = session.readerService();
+         std::vector<boost::any> stores(threadCount);
+         std::generate(stores.begin(), stores.end(), [&] { return store_of_steps(session); });
+         on_threads([&](std::size_t number) {
+             const auto reader = service->createStreamReader(stores[number]);
+             ASSERT_NE(reader, nullptr);
+             EXPECT_TRUE(holds_steps(*reader));
+         });
+     }},
+    {"aStoreIsCopiedAndReadOnSeveralThreads", everyone,
+     [](Session& session) {
+         const auto service = session.readerService();
          const boost::any store = store_of_steps(session);
+         std::vector<boost::any> copies(threadCount, store);
          std::vector<std::unique_ptr<StreamReader>> readers(threadCount);
          on_threads([&](std::size_t number) {
-             const boost::any copy = store;
-             readers[number] = service->createStreamReader(copy);
+             readers[number] = service->createStreamReader(copies[number]);
              ASSERT_NE(readers[number], nullptr);
              EXPECT_TRUE(holds_steps(*readers[number]));
+             copies[number] = store;
          });
      }},
     {"oneReaderServesSeveralThreads", everyone,

@@ -59,6 +59,13 @@ const Mutant table[] = {
              return (*isFirst)() ? store : boost::any();
          };
      }},
+    {"readsAStoreOnOneThreadOnly", "aStoreIsCopiedAndReadOnSeveralThreads", Base::memory,
+     [](Faults& faults, Subject&) {
+         const auto isFirst = std::make_shared<FirstThread>();
+         faults.opening = [isFirst](const boost::any& store) {
+             return (*isFirst)() ? store : boost::any();
+         };
+     }},
     {"readsNothingBeforeAllWritersAreFlushed", "readingGoesOnBesideWriting", Base::memory,
      [](Faults& faults, Subject&) {
          const auto unflushed = std::make_shared<std::atomic<int>>(0);
