@@ -19,6 +19,9 @@ install(TARGETS logging2 EXPORT logging2Targets
 install(TARGETS logging2_builtin logging2_checked EXPORT logging2Targets
   ARCHIVE COMPONENT devel
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
+if(LOGGING2_BUILD_CONFORMANCE)
+  include(cmake/install_conformance.cmake)
+endif()
 install(EXPORT logging2Targets NAMESPACE logging2:: DESTINATION ${logging2_package_dir}
   COMPONENT devel)
 

@@ -22,11 +22,19 @@ if(pc_directories)
   string(APPEND pc_cflags " -I$<JOIN:${pc_directories}, -I>")
 endif()
 
-foreach(package IN ITEMS logging2 logging2-builtin logging2-checked)
+set(pc_component_of_logging2 devel)
+set(pc_component_of_logging2-builtin devel)
+set(pc_component_of_logging2-checked devel)
+set(pc_component_of_logging2-conformance conformance)
+set(pc_packages logging2 logging2-builtin logging2-checked)
+if(LOGGING2_BUILD_CONFORMANCE)
+  list(APPEND pc_packages logging2-conformance)
+endif()
+foreach(package IN LISTS pc_packages)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in
     ${PROJECT_BINARY_DIR}/${package}.pc.generate @ONLY)
   file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/${package}.pc
     INPUT ${PROJECT_BINARY_DIR}/${package}.pc.generate)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT devel)
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${pc_component_of_${package}})
 endforeach()

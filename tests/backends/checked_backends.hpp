@@ -4,7 +4,7 @@
 #include <logging2/backends/checked/checked.hpp>
 
 #include <logging2/logging2.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/WarningRecorder.hpp>
 #include <tests/support/setups.hpp>
 

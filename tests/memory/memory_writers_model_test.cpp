@@ -1,6 +1,6 @@
-#include <tests/memory/memory_oracle.hpp>
+#include <logging2/conformance/detail/memory_oracle.hpp>
+#include <logging2/conformance/detail/same_bits.hpp>
 #include <tests/memory/memory_writers.hpp>
-#include <tests/support/same_bits.hpp>
 
 #include <cstdint>
 #include <random>

@@ -1,7 +1,7 @@
 #include <logging2/memory/MemoryDatastore.hpp>
 #include <logging2/native/NativeStreamReader.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include <logging2/native/StreamLocationCreator.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/Umask.hpp>
 #include <tests/support/files.hpp>
 

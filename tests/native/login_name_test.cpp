@@ -1,6 +1,6 @@
 #include <logging2/logging2.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 #include <tests/support/setups.hpp>
 

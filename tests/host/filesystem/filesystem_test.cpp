@@ -2,6 +2,7 @@
 #include <logging2/host/filesystem/ifstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/host/filesystem/paths.hpp>
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 
 #include <logging2/host/filesystem/basic_path.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <sys/stat.h>

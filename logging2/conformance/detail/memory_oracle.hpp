@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tests/support/setups.hpp>
+#include <logging2/conformance/detail/setups.hpp>
 
 #include <algorithm>
 #include <cstddef>

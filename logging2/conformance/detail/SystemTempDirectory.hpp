@@ -3,7 +3,7 @@
 #include <logging2/host/filesystem/operations.hpp>
 #include <logging2/host/foundation/text_conversion.hpp>
 
-#include <tests/support/TemporaryDirectory.hpp>
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 
 #include <filesystem>
 #include <functional>
