@@ -1,6 +1,5 @@
 #include <examples/simulate/host.hpp>
 #include <logging2/backends/builtin/builtin_backends.hpp>
-#include <logging2/backends/checked/checked.hpp>
 #include <logging2/logging2.hpp>
 
 #include <unistd.h>
@@ -12,11 +11,7 @@ int main(int argc, char** argv) {
     // A closed pipe is reported like any other failed write.
     std::signal(SIGPIPE, SIG_IGN);
     foundation::install_and_start_vantrel_core();
-    const auto context = foundation::get_global_bundle_context();
-    logging2::core::register_builtin_backends(context);
-    for (const auto& backend : logging2::core::builtin_backends()) {
-        logging2::core::register_checked_backend(context, backend.name);
-    }
+    logging2::core::register_builtin_backends(foundation::get_global_bundle_context());
     const bool terminal = isatty(STDERR_FILENO) != 0;
     const int status = simulate::run_program(argc, argv, std::cout, std::cerr, terminal);
     foundation::stop_vantrel_core();

@@ -165,11 +165,11 @@ private:
     std::size_t streamedGroup = 0; // guarded by mutex
     std::map<std::size_t, std::vector<double>> groupBuffers;
     std::vector<double> streamedBuffer;                             // guarded by mutex
-    std::size_t streamedRowWidth = 0;                               // guarded by mutex
     std::map<std::size_t, std::deque<std::vector<double>>> columns; // guarded by mutex
     boost::unordered_map<std::size_t, std::size_t> rowWidths;
-    bool rowsCameByMove = false;  // some buffer may have rows without a width
-    std::size_t columnsGroup = 0; // the one whose columns keep their memory; guarded by mutex
+    std::size_t streamedRowWidth = 0; // of the rows in streamedBuffer; guarded by mutex
+    bool rowsCameByMove = false;      // some buffer may have rows without a width
+    std::size_t columnsGroup = 0;     // the one whose columns keep their memory; guarded by mutex
 };
 
 } // namespace logging2::core

@@ -110,6 +110,48 @@ TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryLosesNothing) {
     }
 }
 
+/// One group, 0, with the channels 0, which no path shows, and 1.
+GroupSetup setupWithAHiddenChannel() {
+    return GroupSetup{
+        {Group(0), LoggedPathsSetupData(paths({{"x", 1}}), channels({{0, 1}, {1, 1}}))}};
+}
+
+TEST_F(NativeAllocationTest, channelWithoutAPathCostsTimeInProportionToItsValues) {
+    constexpr std::size_t flushCount = 3000;
+    NativeStreamWriter writer(StreamingAttributes{}, setupWithAHiddenChannel());
+    std::size_t copied = 0;
+    for (std::size_t i = 0; i < flushCount; ++i) {
+        write(writer, 0, 1.0, {10.0, 11.0});
+        const auto& hidden = Access::columns(writer, 0)[1];
+        const std::size_t capacity = hidden.capacity();
+        const std::size_t formerSize = hidden.size();
+        writer.flushIntermediate();
+        copied += hidden.capacity() != capacity ? formerSize : 0;
+    }
+    EXPECT_EQ(Access::columns(writer, 0)[1].size(), flushCount);
+    EXPECT_LE(copied, 2 * flushCount);
+}
+
+TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryKeepsAChannelWithoutAPath) {
+    bool threw = true;
+    for (std::size_t n = 0; threw; ++n) {
+        NativeStreamWriter writer(StreamingAttributes{}, setupWithAHiddenChannel());
+        write(writer, 0, 1.0, {10.0, 11.0});
+        writer.flushIntermediate();
+        write(writer, 0, 2.0, {20.0, 21.0});
+        try {
+            const AllocationFailure failure(n);
+            writer.flushIntermediate();
+            threw = false;
+        } catch (const std::bad_alloc&) {
+        }
+        const auto& hidden = Access::columns(writer, 0)[1];
+        EXPECT_EQ(hidden.size(), Access::buffer(writer, 0).empty() ? 2U : 1U) << n;
+        EXPECT_EQ(hidden.front(), 10.0);
+        ASSERT_LT(n, 100U);
+    }
+}
+
 TEST_F(NativeAllocationTest, threadThatRunsOutOfMemoryEndsTheProcess) {
     ::testing::FLAGS_gtest_death_test_style = "fast";
     EXPECT_DEATH(

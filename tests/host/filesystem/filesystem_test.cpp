@@ -2,8 +2,7 @@
 #include <logging2/host/filesystem/ifstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
-#include <tests/support/files.hpp>
+#include <tests/host/filesystem/paths.hpp>
 
 #include <gtest/gtest.h>
 
@@ -13,15 +12,9 @@
 namespace logging2::core::test {
 namespace {
 
-using Path = fl::filesystem::basic_path<char, char16_t>;
 using fl::filesystem::detail::concatenate_pathname;
 using fl::filesystem::detail::make_native_access_form_i18n;
 using fl::filesystem::detail::make_native_form;
-
-Path inside(const SystemTempDirectory& directory, const std::u16string& name) {
-    return concatenate_pathname(Path(foundation::utf8_string_to_ustring(directory.path().string())),
-                                Path(name));
-}
 
 TEST(BasicPathTest, nativeFormKeepsTheText) {
     EXPECT_EQ(make_native_form(u"/tmp/a_times_0").text(), u"/tmp/a_times_0");
@@ -67,11 +60,24 @@ TEST(FilesystemTest, removesAFileAndToleratesItsAbsence) {
     EXPECT_NO_THROW(fl::filesystem::remove_file(file));
 }
 
-TEST(FilesystemTest, whatCannotBeRemovedIsAnError) {
+TEST(FilesystemTest, directoryIsNotRemovedAndAnError) {
     const SystemTempDirectory directory;
     std::filesystem::create_directories(directory.path() / "full" / "inner");
-    EXPECT_THROW(fl::filesystem::remove_file(inside(directory, u"full")),
-                 std::filesystem::filesystem_error);
+    for (const std::u16string name : {u"full", u"full/inner"}) {
+        EXPECT_THROW(fl::filesystem::remove_file(inside(directory, name)),
+                     std::filesystem::filesystem_error);
+    }
+    EXPECT_TRUE(std::filesystem::is_directory(directory.path() / "full" / "inner"));
+}
+
+TEST(FilesystemTest, linkIsRemovedInsteadOfWhatItLeadsTo) {
+    const SystemTempDirectory directory;
+    std::filesystem::create_directory(directory.path() / "d");
+    std::filesystem::create_directory_symlink("d", directory.path() / "link");
+    fl::filesystem::remove_file(inside(directory, u"link"));
+    EXPECT_FALSE(
+        std::filesystem::exists(std::filesystem::symlink_status(directory.path() / "link")));
+    EXPECT_TRUE(std::filesystem::is_directory(directory.path() / "d"));
 }
 
 TEST(FilesystemTest, createsDirectoriesWithTheirParents) {
