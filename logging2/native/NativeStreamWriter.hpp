@@ -106,7 +106,7 @@ public:
     /// written before gets empty appends, which create its files anew where they are gone.
     ///
     /// Where memory runs out, the next flushIntermediate() or flush() appends what is in no file
-    /// yet. clearBuffer() in between would drop it, from some of a group's files only.
+    /// yet. clearBuffer() in between would drop it.
     void flushIntermediate() override;
 
     /// Does nothing.

@@ -28,7 +28,7 @@ protected:
     }
 
     static std::unique_ptr<StreamWriter> checkedWriter() {
-        return std::move(*get_stream_writer("checked:memory", fullAttributes(), twoGroups()));
+        return get_stream_writer("checked:memory", fullAttributes(), twoGroups()).value();
     }
 
     foundation::WarningHandler former;

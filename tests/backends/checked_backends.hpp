@@ -87,11 +87,11 @@ protected:
         StreamingAttributes attributes;
         attributes.pointLimit = 1000;
         attributes.name = std::string_view("größe");
-        return std::move(get_stream_writer(name, attributes, setup).value());
+        return get_stream_writer(name, attributes, setup).value();
     }
 
     static std::unique_ptr<StreamReader> reader(const std::string& name, const boost::any& store) {
-        return std::move(get_stream_reader(name, store).value());
+        return get_stream_reader(name, store).value();
     }
 
     SystemTempDirectory directory;
@@ -119,6 +119,7 @@ struct Script {
     std::function<void()> onCreate = [] {};
     std::function<void()> onWrite = [] {};
     std::function<void()> onFlush = [] {};
+    std::function<void()> onClose = [] {};
     int writeCount = 0;
     int flushCount = 0;
     int flushIntermediateCount = 0;
@@ -142,7 +143,10 @@ public:
         script->onFlush();
     }
     void flushIntermediate() override { ++script->flushIntermediateCount; }
-    void close() override { ++script->closeCount; }
+    void close() override {
+        ++script->closeCount;
+        script->onClose();
+    }
 
 private:
     std::shared_ptr<Script> script;

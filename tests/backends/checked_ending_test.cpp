@@ -136,6 +136,27 @@ TEST_F(CheckedEndingTest, flushThatThrowsCounts) {
     EXPECT_THROW(target->rollback(0, 1.0), std::logic_error);
 }
 
+TEST_F(CheckedEndingTest, closeThatThrowsCountsAsAFlushIfItFlushes) {
+    CheckedOptions options;
+    options.closeFlushes = true;
+    unregister();
+    offer(double_backend(script), options);
+    const auto target = writer("checked:double");
+    script->onClose = [] { throw std::bad_alloc(); };
+    EXPECT_THROW(target->close(), std::bad_alloc);
+    EXPECT_EQ(mistake_of([&] { target->flush(); }), flushedBefore);
+    EXPECT_EQ(mistake_of([&] { target->flushIntermediate(); }), noError);
+}
+
+TEST_F(CheckedEndingTest, closeThatThrowsStillEndsWriting) {
+    const auto target = writer("checked:double");
+    script->onClose = [] { throw std::bad_alloc(); };
+    EXPECT_THROW(target->close(), std::bad_alloc);
+    expect_ended(*target);
+    target->flush();
+    EXPECT_EQ(script->flushCount, 1);
+}
+
 TEST_F(CheckedEndingTest, whatWasSavedByAFlushThatThrowsCanBeHad) {
     const auto target = writer("checked:double");
     script->onFlush = [] { throw std::bad_alloc(); };

@@ -19,12 +19,10 @@ protected:
         target = writer("checked:double");
     }
 
-    /// Calls while another thread is inside `write` of the inner writer.
+    /// Calls while another thread is inside `write` of the inner writer. Once per test.
     template <class Function>
     void whileAnotherThreadWrites(Function call) {
-        std::promise<void> entered;
-        std::promise<void> leave;
-        script->onWrite = [&] {
+        script->onWrite = [this] {
             entered.set_value();
             leave.get_future().wait();
         };
@@ -38,6 +36,8 @@ protected:
 
     const std::shared_ptr<Script> script = std::make_shared<Script>();
     std::unique_ptr<StreamWriter> target;
+    std::promise<void> entered;
+    std::promise<void> leave;
 };
 
 TEST_F(CheckedThreadsTest, everyCallIsRefusedWhileAnotherThreadIsInside) {

@@ -96,11 +96,6 @@ TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryLosesNothing) {
             }
             failed = failure.happened();
         }
-        if (Access::buffer(writer, 0).empty()) {
-            // The rows were in columns: what fails from there on is a file that cannot be opened.
-            writer.clearBuffer();
-            break;
-        }
         write(writer, 0, 3.0, {30.0, 31.0, 32.0});
         writer.flush();
         EXPECT_EQ(timesIn(writer, "a"), (std::vector<double>{1.0, 2.0, 3.0})) << n;
@@ -146,7 +141,7 @@ TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryKeepsAChannelWi
         } catch (const std::bad_alloc&) {
         }
         const auto& hidden = Access::columns(writer, 0)[1];
-        EXPECT_EQ(hidden.size(), Access::buffer(writer, 0).empty() ? 2U : 1U) << n;
+        EXPECT_EQ(hidden.size(), threw ? 1U : 2U) << n;
         EXPECT_EQ(hidden.front(), 10.0);
         ASSERT_LT(n, 100U);
     }

@@ -22,6 +22,7 @@ BackendInfo find_backend(const cppmicroservices::BundleContext& context, const s
         return *found;
     }
     std::vector<std::string> names;
+    names.reserve(backends.size());
     for (const BackendInfo& info : backends) {
         names.push_back(quoted(info.name));
     }
@@ -74,15 +75,14 @@ BackendRegistrations register_checked_backend(cppmicroservices::BundleContext co
                                               const CheckedOptions& options) {
     const BackendInfo inner = find_backend(context, name);
     const CheckedRules rules = rules_of(inner, options);
-    return register_backend(context,
-                            {checked_info(inner),
-                             [rules](const StreamingAttributes& attributes,
-                                     const SequenceMap<Group, LoggedPathsSetupData>& setup) {
-                                 return make_checked_writer(rules, attributes, setup);
-                             },
-                             [name](const boost::any& dataStore) {
-                                 return found_of(get_stream_reader(name, dataStore), name);
-                             }});
+    const auto createWriter = [rules](const StreamingAttributes& attributes,
+                                      const SequenceMap<Group, LoggedPathsSetupData>& setup) {
+        return make_checked_writer(rules, attributes, setup);
+    };
+    const auto createReader = [name](const boost::any& dataStore) {
+        return found_of(get_stream_reader(name, dataStore), name);
+    };
+    return register_backend(std::move(context), {checked_info(inner), createWriter, createReader});
 }
 
 } // namespace logging2::core

@@ -1,5 +1,4 @@
 #include <logging2/host/filesystem/basic_path.hpp>
-#include <logging2/host/filesystem/ifstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
 
 #include <logging2/conformance/detail/SystemTempDirectory.hpp>
@@ -130,20 +129,6 @@ TEST(FilesystemTest, temporaryDirectoryMayBeGivenByAFunction) {
     EXPECT_THROW(fl::filesystem::temp_directory_name(), std::runtime_error);
     fl::filesystem::setTempDirectoryName({});
     EXPECT_NO_THROW(fl::filesystem::temp_directory_name());
-}
-
-TEST(FilesystemTest, inputStreamReadsBytesAsTheyAre) {
-    const SystemTempDirectory directory;
-    const Path file = inside(directory, u"\u00fc");
-    writeBytes(native(file.text()), "a\r\n\x1a\n");
-    fl::filesystem::ifstream stream(file);
-    stream.seekg(0, std::ios::end);
-    EXPECT_EQ(stream.tellg(), 5);
-    stream.seekg(0, std::ios::beg);
-    char bytes[5];
-    stream.read(bytes, 5);
-    EXPECT_EQ(std::string(bytes, 5), "a\r\n\x1a\n");
-    EXPECT_FALSE(fl::filesystem::ifstream(inside(directory, u"missing")).is_open());
 }
 
 } // namespace
