@@ -1,4 +1,5 @@
-# `cpack` makes two Debian packages of the components: liblogging2-<soversion> and liblogging2-dev.
+# `cpack` makes a Debian package of each component: liblogging2-<soversion>, liblogging2-dev and
+# logging2-conformance.
 set(logging2_runtime_package liblogging2-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(logging2_devel_package liblogging2-dev)
 
@@ -36,14 +37,19 @@ CMake and pkg-config need to find them.")
 
 # What only a package has; `cmake --install` leaves it out.
 include(${CMAKE_CURRENT_LIST_DIR}/changelog.cmake)
-foreach(component IN ITEMS runtime devel)
+set(logging2_components runtime devel)
+if(LOGGING2_BUILD_CONFORMANCE)
+  list(APPEND logging2_components conformance)
+  include(${CMAKE_CURRENT_LIST_DIR}/conformance.cmake)
+endif()
+foreach(component IN LISTS logging2_components)
   install(FILES ${PROJECT_BINARY_DIR}/debian/changelog.gz ${CMAKE_CURRENT_LIST_DIR}/copyright
     DESTINATION share/doc/${logging2_${component}_package}
     COMPONENT ${component}-package EXCLUDE_FROM_ALL)
 endforeach()
 
 include(CPack)
-foreach(component IN ITEMS runtime devel)
+foreach(component IN LISTS logging2_components)
   cpack_add_component_group(${component})
   cpack_add_component(${component} GROUP ${component})
   cpack_add_component(${component}-package GROUP ${component})
