@@ -1,6 +1,6 @@
 # Installs two components: "runtime", what a program that was linked to the library needs, and
 # "devel", what it takes to build one: headers, packages for find_package(logging2 CONFIG) and for
-# pkg-config, and the built-in back-ends, which are linked statically.
+# pkg-config, and the libraries of back-ends, which are linked statically.
 include(CMakePackageConfigHelpers)
 
 set(logging2_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/logging2)
@@ -16,7 +16,7 @@ endif()
 install(TARGETS logging2 EXPORT logging2Targets
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT devel
   ${logging2_header_sets})
-install(TARGETS logging2_builtin EXPORT logging2Targets
+install(TARGETS logging2_builtin logging2_checked EXPORT logging2Targets
   ARCHIVE COMPONENT devel
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
 if(LOGGING2_BUILD_CONFORMANCE)

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace simulate {
 
@@ -11,8 +12,12 @@ namespace simulate {
 struct Options {
     std::string model;
     std::string backend = "memory";
+    /// Shared libraries that offer further back-ends.
+    std::vector<std::string> backendLibraries;
     /// Take the library's default writer and reader instead of looking one up by name.
     bool useDefault = false;
+    /// Let the back-end report what this program does wrong.
+    bool checked = false;
     /// In the model's time unit; without it the model's own.
     std::optional<double> stopTime;
     /// Absolute and relative error bound of a solver step.

@@ -63,9 +63,17 @@ void add_options(CLI::App& app, Options& options) {
     CLI::Option* const backend = app.add_option("--backend", options.backend,
                                                 "Log to the back-end of that name (see --list)");
     backend->type_name("NAME")->capture_default_str();
-    app.add_flag("--default", options.useDefault,
-                 "Log to the library's default, which needs no look-up by name")
-        ->excludes(backend);
+    app.add_option("--backend-library", options.backendLibraries,
+                   "Load further back-ends from that shared library; may be repeated")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    CLI::Option* const useDefault =
+        app.add_flag("--default", options.useDefault,
+                     "Log to the library's default, which needs no look-up by name");
+    useDefault->excludes(backend);
+    app.add_flag("--checked", options.checked,
+                 "Fail if this program misuses the back-end, instead of going on")
+        ->excludes(useDefault);
     app.add_option("--stop-time", options.stopTime,
                    "Simulate until then, 1e-6 to 1e6 in the model's time unit (see --list)")
         ->type_name("S")

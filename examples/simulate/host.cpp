@@ -10,7 +10,7 @@
 #include <examples/simulate/report/csv.hpp>
 #include <examples/simulate/report/plot_script.hpp>
 #include <examples/simulate/report/table.hpp>
-#include <logging2/backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/checked/checked.hpp>
 
 #include <algorithm>
 #include <cctype>
@@ -32,7 +32,15 @@ std::string file_stem(const Model& model, const GroupInfo& group) {
 }
 
 Backend chosen_backend(const Options& options) {
-    return options.useDefault ? Backend() : Backend(options.backend);
+    if (options.useDefault) {
+        return Backend();
+    }
+    if (!options.checked) {
+        return Backend(options.backend);
+    }
+    logging2::core::register_checked_backend(foundation::get_global_bundle_context(),
+                                             options.backend);
+    return Backend("checked:" + options.backend);
 }
 
 RunSettings settings_of(const Model& model, const Options& options) {
@@ -125,7 +133,8 @@ void print_list(std::ostream& out) {
             << model->defaultStopTime() << unit << ")\n";
     }
     out << "Back-ends:\n";
-    for (const logging2::core::BackendInfo& backend : logging2::core::builtin_backends()) {
+    for (const logging2::core::BackendInfo& backend :
+         logging2::core::registered_backends(foundation::get_global_bundle_context())) {
         out << "  " << std::left << std::setw(19) << backend.name << backend.description << '\n';
     }
 }
@@ -138,6 +147,9 @@ std::string on_one_line(std::string text) {
 }
 
 void run_options(const Options& options, std::ostream& out, std::ostream& err, bool terminal) {
+    for (const std::string& library : options.backendLibraries) {
+        logging2::core::load_backends(library, foundation::get_global_bundle_context());
+    }
     if (options.list) {
         print_list(out);
     } else {

@@ -54,9 +54,9 @@ void check(const Backend& backend) {
     if (backend.name.empty()) {
         throw std::invalid_argument("register_backend: the back-end has no name");
     }
-    if (backend.name.find_first_of("*()\\") != std::string::npos) {
+    if (backend.name.find_first_of("*()\\\x7f") != std::string::npos) {
         throw std::invalid_argument("register_backend: the name of " + quoted +
-                                    " contains one of the characters * ( ) \\");
+                                    " contains * ( ) \\ or the delete character");
     }
     if (!backend.createWriter || !backend.createReader) {
         throw std::invalid_argument("register_backend: " + quoted + " has no " +
@@ -77,15 +77,19 @@ ServiceProperties properties_of(const BackendInfo& info, const std::string& name
 template <class Value>
 Value property(const cppmicroservices::ServiceReferenceBase& service, const std::string& key) {
     const Any any = service.GetProperty(key);
-    const Value* const value = cppmicroservices::any_cast<Value>(&any);
+    const auto* const value = cppmicroservices::any_cast<Value>(&any);
     return value == nullptr ? Value() : *value;
 }
 
-void unregister(BackendRegistrations& registrations) {
-    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
-        registration.Unregister();
-    }
-    registrations.clear();
+void register_services(BundleContext& context, const Backend& backend,
+                       BackendRegistrations& registrations) {
+    check(backend);
+    registrations.emplace_back(context.RegisterService<StreamWriterService>(
+        std::make_shared<BackendWriterService>(backend.createWriter),
+        properties_of(backend, vtllogging_write_type_id())));
+    registrations.emplace_back(context.RegisterService<StreamReaderService>(
+        std::make_shared<BackendReaderService>(backend.createReader),
+        properties_of(backend, vtllogging_read_type_id())));
 }
 
 using OfferBackends = void(std::vector<Backend>&);
@@ -96,7 +100,8 @@ OfferBackends* load_function(const std::string& file) {
     const std::string failed = "cannot load back-ends from \"" + file + "\": ";
     void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
-        throw std::runtime_error(failed + dlerror());
+        // Each thread has a message of its own.
+        throw std::runtime_error(failed + dlerror()); // NOLINT(concurrency-mt-unsafe)
     }
     void* const function = dlsym(library, "logging2_backends");
     if (function == nullptr) {
@@ -109,35 +114,22 @@ OfferBackends* load_function(const std::string& file) {
 } // namespace
 
 BackendRegistrations register_backend(BundleContext context, const Backend& backend) {
-    check(backend);
-    const auto writers = std::make_shared<BackendWriterService>(backend.createWriter);
-    const auto readers = std::make_shared<BackendReaderService>(backend.createReader);
-    BackendRegistrations registrations;
-    registrations.reserve(2);
-    registrations.emplace_back(context.RegisterService<StreamWriterService>(
-        writers, properties_of(backend, vtllogging_write_type_id())));
-    try {
-        registrations.emplace_back(context.RegisterService<StreamReaderService>(
-            readers, properties_of(backend, vtllogging_read_type_id())));
-    } catch (...) {
-        unregister(registrations);
-        throw;
-    }
-    return registrations;
+    return register_backends(std::move(context), {backend});
 }
 
 BackendRegistrations register_backends(BundleContext context,
                                        const std::vector<Backend>& backends) {
     BackendRegistrations registrations;
+    // So that no service is registered whose handle finds no place.
     registrations.reserve(2 * backends.size());
     try {
         for (const Backend& backend : backends) {
-            for (auto& registration : register_backend(context, backend)) {
-                registrations.push_back(std::move(registration));
-            }
+            register_services(context, backend, registrations);
         }
     } catch (...) {
-        unregister(registrations);
+        for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
+            registration.Unregister();
+        }
         throw;
     }
     return registrations;
@@ -161,7 +153,7 @@ std::vector<BackendInfo> registered_backends(BundleContext context) {
 BackendRegistrations load_backends(const std::string& file, BundleContext context) {
     std::vector<Backend> backends;
     load_function(file)(backends);
-    return register_backends(context, backends);
+    return register_backends(std::move(context), backends);
 }
 
 } // namespace logging2::core

@@ -72,10 +72,10 @@ using BackendRegistrations = std::vector<cppmicroservices::ServiceRegistrationU>
 ///
 /// If a name is registered twice, the first registration is the one that is found.
 ///
-/// Throws std::invalid_argument if a function is missing, or if the name is empty or contains one
-/// of the characters `*`, `(`, `)` and `\`, which have a meaning in the registry's filters. Throws
-/// cppmicroservices::IllegalStateException if the context is invalid. Nothing stays registered
-/// after an error. Any thread may call.
+/// Throws std::invalid_argument if a function is missing, or if the name is empty or contains `*`,
+/// `(`, `)`, `\` or the delete character (0x7F), which have a meaning in the registry's filters.
+/// Throws cppmicroservices::IllegalStateException if the context is invalid. Nothing stays
+/// registered after an error. Any thread may call.
 LOGGING2_EXPORT BackendRegistrations register_backend(cppmicroservices::BundleContext context,
                                                       const Backend& backend);
 

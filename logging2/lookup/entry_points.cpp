@@ -15,16 +15,14 @@
 namespace logging2::core {
 namespace {
 
-/// The reference's service object, or null if there is none or it was unregistered meanwhile.
+/// The reference's service object, or null if there is none or the service was unregistered after
+/// it was found.
 template <class Service>
 std::shared_ptr<Service> object_of(cppmicroservices::BundleContext& context,
                                    const cppmicroservices::ServiceReference<Service>& reference) {
     try {
         return context.GetService(reference);
     } catch (const std::invalid_argument&) {
-        if (reference) {
-            throw;
-        }
         return nullptr;
     }
 }

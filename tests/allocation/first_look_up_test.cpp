@@ -1,6 +1,7 @@
 #include <tests/allocation/first_calls.hpp>
+#include <tests/support/registrations.hpp>
 
-// The look-up that starts the process's framework, while every allocation fails once.
+// What a process looks up and registers first, while every allocation fails once.
 
 namespace logging2::core::test {
 namespace {
@@ -15,6 +16,21 @@ TEST_F(FirstCallsSweepTest, lookUpStartsTheFrameworkOnTheNextCall) {
     });
     EXPECT_GT(writers.thrown, 5U);
     EXPECT_GT(readers.thrown, 5U);
+}
+
+// The services are taken back, so that the second call finds the registry as the first one did.
+TEST_F(FirstCallsSweepTest, backendIsRegisteredByTheNextCall) {
+    foundation::install_and_start_vantrel_core();
+    expect_every_first_failure_comes_out("register_backend", [] {
+        unregister(register_backend(
+            foundation::get_global_bundle_context(),
+            make_backend<MemoryStreamWriter, MemoryStreamReader>({"memory", "", true, false})));
+    });
+    expect_every_first_failure_comes_out("load_backends", [] {
+        unregister(load_backends(LOGGING2_TEST_MODULES "/two_backends.so",
+                                 foundation::get_global_bundle_context()));
+    });
+    foundation::stop_vantrel_core();
 }
 
 } // namespace

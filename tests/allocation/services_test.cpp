@@ -1,6 +1,7 @@
 #include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <tests/allocation/native_subjects.hpp>
+#include <tests/support/registrations.hpp>
 
 #include <cppmicroservices/Framework.h>
 #include <cppmicroservices/FrameworkFactory.h>
@@ -14,7 +15,6 @@ namespace logging2::core::test {
 namespace {
 
 using cppmicroservices::ServiceProperties;
-using cppmicroservices::ServiceRegistrationU;
 
 /// The built-in back-ends are offered in the process's framework.
 class ServicesSweepTest : public NativeSweepTest {
@@ -23,17 +23,13 @@ protected:
         foundation::install_and_start_vantrel_core();
         registrations = register_builtin_backends(context());
     }
-    ~ServicesSweepTest() override {
-        for (ServiceRegistrationU& registration : registrations) {
-            registration.Unregister();
-        }
-    }
+    ~ServicesSweepTest() override { unregister(registrations); }
 
     static cppmicroservices::BundleContext context() {
         return foundation::get_global_bundle_context();
     }
 
-    std::vector<ServiceRegistrationU> registrations;
+    BackendRegistrations registrations;
 };
 
 struct WriterLookUp {
@@ -92,19 +88,26 @@ TEST_F(ServicesSweepTest, nameWithoutAServiceFindsNothing) {
         [](WriterLookUp& subject, Attempt) { EXPECT_FALSE(subject.found.has_value()); });
 }
 
-TEST_F(ServicesSweepTest, nameThatBreaksTheFilterIsRefusedOrTheFailureComesOut) {
+/// Expects that the operation throws its error wherever no allocation fails.
+template <class Error, class Act>
+void expect_refusal(const std::string& operation, const std::string& outcome, Act act) {
+    const auto actAndExpectError = [&](int) {
+        try {
+            act();
+            ADD_FAILURE() << "accepted";
+        } catch (const Error&) {
+        }
+    };
     const SweepCounts counts =
-        for_every_failing_allocation([] { return 0; },
-                                     [](int) {
-                                         try {
-                                             get_stream_reader("a)b", boost::any());
-                                             ADD_FAILURE() << "accepted";
-                                         } catch (const std::invalid_argument&) {
-                                         }
-                                     },
-                                     [](int, Attempt) {});
-    EXPECT_GT(counts.thrown, 5U);
-    print_sweep("get_stream_reader, malformed name", counts, "else std::invalid_argument");
+        for_every_failing_allocation([] { return 0; }, actAndExpectError, [](int, Attempt) {});
+    EXPECT_GT(counts.thrown, 2U);
+    print_sweep(operation, counts, outcome);
+}
+
+TEST_F(ServicesSweepTest, nameThatBreaksTheFilterIsRefusedOrTheFailureComesOut) {
+    expect_refusal<std::invalid_argument>("get_stream_reader, malformed name",
+                                          "else std::invalid_argument",
+                                          [] { get_stream_reader("a)b", boost::any()); });
 }
 
 /// A framework of its own, so that what was registered goes with it.
@@ -116,54 +119,97 @@ struct RegistrationRun {
     }
 
     cppmicroservices::Framework framework = cppmicroservices::FrameworkFactory().NewFramework();
-    std::vector<ServiceRegistrationU> registrations;
+    BackendRegistrations registrations;
 };
 
-TEST_F(ServicesSweepTest, registrationThatFailsHalfWayKeepsWhatWasRegistered) {
-    std::size_t formerCount = 0;
+/// Expects that the operation registers the services of its back-ends, two each, or none at all.
+template <class Register>
+void expect_all_or_none(const std::string& operation, std::size_t backendCount, Register act) {
     expect_every_failure_comes_out(
-        "register_builtin_backends", "what was registered stays; the framework stops and frees it",
+        operation, "nothing is registered; the next call registers everything",
         [] { return std::make_unique<RegistrationRun>(); },
-        [](std::unique_ptr<RegistrationRun>& run) {
-            run->registrations = register_builtin_backends(run->framework.GetBundleContext());
+        [&](std::unique_ptr<RegistrationRun>& run) {
+            run->registrations = act(run->framework.GetBundleContext());
         },
         [&](std::unique_ptr<RegistrationRun>& run, Attempt attempt) {
-            const std::size_t count = run->serviceCount();
-            EXPECT_EQ(count == 6 && run->registrations.size() == 6, !attempt.threw);
-            EXPECT_TRUE(count >= formerCount || attempt.before == 0);
-            formerCount = attempt.failed ? count : 0;
-            register_builtin_backends(run->framework.GetBundleContext());
-            EXPECT_EQ(run->serviceCount(), count + 6);
+            EXPECT_EQ(run->serviceCount(), attempt.threw ? 0 : 2 * backendCount);
+            if (attempt.threw) {
+                run->registrations = act(run->framework.GetBundleContext());
+            }
+            EXPECT_EQ(run->registrations.size(), 2 * backendCount);
+            EXPECT_EQ(run->serviceCount(), 2 * backendCount);
         });
 }
 
-class MemoryService final : public StreamWriterService {
-    std::unique_ptr<StreamWriter>
-    createStreamWriter(const StreamingAttributes& attributes,
-                       const SequenceMap<Group, LoggedPathsSetupData>& setup) override {
-        return get_default_stream_writer(attributes, setup);
-    }
-};
+TEST_F(ServicesSweepTest, registrationThatFailsLeavesNothingRegistered) {
+    expect_all_or_none("register_backend", 1, [](cppmicroservices::BundleContext context) {
+        return register_backend(std::move(context), builtin_backends().front());
+    });
+    expect_all_or_none("register_backends", 3, [](cppmicroservices::BundleContext context) {
+        return register_backends(std::move(context), builtin_backends());
+    });
+    expect_all_or_none("register_builtin_backends", 3, register_builtin_backends);
+    expect_all_or_none("load_backends", 2, [](cppmicroservices::BundleContext context) {
+        return load_backends(LOGGING2_TEST_MODULES "/two_backends.so", std::move(context));
+    });
+}
 
-class MakesMemoryServices final : public cppmicroservices::ServiceFactory {
+TEST_F(ServicesSweepTest, badBackendIsRefusedOrTheFailureComesOut) {
+    const std::size_t formerCount = context().GetServiceReferences("").size();
+    std::vector<Backend> backends = builtin_backends();
+    backends.back().name = "a*b";
+    expect_refusal<std::invalid_argument>("register_backends, malformed name",
+                                          "nothing is registered, else std::invalid_argument",
+                                          [&] { register_backends(context(), backends); });
+    EXPECT_EQ(context().GetServiceReferences("").size(), formerCount);
+}
+
+TEST_F(ServicesSweepTest, libraryIsRefusedOrTheFailureComesOut) {
+    expect_refusal<std::runtime_error>("load_backends, no file", "else std::runtime_error",
+                                       [] { load_backends("/nowhere/absent.so", context()); });
+    expect_refusal<std::runtime_error>("load_backends, no function", "else std::runtime_error", [] {
+        load_backends(LOGGING2_TEST_MODULES "/no_function.so", context());
+    });
+}
+
+TEST_F(ServicesSweepTest, listOfBackendsIsWholeOrNotThere) {
+    const SweepCounts counts = for_every_failing_allocation(
+        [] { return std::vector<BackendInfo>(); },
+        [](std::vector<BackendInfo>& backends) { backends = registered_backends(context()); },
+        [](std::vector<BackendInfo>& backends, Attempt attempt) {
+            EXPECT_EQ(backends.size(), attempt.threw ? 0U : 3U);
+        });
+    EXPECT_GT(counts.thrown, 10U);
+    print_sweep("registered_backends", counts, "no list; absorbed: room to sort by ranking");
+}
+
+/// Hands out a service that exists already.
+class HandsOutService final : public cppmicroservices::ServiceFactory {
+public:
+    explicit HandsOutService(std::shared_ptr<StreamWriterService> given)
+        : service(std::move(given)) {}
+
     cppmicroservices::InterfaceMapConstPtr
     GetService(const cppmicroservices::Bundle&,
                const cppmicroservices::ServiceRegistrationBase&) override {
-        return cppmicroservices::MakeInterfaceMap<StreamWriterService>(
-            std::make_shared<MemoryService>());
+        return cppmicroservices::MakeInterfaceMap<StreamWriterService>(service);
     }
 
     void UngetService(const cppmicroservices::Bundle&,
                       const cppmicroservices::ServiceRegistrationBase&,
                       const cppmicroservices::InterfaceMapConstPtr&) override {}
+
+private:
+    std::shared_ptr<StreamWriterService> service;
 };
 
 // The registry keeps the errors of a factory to itself, also this one.
 TEST_F(ServicesSweepTest, failureInsideAFactoryMeansThatThereIsNoService) {
     ServiceProperties properties;
     properties[vtllogging_write_type_id()] = std::string("made");
+    const auto service = context().GetService(context().GetServiceReference<StreamWriterService>());
     registrations.push_back(context().RegisterService<StreamWriterService>(
-        cppmicroservices::ToFactory(std::make_shared<MakesMemoryServices>()), properties));
+        cppmicroservices::ToFactory(std::make_shared<HandsOutService>(service)), properties));
     std::size_t notFound = 0;
     const SweepCounts counts = for_every_failing_allocation(
         [] { return WriterLookUp(); },

@@ -2,6 +2,7 @@
 
 #include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <logging2/logging2.hpp>
+#include <tests/support/registrations.hpp>
 #include <tests/support/setups.hpp>
 
 #include <cppmicroservices/IllegalStateException.h>
@@ -55,9 +56,7 @@ TEST_F(BuiltinBackendsTest, everyNameThatIsListedIsRegistered) {
 }
 
 TEST_F(BuiltinBackendsTest, registrationsCanBeTakenBack) {
-    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
-        registration.Unregister();
-    }
+    unregister(registrations);
     EXPECT_FALSE(get_stream_writer("memory", StreamingAttributes{}, scalarSetup()).has_value());
     EXPECT_FALSE(get_stream_reader("memory", boost::any()).has_value());
 }

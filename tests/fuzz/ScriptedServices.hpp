@@ -42,39 +42,24 @@ std::unique_ptr<Object> answer(std::size_t number, Answer what, const Make& make
     return what == Answer::null ? nullptr : make();
 }
 
-class ScriptedWriterService final : public StreamWriterService {
-public:
-    ScriptedWriterService(std::size_t number, Answer answer) : id(number), what(answer) {}
-
-    std::unique_ptr<StreamWriter> createStreamWriter(const StreamingAttributes& attributes,
-                                                     const GroupSetup& setup) override {
-        return answer<StreamWriter>(
-            id, what, [&] { return std::make_unique<MemoryStreamWriter>(attributes, setup); });
-    }
-
-private:
-    std::size_t id;
-    Answer what;
-};
-
-class ScriptedReaderService final : public StreamReaderService {
-public:
-    ScriptedReaderService(std::size_t number, Answer answer) : id(number), what(answer) {}
-
-    std::unique_ptr<StreamReader> createStreamReader(const boost::any& dataStore) override {
-        return answer<StreamReader>(
-            id, what, [&] { return std::make_unique<MemoryStreamReader>(dataStore); });
-    }
-
-private:
-    std::size_t id;
-    Answer what;
-};
+/// A back-end whose writers and readers are scripted alike.
+inline Backend scriptedBackend(std::size_t number, Answer what) {
+    return {{"scripted", "", true, false},
+            [=](const StreamingAttributes& attributes, const GroupSetup& setup) {
+                return answer<StreamWriter>(number, what, [&] {
+                    return std::make_unique<MemoryStreamWriter>(attributes, setup);
+                });
+            },
+            [=](const boost::any& dataStore) {
+                return answer<StreamReader>(
+                    number, what, [&] { return std::make_unique<MemoryStreamReader>(dataStore); });
+            }};
+}
 
 /// Writers or readers: how they are registered, and how they are asked for.
 struct WriterSide {
     using Interface = StreamWriterService;
-    using Service = ScriptedWriterService;
+    static constexpr std::size_t place = 0; // among the registrations of a back-end
     static std::string key() { return vtllogging_write_type_id(); }
     static auto ask(const std::string& name) {
         return get_stream_writer(name, StreamingAttributes{}, scalarSetup());
@@ -88,7 +73,7 @@ struct WriterSide {
 
 struct ReaderSide {
     using Interface = StreamReaderService;
-    using Service = ScriptedReaderService;
+    static constexpr std::size_t place = 1;
     static std::string key() { return vtllogging_read_type_id(); }
     static auto ask(const std::string& name) { return get_stream_reader(name, boost::any()); }
     static const std::type_info& builtin(std::size_t number) {
@@ -186,13 +171,14 @@ private:
     static ServiceRegistrationU registered(std::size_t number, Answer what,
                                            const ServiceProperties& properties) {
         auto context = foundation::get_global_bundle_context();
-        using Interface = typename Side::Interface;
         if (what == Answer::none) {
-            return context.RegisterService<Interface>(
+            return context.RegisterService<typename Side::Interface>(
                 cppmicroservices::ToFactory(std::make_shared<NullServiceFactory>()), properties);
         }
-        return context.RegisterService<Interface>(
-            std::make_shared<typename Side::Service>(number, what), properties);
+        BackendRegistrations both = register_backend(context, scriptedBackend(number, what));
+        both[1 - Side::place].Unregister();
+        both[Side::place].SetProperties(properties);
+        return both[Side::place];
     }
 
     bool isBuiltin(std::size_t number) const {

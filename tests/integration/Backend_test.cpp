@@ -33,12 +33,13 @@ std::string reader_error(const std::string& name) {
 
 TEST(BackendTest, aNameThatIsNotRegisteredListsThoseThereAre) {
     EXPECT_EQ(writer_error("nowhere").find(
-                  "no such back-end: \"nowhere\" (there are: memory, memory-restricted"),
+                  "no such back-end: \"nowhere\" (there are: memory, memory-restricted, native, "
+                  "declining, single-use"),
               0u);
 }
 
 TEST(BackendTest, aNameIsNotTakenForAPattern) {
-    for (const std::string name : {"*", "mem*", "a)b", "(memory", "mem\\ory", ""}) {
+    for (const std::string name : {"*", "mem*", "a)b", "(memory", "mem\\ory", "\x7f", ""}) {
         EXPECT_EQ(writer_error(name).find("no such back-end"), 0u) << name;
     }
 }

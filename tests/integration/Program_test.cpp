@@ -22,7 +22,7 @@ TEST(ProgramTest, listsModelsAndBackends) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     for (const std::string name :
-         {"bouncing-ball", "dc-motor", "lorenz", "memory", "memory-restricted"}) {
+         {"bouncing-ball", "dc-motor", "lorenz", "memory", "memory-restricted", "native"}) {
         EXPECT_TRUE(std::regex_search(result.out, std::regex("\n  " + name + " +[^ \n].*\n")))
             << name;
     }
@@ -34,8 +34,9 @@ TEST(ProgramTest, helpExplainsEveryOption) {
     const auto result = run_simulate(directory.path(), "--help");
     EXPECT_EQ(result.status, 0);
     for (const std::string word :
-         {"MODEL", "--backend NAME", "--default", "--stop-time S", "--tolerance R",
-          "--point-limit N", "--out DIR", "--no-plots", "--list", "Examples:"}) {
+         {"MODEL", "--backend NAME", "--backend-library FILE", "--default", "--checked",
+          "--stop-time S", "--tolerance R", "--point-limit N", "--out DIR", "--no-plots", "--list",
+          "Examples:"}) {
         EXPECT_NE(result.out.find(word), std::string::npos) << word;
     }
 }
@@ -97,6 +98,26 @@ TEST(ProgramTest, everyBackendWritesTheSameCsv) {
     EXPECT_EQ(bytesOf(directory.path() / "c" / file), expected);
 }
 
+void expect_same_files(const std::filesystem::path& a, const std::filesystem::path& b) {
+    for (const auto& entry : std::filesystem::directory_iterator(a)) {
+        EXPECT_EQ(bytesOf(entry.path()), bytesOf(b / entry.path().filename())) << entry.path();
+    }
+}
+
+TEST(ProgramTest, checkedRunsOfEveryModelWriteTheSameCsv) {
+    for (const std::string model : {"bouncing-ball", "dc-motor", "lorenz"}) {
+        for (const std::string backend : {"memory", "memory-restricted", "native"}) {
+            const TemporaryDirectory directory;
+            const std::string run = model + " --no-plots --stop-time 2 --backend " + backend;
+            EXPECT_EQ(run_simulate(directory.path(), run + " --out plain").status, 0);
+            const auto checked = run_simulate(directory.path(), run + " --checked --out checked");
+            EXPECT_EQ(checked.status, 0) << run;
+            EXPECT_EQ(checked.err, "") << run;
+            expect_same_files(directory.path() / "plain", directory.path() / "checked");
+        }
+    }
+}
+
 /// How many files are anywhere below the directory.
 std::ptrdiff_t file_count(const std::filesystem::path& directory) {
     const std::filesystem::recursive_directory_iterator entries(directory);
@@ -123,6 +144,20 @@ TEST(ProgramTest, tellsOfStepsThatTheBackendKept) {
     EXPECT_NE(result.out.find("\nsteps taken back  0\n"), std::string::npos) << result.out;
     EXPECT_NE(result.out.find("\nsteps kept        28 (RollbackNotSupported: "), std::string::npos)
         << result.out;
+}
+
+TEST(ProgramTest, backendOfALoadedLibraryIsListedAndUsed) {
+    const TemporaryDirectory directory;
+    const std::string load = "--backend-library '" LOGGING2_TEST_MODULES "/two_backends.so' ";
+    const auto list = run_simulate(directory.path(), load + "--list");
+    EXPECT_NE(list.out.find("\n  counting           stores the number of each step\n"),
+              std::string::npos)
+        << list.out;
+    const auto result = run_simulate(
+        directory.path(), load + "lorenz --backend counting --stop-time 1 --no-plots --out .");
+    EXPECT_EQ(result.status, 0) << result.err;
+    const std::string csv = bytesOf(directory.path() / "lorenz_state.csv");
+    EXPECT_TRUE(std::regex_search(csv, std::regex("\n0,1,1,1\n[^,]+,2,2,2\n"))) << csv;
 }
 
 TEST(ProgramTest, pointLimitBoundsTheResult) {

@@ -166,6 +166,15 @@ TEST_F(NativeStreamReaderTest, fileThatCannotBeDeletedDoesNotSaveTheOther) {
     EXPECT_FALSE(std::filesystem::exists(values));
 }
 
+TEST_F(NativeStreamReaderTest, directoryInPlaceOfAFileStays) {
+    std::filesystem::create_directory(times);
+    writeDoubles(values, {1.0});
+    auto reader = std::make_unique<NativeStreamReader>(boost::any(store()));
+    EXPECT_NO_THROW(reader.reset());
+    EXPECT_TRUE(std::filesystem::exists(times));
+    EXPECT_FALSE(std::filesystem::exists(values));
+}
+
 // A values file that exists only while the times file does: it is gone when its turn comes.
 TEST_F(NativeStreamReaderTest, timesFileIsDeletedBeforeTheValuesFile) {
     std::filesystem::create_directory(directory.path() / "d");

@@ -1,7 +1,6 @@
 #include <examples/simulate/logging/Backend.hpp>
 
 #include <examples/simulate/HostError.hpp>
-#include <logging2/backends/builtin/builtin_backends.hpp>
 
 #include <new>
 #include <stdexcept>
@@ -14,7 +13,8 @@ using logging2::core::StreamWriter;
 
 std::string unknown_backend(const std::string& name) {
     std::string names;
-    for (const logging2::core::BackendInfo& known : logging2::core::builtin_backends()) {
+    for (const logging2::core::BackendInfo& known :
+         logging2::core::registered_backends(foundation::get_global_bundle_context())) {
         names += (names.empty() ? "" : ", ") + known.name;
     }
     return "no such back-end: \"" + name + "\" (there are: " + names + ")";
@@ -26,7 +26,7 @@ std::string failed_backend(const Backend& backend, const std::string& reason) {
 
 /// Names become part of a registry filter, in which some characters have a meaning.
 bool is_plain_name(const std::string& name) {
-    return !name.empty() && name.find_first_of("*()\\") == std::string::npos;
+    return !name.empty() && name.find_first_of("*()\\\x7f") == std::string::npos;
 }
 
 /// Calls the library and turns what it throws into HostErrors of the back-end.

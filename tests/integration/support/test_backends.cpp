@@ -1,8 +1,8 @@
 #include <tests/integration/support/test_backends.hpp>
 
 #include <logging2/backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/checked/checked.hpp>
 
-#include <functional>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -10,22 +10,19 @@
 namespace integration {
 namespace {
 
+using logging2::core::Backend;
 using logging2::core::DataStoreInfo;
 using logging2::core::Group;
 using logging2::core::LoggedPathsSetupData;
+using logging2::core::make_backend;
 using logging2::core::MemoryDatastore;
 using logging2::core::MemoryStreamReader;
 using logging2::core::MemoryStreamWriter;
 using logging2::core::SequenceMap;
 using logging2::core::StreamingAttributes;
 using logging2::core::StreamReader;
-using logging2::core::StreamReaderService;
 using logging2::core::StreamWriter;
-using logging2::core::StreamWriterService;
 using Setup = SequenceMap<Group, LoggedPathsSetupData>;
-using MakeWriter =
-    std::function<std::unique_ptr<StreamWriter>(const StreamingAttributes&, const Setup&)>;
-using MakeReader = std::function<std::unique_ptr<StreamReader>(const boost::any&)>;
 
 class DecliningWriter final : public MemoryStreamWriter {
 public:
@@ -74,81 +71,53 @@ private:
     MemoryStreamReader reader;
 };
 
-class TestWriterService final : public StreamWriterService {
-public:
-    explicit TestWriterService(MakeWriter function) : make(std::move(function)) {}
-    std::unique_ptr<StreamWriter> createStreamWriter(const StreamingAttributes& attributes,
-                                                     const Setup& setup) override {
-        return make(attributes, setup);
-    }
-
-private:
-    MakeWriter make;
-};
-
-class TestReaderService final : public StreamReaderService {
-public:
-    explicit TestReaderService(MakeReader function) : make(std::move(function)) {}
-    std::unique_ptr<StreamReader> createStreamReader(const boost::any& dataStore) override {
-        return make(dataStore);
-    }
-
-private:
-    MakeReader make;
-};
-
-template <class Writer>
-std::unique_ptr<StreamWriter> make_writer(const StreamingAttributes& attributes,
-                                          const Setup& setup) {
-    return std::make_unique<Writer>(attributes, setup);
-}
-
-template <class Reader>
-std::unique_ptr<StreamReader> make_reader(const boost::any& dataStore) {
-    return std::make_unique<Reader>(dataStore);
-}
-
 std::unique_ptr<StreamReader> make_short_reader(const boost::any& dataStore) {
     boost::any_cast<MemoryDatastore>(dataStore).values->pop_back();
     return std::make_unique<MemoryStreamReader>(dataStore);
 }
 
+Backend memory_backend(const std::string& name) {
+    return make_backend<MemoryStreamWriter, MemoryStreamReader>(
+        {name, "keeps every step in memory", true, false});
+}
+
 template <class Exception>
-MakeWriter throwing(Exception exception) {
-    return [exception](const StreamingAttributes&, const Setup&) -> std::unique_ptr<StreamWriter> {
+Backend throwing_backend(const std::string& name, Exception exception) {
+    Backend backend = memory_backend(name);
+    backend.createWriter = [exception](auto&&...) -> std::unique_ptr<StreamWriter> {
         throw exception;
     };
+    return backend;
 }
 
-void register_writer(const std::string& name, MakeWriter make) {
-    cppmicroservices::ServiceProperties properties;
-    properties[logging2::core::vtllogging_write_type_id()] = name;
-    foundation::get_global_bundle_context().RegisterService<StreamWriterService>(
-        std::make_shared<TestWriterService>(std::move(make)), properties);
+Backend null_backend(const std::string& name) {
+    return {{name, "makes nothing", false, false},
+            [](auto&&...) { return nullptr; },
+            [](auto&&) { return nullptr; }};
 }
 
-void register_reader(const std::string& name, MakeReader make) {
-    cppmicroservices::ServiceProperties properties;
-    properties[logging2::core::vtllogging_read_type_id()] = name;
-    foundation::get_global_bundle_context().RegisterService<StreamReaderService>(
-        std::make_shared<TestReaderService>(std::move(make)), properties);
+Backend short_backend(const std::string& name) {
+    Backend backend = memory_backend(name);
+    backend.createReader = make_short_reader;
+    return backend;
 }
 
 bool register_all() {
     foundation::install_and_start_vantrel_core();
-    logging2::core::register_builtin_backends(foundation::get_global_bundle_context());
-    register_writer("declining", make_writer<DecliningWriter>);
-    register_reader("declining", make_reader<MemoryStreamReader>);
-    register_writer("single-use", make_writer<SingleUseWriter>);
-    register_reader("single-use", make_reader<SingleUseReader>);
-    register_writer("makes-nothing",
-                    [](const StreamingAttributes&, const Setup&) { return nullptr; });
-    register_reader("makes-nothing", [](const boost::any&) { return nullptr; });
-    register_writer("throws", throwing(std::runtime_error("the cable is out")));
-    register_writer("out-of-memory", throwing(std::bad_alloc()));
-    register_writer("no-reader", make_writer<MemoryStreamWriter>);
-    register_writer("short", make_writer<MemoryStreamWriter>);
-    register_reader("short", make_short_reader);
+    const auto context = foundation::get_global_bundle_context();
+    logging2::core::register_builtin_backends(context);
+    for (const auto& backend : logging2::core::builtin_backends()) {
+        logging2::core::register_checked_backend(context, backend.name);
+    }
+    logging2::core::register_backends(
+        context, {make_backend<DecliningWriter, MemoryStreamReader>(
+                      {"declining", "keeps rejected steps", false, false}),
+                  make_backend<SingleUseWriter, SingleUseReader>(
+                      {"single-use", "is read once", true, false}),
+                  null_backend("makes-nothing"),
+                  throwing_backend("throws", std::runtime_error("the cable is out")),
+                  throwing_backend("out-of-memory", std::bad_alloc()), short_backend("short")});
+    logging2::core::register_backend(context, memory_backend("no-reader")).back().Unregister();
     return true;
 }
 

@@ -1,0 +1,3 @@
+extern "C" int logging2_another_function() {
+    return 0;
+}
