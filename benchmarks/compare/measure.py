@@ -57,6 +57,8 @@ def run_pair(program: str, pair: Pair, scale: float) -> tuple[dict, dict]:
     try:
         document = json.loads(done.stdout)
         [run] = document["benchmarks"]
+        if done.returncode != 0 and not run.get("error_occurred"):
+            raise ValueError
     except ValueError:
         document = {"context": {}}
         run = {"name": "/".join(pair), "error_occurred": True,

@@ -5,6 +5,7 @@ from pathlib import Path
 import matplotlib
 from matplotlib.axes import Axes
 from matplotlib.figure import Figure
+from matplotlib.ticker import LogLocator
 
 from benchmarks.compare.questions import Question
 from benchmarks.compare.results import Results, Summary
@@ -41,7 +42,7 @@ def _panels(question: Question, results: Results) -> Figure:
 def _panel(axes: Axes, question: Question, workload: str, results: Results) -> None:
     axes.set_xscale("log")
     axes.set_title(workload, loc="left", fontsize=9)
-    highest = 0.0
+    lows, highs = [], []
     for position, entry in enumerate(question.entries):
         summary = results.summary(entry.contender, workload, entry.phase)
         if summary is None:
@@ -51,16 +52,19 @@ def _panel(axes: Axes, question: Question, workload: str, results: Results) -> N
                       xerr=[[summary.median - summary.low], [summary.high - summary.median]])
         axes.annotate(_label(summary), (summary.high, position), xytext=(6, 0),
                       textcoords="offset points", va="center", fontsize=8)
-        highest = max(highest, summary.high)
+        lows.append(summary.low)
+        highs.append(summary.high)
         axes.set_title(f"{workload}: {summary.label}", loc="left", fontsize=9)
-    if highest:
-        axes.set_xlim(right=3 * highest)  # room for the label of the longest
+    if highs:
+        axes.set_xlim(right=3 * max(highs))  # room for the label of the longest
+        labelled = (1,) if max(highs) > 100 * min(lows) else (1, 2, 5)
+        axes.xaxis.set_major_locator(LogLocator(subs=labelled))
     floor = floor_of(question, workload, results)
     if floor is not None:
         axes.axvline(floor, color=FLOOR_COLOUR, linestyle="--", linewidth=1.2)
     axes.set_yticks(range(len(question.entries)), [entry.title for entry in question.entries])
     axes.set_ylim(len(question.entries) - 0.4, -0.6)
-    axes.xaxis.set_major_formatter("{x:g}")
+    axes.xaxis.set_major_formatter("{x:,.10g}")
 
 
 def _label(summary: Summary) -> str:
@@ -86,7 +90,7 @@ def _growth(question: Question, results: Results) -> Figure:
     axes.set_title(question.title, fontsize=10)
     axes.set_xlabel("rows" if question.per == "row" else "channels")
     axes.set_ylabel(f"ns per {question.per}")
-    axes.xaxis.set_major_formatter("{x:,.0f}")
-    axes.yaxis.set_major_formatter("{x:g}")
+    axes.xaxis.set_major_formatter("{x:,.10g}")
+    axes.yaxis.set_major_formatter("{x:,.10g}")
     axes.legend(loc="upper center", bbox_to_anchor=(0.5, -0.12), ncols=2, frameon=False)
     return figure

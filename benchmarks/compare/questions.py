@@ -121,7 +121,7 @@ QUESTIONS = [
         ],
         floor="loop", most_repetitions=3),
     Question(
-        "reading", "Reading a values file of 512 MiB", ["1x67108864"],
+        "reading", "Reading a values file", ["1x67108864"],
         [
             Entry("native-reader", "run", "NativeStreamReader::timeseries()"),
             Entry("stream-vector", "run", "std::vector, ifstream::read after resize"),

@@ -58,7 +58,7 @@ class MeasureTest(unittest.TestCase):
 
     def test_merges_the_runs_of_all_rounds(self):
         document = self.measured(
-            'echo "{\\"context\\": {\\"date\\": \\"d\\"}, \\"benchmarks\\": [{\\"name\\": \\"$*\\"}]}"')
+            'cat <<END\n{"context": {"date": "d"}, "benchmarks": [{"name": "$*"}]}\nEND\n')
         names = [one["name"] for one in document["benchmarks"]]
         self.assertEqual(
             names, ["--benchmark_filter=^csv/W1/ --benchmark_format=json --scale=0.05"] * 2)
@@ -70,6 +70,10 @@ class MeasureTest(unittest.TestCase):
         one = document["benchmarks"][0]
         self.assertEqual((one["name"], one["error_occurred"]), ("csv/W1", True))
         self.assertEqual(one["error_message"], "ended with status 3: no memory\n")
+
+    def test_program_that_fails_after_its_report_is_a_failed_run(self):
+        document = self.measured('cat <<END\n{"context": {}, "benchmarks": [{}]}\nEND\nexit 4')
+        self.assertTrue(document["benchmarks"][0]["error_occurred"])
 
     def test_run_that_no_program_has_is_a_failed_run(self):
         self.assertTrue(self.measured("exit 0")["benchmarks"][0]["error_occurred"])

@@ -51,7 +51,7 @@ class MarkdownTest(unittest.TestCase):
         growth = Question("id", "Growth", ["3x10", "3x20"], [Entry("ours", "run", "our writer")],
                           is_growth=True)
         text = tables(results(run("ours/3x10", 6, rows=10), run("ours/3x20", 9, rows=20)), growth)
-        self.assertIn("| ns per row; number of rows: | 10 | 20 | largest ÷ smallest | remarks |", text)
+        self.assertIn("| ns per row; number of rows: | 10 | 20 | largest ÷ smallest |", text)
         self.assertIn("| our writer | 6.00 | 9.00 | 1.50 |  |\n", text)
 
 
