@@ -43,22 +43,26 @@ inline auto readerNamed(const std::string& name) {
     return get_stream_reader(name, boost::any());
 }
 
-/// Changes one property of a service and keeps the others.
-inline void setProperty(cppmicroservices::ServiceRegistrationU& registration,
-                        const std::string& key, const cppmicroservices::Any& value) {
-    const cppmicroservices::ServiceReferenceBase service = registration.GetReference();
-    cppmicroservices::ServiceProperties properties;
-    for (const std::string& former : service.GetPropertyKeys()) {
-        properties[former] = service.GetProperty(former);
+/// Gives both services of a back-end a ranking; they keep their other properties.
+inline void setRanking(BackendRegistrations& registrations, const BackendInfo& info, int ranking) {
+    const std::string nameKeys[] = {vtllogging_write_type_id(), vtllogging_read_type_id()};
+    for (std::size_t i = 0; i < registrations.size(); ++i) {
+        cppmicroservices::ServiceProperties properties;
+        properties[nameKeys[i]] = info.name;
+        properties["logging2.description"] = info.description;
+        properties["logging2.supportsRollback"] = info.supportsRollback;
+        properties["logging2.isPersistent"] = info.isPersistent;
+        properties[cppmicroservices::Constants::SERVICE_RANKING] = ranking;
+        registrations[i].SetProperties(properties);
     }
-    properties[key] = value;
-    registration.SetProperties(properties);
 }
 
-inline void setRanking(BackendRegistrations& registrations, int ranking) {
-    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
-        setProperty(registration, cppmicroservices::Constants::SERVICE_RANKING, ranking);
-    }
+/// Leaves a service this property alone.
+inline void setProperty(cppmicroservices::ServiceRegistrationU& registration,
+                        const std::string& key, const cppmicroservices::Any& value) {
+    cppmicroservices::ServiceProperties properties;
+    properties[key] = value;
+    registration.SetProperties(properties);
 }
 
 } // namespace logging2::core::test

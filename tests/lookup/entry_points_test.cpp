@@ -32,7 +32,7 @@ protected:
             return make(dataStore);
         };
         registrations = register_backend(context(), backend);
-        setRanking(registrations, ranking);
+        setRanking(registrations, backend, ranking);
         return calls;
     }
 

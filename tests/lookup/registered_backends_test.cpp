@@ -60,8 +60,8 @@ TEST_F(RegisteredBackendsTest, highestRankingComesFirst) {
     BackendRegistrations low = register_backend(context(), memoryBackend("low"));
     BackendRegistrations high = register_backend(context(), memoryBackend("high"));
     register_backend(context(), memoryBackend("b"));
-    setRanking(low, -1);
-    setRanking(high, 1);
+    setRanking(low, memoryBackend("low"), -1);
+    setRanking(high, memoryBackend("high"), 1);
     EXPECT_THAT(names(registered_backends(context())), ElementsAre("high", "a", "b", "low"));
 }
 
@@ -77,7 +77,7 @@ TEST_F(RegisteredBackendsTest, nameIsListedOnceAsTheLookUpFindsIt) {
     EXPECT_EQ(registered_backends(context()).front().description, "first");
     EXPECT_NE(writerNamed("n").value(), nullptr);
 
-    setRanking(later, 1);
+    setRanking(later, second, 1);
     ASSERT_EQ(registered_backends(context()).size(), 1U);
     EXPECT_EQ(registered_backends(context()).front().description, "second");
     EXPECT_EQ(writerNamed("n").value(), nullptr);
@@ -85,7 +85,8 @@ TEST_F(RegisteredBackendsTest, nameIsListedOnceAsTheLookUpFindsIt) {
 
 TEST_F(RegisteredBackendsTest, serviceRegisteredByHandHasANameOnly) {
     register_backend(context(), memoryBackend("helper"));
-    const auto service = context().GetService(context().GetServiceReference<StreamWriterService>());
+    const auto service =
+        context().GetService(context().GetServiceReferences<StreamWriterService>().front());
     ServiceProperties properties;
     properties[vtllogging_write_type_id()] = std::string("by hand");
     context().RegisterService<StreamWriterService>(service, properties);
