@@ -5,6 +5,7 @@
 #include <logging2/export.hpp>
 #include <logging2/host/filesystem/basic_path.hpp>
 #include <logging2/host/filesystem/ifstream.hpp>
+#include <logging2/host/filesystem/ofstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
 #include <logging2/host/foundation/BasicTableString.hpp>
 #include <logging2/host/foundation/Message.hpp>

@@ -74,6 +74,15 @@ void check_row(const Rows& rows, std::size_t group, std::size_t step, double tim
     }
 }
 
+void check_rows(const Rows& rows, const double* found) {
+    for (std::size_t step = 0; step < rows.workload().stepCount; ++step) {
+        for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
+            check_row(rows, group, step, found[0], found + 1);
+            found += rows.workload().groups[group].valueCount() + 1;
+        }
+    }
+}
+
 std::vector<StepRange> check_files(const Rows& rows, ColumnId column,
                                    const std::filesystem::path& timesPath,
                                    const std::filesystem::path& valuesPath) {

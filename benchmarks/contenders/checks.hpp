@@ -67,6 +67,9 @@ void check_column(const Rows& rows, ColumnId column, const std::vector<double>& 
 void check_row(const Rows& rows, std::size_t group, std::size_t step, double time,
                const double* values);
 
+/// Compares all rows, each after its time, step by step; throws Mismatch where one differs.
+void check_rows(const Rows& rows, const double* found);
+
 /// Compares a values file with its times file in pieces. Returns the steps that neither holds.
 std::vector<StepRange> check_files(const Rows& rows, ColumnId column,
                                    const std::filesystem::path& times,

@@ -25,6 +25,7 @@ int main_of(int argc, char** argv) {
     register_transpose();
     register_read();
     register_look_up();
+    register_checked();
     warm_memory(warmByteCount);
     benchmark::RunSpecifiedBenchmarks();
     foundation::stop_vantrel_core();

@@ -10,5 +10,6 @@ void register_flush();
 void register_transpose();
 void register_read();
 void register_look_up();
+void register_checked(); // after register_look_up(), which registers the built-in back-ends
 
 } // namespace logging2::core::bench

@@ -1,18 +1,20 @@
 #include <benchmarks/process/warm_memory.hpp>
 
 #include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <system_error>
+#include <stdexcept>
 
 namespace logging2::core::bench {
+namespace {
 
-void warm_memory(std::size_t byteCount) {
+/// Returns false if there is not so much memory.
+bool touch(std::size_t byteCount) {
     void* const block =
         mmap(nullptr, byteCount, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (block == MAP_FAILED) {
-        throw std::system_error(errno, std::generic_category(), "mmap");
+        return false;
     }
     madvise(block, byteCount, MADV_HUGEPAGE); // only makes it faster
     const auto pageByteCount = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
@@ -20,7 +22,20 @@ void warm_memory(std::size_t byteCount) {
     for (std::size_t i = 0; i < byteCount; i += pageByteCount) {
         bytes[i] = 1;
     }
-    munmap(block, byteCount);
+    return true;
+}
+
+} // namespace
+
+void warm_memory(std::size_t byteCount) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(touch(byteCount) ? 0 : 1);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
+        throw std::runtime_error("there is not enough memory to warm");
+    }
 }
 
 } // namespace logging2::core::bench

@@ -7,7 +7,7 @@
 
 namespace logging2::core::bench {
 
-/// The rows of the first group as the file-backed writer buffers them: each after its time.
+/// All rows, step by step, each after its time, as the file-backed writer buffers those of a group.
 inline std::vector<double> batch_of(const Rows& rows) {
     std::vector<double> batch;
     batch.reserve(rows.workload().byteCount() / sizeof(double));

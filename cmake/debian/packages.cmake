@@ -1,5 +1,9 @@
-# `cpack` makes two Debian packages of the components: liblogging2-<soversion> and liblogging2-dev.
-set(logging2_runtime_package liblogging2-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+# `cpack` makes a Debian package of each component: liblogging2-<soversion>, liblogging2-dev,
+# logging2-conformance, and liblogging2-registry-<soversion> unless services are registered in
+# CppMicroServices.
+set(logging2_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+set(logging2_components runtime devel)
+set(logging2_runtime_package liblogging2-${logging2_soversion})
 set(logging2_devel_package liblogging2-dev)
 
 set(CPACK_GENERATOR DEB)
@@ -24,10 +28,30 @@ logged path back afterwards.")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "storage for the logged signals of a simulation
 ${logging2_description}")
 
+set(logging2_libraries "${logging2_runtime_package} (= ${PROJECT_VERSION})")
+if(logging2_registry STREQUAL "OWN")
+  list(APPEND logging2_components registry)
+  set(logging2_registry_package liblogging2-registry-${logging2_soversion})
+  string(APPEND logging2_libraries ", ${logging2_registry_package} (= ${PROJECT_VERSION})")
+  # dpkg-shlibdeps finds the library where it was built, but no package that it is in.
+  get_target_property(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS logging2_registry BINARY_DIR)
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${logging2_registry_package} (>= ${PROJECT_VERSION})")
+
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_NAME ${logging2_registry_package})
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_CONTROL_EXTRA ${CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA})
+  set(CPACK_DEBIAN_REGISTRY_DESCRIPTION "storage for the logged signals of a simulation - service registry
+${logging2_description}
+.
+This package has the registry in which back-ends are registered and found by
+name.")
+endif()
+
 set(CPACK_DEBIAN_DEVEL_PACKAGE_NAME ${logging2_devel_package})
 set(CPACK_DEBIAN_DEVEL_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_DEPENDS
-  "${logging2_runtime_package} (= ${PROJECT_VERSION}), libboost-dev (>= 1.74), libboost-dev (<< 1.86)")
+  "${logging2_libraries}, libboost-dev (>= 1.74), libboost-dev (<< 1.86)")
 set(CPACK_DEBIAN_DEVEL_DESCRIPTION "storage for the logged signals of a simulation - development files
 ${logging2_description}
 .
@@ -36,14 +60,18 @@ CMake and pkg-config need to find them.")
 
 # What only a package has; `cmake --install` leaves it out.
 include(${CMAKE_CURRENT_LIST_DIR}/changelog.cmake)
-foreach(component IN ITEMS runtime devel)
+if(LOGGING2_BUILD_CONFORMANCE)
+  list(APPEND logging2_components conformance)
+  include(${CMAKE_CURRENT_LIST_DIR}/conformance.cmake)
+endif()
+foreach(component IN LISTS logging2_components)
   install(FILES ${PROJECT_BINARY_DIR}/debian/changelog.gz ${CMAKE_CURRENT_LIST_DIR}/copyright
     DESTINATION share/doc/${logging2_${component}_package}
     COMPONENT ${component}-package EXCLUDE_FROM_ALL)
 endforeach()
 
 include(CPack)
-foreach(component IN ITEMS runtime devel)
+foreach(component IN LISTS logging2_components)
   cpack_add_component_group(${component})
   cpack_add_component(${component} GROUP ${component})
   cpack_add_component(${component}-package GROUP ${component})

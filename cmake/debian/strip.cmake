@@ -10,4 +10,5 @@ function(strip_staged pattern)
 endfunction()
 
 strip_staged(*.so.* --strip-unneeded)
+strip_staged(logging2-conformance)
 strip_staged(*.a --strip-debug --enable-deterministic-archives)

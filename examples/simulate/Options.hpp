@@ -16,6 +16,8 @@ struct Options {
     std::vector<std::string> backendLibraries;
     /// Take the library's default writer and reader instead of looking one up by name.
     bool useDefault = false;
+    /// Let the back-end report what this program does wrong.
+    bool checked = false;
     /// In the model's time unit; without it the model's own.
     std::optional<double> stopTime;
     /// Absolute and relative error bound of a solver step.

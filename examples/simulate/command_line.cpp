@@ -67,9 +67,13 @@ void add_options(CLI::App& app, Options& options) {
                    "Load further back-ends from that shared library; may be repeated")
         ->type_name("FILE")
         ->allow_extra_args(false);
-    app.add_flag("--default", options.useDefault,
-                 "Log to the library's default, which needs no look-up by name")
-        ->excludes(backend);
+    CLI::Option* const useDefault =
+        app.add_flag("--default", options.useDefault,
+                     "Log to the library's default, which needs no look-up by name");
+    useDefault->excludes(backend);
+    app.add_flag("--checked", options.checked,
+                 "Fail if this program misuses the back-end, instead of going on")
+        ->excludes(useDefault);
     app.add_option("--stop-time", options.stopTime,
                    "Simulate until then, 1e-6 to 1e6 in the model's time unit (see --list)")
         ->type_name("S")

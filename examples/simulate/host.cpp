@@ -10,6 +10,7 @@
 #include <examples/simulate/report/csv.hpp>
 #include <examples/simulate/report/plot_script.hpp>
 #include <examples/simulate/report/table.hpp>
+#include <logging2/backends/checked/checked.hpp>
 
 #include <algorithm>
 #include <cctype>
@@ -31,7 +32,15 @@ std::string file_stem(const Model& model, const GroupInfo& group) {
 }
 
 Backend chosen_backend(const Options& options) {
-    return options.useDefault ? Backend() : Backend(options.backend);
+    if (options.useDefault) {
+        return Backend();
+    }
+    if (!options.checked) {
+        return Backend(options.backend);
+    }
+    logging2::core::register_checked_backend(foundation::get_global_bundle_context(),
+                                             options.backend);
+    return Backend("checked:" + options.backend);
 }
 
 RunSettings settings_of(const Model& model, const Options& options) {

@@ -25,10 +25,16 @@ std::vector<Slice> slices_with_times(const ChannelWidths& widths, std::size_t ro
     return slices;
 }
 
-/// Gives every column room for the slices of so many rows, so that appending them cannot fail.
+/// Gives every column room for the slices of so many rows, so that appending them cannot fail. A
+/// column that holds values grows geometrically, so that many batches copy them a few times only;
+/// an empty one gets what it needs.
 void reserve_columns(const std::vector<Slice>& slices, std::size_t rowCount) {
-    for (const Slice& slice : slices) {
-        reserve_large(*slice.column, slice.column->size() + rowCount * slice.width);
+    for (const auto& [offset, width, column] : slices) {
+        if (column->empty()) {
+            reserve_large(*column, rowCount * width);
+        } else {
+            make_room(*column, rowCount * width);
+        }
     }
 }
 

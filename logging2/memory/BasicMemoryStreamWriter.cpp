@@ -52,13 +52,21 @@ ChannelWidths widths_of(const std::vector<LoggedChannel>& channels) {
     return widths;
 }
 
-/// Appends the first rowCount rows to the columns.
+/// Appends the first rows to the columns, as many as make a tile but not more than rowCount.
+/// Returns how many they are.
 template <class Rows>
-void append_rows(const Rows& rows, std::size_t rowCount, const std::vector<Slice>& slices) {
-    std::array<const double*, tileRowCount> tile{};
-    std::transform(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(rowCount), tile.begin(),
-                   [](const RowHandle& row) { return row->data(); });
-    append_tile(tile.data(), rowCount, slices);
+std::size_t append_first_tile(const Rows& rows, std::size_t rowCount,
+                              const std::vector<Slice>& slices) {
+    std::array<const double*, tileRowCount> tile; // NOLINT(*-member-init)
+    std::size_t count = 0;
+    std::size_t byteCount = 0;
+    for (auto row = rows.begin();
+         count < std::min(rowCount, tileRowCount) && byteCount < tileByteCount; ++row) {
+        tile[count++] = (*row)->data();
+        byteCount += (*row)->size() * sizeof(double);
+    }
+    append_tile(tile.data(), count, slices);
+    return count;
 }
 
 /// Takes up to rowCount rows from the front of rows and distributes their values over one column
@@ -72,8 +80,7 @@ std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
         slices_of(widths_of(channels), 0, std::numeric_limits<std::size_t>::max(),
                   [&columns](std::size_t k) { return columns[k].get(); });
     for (std::size_t left = std::min(rowCount, rows.size()); left > 0;) {
-        const std::size_t count = std::min(left, tileRowCount);
-        append_rows(rows, count, slices);
+        const std::size_t count = append_first_tile(rows, left, slices);
         for (std::size_t spent = 0; spent < count; ++spent) {
             rows.pop_front();
         }
@@ -100,7 +107,8 @@ BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
       groupTimes(groups.size()),
       groupData(groups.size()),
       attributes(std::move(configuration)),
-      rowStorages(groups.size()) {}
+      rowStorages(groups.size()),
+      timesOrders(groups.size()) {}
 
 template <class Times, class Rows>
 BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
@@ -110,7 +118,8 @@ BasicMemoryStreamWriter<Times, Rows>::BasicMemoryStreamWriter(
       groupTimes(std::move(other.groupTimes)),
       groupData(std::move(other.groupData)),
       attributes(std::move(other.attributes)),
-      rowStorages(std::move(other.rowStorages)) {}
+      rowStorages(std::move(other.rowStorages)),
+      timesOrders(std::move(other.timesOrders)) {}
 
 template <class Times, class Rows>
 BasicMemoryStreamWriter<Times, Rows>&
@@ -124,6 +133,7 @@ BasicMemoryStreamWriter<Times, Rows>::operator=(BasicMemoryStreamWriter&& other)
     groupData = std::move(other.groupData);
     attributes = std::move(other.attributes);
     rowStorages = std::move(other.rowStorages);
+    timesOrders = std::move(other.timesOrders);
     return *this;
 }
 
@@ -145,7 +155,10 @@ bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
         if (!times.empty() && times.back() == time) {
             rollback(group, std::size_t{1});
         }
+        // An override of rollback() may have taken the room.
+        storage.makeRoom();
     }
+    timesOrders[group].expect(times, time);
     times.push_back(time);
     try {
         groupData[group].push_back(storage.makeRow(std::move(row)));
@@ -160,8 +173,10 @@ template <class Times, class Rows>
 void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, double time) {
     assert(group < groupTimes.size());
     const Times& times = groupTimes[group];
-    const auto firstLater =
-        std::find_if(times.begin(), times.end(), [time](double held) { return held > time; });
+    const auto isLater = [time](double held) { return held > time; };
+    const auto firstLater = timesOrders[group].isAscending()
+                                ? std::find_if_not(times.rbegin(), times.rend(), isLater).base()
+                                : std::find_if(times.begin(), times.end(), isLater);
     rollback(group, static_cast<std::size_t>(times.end() - firstLater));
 }
 
@@ -239,6 +254,7 @@ void BasicMemoryStreamWriter<Times, Rows>::close() {
 template <class Times, class Rows>
 Times& BasicMemoryStreamWriter<Times, Rows>::times(std::size_t group) {
     assert(group < groupTimes.size());
+    timesOrders[group].handOut();
     return groupTimes[group];
 }
 

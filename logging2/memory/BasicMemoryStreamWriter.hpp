@@ -7,6 +7,7 @@
 #include <logging2/host/lang/ValuePath.hpp>
 #include <logging2/memory/MemoryDatastore.hpp>
 #include <logging2/memory/detail/RowStorage.hpp>
+#include <logging2/memory/detail/TimesOrder.hpp>
 #include <logging2/stream/StreamWriter.hpp>
 #include <logging2/stream/StreamingAttributes.hpp>
 
@@ -18,7 +19,11 @@
 #include <optional>
 #include <vector>
 
-namespace logging2::core::detail {
+namespace logging2::core {
+
+class MemoryStreamRestrictedWriter;
+
+namespace detail {
 
 /// What MemoryStreamWriter and MemoryStreamRestrictedWriter have in common, which is all but the
 /// kind of their per-group containers: Times is a sequence of double and Rows one of RowHandle,
@@ -38,11 +43,18 @@ public:
     /// Allocates one row of n doubles, for every 63rd row a block for their handles, and for a
     /// writer without limit the amortised growth of its containers; copies the values once. A call
     /// that throws stores nothing, and takes nothing back unless it was the growth that failed.
+    ///
+    /// The samples are taken back through the virtual rollback(). An override may do whatever a
+    /// caller may, also write, roll back or flush.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
     /// Drops the first sample that is strictly later than the time and everything behind it;
-    /// samples at the time itself stay. The scan is linear from the oldest sample: where times
-    /// were written out of order, earlier times that stand behind a later one go as well.
+    /// samples at the time itself stay. Where times were written out of order, earlier times that
+    /// stand behind a later one go as well.
+    ///
+    /// Linear in the number of samples that are dropped. After a time out of order or a NaN, until
+    /// the group is empty again, and once times(group) was called, it is linear in the number of
+    /// samples that are held.
     void rollback(std::size_t group, double time) override;
 
     /// A MemoryDatastore that shares the stored vectors. Throws std::out_of_range for a path that
@@ -53,7 +65,8 @@ public:
     std::optional<DataStoreInfo> dataStoreInfo() const override;
 
     /// Builds one store per logged path whose channel its group has; each column is allocated once
-    /// at its final size, and the rows are freed as they are spent, 64 at a time.
+    /// at its final size, and the rows are freed as they are spent, at most 64 at a time and at
+    /// most half a MiB, or one row, at a time.
     ///
     /// A path that has a store keeps it. Where memory runs out, the stores of the groups before
     /// stay, and the group in work has lost its times: then nothing more is to be written.
@@ -65,7 +78,8 @@ public:
     /// Flushes unless that was done before.
     void close() override;
 
-    /// The group's times, oldest first, for direct access.
+    /// The group's times, oldest first, for direct access. From then on a rollback by time looks at
+    /// every time of the group, because the caller may have changed it.
     Times& times(std::size_t group);
 
     /// The group's rows, oldest first, for direct access.
@@ -92,23 +106,21 @@ protected:
 
     ~BasicMemoryStreamWriter() override;
 
-    /// What is logged, group after group.
-    SequenceMap<Group, LoggedPathsSetupData> groups;
-    /// Whether flush() was called, also where it threw.
-    bool flushed = false;
-    /// The times of each group, by its id.
-    std::vector<Times> groupTimes;
-    /// The rows of each group, by its id.
-    std::vector<Rows> groupData;
-    /// What flush() has built, by path.
-    boost::unordered_map<lang::core::ValuePath, MemoryDatastore> dataStores;
-    /// The configuration; of it, `rollbackOnTimeRegression` is read.
-    StreamingAttributes attributes;
-
 private:
+    friend class core::MemoryStreamRestrictedWriter;
+
     LOGGING2_NO_EXPORT void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
 
-    std::vector<RowStorage> rowStorages; // one per group
+    SequenceMap<Group, LoggedPathsSetupData> groups;
+    bool flushed = false;          // also if a flush has thrown
+    std::vector<Times> groupTimes; // by group id
+    std::vector<Rows> groupData;   // by group id
+    boost::unordered_map<lang::core::ValuePath, MemoryDatastore> dataStores;
+    StreamingAttributes attributes;
+    std::vector<RowStorage> rowStorages; // by group id
+    std::vector<TimesOrder> timesOrders; // by group id
 };
 
-} // namespace logging2::core::detail
+} // namespace detail
+
+} // namespace logging2::core

@@ -106,7 +106,7 @@ public:
     /// written before gets empty appends, which create its files anew where they are gone.
     ///
     /// Where memory runs out, the next flushIntermediate() or flush() appends what is in no file
-    /// yet. clearBuffer() in between would drop it, from some of a group's files only.
+    /// yet. clearBuffer() in between would drop it.
     void flushIntermediate() override;
 
     /// Does nothing.
@@ -165,11 +165,11 @@ private:
     std::size_t streamedGroup = 0; // guarded by mutex
     std::map<std::size_t, std::vector<double>> groupBuffers;
     std::vector<double> streamedBuffer;                             // guarded by mutex
-    std::size_t streamedRowWidth = 0;                               // guarded by mutex
     std::map<std::size_t, std::deque<std::vector<double>>> columns; // guarded by mutex
     boost::unordered_map<std::size_t, std::size_t> rowWidths;
-    bool rowsCameByMove = false;  // some buffer may have rows without a width
-    std::size_t columnsGroup = 0; // the one whose columns keep their memory; guarded by mutex
+    std::size_t streamedRowWidth = 0; // of the rows in streamedBuffer; guarded by mutex
+    bool rowsCameByMove = false;      // some buffer may have rows without a width
+    std::size_t columnsGroup = 0;     // the one whose columns keep their memory; guarded by mutex
 };
 
 } // namespace logging2::core

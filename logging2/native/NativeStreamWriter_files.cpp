@@ -1,8 +1,8 @@
 #include <logging2/native/NativeStreamWriter.hpp>
 
 #include <logging2/columns/append_rows.hpp>
+#include <logging2/host/filesystem/ofstream.hpp>
 
-#include <fstream>
 #include <utility>
 
 // The samples' way from the buffers into the files, on the background thread and on the caller's.
@@ -144,7 +144,7 @@ void NativeStreamWriter::appendColumn(const std::string& path, std::vector<doubl
 // An operation of the writer, as its callers know it.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 bool NativeStreamWriter::write(const std::string& path, const char* data, std::size_t bytes) {
-    std::ofstream file(path, std::ios::out | std::ios::binary | std::ios::app);
+    fl::filesystem::ofstream file(path, std::ios::out | std::ios::binary | std::ios::app);
     if (!file.is_open()) {
         return false;
     }

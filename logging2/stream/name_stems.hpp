@@ -1,20 +1,32 @@
 #pragma once
 
+#include <logging2/export.hpp>
+
 #include <string>
 
 namespace logging2::core {
 
-/// The stem "times_" of the names of a file-backed stream's times files. Always the same object;
-/// it is created on the first call, on any thread, and never destroyed.
+namespace detail {
+
+/// The object behind times(), in this library alone: every library of a process gets the same one,
+/// also a library that hides its own symbols.
+LOGGING2_EXPORT const std::u16string& times_stem();
+
+/// The object behind values(), likewise.
+LOGGING2_EXPORT const std::u16string& values_stem();
+
+} // namespace detail
+
+/// The stem "times_" of the names of a file-backed stream's times files. Always the same object, in
+/// every library of the process; it is created on the first call, on any thread, and never
+/// destroyed.
 inline const std::u16string& times() {
-    static const std::u16string* const stem = new std::u16string(u"times_");
-    return *stem;
+    return detail::times_stem();
 }
 
 /// The stem "values_" of the names of a file-backed stream's values files, likewise.
 inline const std::u16string& values() {
-    static const std::u16string* const stem = new std::u16string(u"values_");
-    return *stem;
+    return detail::values_stem();
 }
 
 } // namespace logging2::core

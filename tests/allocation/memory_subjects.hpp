@@ -1,7 +1,7 @@
 #pragma once
 
+#include <logging2/conformance/detail/memory_oracle.hpp>
 #include <tests/allocation/subjects.hpp>
-#include <tests/memory/memory_oracle.hpp>
 #include <tests/memory/memory_writers.hpp>
 
 #include <memory>

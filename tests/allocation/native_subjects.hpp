@@ -1,9 +1,9 @@
 #pragma once
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/allocation/subjects.hpp>
 #include <tests/native/NativeStreamWriterAccess.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <cstdlib>

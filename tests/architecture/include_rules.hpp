@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,6 +12,11 @@ struct Include {
     std::string file;
     std::string header;
 };
+
+/// The rooms of the tree and those that each may include, beside itself. A room is a folder below
+/// logging2/; every back-end is a room of its own. The headers of the service registry, whichever
+/// is used, belong to "registry".
+const std::map<std::string, std::set<std::string>>& allowed_rooms();
 
 /// Why the include is not allowed; empty where it is.
 std::string broken_rule(const Include& include);

@@ -1,7 +1,7 @@
 #include <logging2/backends/builtin/builtin_backends.hpp>
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <logging2/logging2.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/registrations.hpp>
 #include <tests/support/setups.hpp>
 

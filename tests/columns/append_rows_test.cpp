@@ -10,6 +10,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 using Columns = std::deque<std::vector<double>>;
 using Doubles = std::vector<double>;
 
@@ -50,6 +51,30 @@ TEST(AppendRowsTest, appendsToWhatTheColumnsHold) {
     append_rows({1.0, 2.0}, 1, {1}, columns);
     EXPECT_THAT(columns[0], ElementsAre(9.0, 1.0));
     EXPECT_THAT(columns[1], ElementsAre(8.0, 7.0, 2.0));
+}
+
+/// How often the column needs new memory while rows of one value are appended batch by batch.
+std::size_t growthsWhileAppending(std::size_t batchCount, Columns& columns) {
+    std::size_t growths = 0;
+    for (std::size_t batch = 0; batch < batchCount; ++batch) {
+        const std::size_t capacity = columns[1].capacity();
+        append_rows({1.0, 2.0}, 1, {1}, columns);
+        growths += columns[1].capacity() != capacity ? 1 : 0;
+    }
+    return growths;
+}
+
+TEST(AppendRowsTest, columnThatKeepsItsValuesGrowsGeometrically) {
+    Columns columns(2);
+    EXPECT_LE(growthsWhileAppending(20000, columns), 16U);
+    EXPECT_THAT(columns[1], SizeIs(20000U));
+}
+
+TEST(AppendRowsTest, emptyColumnGetsExactlyTheRoomThatItNeeds) {
+    Columns columns(2);
+    columns[1].reserve(3);
+    append_rows({1.0, 2.0, 1.0, 2.0, 1.0, 2.0, 1.0, 2.0}, 1, {1}, columns);
+    EXPECT_EQ(columns[1].capacity(), 4U);
 }
 
 TEST(AppendRowsTest, growsToOneColumnPerChannelAndTheTimes) {

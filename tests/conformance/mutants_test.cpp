@@ -1,4 +1,4 @@
-#include <logging2/conformance/conformance.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 #include <tests/conformance/mutants/Mutant.hpp>
 
 #include <gtest/gtest-spi.h>
@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <set>
-#include <stdexcept>
 
 // The suite is able to fail: each promise finds a back-end that breaks it.
 
@@ -15,30 +14,22 @@ namespace {
 
 std::vector<Mutant> mutants() {
     std::vector<Mutant> all;
-    for (const auto mutantsOf : {mutants_of_writing, mutants_of_ending, mutants_of_rollback,
-                                 mutants_of_reading, mutants_of_services}) {
+    for (const auto mutantsOf :
+         {mutants_of_writing, mutants_of_ending, mutants_of_rollback, mutants_of_deep_rollback,
+          mutants_of_reading, mutants_of_services, mutants_of_threads}) {
         const std::vector<Mutant> some = mutantsOf();
         all.insert(all.end(), some.begin(), some.end());
     }
     return all;
 }
 
-Promise promise_named(const std::string& name) {
-    for (const Promise& promise : promises()) {
-        if (promise.name == name) {
-            return promise;
-        }
-    }
-    throw std::out_of_range("no promise " + name);
-}
-
 /// How often the check failed, on whatever thread; an exception is a failure as well.
-int failure_count(const Promise& promise, const Backend& backend) {
+int failure_count(const Promise& promise, const Subject& subject) {
     testing::TestPartResultArray failures;
     const testing::ScopedFakeTestPartResultReporter reporter(
         testing::ScopedFakeTestPartResultReporter::INTERCEPT_ALL_THREADS, &failures);
     try {
-        Session session(backend);
+        Session session(subject);
         promise.check(session);
     } catch (const std::exception&) {
         return failures.size() + 1;
@@ -54,20 +45,20 @@ class MutantsTest : public testing::TestWithParam<Mutant> {};
 TEST_P(MutantsTest, isFoundByThePromiseThatItBreaks) {
     const Mutant& mutant = GetParam();
     Faults faults;
-    Supports supports = supports_of(mutant.base);
-    mutant.plant(faults, supports);
+    Subject declared = declared_by(mutant.base);
+    mutant.plant(faults, declared);
     const Promise promise = promise_named(mutant.brokenPromise);
-    ASSERT_TRUE(promise.isMadeBy(supports));
-    EXPECT_GT(failure_count(promise, mutant_backend(mutant.base, supports, faults)), 0);
+    ASSERT_TRUE(promise.isMadeBy(declared));
+    EXPECT_GT(failure_count(promise, faulty(mutant.base, declared, faults)), 0);
 }
 
 TEST_P(MutantsTest, isFoundForItsFaultAlone) {
     const Mutant& mutant = GetParam();
     const Promise promise = promise_named(mutant.brokenPromise);
-    const Supports supports = supports_of(mutant.base);
+    const Subject declared = declared_by(mutant.base);
     // Otherwise what the back-end declares is the fault.
-    if (promise.isMadeBy(supports)) {
-        EXPECT_EQ(failure_count(promise, mutant_backend(mutant.base, supports, Faults())), 0);
+    if (promise.isMadeBy(declared)) {
+        EXPECT_EQ(failure_count(promise, faulty(mutant.base, declared, Faults())), 0);
     }
 }
 

@@ -1,9 +1,9 @@
 #include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/logging2.hpp>
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/fuzz/ScriptedServices.hpp>
 #include <tests/fuzz/fuzz_target.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
 
 #include <cctype>
 #include <optional>

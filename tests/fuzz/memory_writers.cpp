@@ -2,11 +2,11 @@
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
 #include <logging2/memory/MemoryStreamWriter.hpp>
 
+#include <logging2/conformance/detail/memory_oracle.hpp>
 #include <tests/fuzz/RowSource.hpp>
 #include <tests/fuzz/expectations.hpp>
 #include <tests/fuzz/fuzz_target.hpp>
 #include <tests/fuzz/script_setups.hpp>
-#include <tests/memory/memory_oracle.hpp>
 
 #include <iterator>
 #include <memory>

@@ -1,9 +1,9 @@
 #include <logging2/memory/MemoryDatastore.hpp>
 #include <logging2/native/NativeStreamReader.hpp>
 
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/fuzz/expectations.hpp>
 #include <tests/fuzz/fuzz_target.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <array>

@@ -1,13 +1,13 @@
 #include <logging2/native/NativeStreamReader.hpp>
 #include <logging2/native/NativeStreamWriter.hpp>
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/fuzz/DrivenWriter.hpp>
 #include <tests/fuzz/RowSource.hpp>
 #include <tests/fuzz/expectations.hpp>
 #include <tests/fuzz/fuzz_target.hpp>
 #include <tests/fuzz/script_setups.hpp>
 #include <tests/native/native_oracle.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/WarningRecorder.hpp>
 #include <tests/support/files.hpp>
 

@@ -1,8 +1,8 @@
 #include <logging2/ids/identifiers.hpp>
 #include <logging2/native/StreamLocationCreator.hpp>
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/NoDescriptors.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
 
 #include <boost/uuid/entropy_error.hpp>
 

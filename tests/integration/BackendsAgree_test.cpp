@@ -99,6 +99,17 @@ TEST_P(BackendsAgreeTest, aSecondRunGivesTheSameDoubles) {
     expect_same(run(Backend()), run(Backend()));
 }
 
+TEST_P(BackendsAgreeTest, checksChangeNothing) {
+    for (const std::string name : {"memory", "memory-restricted", "native"}) {
+        SCOPED_TRACE(name);
+        const LoggedRun plain = run(Backend(name), smallLimit);
+        const LoggedRun checked = run(Backend("checked:" + name), smallLimit);
+        expect_same(checked, plain);
+        EXPECT_EQ(checked.counts.takenBack, plain.counts.takenBack);
+        EXPECT_EQ(checked.counts.declined, plain.counts.declined);
+    }
+}
+
 std::vector<std::string> model_names() {
     std::vector<std::string> names;
     for (const auto& model : simulate::models()) {

@@ -2,8 +2,8 @@
 
 #include <examples/simulate/HostError.hpp>
 #include <examples/simulate/models/DcMotor.hpp>
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/integration/support/runs.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>

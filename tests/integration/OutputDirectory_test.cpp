@@ -1,7 +1,7 @@
 #include <examples/simulate/report/OutputDirectory.hpp>
 
 #include <examples/simulate/HostError.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>

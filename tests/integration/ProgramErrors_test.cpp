@@ -1,5 +1,5 @@
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/integration/support/process.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
@@ -40,6 +40,10 @@ TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
         {"lorenz --backend 'mem*'", "no such back-end: \"mem*\""},
         {"lorenz --backend memory --default", "--default"},
         {"lorenz --backend-library ./absent.so", "cannot load back-ends from \"./absent.so\": "},
+        {"lorenz --checked --default", "--default"},
+        {"lorenz --checked --backend nope", "there is no back-end \"nope\""},
+        {"lorenz --checked --backend memory-restricted --point-limit 1152921504606846976",
+         "the back-end \"checked:memory-restricted\" failed: a point limit of"},
         {"lorenz --stop-time", "--stop-time"},
         {"lorenz --stop-time 0", "--stop-time: 0 is out of range"},
         {"lorenz --stop-time -5", "--stop-time: -5 is out of range"},

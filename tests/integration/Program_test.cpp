@@ -1,5 +1,5 @@
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/integration/support/process.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
@@ -34,8 +34,9 @@ TEST(ProgramTest, helpExplainsEveryOption) {
     const auto result = run_simulate(directory.path(), "--help");
     EXPECT_EQ(result.status, 0);
     for (const std::string word :
-         {"MODEL", "--backend NAME", "--backend-library FILE", "--default", "--stop-time S",
-          "--tolerance R", "--point-limit N", "--out DIR", "--no-plots", "--list", "Examples:"}) {
+         {"MODEL", "--backend NAME", "--backend-library FILE", "--default", "--checked",
+          "--stop-time S", "--tolerance R", "--point-limit N", "--out DIR", "--no-plots", "--list",
+          "Examples:"}) {
         EXPECT_NE(result.out.find(word), std::string::npos) << word;
     }
 }
@@ -95,6 +96,26 @@ TEST(ProgramTest, everyBackendWritesTheSameCsv) {
     EXPECT_GT(expected.size(), 10000u);
     EXPECT_EQ(bytesOf(directory.path() / "b" / file), expected);
     EXPECT_EQ(bytesOf(directory.path() / "c" / file), expected);
+}
+
+void expect_same_files(const std::filesystem::path& a, const std::filesystem::path& b) {
+    for (const auto& entry : std::filesystem::directory_iterator(a)) {
+        EXPECT_EQ(bytesOf(entry.path()), bytesOf(b / entry.path().filename())) << entry.path();
+    }
+}
+
+TEST(ProgramTest, checkedRunsOfEveryModelWriteTheSameCsv) {
+    for (const std::string model : {"bouncing-ball", "dc-motor", "lorenz"}) {
+        for (const std::string backend : {"memory", "memory-restricted", "native"}) {
+            const TemporaryDirectory directory;
+            const std::string run = model + " --no-plots --stop-time 2 --backend " + backend;
+            EXPECT_EQ(run_simulate(directory.path(), run + " --out plain").status, 0);
+            const auto checked = run_simulate(directory.path(), run + " --checked --out checked");
+            EXPECT_EQ(checked.status, 0) << run;
+            EXPECT_EQ(checked.err, "") << run;
+            expect_same_files(directory.path() / "plain", directory.path() / "checked");
+        }
+    }
 }
 
 /// How many files are anywhere below the directory.

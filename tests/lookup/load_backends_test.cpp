@@ -1,5 +1,5 @@
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/lookup/LookUpTest.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <cppmicroservices/IllegalStateException.h>

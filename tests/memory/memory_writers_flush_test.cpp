@@ -347,6 +347,27 @@ TYPED_TEST(MemoryWritersFlushTest, rowsAreFreedBeforeTheRowBehindTheirTileIsTake
     EXPECT_EQ(memoryStore(writer, "x").values->at(65), 66.0);
 }
 
+// Rows of half a MiB are turned into columns one at a time.
+TYPED_TEST(MemoryWritersFlushTest, wideRowsAreFreedBeforeTheNextRowIsTaken) {
+    constexpr std::size_t width = 65536;
+    TypeParam writer(
+        attributes(),
+        GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"x", 0}}), channels({{0, width}}))}});
+    const std::vector<double> zeros(width, 0.0);
+    for (const double time : {1.0, 2.0, 3.0}) {
+        writer.write(0, time, zeros.data(), width);
+    }
+    const auto behind = writer.data(0)[1];
+    writer.data(0)[0] = std::shared_ptr<std::vector<double>>(
+        new std::vector<double>(zeros), [&behind](const std::vector<double>* row) {
+            behind->front() = 99.0;
+            delete row;
+        });
+    writer.flush();
+    EXPECT_EQ(memoryStore(writer, "x").values->at(width), 99.0);
+    EXPECT_EQ(memoryStore(writer, "x").values->at(2 * width), 0.0);
+}
+
 TYPED_TEST(MemoryWritersFlushTest, movesTakeTheAttributes) {
     TypeParam source(attributes(true), scalarSetup());
     auto target = this->make();

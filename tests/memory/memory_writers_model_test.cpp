@@ -1,6 +1,6 @@
-#include <tests/memory/memory_oracle.hpp>
+#include <logging2/conformance/detail/memory_oracle.hpp>
+#include <logging2/conformance/detail/same_bits.hpp>
 #include <tests/memory/memory_writers.hpp>
-#include <tests/support/same_bits.hpp>
 
 #include <cstdint>
 #include <random>
@@ -86,6 +86,7 @@ protected:
         attributes.rollbackOnTimeRegression = below(random, 2) == 0;
         length = below(random, longSequenceEvery) == 0 ? longFactor : 1;
         attributes.pointLimit = below(random, 12 * length);
+        ascending = below(random, 2) == 0;
         const GroupSetup setup = randomSetup(random);
         Writer writer(attributes, setup);
         MemoryOracle oracle(setup, attributes.rollbackOnTimeRegression,
@@ -111,23 +112,42 @@ private:
         }
     }
 
+    /// Any time, or one that a group whose times ascend may get, as from a solver.
+    double nextTime(Random& random, const Doubles& held) const {
+        const double any = randomTime(random);
+        return ascending && !held.empty() && below(random, 20 * length) != 0
+                   ? held.back() + static_cast<double>(below(random, 3)) / 2.0
+                   : any;
+    }
+
+    static void changeATime(Random& random, Writer& writer, Doubles& held, std::size_t group) {
+        if (!held.empty()) {
+            const std::size_t position = below(random, held.size());
+            held[position] = randomTime(random);
+            writer.times(group)[position] = held[position];
+        }
+    }
+
     void step(Random& random, Writer& writer, MemoryOracle& oracle) {
         const std::size_t group = below(random, oracle.setup.size());
         const std::size_t pick = below(random, 20);
         if (pick < 14) {
-            const double time = randomTime(random);
+            const double time = nextTime(random, oracle.times[group]);
             const Doubles row =
                 randomRow(random, rowLength(oracle.setup.find(Group(group))->second));
             EXPECT_TRUE(writer.write(group, time, row.data(), row.size()));
             oracle.write(group, time, row);
         } else if (pick < 17) {
-            const double time = randomTime(random);
+            const double time =
+                nextTime(random, oracle.times[group]) - static_cast<double>(below(random, 4));
             writer.rollback(group, time);
             oracle.rollbackToTime(group, time);
         } else if (pick < 19) {
             const std::size_t steps = below(random, 6 * length);
             writer.rollback(group, steps);
             oracle.rollbackByCount(group, steps);
+        } else if (below(random, 3 * length) == 0) {
+            changeATime(random, writer, oracle.times[group], group);
         } else {
             writer.flushIntermediate();
         }
@@ -170,6 +190,7 @@ private:
     }
 
     std::size_t length = 1; // how much longer than usual
+    bool ascending = false; // whether most times follow the one before
 };
 
 TYPED_TEST_SUITE(MemoryWritersModelTest, MemoryWriters, WriterNames);

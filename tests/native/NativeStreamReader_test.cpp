@@ -1,7 +1,7 @@
 #include <logging2/memory/MemoryDatastore.hpp>
 #include <logging2/native/NativeStreamReader.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gmock/gmock.h>
@@ -159,6 +159,15 @@ TEST_F(NativeStreamReaderTest, filesThatAreGoneAlreadyAreNoErrorAtTheEnd) {
 // A full directory cannot be removed: the times file fails, and the values file still goes.
 TEST_F(NativeStreamReaderTest, fileThatCannotBeDeletedDoesNotSaveTheOther) {
     std::filesystem::create_directories(times / "inner");
+    writeDoubles(values, {1.0});
+    auto reader = std::make_unique<NativeStreamReader>(boost::any(store()));
+    EXPECT_NO_THROW(reader.reset());
+    EXPECT_TRUE(std::filesystem::exists(times));
+    EXPECT_FALSE(std::filesystem::exists(values));
+}
+
+TEST_F(NativeStreamReaderTest, directoryInPlaceOfAFileStays) {
+    std::filesystem::create_directory(times);
     writeDoubles(values, {1.0});
     auto reader = std::make_unique<NativeStreamReader>(boost::any(store()));
     EXPECT_NO_THROW(reader.reset());

@@ -1,5 +1,7 @@
 #include <tests/native/native_writers.hpp>
 
+#include <unistd.h>
+
 // The samples' way into the buffers, and when a buffer is handed over.
 
 namespace logging2::core::test {
@@ -155,6 +157,22 @@ TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadRunsEndsThePro
             NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
             Access::setBufferSize(writer, 0, 1);
             writeTimes(writer, 0, {1.0});
+        },
+        "terminate");
+}
+
+// The thread that waits must not keep the writer from being destroyed. The alarm ends a child that
+// hangs.
+TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadWaitsEndsTheProcess) {
+    ::testing::FLAGS_gtest_death_test_style = "fast";
+    EXPECT_DEATH(
+        {
+            alarm(20);
+            NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
+            Access::setBufferSize(writer, 0, 1);
+            writeTimes(writer, 0, {1.0});
+            // The mutex was free and nothing is ready: the thread waits for the condition.
+            Access::waitUntilTaken(writer);
         },
         "terminate");
 }

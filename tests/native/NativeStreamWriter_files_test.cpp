@@ -145,6 +145,18 @@ TEST_F(NativeStreamWriterFilesTest, onlyTheGroupThatWasAppendedLastKeepsTheMemor
     writer.flush();
 }
 
+TEST_F(NativeStreamWriterFilesTest, everyFormerGroupGivesTheMemoryOfItsColumnsBack) {
+    NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1, 2}));
+    for (const std::size_t group : {0U, 1U, 2U}) {
+        writeTimes(writer, group, {1.0, 2.0});
+        writer.flushIntermediate();
+        for (std::size_t other = 0; other <= 2; ++other) {
+            EXPECT_EQ(Access::columns(writer, other)[1].capacity(), other == group ? 2U : 0U)
+                << "group " << other << " behind an append of group " << group;
+        }
+    }
+}
+
 TEST_F(NativeStreamWriterFilesTest, flushLeavesNoMemoryInTheSlot) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 2);

@@ -1,6 +1,7 @@
 #include <logging2/native/StreamLocationCreator.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
+#include <tests/support/Umask.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
@@ -40,6 +41,27 @@ TEST(StreamLocationCreatorTest, createsTheUsersDirectoryAndNothingInIt) {
     const std::filesystem::path path = uniquePath(creator);
     EXPECT_TRUE(std::filesystem::is_directory(path.parent_path()));
     EXPECT_TRUE(std::filesystem::is_empty(path.parent_path()));
+}
+
+TEST(StreamLocationCreatorTest, usersDirectoryIsForTheUserAlone) {
+    for (const mode_t mask : {0U, 022U, 0777U}) {
+        const SystemTempDirectory directory;
+        const Umask umask(mask);
+        const StreamLocationCreator creator;
+        EXPECT_EQ(std::filesystem::status(uniquePath(creator).parent_path()).permissions(),
+                  std::filesystem::perms::owner_all)
+            << std::oct << mask;
+    }
+}
+
+TEST(StreamLocationCreatorTest, existingDirectoryOfTheUserKeepsItsRights) {
+    const SystemTempDirectory directory;
+    const std::filesystem::path existing = directory.path() / ("trakontmp." + user());
+    std::filesystem::create_directory(existing);
+    std::filesystem::permissions(existing, std::filesystem::perms::all);
+    const StreamLocationCreator creator;
+    EXPECT_EQ(uniquePath(creator).parent_path(), existing);
+    EXPECT_EQ(std::filesystem::status(existing).permissions(), std::filesystem::perms::all);
 }
 
 TEST(StreamLocationCreatorTest, createsMissingParents) {

@@ -1,6 +1,6 @@
 #include <logging2/logging2.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 #include <tests/support/setups.hpp>
 
@@ -11,6 +11,8 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
+#include <vector>
 
 // This executable answers for the system's list of users, and who runs it.
 
@@ -24,6 +26,7 @@ Answer answer = Answer::name;
 std::string loginName = "ann";
 std::size_t wantedRoom = 0;
 int interruptions = 0;
+std::vector<std::string> questions;
 
 } // namespace
 
@@ -33,6 +36,7 @@ extern "C" uid_t getuid() noexcept {
 
 extern "C" int getpwuid_r(uid_t user, passwd* entry, char*, std::size_t room, passwd** result) {
     *result = nullptr;
+    questions.emplace_back("user");
     if (interruptions > 0) {
         --interruptions;
         return EINTR;
@@ -84,6 +88,29 @@ TEST(LoginNameTest, questionThatIsInterruptedIsAskedAgain) {
     interruptions = 3;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
     EXPECT_EQ(interruptions, 0);
+}
+
+TEST(LoginNameTest, isAskedForAfterTheTemporaryDirectory) {
+    const SystemTempDirectory directory;
+    StreamLocationCreator creator;
+    auto host = fl::filesystem::setTempDirectoryName({});
+    fl::filesystem::setTempDirectoryName([&host] {
+        questions.emplace_back("directory");
+        return host();
+    });
+    questions.clear();
+    creator.setUniquePath();
+    EXPECT_EQ(questions, (std::vector<std::string>{"directory", "user"}));
+    fl::filesystem::setTempDirectoryName(std::move(host));
+}
+
+// The user whose rights count is the one that getuid() is not asked for.
+TEST(LoginNameTest, directoryIsPrivateToTheEffectiveUser) {
+    const SystemTempDirectory directory;
+    const StreamLocationCreator creator;
+    const std::filesystem::path path = native(creator.getUniquePath().text()).parent_path();
+    EXPECT_TRUE(fl::filesystem::is_private(fl::filesystem::detail::make_native_form(
+        foundation::utf8_string_to_ustring(path.c_str()))));
 }
 
 // The stem of the times file is widened byte by byte and names no file then.

@@ -96,17 +96,54 @@ TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryLosesNothing) {
             }
             failed = failure.happened();
         }
-        if (Access::buffer(writer, 0).empty()) {
-            // The rows were in columns: what fails from there on is a file that cannot be opened.
-            writer.clearBuffer();
-            break;
-        }
         write(writer, 0, 3.0, {30.0, 31.0, 32.0});
         writer.flush();
         EXPECT_EQ(timesIn(writer, "a"), (std::vector<double>{1.0, 2.0, 3.0})) << n;
         EXPECT_EQ(valuesIn(writer, "a"), (std::vector<double>{10.0, 20.0, 30.0}));
         EXPECT_EQ(valuesIn(writer, "b"), (std::vector<double>{11.0, 12.0, 21.0, 22.0, 31.0, 32.0}));
         EXPECT_LT(n, 100U);
+    }
+}
+
+/// One group, 0, with the channels 0, which no path shows, and 1.
+GroupSetup setupWithAHiddenChannel() {
+    return GroupSetup{
+        {Group(0), LoggedPathsSetupData(paths({{"x", 1}}), channels({{0, 1}, {1, 1}}))}};
+}
+
+TEST_F(NativeAllocationTest, channelWithoutAPathCostsTimeInProportionToItsValues) {
+    constexpr std::size_t flushCount = 3000;
+    NativeStreamWriter writer(StreamingAttributes{}, setupWithAHiddenChannel());
+    std::size_t copied = 0;
+    for (std::size_t i = 0; i < flushCount; ++i) {
+        write(writer, 0, 1.0, {10.0, 11.0});
+        const auto& hidden = Access::columns(writer, 0)[1];
+        const std::size_t capacity = hidden.capacity();
+        const std::size_t formerSize = hidden.size();
+        writer.flushIntermediate();
+        copied += hidden.capacity() != capacity ? formerSize : 0;
+    }
+    EXPECT_EQ(Access::columns(writer, 0)[1].size(), flushCount);
+    EXPECT_LE(copied, 2 * flushCount);
+}
+
+TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryKeepsAChannelWithoutAPath) {
+    bool threw = true;
+    for (std::size_t n = 0; threw; ++n) {
+        NativeStreamWriter writer(StreamingAttributes{}, setupWithAHiddenChannel());
+        write(writer, 0, 1.0, {10.0, 11.0});
+        writer.flushIntermediate();
+        write(writer, 0, 2.0, {20.0, 21.0});
+        try {
+            const AllocationFailure failure(n);
+            writer.flushIntermediate();
+            threw = false;
+        } catch (const std::bad_alloc&) {
+        }
+        const auto& hidden = Access::columns(writer, 0)[1];
+        EXPECT_EQ(hidden.size(), threw ? 1U : 2U) << n;
+        EXPECT_EQ(hidden.front(), 10.0);
+        ASSERT_LT(n, 100U);
     }
 }
 

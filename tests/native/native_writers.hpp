@@ -2,8 +2,8 @@
 
 #include <logging2/logging2.hpp>
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/native/NativeStreamWriterAccess.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 #include <tests/support/setups.hpp>
 

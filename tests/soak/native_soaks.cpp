@@ -1,9 +1,9 @@
 #include <logging2/logging2.hpp>
 
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
 #include <tests/soak/batch_files.hpp>
 #include <tests/soak/samples.hpp>
 #include <tests/soak/soaks.hpp>
-#include <tests/support/SystemTempDirectory.hpp>
 #include <tests/support/files.hpp>
 #include <tests/support/setups.hpp>
 

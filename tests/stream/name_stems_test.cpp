@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <thread>
 #include <vector>
 
@@ -26,6 +28,17 @@ TEST(NameStemsTest, areTheSameObjectsOnEveryCallAndThread) {
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+TEST(NameStemsTest, areTheSameObjectsInALibraryThatHidesItsSymbols) {
+    void* const module = dlopen(LOGGING2_HIDDEN_MODULE, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(module, nullptr) << dlerror();
+    const auto ask = [module](const char* name) {
+        return reinterpret_cast<const void* (*)()>(dlsym(module, name))();
+    };
+    EXPECT_EQ(ask("times_of_the_module"), &times());
+    EXPECT_EQ(ask("values_of_the_module"), &values());
+    dlclose(module);
 }
 
 } // namespace

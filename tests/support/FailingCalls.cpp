@@ -103,8 +103,8 @@ Offset seek(Function* next, int descriptor, Offset offset, int origin) {
 } // namespace
 
 std::ostream& operator<<(std::ostream& stream, Call call) {
-    static constexpr std::array names = {"open", "close", "read",          "write",
-                                         "seek", "stat",  "makeDirectory", "remove"};
+    static constexpr std::array names = {"open", "close",         "read",       "write", "seek",
+                                         "stat", "makeDirectory", "changeMode", "remove"};
     return stream << names.at(static_cast<std::size_t>(call));
 }
 
@@ -202,13 +202,33 @@ int stat(const char* path, struct stat* status) noexcept {
     return decide(Call::stat, path).error != 0 ? -1 : next(path, status);
 }
 
+int lstat(const char* path, struct stat* status) noexcept {
+    static const auto next = behind<int(const char*, struct stat*)>("lstat");
+    return decide(Call::stat, path).error != 0 ? -1 : next(path, status);
+}
+
 int mkdir(const char* path, mode_t mode) noexcept {
     static const auto next = behind<int(const char*, mode_t)>("mkdir");
     return decide(Call::makeDirectory, path).error != 0 ? -1 : next(path, mode);
 }
 
+int fchmodat(int directory, const char* path, mode_t mode, int flags) noexcept {
+    static const auto next = behind<int(int, const char*, mode_t, int)>("fchmodat");
+    return decide(Call::changeMode, path).error != 0 ? -1 : next(directory, path, mode, flags);
+}
+
 int remove(const char* path) noexcept {
     static const auto next = behind<int(const char*)>("remove");
+    return decide(Call::remove, path).error != 0 ? -1 : next(path);
+}
+
+int unlink(const char* path) noexcept {
+    static const auto next = behind<int(const char*)>("unlink");
+    return decide(Call::remove, path).error != 0 ? -1 : next(path);
+}
+
+int rmdir(const char* path) noexcept {
+    static const auto next = behind<int(const char*)>("rmdir");
     return decide(Call::remove, path).error != 0 ? -1 : next(path);
 }
 

@@ -11,8 +11,8 @@
 namespace logging2::core::test {
 
 /// What the library asks of the operating system, by the work and not by the C function: `open` is
-/// fopen as well as open, `write` is writev as well.
-enum class Call { open, close, read, write, seek, stat, makeDirectory, remove };
+/// fopen as well as open, `write` is writev as well, `stat` lstat, `remove` unlink and rmdir.
+enum class Call { open, close, read, write, seek, stat, makeDirectory, changeMode, remove };
 
 std::ostream& operator<<(std::ostream& stream, Call call);
 

@@ -1,53 +1,9 @@
 #pragma once
 
+#include <logging2/conformance/detail/setups.hpp>
 #include <logging2/logging2.hpp>
 
-#include <cstddef>
-#include <initializer_list>
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace logging2::core::test {
-
-using GroupSetup = SequenceMap<Group, LoggedPathsSetupData>;
-using lang::core::ValuePath;
-
-/// Paths given as {text, channel number}.
-inline std::vector<LoggedPath>
-paths(std::initializer_list<std::pair<const char*, std::size_t>> entries) {
-    std::vector<LoggedPath> result;
-    for (const auto& [text, channel] : entries) {
-        result.push_back({ValuePath(text), CoreDataId(channel)});
-    }
-    return result;
-}
-
-/// Channels given as {channel number, width}.
-inline std::vector<LoggedChannel>
-channels(std::initializer_list<std::pair<std::size_t, std::size_t>> entries) {
-    std::vector<LoggedChannel> result;
-    for (const auto& [channel, width] : entries) {
-        result.push_back({CoreDataId(channel), width});
-    }
-    return result;
-}
-
-/// One group, 0, with one scalar channel, 0, shown by the path "x".
-inline GroupSetup scalarSetup() {
-    return GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"x", 0}}), channels({{0, 1}}))}};
-}
-
-/// One group, 0, with the scalar channel 7 and the channel 9 of width 2, shown by "a" and "b".
-inline GroupSetup mixedWidthSetup() {
-    return GroupSetup{
-        {Group(0), LoggedPathsSetupData(paths({{"a", 7}, {"b", 9}}), channels({{7, 1}, {9, 2}}))}};
-}
-
-inline void write(StreamWriter& writer, std::size_t group, double time,
-                  const std::vector<double>& row) {
-    writer.write(group, time, row.data(), row.size());
-}
 
 /// The store of a memory writer for the path.
 inline MemoryDatastore memoryStore(const StreamWriter& writer, const char* path) {

@@ -18,7 +18,7 @@ void PrintTo(Appender appender, std::ostream* stream) {
 }
 
 constexpr std::size_t smallBatch = 3;
-constexpr std::size_t largeBatch = 3000; // its columns pass by a stream's buffer
+constexpr std::size_t largeBatch = 3000; // several pages of each file
 
 class AppendErrorsTest : public NativeStreamWriterTest,
                          public ::testing::WithParamInterface<Appender> {

@@ -1,5 +1,5 @@
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/support/FailingCalls.hpp>
-#include <tests/support/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
@@ -40,8 +40,9 @@ TEST_F(FailingCallsTest, everythingWorksAgainAfterwards) {
 }
 
 TEST_F(FailingCallsTest, everyKindOfCallIsSeen) {
-    const std::vector<Call> kinds = {Call::open, Call::close, Call::read,          Call::write,
-                                     Call::seek, Call::stat,  Call::makeDirectory, Call::remove};
+    const std::vector<Call> kinds = {Call::open,   Call::close,         Call::read,
+                                     Call::write,  Call::seek,          Call::stat,
+                                     Call::remove, Call::makeDirectory, Call::changeMode};
     for (const Call kind : kinds) {
         const FailingCalls calls(kind, "file", {});
         std::filesystem::create_directory(directory.path() / "inner-file");
@@ -51,6 +52,7 @@ TEST_F(FailingCallsTest, everyKindOfCallIsSeen) {
         EXPECT_EQ(stream.get(), '3');
         stream.close();
         EXPECT_TRUE(std::filesystem::exists(file));
+        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
         EXPECT_TRUE(std::filesystem::remove(file));
         EXPECT_GT(calls.count(), 0U) << kind;
     }

@@ -1,6 +1,7 @@
 #include <tests/native/native_writers.hpp>
 #include <tests/support/FailingCalls.hpp>
 #include <tests/support/OrdinaryPermissions.hpp>
+#include <tests/support/Umask.hpp>
 
 #include <boost/system/system_error.hpp>
 
@@ -70,6 +71,56 @@ TEST_F(LocationErrorsTest, directoryThatAnotherProcessMakesMeanwhileIsTaken) {
     EXPECT_NO_THROW(creator.setUniquePath());
     EXPECT_EQ(native(creator.getUniquePath().text()).parent_path(), userDirectory());
     EXPECT_TRUE(std::filesystem::is_directory(userDirectory()));
+}
+
+TEST_F(LocationErrorsTest, newDirectoryWhoseRightsCannotBeFoundOutIsAnErrorAndDoesNotStay) {
+    std::filesystem::remove(userDirectory());
+    const std::u16string former = creator.getUniquePath().text();
+    const FailingCalls stats(Call::stat, leaf, {works(), fails(EIO)});
+    EXPECT_THROW(creator.setUniquePath(), filesystem_error);
+    EXPECT_EQ(creator.getUniquePath().text(), former);
+    EXPECT_FALSE(std::filesystem::exists(userDirectory()));
+}
+
+TEST_F(LocationErrorsTest, newDirectoryWithoutItsRightsIsAnErrorAndDoesNotStay) {
+    std::filesystem::remove(userDirectory());
+    const std::u16string former = creator.getUniquePath().text();
+    const Umask everything(0777);
+    for (const int error : {EPERM, EROFS, EIO}) {
+        const FailingCalls changes(Call::changeMode, leaf, {fails(error)});
+        expectNoLocation(error);
+        EXPECT_EQ(creator.getUniquePath().text(), former);
+        EXPECT_FALSE(std::filesystem::exists(userDirectory()));
+    }
+    EXPECT_NO_THROW(creator.setUniquePath());
+}
+
+TEST_F(LocationErrorsTest, newDirectoryNeverHasMoreRightsThanItsOwners) {
+    for (const mode_t mask : {0U, 0777U}) {
+        std::filesystem::remove(userDirectory());
+        const Umask umask(mask);
+        const FailingCalls changes(
+            Call::changeMode, leaf, {works([this] {
+                EXPECT_EQ(std::filesystem::status(userDirectory()).permissions(), perms::none);
+            })});
+        EXPECT_NO_THROW(creator.setUniquePath());
+        EXPECT_EQ(changes.count(), mask == 0 ? 0U : 1U) << "made with the rights it is to have";
+        EXPECT_EQ(std::filesystem::status(userDirectory()).permissions(), perms::owner_all);
+    }
+}
+
+TEST_F(LocationErrorsTest, rightsAreNotGivenThroughALink) {
+    std::filesystem::remove(userDirectory());
+    const std::filesystem::path other = directory.path() / "other";
+    std::filesystem::create_directory(other);
+    std::filesystem::permissions(other, perms::owner_read);
+    const Umask everything(0777);
+    const FailingCalls changes(Call::changeMode, leaf, {works([&] {
+                                   std::filesystem::remove(userDirectory());
+                                   std::filesystem::create_symlink(other, userDirectory());
+                               })});
+    EXPECT_THROW(creator.setUniquePath(), filesystem_error);
+    EXPECT_EQ(std::filesystem::status(other).permissions(), perms::owner_read);
 }
 
 TEST_F(LocationErrorsTest, temporaryDirectoryThatIsReadOnlyIsAnError) {

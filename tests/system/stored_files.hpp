@@ -2,7 +2,7 @@
 
 #include <logging2/native/NativeStreamReader.hpp>
 
-#include <tests/support/TemporaryDirectory.hpp>
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>

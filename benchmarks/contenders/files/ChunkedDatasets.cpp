@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 #include <benchmarks/contenders/files/Hdf5Handle.hpp>
@@ -78,8 +78,8 @@ void read(const Dataset& dataset, std::size_t first, std::size_t count,
 /// One dataset for the times of each group and one per channel, appended to chunk by chunk.
 class ChunkedDatasets : public Contender {
 public:
-    ChunkedDatasets(const Rows& workloadRows, const std::filesystem::path& directory)
-        : rows(workloadRows),
+    ChunkedDatasets(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+        : Contender(workloadRows, emptyDirectory),
           file(H5Fcreate((directory / "columns.h5").c_str(), H5F_ACC_TRUNC, H5P_DEFAULT,
                          H5P_DEFAULT),
                H5Fclose) {
@@ -149,16 +149,12 @@ private:
         check_count(check.stepCount(), rows.workload().stepCount);
     }
 
-    const Rows& rows;
     Hdf5Handle file;
     std::vector<std::vector<Dataset>> datasets; // by group, the times first
 };
 
+[[maybe_unused]] const bool added =
+    add_contender<ChunkedDatasets>("hdf5-datasets", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_chunked_datasets(const Rows& rows,
-                                                 const std::filesystem::path& directory) {
-    return std::make_unique<ChunkedDatasets>(rows, directory);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 
@@ -31,9 +31,8 @@ std::vector<double> numbers_in(const std::string& line) {
 /// One text file per group; each row is a line, each number in the fewest digits that give it back.
 class Csv : public Contender {
 public:
-    Csv(const Rows& workloadRows, std::filesystem::path where)
-        : rows(workloadRows),
-          directory(std::move(where)) {
+    Csv(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+        : Contender(workloadRows, emptyDirectory) {
         for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
             files.push_back(fmt::output_file(pathOf(group)));
         }
@@ -81,15 +80,10 @@ private:
         check_count(step, rows.workload().stepCount);
     }
 
-    const Rows& rows;
-    std::filesystem::path directory;
     std::vector<fmt::ostream> files;
 };
 
+[[maybe_unused]] const bool added = add_contender<Csv>("csv", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_csv(const Rows& rows, const std::filesystem::path& directory) {
-    return std::make_unique<Csv>(rows, directory);
-}
-
 } // namespace logging2::core::bench

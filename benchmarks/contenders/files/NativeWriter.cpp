@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 #include <benchmarks/contenders/files/channel_files.hpp>
@@ -23,9 +23,7 @@ std::string utf8(const std::u16string& text) {
 /// before replaces it. The rows that are lost thereby are counted; they are whole batches.
 class NativeWriter : public Contender {
 public:
-    explicit NativeWriter(const Rows& workloadRows)
-        : rows(workloadRows),
-          writer({}, setup_of(rows.workload())) {}
+    using Contender::Contender;
 
     void run() override { write_all(writer, rows); }
 
@@ -42,8 +40,7 @@ public:
     }
 
 protected:
-    const Rows& rows;
-    NativeStreamWriter writer;
+    NativeStreamWriter writer{{}, setup_of(rows.workload())};
 
 private:
     /// Which steps are in none of the group's files, which must agree.
@@ -79,7 +76,8 @@ private:
 /// buffer is ever handed over.
 class NativeWriterKeepingAll : public NativeWriter {
 public:
-    explicit NativeWriterKeepingAll(const Rows& workloadRows) : NativeWriter(workloadRows) {
+    NativeWriterKeepingAll(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+        : NativeWriter(workloadRows, emptyDirectory) {
         std::size_t least = writer.getBufferSize(0);
         for (std::size_t group = 1; group < rows.workload().groups.size(); ++group) {
             least = std::min(least, writer.getBufferSize(group));
@@ -109,18 +107,9 @@ private:
     std::size_t rowLimit; // of all groups, which fill in step
 };
 
+[[maybe_unused]] const bool added = add_contender<NativeWriter>("native-writer", Suits::anyGroups);
+[[maybe_unused]] const bool addedKeepingAll =
+    add_contender<NativeWriterKeepingAll>("native-keeping-all", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_native_writer(const Rows& rows,
-                                              const std::filesystem::path& directory) {
-    set_temp_directory(directory);
-    return std::make_unique<NativeWriter>(rows);
-}
-
-std::unique_ptr<Contender> make_native_keeping_all(const Rows& rows,
-                                                   const std::filesystem::path& directory) {
-    set_temp_directory(directory);
-    return std::make_unique<NativeWriterKeepingAll>(rows);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 #include <benchmarks/contenders/files/Hdf5Handle.hpp>
@@ -13,7 +13,10 @@ namespace logging2::core::bench {
 namespace {
 
 /// A chunk of this size, and its neighbour, fit into the chunk cache of 1 MiB.
-constexpr std::size_t chunkByteCount = 256 * 1024;
+constexpr std::size_t chunkByteCount = 512 * 1024;
+
+/// A batch has 2 MiB.
+constexpr std::size_t chunksPerBatch = 4;
 
 enum class Appending { rowByRow, batches };
 
@@ -28,8 +31,9 @@ struct Table {
 /// One packet table per group, whose packets are arrays of the time and the values.
 class PacketTable : public Contender {
 public:
-    PacketTable(const Rows& workloadRows, const std::filesystem::path& directory, Appending how)
-        : rows(workloadRows),
+    PacketTable(const Rows& workloadRows, const std::filesystem::path& emptyDirectory,
+                Appending how)
+        : Contender(workloadRows, emptyDirectory),
           file(H5Fcreate((directory / "rows.h5").c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT),
                H5Fclose) {
         for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
@@ -72,7 +76,7 @@ private:
                                    chunkRowCount, H5P_DEFAULT),
                         H5PTclose),
              rowLength,
-             how == Appending::batches ? chunkRowCount : 1,
+             how == Appending::batches ? chunksPerBatch * chunkRowCount : 1,
              {}});
         tables.back().waiting.reserve(tables.back().batchRowCount * rowLength);
     }
@@ -101,21 +105,14 @@ private:
         }
     }
 
-    const Rows& rows;
     Hdf5Handle file;
     std::vector<Table> tables;
 };
 
+[[maybe_unused]] const bool addedRows =
+    add_contender<PacketTable>("hdf5-packets-rows", Suits::anyGroups, Appending::rowByRow);
+[[maybe_unused]] const bool addedBatches =
+    add_contender<PacketTable>("hdf5-packets-batches", Suits::anyGroups, Appending::batches);
+
 } // namespace
-
-std::unique_ptr<Contender> make_packet_table_rows(const Rows& rows,
-                                                  const std::filesystem::path& directory) {
-    return std::make_unique<PacketTable>(rows, directory, Appending::rowByRow);
-}
-
-std::unique_ptr<Contender> make_packet_table_batches(const Rows& rows,
-                                                     const std::filesystem::path& directory) {
-    return std::make_unique<PacketTable>(rows, directory, Appending::batches);
-}
-
 } // namespace logging2::core::bench

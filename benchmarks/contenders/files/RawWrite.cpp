@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/files/Descriptor.hpp>
 #include <benchmarks/contenders/files/channel_files.hpp>
@@ -19,8 +19,8 @@ struct PreparedFile {
 /// Nothing but write(2): the bytes of each batch appended to each file of its group.
 class RawWrite : public Contender {
 public:
-    RawWrite(const Rows& workloadRows, const std::filesystem::path& directory)
-        : rows(workloadRows),
+    RawWrite(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+        : Contender(workloadRows, emptyDirectory),
           files(rows, directory),
           batchStepCounts(batch_step_counts(rows.workload())) {}
 
@@ -71,18 +71,12 @@ private:
         }
     }
 
-    const Rows& rows;
     ChannelFiles files;
     std::vector<std::size_t> batchStepCounts;
     std::vector<std::vector<PreparedFile>> prepared; // by group, the times first
 };
 
+[[maybe_unused]] const bool added = add_contender<RawWrite>("raw-write", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_raw_write(const Rows& rows,
-                                          const std::filesystem::path& directory) {
-    set_temp_directory(directory);
-    return std::make_unique<RawWrite>(rows, directory);
-}
-
 } // namespace logging2::core::bench

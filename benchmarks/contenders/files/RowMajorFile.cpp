@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 
@@ -27,9 +27,8 @@ File open_file(const std::filesystem::path& path, const char* mode) {
 /// One file per group; each row is the time and the values through the C library's buffer.
 class RowMajorFile : public Contender {
 public:
-    RowMajorFile(const Rows& workloadRows, std::filesystem::path where)
-        : rows(workloadRows),
-          directory(std::move(where)) {
+    RowMajorFile(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+        : Contender(workloadRows, emptyDirectory) {
         for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
             files.push_back(open_file(pathOf(group), "wb"));
         }
@@ -65,16 +64,10 @@ private:
         check_count(step, rows.workload().stepCount);
     }
 
-    const Rows& rows;
-    std::filesystem::path directory;
     std::vector<File> files;
 };
 
+[[maybe_unused]] const bool added = add_contender<RowMajorFile>("fwrite", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_row_major_file(const Rows& rows,
-                                               const std::filesystem::path& directory) {
-    return std::make_unique<RowMajorFile>(rows, directory);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 
@@ -38,8 +38,8 @@ Database open_database(const std::filesystem::path& path) {
 /// transaction. Without waiting for the disk at its end, because no other contender does.
 class Sqlite : public Contender {
 public:
-    Sqlite(const Rows& workloadRows, const std::filesystem::path& directory)
-        : rows(workloadRows),
+    Sqlite(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+        : Contender(workloadRows, emptyDirectory),
           database(open_database(directory / "rows.sqlite")) {
         execute("PRAGMA synchronous = OFF");
         for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
@@ -120,15 +120,11 @@ private:
         check_count(step, rows.workload().stepCount);
     }
 
-    const Rows& rows;
     Database database;
     std::vector<Statement> inserts;
 };
 
+[[maybe_unused]] const bool added = add_contender<Sqlite>("sqlite", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_sqlite(const Rows& rows, const std::filesystem::path& directory) {
-    return std::make_unique<Sqlite>(rows, directory);
-}
-
 } // namespace logging2::core::bench

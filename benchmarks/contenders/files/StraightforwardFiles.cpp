@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/files/BatchThread.hpp>
 #include <benchmarks/contenders/files/channel_files.hpp>
@@ -23,8 +23,8 @@ void append(const std::filesystem::path& path, std::vector<double>& column) {
 /// value.
 class StraightforwardFiles : public Contender {
 public:
-    StraightforwardFiles(const Rows& workloadRows, const std::filesystem::path& directory)
-        : rows(workloadRows),
+    StraightforwardFiles(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+        : Contender(workloadRows, emptyDirectory),
           files(rows, directory),
           batchStepCounts(batch_step_counts(rows.workload())),
           buffers(batchStepCounts.size()),
@@ -97,7 +97,6 @@ private:
         }
     }
 
-    const Rows& rows;
     ChannelFiles files;
     std::vector<std::size_t> batchStepCounts;
     std::vector<std::vector<double>> buffers;
@@ -106,12 +105,8 @@ private:
     std::optional<BatchThread> thread;
 };
 
+[[maybe_unused]] const bool added =
+    add_contender<StraightforwardFiles>("straightforward-files", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_straightforward_files(const Rows& rows,
-                                                      const std::filesystem::path& directory) {
-    set_temp_directory(directory);
-    return std::make_unique<StraightforwardFiles>(rows, directory);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 
@@ -21,9 +21,7 @@ struct GroupRows {
 /// soon as it has been distributed.
 class BareModel : public Contender {
 public:
-    explicit BareModel(const Rows& workloadRows)
-        : rows(workloadRows),
-          groups(rows.workload().groups.size()) {}
+    using Contender::Contender;
 
     void run() override {
         rows.forEach([this](std::size_t group, double time, const double* values, std::size_t n) {
@@ -64,14 +62,10 @@ private:
         }
     }
 
-    const Rows& rows;
-    std::vector<GroupRows> groups;
+    std::vector<GroupRows> groups = std::vector<GroupRows>(rows.workload().groups.size());
 };
 
+[[maybe_unused]] const bool added = add_contender<BareModel>("bare-model", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_bare_model(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<BareModel>(rows);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 
@@ -13,8 +13,8 @@ enum class Memory { fresh, touched };
 /// All bytes copied to one block of their size, row after row: no memory is looked for, none grows.
 class CopiedBytes : public Contender {
 public:
-    CopiedBytes(const Rows& workloadRows, Memory kind)
-        : rows(workloadRows),
+    CopiedBytes(const Rows& workloadRows, const std::filesystem::path& emptyDirectory, Memory kind)
+        : Contender(workloadRows, emptyDirectory),
           memory(kind),
           valueCount(rows.workload().byteCount() / sizeof(double)),
           block(new double[valueCount]) {}
@@ -35,31 +35,20 @@ public:
     }
 
     std::size_t check() override {
-        const double* row = block.get();
-        for (std::size_t step = 0; step < rows.workload().stepCount; ++step) {
-            for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
-                check_row(rows, group, step, row[0], row + 1);
-                row += rows.workload().groups[group].valueCount() + 1;
-            }
-        }
+        check_rows(rows, block.get());
         return 0;
     }
 
 private:
-    const Rows& rows;
     Memory memory;
     std::size_t valueCount;
     std::unique_ptr<double[]> block;
 };
 
+[[maybe_unused]] const bool addedFresh =
+    add_contender<CopiedBytes>("copy-fresh", Suits::anyGroups, Memory::fresh);
+[[maybe_unused]] const bool addedTouched =
+    add_contender<CopiedBytes>("copy-touched", Suits::anyGroups, Memory::touched);
+
 } // namespace
-
-std::unique_ptr<Contender> make_copy_to_fresh(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<CopiedBytes>(rows, Memory::fresh);
-}
-
-std::unique_ptr<Contender> make_copy_to_touched(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<CopiedBytes>(rows, Memory::touched);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 
@@ -10,9 +10,7 @@ namespace {
 /// One vector per group that grows in the ordinary way; each row follows its time.
 class FlatVector : public Contender {
 public:
-    explicit FlatVector(const Rows& workloadRows)
-        : rows(workloadRows),
-          groups(rows.workload().groups.size()) {}
+    using Contender::Contender;
 
     void run() override {
         rows.forEach([this](std::size_t group, double time, const double* values, std::size_t n) {
@@ -35,14 +33,10 @@ public:
     }
 
 private:
-    const Rows& rows;
-    std::vector<std::vector<double>> groups;
+    std::vector<std::vector<double>> groups{rows.workload().groups.size()};
 };
 
+[[maybe_unused]] const bool added = add_contender<FlatVector>("flat-vector", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_flat_vector(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<FlatVector>(rows);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 #include <benchmarks/workload/library_setup.hpp>
@@ -9,9 +9,7 @@ namespace {
 /// Takes steps back from a memory writer that holds the rows of a workload with one group.
 class MemoryRollback : public Contender {
 public:
-    explicit MemoryRollback(const Rows& workloadRows)
-        : rows(workloadRows),
-          writer({}, setup_of(rows.workload())) {}
+    using Contender::Contender;
 
     void prepare() override {
         rows.forEach([this](std::size_t group, double time, const double* values, std::size_t n) {
@@ -27,8 +25,7 @@ public:
 protected:
     virtual std::size_t stepsLeft() const = 0;
 
-    const Rows& rows;
-    MemoryStreamWriter writer;
+    MemoryStreamWriter writer{{}, setup_of(rows.workload())};
 };
 
 /// Scans all times and drops only the last step.
@@ -51,14 +48,10 @@ protected:
     std::size_t stepsLeft() const override { return 1; }
 };
 
+[[maybe_unused]] const bool addedByTime =
+    add_contender<RollbackByTime>("rollback-time", Suits::oneGroup);
+[[maybe_unused]] const bool addedByCount =
+    add_contender<RollbackByCount>("rollback-count", Suits::oneGroup);
+
 } // namespace
-
-std::unique_ptr<Contender> make_rollback_by_time(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<RollbackByTime>(rows);
-}
-
-std::unique_ptr<Contender> make_rollback_by_count(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<RollbackByCount>(rows);
-}
-
 } // namespace logging2::core::bench

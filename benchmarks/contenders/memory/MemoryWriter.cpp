@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/memory/memory_stores.hpp>
 
@@ -7,9 +7,7 @@ namespace {
 
 class MemoryWriter : public Contender {
 public:
-    explicit MemoryWriter(const Rows& workloadRows)
-        : rows(workloadRows),
-          writer(get_default_stream_writer({}, setup_of(rows.workload()))) {}
+    using Contender::Contender;
 
     void run() override { write_all(*writer, rows); }
 
@@ -21,14 +19,10 @@ public:
     }
 
 private:
-    const Rows& rows;
-    std::unique_ptr<StreamWriter> writer;
+    std::unique_ptr<StreamWriter> writer = get_default_stream_writer({}, setup_of(rows.workload()));
 };
 
+[[maybe_unused]] const bool added = add_contender<MemoryWriter>("memory-writer", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_memory_writer(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<MemoryWriter>(rows);
-}
-
 } // namespace logging2::core::bench

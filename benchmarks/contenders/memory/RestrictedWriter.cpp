@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/memory/memory_stores.hpp>
 #include <benchmarks/contenders/memory/ring_size.hpp>
@@ -15,11 +15,7 @@ StreamingAttributes limited_to(std::size_t pointLimit) {
 /// Timed after its rings are full: every step overwrites an older one.
 class RestrictedWriter : public Contender {
 public:
-    explicit RestrictedWriter(const Rows& workloadRows)
-        : rows(workloadRows),
-          ringSize(ring_size(rows.workload())),
-          writer(std::make_unique<MemoryStreamRestrictedWriter>(limited_to(ringSize),
-                                                                setup_of(rows.workload()))) {}
+    using Contender::Contender;
 
     void prepare() override {
         rows.forFirst(ringSize, [this](std::size_t group, double time, const double* values,
@@ -36,15 +32,13 @@ public:
     }
 
 private:
-    const Rows& rows;
-    std::size_t ringSize;
-    std::unique_ptr<StreamWriter> writer;
+    std::size_t ringSize = ring_size(rows.workload());
+    std::unique_ptr<StreamWriter> writer = std::make_unique<MemoryStreamRestrictedWriter>(
+        limited_to(ringSize), setup_of(rows.workload()));
 };
 
+[[maybe_unused]] const bool added =
+    add_contender<RestrictedWriter>("restricted-writer", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_restricted_writer(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<RestrictedWriter>(rows);
-}
-
 } // namespace logging2::core::bench

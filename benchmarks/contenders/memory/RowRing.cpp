@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/checks.hpp>
 #include <benchmarks/contenders/memory/ring_size.hpp>
@@ -18,10 +18,7 @@ struct Sample {
 /// One ring of rows per group, timed after it is full.
 class RowRing : public Contender {
 public:
-    explicit RowRing(const Rows& workloadRows)
-        : rows(workloadRows),
-          ringSize(ring_size(rows.workload())),
-          rings(rows.workload().groups.size(), boost::circular_buffer<Sample>(ringSize)) {}
+    using Contender::Contender;
 
     void prepare() override {
         rows.forFirst(ringSize, [this](std::size_t group, double time, const double* values,
@@ -51,15 +48,12 @@ private:
         rings[group].push_back(Sample{time, std::vector<double>(values, values + n)});
     }
 
-    const Rows& rows;
-    std::size_t ringSize;
-    std::vector<boost::circular_buffer<Sample>> rings;
+    std::size_t ringSize = ring_size(rows.workload());
+    std::vector<boost::circular_buffer<Sample>> rings{rows.workload().groups.size(),
+                                                      boost::circular_buffer<Sample>(ringSize)};
 };
 
+[[maybe_unused]] const bool added = add_contender<RowRing>("row-ring", Suits::anyGroups);
+
 } // namespace
-
-std::unique_ptr<Contender> make_row_ring(const Rows& rows, const std::filesystem::path&) {
-    return std::make_unique<RowRing>(rows);
-}
-
 } // namespace logging2::core::bench

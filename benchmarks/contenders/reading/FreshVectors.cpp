@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/files/Descriptor.hpp>
 #include <benchmarks/contenders/reading/ValuesFile.hpp>
@@ -50,21 +50,11 @@ public:
     }
 };
 
+[[maybe_unused]] const bool addedStream =
+    add_contender<StreamToVector>("stream-vector", Suits::reading);
+[[maybe_unused]] const bool addedRead = add_contender<ReadToVector>("read-vector", Suits::reading);
+[[maybe_unused]] const bool addedMapping =
+    add_contender<MappingToVector>("mapping-vector", Suits::reading);
+
 } // namespace
-
-std::unique_ptr<Contender> make_stream_to_vector(const Rows& rows,
-                                                 const std::filesystem::path& directory) {
-    return std::make_unique<StreamToVector>(rows, directory);
-}
-
-std::unique_ptr<Contender> make_read_to_vector(const Rows& rows,
-                                               const std::filesystem::path& directory) {
-    return std::make_unique<ReadToVector>(rows, directory);
-}
-
-std::unique_ptr<Contender> make_mapping_to_vector(const Rows& rows,
-                                                  const std::filesystem::path& directory) {
-    return std::make_unique<MappingToVector>(rows, directory);
-}
-
 } // namespace logging2::core::bench

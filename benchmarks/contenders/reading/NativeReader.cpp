@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/reading/ValuesFile.hpp>
 
@@ -20,11 +20,7 @@ private:
         boost::any(NativeDatastore(u"", foundation::utf8_string_to_ustring(path.string())))};
 };
 
+[[maybe_unused]] const bool added = add_contender<NativeReader>("native-reader", Suits::reading);
+
 } // namespace
-
-std::unique_ptr<Contender> make_native_reader(const Rows& rows,
-                                              const std::filesystem::path& directory) {
-    return std::make_unique<NativeReader>(rows, directory);
-}
-
 } // namespace logging2::core::bench

@@ -1,4 +1,4 @@
-#include <benchmarks/contenders/makers.hpp>
+#include <benchmarks/contenders/registration.hpp>
 
 #include <benchmarks/contenders/files/Descriptor.hpp>
 #include <benchmarks/contenders/reading/ValuesFile.hpp>
@@ -18,11 +18,7 @@ public:
     void run() override { Descriptor(path, O_RDONLY).readAll(values.data(), byteCount()); }
 };
 
+[[maybe_unused]] const bool added = add_contender<TouchedBuffer>("read-touched", Suits::reading);
+
 } // namespace
-
-std::unique_ptr<Contender> make_read_to_touched(const Rows& rows,
-                                                const std::filesystem::path& directory) {
-    return std::make_unique<TouchedBuffer>(rows, directory);
-}
-
 } // namespace logging2::core::bench

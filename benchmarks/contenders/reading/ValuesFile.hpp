@@ -14,9 +14,7 @@ namespace logging2::core::bench {
 /// file has just been written, so that it is read from the system's cache, not from the disk.
 class ValuesFile : public Contender {
 public:
-    ValuesFile(const Rows& workloadRows, const std::filesystem::path& directory)
-        : rows(workloadRows),
-          path(directory / "values") {}
+    using Contender::Contender;
 
     void prepare() override {
         std::ofstream file(path, std::ios::binary);
@@ -43,8 +41,7 @@ protected:
 
     std::size_t byteCount() const { return rows.workload().valueCount() * sizeof(double); }
 
-    const Rows& rows;
-    std::filesystem::path path;
+    const std::filesystem::path path = directory / "values";
 };
 
 /// Those that read into a fresh vector.

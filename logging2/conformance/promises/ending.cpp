@@ -1,4 +1,4 @@
-#include <logging2/conformance/Promise.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 
 #include <filesystem>
 
@@ -9,16 +9,20 @@ namespace {
 
 using test::write;
 
-bool closeFlushes(const Supports& supports) {
-    return supports.closeFlushes;
+bool closeFlushes(const Subject& subject) {
+    return subject.supports.closeFlushes;
 }
 
-bool tellsInfo(const Supports& supports) {
-    return supports.dataStoreInfo;
+bool tellsInfo(const Subject& subject) {
+    return subject.supports.dataStoreInfo;
 }
 
-bool tellsNoInfo(const Supports& supports) {
-    return !supports.dataStoreInfo;
+bool tellsNoInfo(const Subject& subject) {
+    return !subject.supports.dataStoreInfo;
+}
+
+bool isTemporary(const Subject& subject) {
+    return !subject.info.isPersistent;
 }
 
 std::size_t file_count(const std::filesystem::path& directory) {
@@ -89,7 +93,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {3.0}, {1.0}));
      }},
-    {"noFileIsLeftWhenEveryPathWasRead", everyone,
+    {"noFileIsLeftWhenEveryPathWasRead", isTemporary,
      [](Session& session) {
          {
              const auto writer = session.writer(scalar_groups(2));

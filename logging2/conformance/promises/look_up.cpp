@@ -1,56 +1,70 @@
-#include <logging2/conformance/Promise.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 
-#include <cppmicroservices/Constants.h>
+#include <logging2/host/foundation/bundle_context.hpp>
+#include <logging2/lookup/entry_points.hpp>
 
 #include <climits>
 
-// The back-end is found by its name, by no other, and is needed no longer than to be asked.
+// The back-end is found by its name and by no other name, and what it made outlives its services.
 
 namespace logging2::core::conformance {
 namespace {
 
-/// Stands under the back-end's name and counts who asks.
-class Decoy final : public StreamWriterService {
-public:
-    std::unique_ptr<StreamWriter> createStreamWriter(const StreamingAttributes&,
-                                                     const GroupSetup&) override {
-        ++calls;
-        return nullptr;
-    }
-    int calls = 0;
+struct Calls {
+    int ofWriters = 0;
+    int ofReaders = 0;
 };
 
-/// How often a service of the highest ranking is asked instead of the back-end.
-int calls_of_highest_decoy(const Session& session) {
-    const auto decoy = std::make_shared<Decoy>();
-    cppmicroservices::ServiceProperties properties;
-    properties[vtllogging_write_type_id()] = session.backend().name;
-    properties[cppmicroservices::Constants::SERVICE_RANKING] = INT_MAX;
-    auto registration =
-        foundation::get_global_bundle_context().RegisterService<StreamWriterService>(decoy,
-                                                                                     properties);
-    get_stream_writer(session.backend().name, attributes(), test::scalarSetup());
-    registration.Unregister();
-    return decoy->calls;
+/// A back-end of the name that makes nothing and counts the calls.
+Backend decoy_of(const std::string& name, Calls& calls) {
+    Backend decoy;
+    decoy.name = name;
+    decoy.createWriter = [&calls](const StreamingAttributes&, const GroupSetup&) {
+        ++calls.ofWriters;
+        return nullptr;
+    };
+    decoy.createReader = [&calls](const boost::any&) {
+        ++calls.ofReaders;
+        return nullptr;
+    };
+    return decoy;
+}
+
+/// How often a decoy of the highest ranking is asked instead of the back-end.
+Calls calls_of_highest_decoy(const std::string& name) {
+    Calls calls;
+    auto registrations =
+        register_backend(foundation::get_global_bundle_context(), decoy_of(name, calls));
+    set_ranking(registrations, name, INT_MAX);
+    get_stream_writer(name, attributes(), test::scalarSetup());
+    get_stream_reader(name, boost::any());
+    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
+        registration.Unregister();
+    }
+    return calls;
 }
 
 const Promise table[] = {
     {"writerAndReaderAreFoundByTheName", everyone,
      [](Session& session) {
-         const std::string& name = session.backend().name;
+         const std::string& name = session.subject().info.name;
          EXPECT_TRUE(get_stream_writer(name, attributes(), test::scalarSetup()).has_value());
          EXPECT_TRUE(get_stream_reader(name, boost::any()).has_value());
      }},
     {"anotherNameFindsNothing", everyone,
      [](Session& session) {
          for (const std::string& name :
-              {session.backend().name + "-absent", std::string("absent")}) {
+              {session.subject().info.name + "-absent", std::string("absent")}) {
              EXPECT_FALSE(get_stream_writer(name, attributes(), test::scalarSetup()).has_value());
              EXPECT_FALSE(get_stream_reader(name, boost::any()).has_value());
          }
      }},
     {"aServiceOfHigherRankingIsAskedInstead", everyone,
-     [](Session& session) { EXPECT_EQ(calls_of_highest_decoy(session), 1); }},
+     [](Session& session) {
+         const Calls calls = calls_of_highest_decoy(session.subject().info.name);
+         EXPECT_EQ(calls.ofWriters, 1);
+         EXPECT_EQ(calls.ofReaders, 1);
+     }},
     {"aWriterOutlivesItsService", everyone,
      [](Session& session) {
          const auto writer = session.writer();

@@ -1,20 +1,20 @@
-#include <logging2/conformance/Promise.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 
 // A history that is bounded, or not.
 
 namespace logging2::core::conformance {
 namespace {
 
-bool bounded(const Supports& supports) {
-    return supports.pointLimit;
+bool bounded(const Subject& subject) {
+    return subject.supports.pointLimit;
 }
 
-bool unbounded(const Supports& supports) {
-    return !supports.pointLimit;
+bool unbounded(const Subject& subject) {
+    return !bounded(subject);
 }
 
-bool boundedAndRollsBack(const Supports& supports) {
-    return supports.pointLimit && supports.rollback;
+bool boundedAndRollsBack(const Subject& subject) {
+    return bounded(subject) && rollsBack(subject);
 }
 
 const Promise table[] = {

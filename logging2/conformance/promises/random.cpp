@@ -1,6 +1,6 @@
-#include <logging2/conformance/Promise.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 
-#include <tests/memory/memory_oracle.hpp>
+#include <logging2/conformance/detail/memory_oracle.hpp>
 
 #include <cstdint>
 #include <cstring>
@@ -60,7 +60,7 @@ class Run {
 public:
     Run(Session& owner, unsigned seed)
         : session(owner),
-          supports(owner.backend().supports),
+          subject(owner.subject()),
           random(seed),
           streaming(attributes(1 + below(random, 20))),
           setup(random_setup(random)),
@@ -71,7 +71,7 @@ public:
         for (std::size_t i = below(random, 60); i > 0; --i) {
             step(below(random, setup.size()));
         }
-        supports.closeFlushes&& below(random, 2) == 0 ? writer->close() : writer->flush();
+        subject.supports.closeFlushes&& below(random, 2) == 0 ? writer->close() : writer->flush();
         oracle.flush();
         expectSame();
         session.closeReaders();
@@ -80,11 +80,11 @@ public:
 private:
     bool regresses() {
         streaming.rollbackOnTimeRegression = below(random, 2) == 0;
-        return streaming.rollbackOnTimeRegression && supports.rollbackOnTimeRegression;
+        return streaming.rollbackOnTimeRegression && obeysRegression(subject);
     }
 
     std::optional<std::size_t> limit() const {
-        return supports.pointLimit ? std::optional(streaming.pointLimit) : std::nullopt;
+        return subject.supports.pointLimit ? std::optional(streaming.pointLimit) : std::nullopt;
     }
 
     void step(std::size_t group) {
@@ -102,7 +102,7 @@ private:
     double nextTime(std::size_t group) {
         const double any = static_cast<double>(below(random, 40)) / 2.0;
         const Doubles& times = oracle.times[group];
-        const bool forwardOnly = supports.rollback && !oracle.rollbackOnTimeRegression;
+        const bool forwardOnly = rollsBack(subject) && !oracle.rollbackOnTimeRegression;
         return forwardOnly && !times.empty() ? times.back() + any / 20.0 : any;
     }
 
@@ -120,7 +120,7 @@ private:
 
     void rollback(std::size_t group, double time) {
         writer->rollback(group, time);
-        if (supports.rollback) {
+        if (rollsBack(subject)) {
             oracle.rollbackToTime(group, time);
         }
     }
@@ -136,7 +136,7 @@ private:
     }
 
     Session& session;
-    Supports supports;
+    const Subject& subject;
     Random random;
     StreamingAttributes streaming;
     GroupSetup setup;

@@ -1,6 +1,6 @@
-#include <logging2/conformance/Promise.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 
-#include <tests/support/same_bits.hpp>
+#include <logging2/conformance/detail/same_bits.hpp>
 
 // Readers: what they answer, their clones, what they refuse, and how long the data lives.
 
@@ -9,12 +9,12 @@ namespace {
 
 using test::sameBits;
 
-bool readersDelete(const Supports& supports) {
-    return supports.readersDelete;
+bool readersDelete(const Subject& subject) {
+    return subject.supports.readersDelete;
 }
 
-bool readersKeep(const Supports& supports) {
-    return !supports.readersDelete;
+bool readersKeep(const Subject& subject) {
+    return !subject.supports.readersDelete;
 }
 
 /// A store that no back-end has ever given out.

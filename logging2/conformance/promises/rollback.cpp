@@ -1,9 +1,9 @@
-#include <logging2/conformance/Promise.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 
 #include <cmath>
 #include <limits>
 
-// Taking samples back, by name or because the time went back, or declining to.
+// rollback, or declining it, and rollbackOnTimeRegression.
 
 namespace logging2::core::conformance {
 namespace {
@@ -13,26 +13,12 @@ using test::write;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-bool rollsBack(const Supports& supports) {
-    return supports.rollback;
+bool declines(const Subject& subject) {
+    return !rollsBack(subject);
 }
 
-bool declines(const Supports& supports) {
-    return !supports.rollback;
-}
-
-bool obeysRegression(const Supports& supports) {
-    return supports.rollbackOnTimeRegression;
-}
-
-bool ignoresRegression(const Supports& supports) {
-    return !supports.rollbackOnTimeRegression;
-}
-
-StreamingAttributes rolling_back() {
-    StreamingAttributes result = attributes();
-    result.rollbackOnTimeRegression = true;
-    return result;
+bool ignoresRegression(const Subject& subject) {
+    return !obeysRegression(subject);
 }
 
 const Promise table[] = {

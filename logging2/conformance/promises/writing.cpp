@@ -1,6 +1,6 @@
-#include <logging2/conformance/Promise.hpp>
+#include <logging2/conformance/detail/Promise.hpp>
 
-#include <tests/support/same_bits.hpp>
+#include <logging2/conformance/detail/same_bits.hpp>
 
 #include <cstdint>
 #include <cstring>

@@ -1,18 +1,32 @@
 #pragma once
 
 #include <logging2/host/filesystem/basic_path.hpp>
+#include <logging2/host/filesystem/filebuf.hpp>
 
-#include <fstream>
+#include <istream>
 
 namespace fl::filesystem {
 
-/// A standard input stream on the file of a path, opened for binary input.
-class ifstream : public std::ifstream {
+/// A standard input stream on the file of a path, opened for binary input. Its descriptor is closed
+/// when the process executes another program.
+class ifstream : public std::istream {
 public:
     /// A file that cannot be opened leaves the stream in the failure state.
     explicit ifstream(const basic_path<char, char16_t>& path)
-        : std::ifstream(detail::make_native_access_form_i18n(path),
-                        std::ios::in | std::ios::binary) {}
+        : std::istream(nullptr),
+          buffer(detail::make_native_access_form_i18n(path), std::ios::in | std::ios::binary) {
+        rdbuf(&buffer);
+        setstate(is_open() ? std::ios::goodbit : std::ios::failbit);
+    }
+
+    /// Whether the file could be opened and has not been closed.
+    bool is_open() const noexcept { return buffer.is_open(); }
+
+    /// Closes the file; an error leaves the stream in the failure state.
+    void close() { setstate(buffer.close() ? std::ios::goodbit : std::ios::failbit); }
+
+private:
+    detail::filebuf buffer;
 };
 
 } // namespace fl::filesystem

@@ -2,6 +2,11 @@
 
 #include <logging2/host/foundation/text_conversion.hpp>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdlib>
 #include <system_error>
 #include <utility>
@@ -11,6 +16,41 @@ namespace {
 
 std::filesystem::path native(const basic_path<char, char16_t>& path) {
     return detail::make_native_access_form_i18n(path);
+}
+
+std::error_code last_error() {
+    return {errno, std::generic_category()};
+}
+
+/// A separator at the end would lead through a link, and make the directory its own parent.
+std::filesystem::path without_separator(const std::filesystem::path& path) {
+    return path.has_filename() ? path : path.parent_path();
+}
+
+/// Gives the owner of a new directory the rights that the umask kept back.
+std::error_code complete_rights(const std::filesystem::path& directory) {
+    struct stat status {};
+    if (lstat(directory.c_str(), &status) != 0) {
+        return last_error();
+    }
+    const bool isComplete = (status.st_mode & S_IRWXU) == S_IRWXU;
+    // Not those of what a link leads to that somebody has put in the directory's place.
+    if (!isComplete && fchmodat(AT_FDCWD, directory.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) != 0) {
+        return last_error();
+    }
+    return {};
+}
+
+/// At no time has the directory more rights than its owner is to have; it does not stay with fewer.
+std::error_code make_private_directory(const std::filesystem::path& directory) {
+    if (mkdir(directory.c_str(), S_IRWXU) != 0) {
+        return last_error();
+    }
+    const std::error_code error = complete_rights(directory);
+    if (error) {
+        rmdir(directory.c_str());
+    }
+    return error;
 }
 
 std::function<std::u16string()>& temp_directory_function() {
@@ -31,20 +71,40 @@ bool exists(const basic_path<char, char16_t>& path) {
 }
 
 void remove_file(const basic_path<char, char16_t>& path) {
-    std::filesystem::remove(native(path));
+    const std::filesystem::path file = native(path);
+    if (unlink(file.c_str()) != 0 && errno != ENOENT) {
+        throw std::filesystem::filesystem_error("remove_file", file, last_error());
+    }
 }
 
 void create_directories(const basic_path<char, char16_t>& path) {
-    const std::filesystem::path directory = native(path);
+    const std::filesystem::path directory = without_separator(native(path));
     std::error_code error;
-    if (std::filesystem::create_directories(directory, error)) {
-        return;
+    if (directory.has_parent_path()) {
+        std::filesystem::create_directories(directory.parent_path(), error);
     }
-    std::error_code ignored;
-    if (std::filesystem::exists(std::filesystem::symlink_status(directory, ignored))) {
-        throw FileExistsError(directory.string());
+    if (!error) {
+        error = make_private_directory(directory);
+        if (error == std::errc::file_exists) {
+            throw FileExistsError(directory.string());
+        }
     }
-    throw std::filesystem::filesystem_error("create_directories", directory, error);
+    if (error) {
+        throw std::filesystem::filesystem_error("create_directories", directory, error);
+    }
+}
+
+bool is_private(const basic_path<char, char16_t>& path) {
+    const std::filesystem::path directory = without_separator(native(path));
+    struct stat status {};
+    if (lstat(directory.c_str(), &status) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) {
+            return false;
+        }
+        throw std::filesystem::filesystem_error("is_private", directory, last_error());
+    }
+    return S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 std::u16string temp_directory_name() {

@@ -21,13 +21,21 @@ public:
 /// nowhere. Throws std::filesystem::filesystem_error where that cannot be found out.
 LOGGING2_EXPORT bool exists(const basic_path<char, char16_t>& path);
 
-/// Removes the file; nothing happens where there is none. Throws std::filesystem::filesystem_error
-/// where it cannot be removed.
+/// Removes the file, or the link itself; nothing happens where there is none. Throws
+/// std::filesystem::filesystem_error where it cannot be removed, and for a directory.
 LOGGING2_EXPORT void remove_file(const basic_path<char, char16_t>& path);
 
-/// Creates the directory with all missing parents. Throws FileExistsError where something of that
-/// name exists, std::filesystem::filesystem_error where it cannot be created.
+/// Creates the directory with all missing parents. The directory itself is for the calling user
+/// alone from the beginning (mode 0700), whatever the process's umask; parents get the rights that
+/// the umask leaves. Throws FileExistsError if something of that name exists, which is left as it
+/// is, and std::filesystem::filesystem_error if the directory cannot be created.
 LOGGING2_EXPORT void create_directories(const basic_path<char, char16_t>& path);
+
+/// Whether the path names a directory, not a link to one, that belongs to the effective user and
+/// that nobody else may write; others may be able to read it. False if there is nothing of that
+/// name. It says nothing about the directories above. Throws std::filesystem::filesystem_error if
+/// it cannot be found out.
+LOGGING2_EXPORT bool is_private(const basic_path<char, char16_t>& path);
 
 /// The system's temporary directory: the value of TMPDIR, or "/tmp" where that is not set.
 LOGGING2_EXPORT std::u16string temp_directory_name();

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace foundation {
@@ -27,13 +28,46 @@ WarningHandler current_handler() {
     return slot.handler;
 }
 
-void print_warning(const Message& message) {
-    std::string line = "warning: " + message.key();
-    for (const std::u16string& argument : message.arguments()) {
-        line += " \"" + ustring_to_utf8_string(argument) + '"';
+/// C0, DEL and C1.
+bool is_control(char16_t unit) {
+    return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F);
+}
+
+/// A control character that cannot act on a terminal, such as "\x1b".
+std::u16string readable(char16_t control) {
+    constexpr std::u16string_view digits = u"0123456789abcdef";
+    switch (control) {
+    case u'\n':
+        return u"\\n";
+    case u'\t':
+        return u"\\t";
+    default:
+        return {u'\\', u'x', digits[control / 16U], digits[control % 16U]};
     }
-    line += " [" + message.catalog() + "]\n";
-    std::cerr << line << std::flush;
+}
+
+std::u16string escaped(std::u16string_view text) {
+    std::u16string result;
+    for (const char16_t unit : text) {
+        if (is_control(unit)) {
+            result += readable(unit);
+            continue;
+        }
+        if (unit == u'"' || unit == u'\\') {
+            result += u'\\';
+        }
+        result += unit;
+    }
+    return result;
+}
+
+void print_warning(const Message& message) {
+    std::u16string line = u"warning: " + escaped(utf8_string_to_ustring(message.key()));
+    for (const std::u16string& argument : message.arguments()) {
+        line += u" \"" + escaped(argument) + u'"';
+    }
+    line += u" [" + escaped(utf8_string_to_ustring(message.catalog())) + u"]\n";
+    std::cerr << ustring_to_utf8_string(line) << std::flush;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <cstdint>
 #include <utility>
 
@@ -113,6 +114,7 @@ void RowStorage::makeRoom() {
 }
 
 RowHandle RowStorage::makeRow(std::vector<double>&& values) noexcept {
+    assert(blockCount > 0 && !blocks[blockCount - 1]->full());
     const SlotAllocator<std::vector<double>> slot(*blocks[blockCount - 1]);
     return std::allocate_shared<std::vector<double>>(slot, std::move(values));
 }

@@ -1,6 +1,6 @@
 #include <tests/conformance/mutants/Faults.hpp>
 
-#include <cppmicroservices/Constants.h>
+#include <logging2/logging2.hpp>
 
 namespace logging2::core::conformance {
 namespace {
@@ -103,15 +103,19 @@ std::unique_ptr<StreamReader> sound_reader(Base base, const boost::any& store) {
     return std::make_unique<MemoryStreamReader>(store);
 }
 
-class FaultyServices final : public StreamWriterService, public StreamReaderService {
+/// What the back-end's services have in common.
+class FaultyFactory {
 public:
-    FaultyServices(Base soundBase, Faults planted) : base(soundBase), faults(std::move(planted)) {}
-    ~FaultyServices() override {
+    FaultyFactory(Base soundBase, Faults planted) : base(soundBase), faults(std::move(planted)) {}
+    ~FaultyFactory() {
         either(faults.serviceGone, [] {});
     }
 
-    std::unique_ptr<StreamWriter> createStreamWriter(const StreamingAttributes& attributes,
-                                                     const GroupSetup& setup) override {
+    FaultyFactory(const FaultyFactory&) = delete;
+    FaultyFactory& operator=(const FaultyFactory&) = delete;
+
+    std::unique_ptr<StreamWriter> writer(const StreamingAttributes& attributes,
+                                         const GroupSetup& setup) const {
         StreamingAttributes ownAttributes = attributes;
         GroupSetup ownSetup = setup;
         either(
@@ -121,7 +125,7 @@ public:
         return std::make_unique<FaultyWriter>(faults, sound_writer(base, ownAttributes, ownSetup));
     }
 
-    std::unique_ptr<StreamReader> createStreamReader(const boost::any& store) override {
+    std::unique_ptr<StreamReader> reader(const boost::any& store) const {
         const boost::any opened = either(
             faults.opening, [&] { return store; }, store);
         return std::make_unique<FaultyReader>(faults, sound_reader(base, opened));
@@ -132,38 +136,43 @@ private:
     Faults faults;
 };
 
-Registrations register_services(cppmicroservices::BundleContext context, Base base,
-                                const Faults& faults) {
-    Registrations registrations;
-    const auto services = std::make_shared<FaultyServices>(base, faults);
+BackendRegistrations register_services(const cppmicroservices::BundleContext& context,
+                                       const BackendInfo& info, Base base, const Faults& faults) {
+    const auto factory = std::make_shared<const FaultyFactory>(base, faults);
+    BackendRegistrations all;
     for (const std::string& name : faults.names) {
-        cppmicroservices::ServiceProperties properties;
-        properties[vtllogging_write_type_id()] = name;
-        properties[vtllogging_read_type_id()] = name;
-        properties[cppmicroservices::Constants::SERVICE_RANKING] = faults.ranking;
-        registrations.emplace_back(
-            context.RegisterService<StreamWriterService, StreamReaderService>(services,
-                                                                              properties));
+        Backend backend{info,
+                        [factory](const StreamingAttributes& attributes, const GroupSetup& setup) {
+                            return factory->writer(attributes, setup);
+                        },
+                        [factory](const boost::any& store) { return factory->reader(store); }};
+        backend.name = name;
+        BackendRegistrations registrations = register_backend(context, backend);
+        set_ranking(registrations, name, faults.ranking);
+        all.insert(all.end(), registrations.begin(), registrations.end());
     }
-    return registrations;
+    return all;
 }
 
 } // namespace
 
-Supports supports_of(Base base) {
-    Supports supports;
-    supports.rollback = base != Base::native;
-    supports.rollbackOnTimeRegression = base != Base::native;
-    supports.closeFlushes = base != Base::native;
-    supports.pointLimit = base == Base::memoryRestricted;
-    supports.readersDelete = base == Base::native;
-    return supports;
+Subject declared_by(Base base) {
+    Subject subject;
+    subject.info.name = "mutant";
+    subject.info.supportsRollback = base != Base::native;
+    subject.supports.rollbackOnTimeRegression = base != Base::native;
+    subject.supports.closeFlushes = base != Base::native;
+    subject.supports.pointLimit = base == Base::memoryRestricted;
+    subject.supports.readersDelete = base == Base::native;
+    return subject;
 }
 
-Backend mutant_backend(Base base, const Supports& supports, const Faults& faults) {
-    return {"mutant", supports, [base, faults](cppmicroservices::BundleContext context) {
-                return register_services(std::move(context), base, faults);
-            }};
+Subject faulty(Base base, Subject declared, const Faults& faults) {
+    declared.registerServices = [info = declared.info, base,
+                                 faults](const cppmicroservices::BundleContext& context) {
+        return register_services(context, info, base, faults);
+    };
+    return declared;
 }
 
 } // namespace logging2::core::conformance

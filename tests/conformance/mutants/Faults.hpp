@@ -1,7 +1,7 @@
 #pragma once
 
-#include <logging2/conformance/Backend.hpp>
-#include <logging2/conformance/Session.hpp>
+#include <logging2/conformance/conformance.hpp>
+#include <logging2/conformance/detail/Session.hpp>
 
 #include <functional>
 #include <memory>
@@ -42,10 +42,10 @@ struct Faults {
 
 enum class Base { memory, memoryRestricted, native };
 
-/// What the sound back-ends support.
-Supports supports_of(Base base);
+/// What the sound back-end declares, under the name "mutant".
+Subject declared_by(Base base);
 
-/// The back-end "mutant": a sound one with the faults, declared to support this.
-Backend mutant_backend(Base base, const Supports& supports, const Faults& faults);
+/// The sound back-end with the faults, which declares this.
+Subject faulty(Base base, Subject declared, const Faults& faults);
 
 } // namespace logging2::core::conformance

@@ -12,7 +12,7 @@ struct Mutant {
     const char* fault;
     const char* brokenPromise;
     Base base;
-    void (*plant)(Faults& faults, Supports& supports);
+    void (*plant)(Faults& faults, Subject& declared);
 
     friend std::ostream& operator<<(std::ostream& stream, const Mutant& mutant) {
         return stream << mutant.fault;
@@ -22,7 +22,9 @@ struct Mutant {
 std::vector<Mutant> mutants_of_writing();
 std::vector<Mutant> mutants_of_ending();
 std::vector<Mutant> mutants_of_rollback();
+std::vector<Mutant> mutants_of_deep_rollback();
 std::vector<Mutant> mutants_of_reading();
 std::vector<Mutant> mutants_of_services();
+std::vector<Mutant> mutants_of_threads();
 
 } // namespace logging2::core::conformance

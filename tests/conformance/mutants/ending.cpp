@@ -1,5 +1,9 @@
 #include <tests/conformance/mutants/Mutant.hpp>
 
+#include <logging2/logging2.hpp>
+
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 // Back-ends that end badly: flush, close, stores, and what they leave behind.
@@ -9,11 +13,11 @@ namespace {
 
 const Mutant table[] = {
     {"takesFlushIntermediateForTheEnd", "flushIntermediateLosesAndDoublesNothing", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.flushIntermediate = [](StreamWriter& target) { target.flush(); };
      }},
     {"givesNoStoresAfterClose", "closeAfterFlushChangesNothing", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto closed = std::make_shared<bool>(false);
          faults.close = [closed](StreamWriter&) { *closed = true; };
          faults.dataStore = [closed](const StreamWriter& target, const ValuePath& path) {
@@ -21,19 +25,19 @@ const Mutant table[] = {
          };
      }},
     {"forgetsToFlushOnClose", "closeAloneMakesTheSamplesFinal", Base::memory,
-     [](Faults& faults, Supports&) { faults.close = [](StreamWriter&) {}; }},
+     [](Faults& faults, Subject&) { faults.close = [](StreamWriter&) {}; }},
     {"tellsAnInfoThatWasNotDeclared", "dataStoreInfoIsEmpty", Base::memory,
-     [](Faults& faults, Supports&) { faults.dataStoreInfo = [] { return DataStoreInfo(); }; }},
+     [](Faults& faults, Subject&) { faults.dataStoreInfo = [] { return DataStoreInfo(); }; }},
     {"tellsNoInfo", "dataStoreInfoTellsSomethingAfterTheFlush", Base::memory,
-     [](Faults&, Supports& supports) { supports.dataStoreInfo = true; }},
+     [](Faults&, Subject& declared) { declared.supports.dataStoreInfo = true; }},
     {"givesEachStoreOnce", "aStoreMayBeAskedForAgain", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.dataStore = [given = 0](const StreamWriter& target, const ValuePath& path) mutable {
              return ++given == 1 ? target.dataStore(path) : boost::any();
          };
      }},
     {"leavesSamplesToTheNextWriter", "samplesThatWereNotFlushedDoNotTurnUpElsewhere", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto left = std::make_shared<Doubles>();
          faults.made = [left](StreamWriter& target) { write_calls(target, 0, *left); };
          faults.gone = [left](StreamWriter& target) {
@@ -41,11 +45,25 @@ const Mutant table[] = {
          };
      }},
     {"leavesAFile", "noFileIsLeftWhenEveryPathWasRead", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.flush = [](StreamWriter& target) {
              target.flush();
              const auto directory = fl::filesystem::temp_directory_name();
              std::ofstream(foundation::ustring_to_utf8_string(directory) + "/journal") << "flushed";
+         };
+     }},
+    {"leavesAFileWhereTheEnvironmentSays", "noFileIsLeftWhenEveryPathWasRead", Base::memory,
+     [](Faults& faults, Subject&) {
+         faults.flush = [](StreamWriter& target) {
+             target.flush();
+             std::ofstream(std::filesystem::temp_directory_path() / "journal") << "flushed";
+         };
+     }},
+    {"leavesAFileInTmpdir", "noFileIsLeftWhenEveryPathWasRead", Base::memory,
+     [](Faults& faults, Subject&) {
+         faults.made = [](StreamWriter&) {
+             const char* const directory = std::getenv("TMPDIR");
+             std::ofstream(std::string(directory == nullptr ? "/tmp" : directory) + "/journal");
          };
      }},
 };

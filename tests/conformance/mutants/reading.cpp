@@ -9,23 +9,23 @@ namespace {
 
 const Mutant table[] = {
     {"givesTheTimesWithTheValuesOnly", "timesAreThoseOfTheTimeseries", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.times = [](const StreamReader&) { return Doubles(); };
      }},
     {"givesTheDataAwayWithTheFirstReading", "aReaderReadsAnyNumberOfTimes", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.timeseries = [read = 0](Series series) mutable {
              return ++read == 1 ? std::move(series) : Series();
          };
      }},
     {"clonesAnEmptyReader", "aCloneReadsTheSame", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.clone = [](const StreamReader&) -> std::unique_ptr<StreamReader> {
              return std::make_unique<MemoryStreamReader>(boost::any());
          };
      }},
     {"movesTheStoreIntoItsFirstReader", "twoReadersOfOneStoreReadTheSame", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.opening = [](const boost::any& store) -> boost::any {
              const auto& shared = boost::any_cast<const MemoryDatastore&>(store);
              return MemoryDatastore{std::make_shared<Doubles>(std::move(*shared.times)),
@@ -33,7 +33,7 @@ const Mutant table[] = {
          };
      }},
     {"takesTheStoresAlong", "storesAndReadersOutliveTheWriter", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto given = std::make_shared<std::vector<MemoryDatastore>>();
          faults.dataStore = [given](const StreamWriter& target, const ValuePath& path) {
              const boost::any store = target.dataStore(path);
@@ -47,17 +47,17 @@ const Mutant table[] = {
          };
      }},
     {"deletesUndeclared", "aCloneOutlivesItsReader", Base::native,
-     [](Faults&, Supports& supports) { supports.readersDelete = false; }},
+     [](Faults&, Subject& declared) { declared.supports.readersDelete = false; }},
     {"keepsWhatItDeclaresToDelete", "theDataGoesWithItsFirstReader", Base::memory,
-     [](Faults&, Supports& supports) { supports.readersDelete = true; }},
+     [](Faults&, Subject& declared) { declared.supports.readersDelete = true; }},
     {"refusesAnEmptyAny", "aReaderOfAnEmptyAnyHasNoData", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.opening = [](const boost::any& store) -> boost::any {
              return boost::any_cast<const MemoryDatastore&>(store);
          };
      }},
     {"readsForeignStoresAsEmpty", "aStoreOfAnotherTypeIsRefused", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.opening = [](const boost::any& store) {
              return boost::any_cast<MemoryDatastore>(&store) ? store : boost::any();
          };

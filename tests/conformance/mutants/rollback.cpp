@@ -29,43 +29,41 @@ void drop_oldest(MemoryStreamWriter& writer, std::size_t group, std::size_t limi
 
 const Mutant table[] = {
     {"ignoresRollback", "rollbackTakesLaterSamplesBack", Base::memory,
-     [](Faults& faults, Supports&) {
-         faults.rollback = [](StreamWriter&, std::size_t, double) {};
-     }},
+     [](Faults& faults, Subject&) { faults.rollback = [](StreamWriter&, std::size_t, double) {}; }},
     {"takesEqualTimesBack", "rollbackKeepsSamplesAtEqualTime", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              target.rollback(group, std::nextafter(time, -std::numeric_limits<double>::max()));
          };
      }},
     {"keepsTimesWithinATolerance", "rollbackTellsNeighbouringTimesApart", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              target.rollback(group, time + 1e-12);
          };
      }},
     {"takesTheLastSampleBackAtLeast", "rollbackToTheLastTimeOrBehindItChangesNothing", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              memory(target).rollback(group, std::size_t{1});
              target.rollback(group, time);
          };
      }},
     {"keepsTheFirstSample", "rollbackBeforeTheFirstTimeEmptiesTheGroup", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              target.rollback(group, std::max(time, memory(target).times(group).front()));
          };
      }},
     {"takesAllGroupsBack", "rollbackOfOneGroupLeavesTheOthers", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t, double time) {
              target.rollback(0, time);
              target.rollback(1, time);
          };
      }},
     {"refusesToTakeNothingBack", "rollbackOfAnEmptyGroupChangesNothing", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double) {
              if (memory(target).numSteps(group) == 0) {
                  throw std::out_of_range("no samples");
@@ -73,7 +71,7 @@ const Mutant table[] = {
          };
      }},
     {"takesNoSamplesAfterARollback", "samplesMayFollowARollback", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto done = std::make_shared<bool>(false);
          faults.rollback = [done](StreamWriter& target, std::size_t group, double time) {
              *done = true;
@@ -84,7 +82,7 @@ const Mutant table[] = {
          };
      }},
     {"keepsWhatWasFlushedIntermediately", "rollbackReachesOverFlushIntermediate", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto final = std::make_shared<double>(-std::numeric_limits<double>::infinity());
          faults.flushIntermediate = [final](StreamWriter& target) {
              *final = memory(target).times(0).back();
@@ -94,35 +92,35 @@ const Mutant table[] = {
          };
      }},
     {"warnsThoughItTakesBack", "rollbackIssuesNoWarning", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
     {"warnsTwice", "aDeclinedRollbackIssuesOneWarning", Base::native,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
     {"warnsAndTakesBack", "aDeclinedRollbackKeepsTheSamples", Base::memory,
-     [](Faults& faults, Supports& supports) {
-         supports.rollback = false;
+     [](Faults& faults, Subject& declared) {
+         declared.info.supportsRollback = false;
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
     {"keepsRepeatedTimes", "aRepeatedTimeReplacesTheSample", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = false;
          };
      }},
     {"takesTimesWithinAToleranceForRepeated", "aNeighbouringLaterTimeReplacesNothing", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,
                            auto... arguments) {
              target.rollback(group, time - 1e-12);
@@ -130,7 +128,7 @@ const Mutant table[] = {
          };
      }},
     {"replacesTheLastSampleOnly", "aBackwardTimeReplacesEverythingFromItOn", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = false;
          };
@@ -142,7 +140,7 @@ const Mutant table[] = {
          };
      }},
     {"takesAllGroupsBackOnRegression", "aBackwardTimeOfOneGroupLeavesTheOthers", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,
                            auto... arguments) {
              target.rollback(1 - group, time);
@@ -150,25 +148,26 @@ const Mutant table[] = {
          };
      }},
     {"readsTheRegressionFlagUndeclared", "timesAreKeptAsTheyComeWhateverTheRegressionFlag",
-     Base::memory, [](Faults&, Supports& supports) { supports.rollbackOnTimeRegression = false; }},
+     Base::memory,
+     [](Faults&, Subject& declared) { declared.supports.rollbackOnTimeRegression = false; }},
     {"knowsNoLimit", "theLastSamplesOfEachGroupAreKept", Base::memory,
-     [](Faults&, Supports& supports) { supports.pointLimit = true; }},
+     [](Faults&, Subject& declared) { declared.supports.pointLimit = true; }},
     {"keepsOneSampleLessThanTheLimit", "aLimitThatIsJustReachedDropsNothing",
      Base::memoryRestricted,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              --attributes.pointLimit;
          };
      }},
     {"takesZeroForNoLimit", "aLimitOfZeroKeepsNothing", Base::memoryRestricted,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.pointLimit = attributes.pointLimit == 0 ? 1000 : attributes.pointLimit;
          };
      }},
     {"appliesTheLimitAtTheEnd", "aSampleBeyondTheLimitDoesNotComeBack", Base::memory,
-     [](Faults& faults, Supports& supports) {
-         supports.pointLimit = true;
+     [](Faults& faults, Subject& declared) {
+         declared.supports.pointLimit = true;
          const auto limit = std::make_shared<std::size_t>();
          faults.asked = [limit](const StreamingAttributes& attributes) {
              *limit = attributes.pointLimit;
@@ -179,7 +178,7 @@ const Mutant table[] = {
          };
      }},
     {"readsTheLimitUndeclared", "everySampleIsKeptWhateverThePointLimit", Base::memoryRestricted,
-     [](Faults&, Supports& supports) { supports.pointLimit = false; }},
+     [](Faults&, Subject& declared) { declared.supports.pointLimit = false; }},
 };
 
 } // namespace

@@ -40,13 +40,13 @@ bool is_ascii(const ValuePath& path) {
 
 const Mutant table[] = {
     {"tellsThatTheSampleWasRefused", "writeTellsThatTheSampleWasTaken", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, auto... arguments) {
              return !target.write(arguments...);
          };
      }},
     {"dropsTheLastSample", "samplesComeBackInTheirOrder", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              series.first.pop_back();
              series.second.pop_back();
@@ -54,13 +54,13 @@ const Mutant table[] = {
          };
      }},
     {"takesBackwardTimesForRegressions", "timesAreKeptAsTheyCome", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = true;
          };
      }},
     {"swapsColumns", "valuesAreSampleMajor", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,
                            const double* values, std::size_t n) {
              const Doubles row(std::make_reverse_iterator(values + n),
@@ -69,7 +69,7 @@ const Mutant table[] = {
          };
      }},
     {"sortsChannelsByNumber", "rowsAreLaidOutByTheSetupNotByChannelNumbers", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, GroupSetup& setup) {
              change_groups(setup, [](Paths&, Channels& channels) {
                  std::sort(channels.begin(), channels.end(),
@@ -78,7 +78,7 @@ const Mutant table[] = {
          };
      }},
     {"forgetsChannelsWithoutPaths", "aChannelWithoutPathsOnlyTakesItsPlaceInTheRow", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, GroupSetup& setup) {
              change_groups(setup, [](const Paths& paths, Channels& channels) {
                  channels.erase(std::remove_if(channels.begin(), channels.end(),
@@ -88,13 +88,13 @@ const Mutant table[] = {
          };
      }},
     {"hasNoTimesWhereThereAreNoValues", "aChannelOfWidthZeroHasTimesOnly", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              return series.second.empty() ? Series() : series;
          };
      }},
     {"knowsOnePathPerChannel", "pathsOfOneChannelShowTheSameData", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, GroupSetup& setup) {
              change_groups(setup, [](Paths& paths, const Channels& channels) {
                  paths.erase(paths.begin() + static_cast<std::ptrdiff_t>(channels.size()),
@@ -103,7 +103,7 @@ const Mutant table[] = {
          };
      }},
     {"givesTheTimesToTheFirstPathOnly", "pathsOfAGroupHaveTheSameTimes", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.dataStore = [given = 0](const StreamWriter& target,
                                         const ValuePath& path) mutable -> boost::any {
              auto store = boost::any_cast<MemoryDatastore>(target.dataStore(path));
@@ -112,13 +112,13 @@ const Mutant table[] = {
          };
      }},
     {"sharesBetweenGroups", "groupsAreIndependent", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t, auto... arguments) {
              return target.write(0, arguments...);
          };
      }},
     {"numbersGroupsByPosition", "groupsMayBeListedInAnyOrder", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, GroupSetup& setup) {
              GroupSetup renumbered;
              for (const auto& entry : setup) {
@@ -128,14 +128,14 @@ const Mutant table[] = {
          };
      }},
     {"hasNoStoresOfEmptyGroups", "aGroupWithoutSamplesReadsAsNoData", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.dataStore = [](const StreamWriter& target, const ValuePath& path) {
              const boost::any store = target.dataStore(path);
              return boost::any_cast<MemoryDatastore>(store).times->empty() ? boost::any(0) : store;
          };
      }},
     {"refusesASetupWithoutGroups", "aSetupMayHaveNoGroups", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, const GroupSetup& setup) {
              if (setup.empty()) {
                  throw std::invalid_argument("no groups");
@@ -143,7 +143,7 @@ const Mutant table[] = {
          };
      }},
     {"addsZeroToValues", "everyBitOfAValueComesBack", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              for (double& value : series.second) {
                  value += 0.0;
@@ -152,7 +152,7 @@ const Mutant table[] = {
          };
      }},
     {"takesEqualValuesForTheSame", "everyBitOfAValueComesBack", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              for (std::size_t i = 1; i < series.second.size(); ++i) {
                  double& value = series.second[i];
@@ -162,14 +162,14 @@ const Mutant table[] = {
          };
      }},
     {"addsZeroToTimes", "everyBitOfATimeComesBack", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,
                            auto... arguments) {
              return target.write(group, time + 0.0, arguments...);
          };
      }},
     {"readsTheCallersValuesLater", "valuesAreCopiedWhenTheyAreWritten", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto pending = std::make_shared<std::vector<std::pair<double, const double*>>>();
          faults.write = [pending](StreamWriter&, std::size_t, double time, const double* values,
                                   std::size_t) {
@@ -184,7 +184,7 @@ const Mutant table[] = {
          };
      }},
     {"readsTheCallersAttributesLater", "nothingOfTheCallerIsNeededAfterConstruction", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto callers = std::make_shared<const StreamingAttributes*>();
          faults.asked = [callers](const StreamingAttributes& attributes) {
              *callers = &attributes;
@@ -198,26 +198,26 @@ const Mutant table[] = {
          };
      }},
     {"knowsAsciiOnly", "namesAndPathsMayBeAnyText", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.dataStore = [](const StreamWriter& target, const ValuePath& path) {
              return is_ascii(path) ? target.dataStore(path) : boost::any();
          };
      }},
     {"takesTheGroupForAByte", "manyGroupsAreKeptApart", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, auto... arguments) {
              return target.write(group % 256, arguments...);
          };
      }},
     {"countsRowsInSixteenBits", "manyRowsComeBack", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              series.first.resize(series.first.size() % 65536);
              return series;
          };
      }},
     {"dropsWhatItsBufferDoesNotHold", "manyChannelsComeBack", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          faults.write = [room = std::size_t{64 << 20} / sizeof(double)](
                             StreamWriter& target, std::size_t group, double time,
                             const double* values, std::size_t n) mutable {
@@ -227,7 +227,7 @@ const Mutant table[] = {
          };
      }},
     {"forgetsTheSampleAfterTheThirdRollback", "randomRunsEndAsTheModelDoes", Base::memory,
-     [](Faults& faults, Supports&) {
+     [](Faults& faults, Subject&) {
          const auto rollbacks = std::make_shared<int>(0);
          faults.made = [rollbacks](StreamWriter&) { *rollbacks = 0; };
          faults.rollback = [rollbacks](StreamWriter& target, std::size_t group, double time) {

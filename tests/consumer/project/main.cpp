@@ -1,4 +1,5 @@
 #include <logging2/backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/checked/checked.hpp>
 #include <logging2/logging2.hpp>
 
 #include <cstdio>
@@ -35,8 +36,9 @@ int main() {
 
     foundation::install_and_start_vantrel_core();
     register_builtin_backends(foundation::get_global_bundle_context());
+    register_checked_backend(foundation::get_global_bundle_context(), "memory");
     bool good = true;
-    for (const char* backend : {"memory", "memory-restricted"}) {
+    for (const char* backend : {"memory", "memory-restricted", "checked:memory"}) {
         const auto writer = get_stream_writer(backend, attributes, setup);
         good = good && writer && *writer && logs_and_reads(**writer, backend);
     }

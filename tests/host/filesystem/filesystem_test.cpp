@@ -1,9 +1,8 @@
 #include <logging2/host/filesystem/basic_path.hpp>
-#include <logging2/host/filesystem/ifstream.hpp>
 #include <logging2/host/filesystem/operations.hpp>
 
-#include <tests/support/SystemTempDirectory.hpp>
-#include <tests/support/files.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
+#include <tests/host/filesystem/paths.hpp>
 
 #include <gtest/gtest.h>
 
@@ -13,15 +12,9 @@
 namespace logging2::core::test {
 namespace {
 
-using Path = fl::filesystem::basic_path<char, char16_t>;
 using fl::filesystem::detail::concatenate_pathname;
 using fl::filesystem::detail::make_native_access_form_i18n;
 using fl::filesystem::detail::make_native_form;
-
-Path inside(const SystemTempDirectory& directory, const std::u16string& name) {
-    return concatenate_pathname(Path(foundation::utf8_string_to_ustring(directory.path().string())),
-                                Path(name));
-}
 
 TEST(BasicPathTest, nativeFormKeepsTheText) {
     EXPECT_EQ(make_native_form(u"/tmp/a_times_0").text(), u"/tmp/a_times_0");
@@ -67,11 +60,24 @@ TEST(FilesystemTest, removesAFileAndToleratesItsAbsence) {
     EXPECT_NO_THROW(fl::filesystem::remove_file(file));
 }
 
-TEST(FilesystemTest, whatCannotBeRemovedIsAnError) {
+TEST(FilesystemTest, directoryIsNotRemovedAndAnError) {
     const SystemTempDirectory directory;
     std::filesystem::create_directories(directory.path() / "full" / "inner");
-    EXPECT_THROW(fl::filesystem::remove_file(inside(directory, u"full")),
-                 std::filesystem::filesystem_error);
+    for (const std::u16string name : {u"full", u"full/inner"}) {
+        EXPECT_THROW(fl::filesystem::remove_file(inside(directory, name)),
+                     std::filesystem::filesystem_error);
+    }
+    EXPECT_TRUE(std::filesystem::is_directory(directory.path() / "full" / "inner"));
+}
+
+TEST(FilesystemTest, linkIsRemovedInsteadOfWhatItLeadsTo) {
+    const SystemTempDirectory directory;
+    std::filesystem::create_directory(directory.path() / "d");
+    std::filesystem::create_directory_symlink("d", directory.path() / "link");
+    fl::filesystem::remove_file(inside(directory, u"link"));
+    EXPECT_FALSE(
+        std::filesystem::exists(std::filesystem::symlink_status(directory.path() / "link")));
+    EXPECT_TRUE(std::filesystem::is_directory(directory.path() / "d"));
 }
 
 TEST(FilesystemTest, createsDirectoriesWithTheirParents) {
@@ -123,20 +129,6 @@ TEST(FilesystemTest, temporaryDirectoryMayBeGivenByAFunction) {
     EXPECT_THROW(fl::filesystem::temp_directory_name(), std::runtime_error);
     fl::filesystem::setTempDirectoryName({});
     EXPECT_NO_THROW(fl::filesystem::temp_directory_name());
-}
-
-TEST(FilesystemTest, inputStreamReadsBytesAsTheyAre) {
-    const SystemTempDirectory directory;
-    const Path file = inside(directory, u"\u00fc");
-    writeBytes(native(file.text()), "a\r\n\x1a\n");
-    fl::filesystem::ifstream stream(file);
-    stream.seekg(0, std::ios::end);
-    EXPECT_EQ(stream.tellg(), 5);
-    stream.seekg(0, std::ios::beg);
-    char bytes[5];
-    stream.read(bytes, 5);
-    EXPECT_EQ(std::string(bytes, 5), "a\r\n\x1a\n");
-    EXPECT_FALSE(fl::filesystem::ifstream(inside(directory, u"missing")).is_open());
 }
 
 } // namespace

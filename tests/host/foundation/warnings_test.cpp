@@ -58,10 +58,36 @@ TEST_F(WarningsTest, handlerMayReplaceItself) {
     EXPECT_FALSE(foundation::setWarningHandler({}));
 }
 
-TEST_F(WarningsTest, lineNamesEveryArgument) {
+/// What is printed for the warning without a handler.
+std::string printed(const Message& warning) {
     ::testing::internal::CaptureStderr();
-    foundation::issueWarning(Message("catalog", "Key", {u"a", u"b"}));
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "warning: Key \"a\" \"b\" [catalog]\n");
+    foundation::issueWarning(warning);
+    return ::testing::internal::GetCapturedStderr();
+}
+
+TEST_F(WarningsTest, lineNamesEveryArgument) {
+    EXPECT_EQ(printed(Message("catalog", "Key", {u"a", u"b"})),
+              "warning: Key \"a\" \"b\" [catalog]\n");
+}
+
+TEST_F(WarningsTest, controlCharactersAreEscaped) {
+    const std::u16string argument(u"\0a\x1b[31m\n\t\r\x1f \x7f\u0080\u009f\u00a0~", 17);
+    EXPECT_EQ(printed(Message("c\x1b\xc2\x9b\n", "k\x7f\t", {argument})),
+              R"(warning: k\x7f\t "\x00a\x1b[31m\n\t\x0d\x1f \x7f\x80\x9f)"
+              "\xc2\xa0~\" "
+              R"([c\x1b\x9b\n])"
+              "\n");
+}
+
+TEST_F(WarningsTest, quotesAndBackslashesAreEscaped) {
+    EXPECT_EQ(printed(Message("c", "k", {u"a\" \"b", u"\\n\\"})),
+              R"(warning: k "a\" \"b" "\\n\\" [c])"
+              "\n");
+}
+
+TEST_F(WarningsTest, otherCharactersArePrintedAsUtf8) {
+    EXPECT_EQ(printed(Message("\xc3\x9b", "\xe2\x82\xac", {u"\u00db\u20ac\U0001f600"})),
+              "warning: \xe2\x82\xac \"\xc3\x9b\xe2\x82\xac\xf0\x9f\x98\x80\" [\xc3\x9b]\n");
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include <tests/integration/support/process.hpp>
 
-#include <tests/support/TemporaryDirectory.hpp>
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/support/files.hpp>
 
 #include <sys/wait.h>

@@ -1,6 +1,7 @@
 #include <tests/integration/support/test_backends.hpp>
 
 #include <logging2/backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/checked/checked.hpp>
 
 #include <new>
 #include <stdexcept>
@@ -105,6 +106,9 @@ bool register_all() {
     foundation::install_and_start_vantrel_core();
     const auto context = foundation::get_global_bundle_context();
     logging2::core::register_builtin_backends(context);
+    for (const auto& backend : logging2::core::builtin_backends()) {
+        logging2::core::register_checked_backend(context, backend.name);
+    }
     logging2::core::register_backends(
         context, {make_backend<DecliningWriter, MemoryStreamReader>(
                       {"declining", "keeps rejected steps", false, false}),

@@ -8,8 +8,8 @@
 
 namespace integration {
 
-/// Starts the service framework and registers, once per process, the built-in back-ends and
-/// these of the tests:
+/// Starts the service framework and registers, once per process, the built-in back-ends, their
+/// checked ones and these of the tests:
 /// - "declining" keeps the steps that it is asked to take back, and warns;
 /// - "single-use" gives up a group's data with the first of its readers that goes;
 /// - "makes-nothing" makes null pointers, "throws" throws, "out-of-memory" runs out of memory;

@@ -1,0 +1,96 @@
+"""One picture per question, as SVG."""
+
+from pathlib import Path
+
+import matplotlib
+from matplotlib.axes import Axes
+from matplotlib.figure import Figure
+from matplotlib.ticker import LogLocator
+
+from benchmarks.compare.questions import Question
+from benchmarks.compare.results import Results, Summary
+from benchmarks.compare.tables import floor_of, growing_size
+
+LIBRARY_COLOUR = "#3060a0"  # the library's own contenders stand out
+OTHER_COLOUR = "#8090a0"
+FLOOR_COLOUR = "#c04020"
+
+matplotlib.rcParams.update({
+    "font.family": "DejaVu Sans", "font.size": 9, "svg.fonttype": "none", "svg.hashsalt": "",
+    "axes.grid": True, "grid.color": "#d8d8d8", "grid.linewidth": 0.6, "axes.axisbelow": True,
+})
+
+
+def draw(question: Question, results: Results, path: Path) -> None:
+    figure = _growth(question, results) if question.is_growth else _panels(question, results)
+    figure.savefig(path, metadata={"Date": None})
+
+
+def _panels(question: Question, results: Results) -> Figure:
+    """A panel per workload: dots on a logarithmic axis, with quartiles."""
+    heights = 0.75 + 0.24 * len(question.entries)
+    figure = Figure(figsize=(10, 0.8 + heights * len(question.workloads)), layout="constrained")
+    panels = figure.subplots(len(question.workloads), squeeze=False)[:, 0]
+    for axes, workload in zip(panels, question.workloads):
+        _panel(axes, question, workload, results)
+    floor = next(entry.title for entry in question.entries if entry.contender == question.floor)
+    figure.suptitle(f"{question.title}\nnanoseconds per row, medians with quartiles; "
+                    f"the broken line is the floor: {floor}", fontsize=10)
+    return figure
+
+
+def _panel(axes: Axes, question: Question, workload: str, results: Results) -> None:
+    axes.set_xscale("log")
+    axes.set_title(workload, loc="left", fontsize=9)
+    lows, highs = [], []
+    for position, entry in enumerate(question.entries):
+        summary = results.summary(entry.contender, workload, entry.phase)
+        if summary is None:
+            continue
+        colour = LIBRARY_COLOUR if "Stream" in entry.title else OTHER_COLOUR
+        axes.errorbar(summary.median, position, fmt="o", color=colour, capsize=2,
+                      xerr=[[summary.median - summary.low], [summary.high - summary.median]])
+        axes.annotate(_label(summary), (summary.high, position), xytext=(6, 0),
+                      textcoords="offset points", va="center", fontsize=8)
+        lows.append(summary.low)
+        highs.append(summary.high)
+        axes.set_title(f"{workload}: {summary.label}", loc="left", fontsize=9)
+    if highs:
+        axes.set_xlim(right=3 * max(highs))  # room for the label of the longest
+        labelled = (1,) if max(highs) > 100 * min(lows) else (1, 2, 5)
+        axes.xaxis.set_major_locator(LogLocator(subs=labelled))
+    floor = floor_of(question, workload, results)
+    if floor is not None:
+        axes.axvline(floor, color=FLOOR_COLOUR, linestyle="--", linewidth=1.2)
+    axes.set_yticks(range(len(question.entries)), [entry.title for entry in question.entries])
+    axes.set_ylim(len(question.entries) - 0.4, -0.6)
+    axes.xaxis.set_major_formatter("{x:,.10g}")
+
+
+def _label(summary: Summary) -> str:
+    time = f"{summary.median:.3g}" if summary.median < 1000 else f"{summary.median:.0f}"
+    return f"{time}, rows lost" if summary.rows_lost > 0 else time
+
+
+def _growth(question: Question, results: Results) -> Figure:
+    """A line per entry; both axes are logarithmic."""
+    figure = Figure(figsize=(10, 5.5), layout="constrained")
+    axes = figure.subplots()
+    axes.set_xscale("log")
+    axes.set_yscale("log")
+    for entry, marker in zip(question.entries, "osD^v"):
+        points = [(growing_size(question, workload, results), summary)
+                  for workload in question.workloads
+                  if (summary := results.summary(entry.contender, workload, entry.phase,
+                                                 question.per))]
+        medians = [summary.median for _, summary in points]
+        axes.errorbar([size for size, _ in points], medians, label=entry.title, marker=marker,
+                      capsize=2, yerr=[[summary.median - summary.low for _, summary in points],
+                                       [summary.high - summary.median for _, summary in points]])
+    axes.set_title(question.title, fontsize=10)
+    axes.set_xlabel("rows" if question.per == "row" else "channels")
+    axes.set_ylabel(f"ns per {question.per}")
+    axes.xaxis.set_major_formatter("{x:,.10g}")
+    axes.yaxis.set_major_formatter("{x:,.10g}")
+    axes.legend(loc="upper center", bbox_to_anchor=(0.5, -0.12), ncols=2, frameon=False)
+    return figure

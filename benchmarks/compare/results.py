@@ -1,0 +1,88 @@
+"""Reads what was measured, and sums it up."""
+
+import json
+import statistics
+from dataclasses import dataclass
+from pathlib import Path
+
+
+@dataclass(frozen=True)
+class Summary:
+    """All runs of one contender on one workload; times are nanoseconds per row or value."""
+
+    low: float  # quartile
+    median: float
+    high: float  # quartile
+    bytes_per_second: float  # by the median
+    peak_kib: float  # median, at the end of the phase
+    rows: float  # of one run
+    rows_lost: float  # the most of any run
+    label: str
+    verified_count: int  # runs
+    run_count: int
+
+
+class Results:
+    """The runs in a file of Google Benchmark's JSON, by contender and workload."""
+
+    def __init__(self, document: dict):
+        self.context: dict = document["context"]
+        self.runs: dict[tuple[str, str], list[dict]] = {}
+        for run in document["benchmarks"]:
+            contender, workload = run["name"].split("/")[:2]
+            self.runs.setdefault((contender, workload), []).append(run)
+
+    @property
+    def is_full_size(self) -> bool:
+        """Fewer steps than a workload has say nothing about a goal."""
+        return self.context["scale"] == 1
+
+    def counts(self) -> tuple[int, int]:
+        """How many runs were verified, and how many there were."""
+        runs = [run for group in self.runs.values() for run in group]
+        return sum(is_verified(run) for run in runs), len(runs)
+
+    def summary(self, contender: str, workload: str, phase: str,
+                per: str = "row") -> Summary | None:
+        """Sums up the verified runs; None if there are none."""
+        runs = self.runs.get((contender, workload), [])
+        verified = [run for run in runs if is_verified(run)]
+        if not verified:
+            return None
+        first = verified[0]
+        units = 1 if per == "row" else first["bytes_per_row"] / 8 - 1  # a row has its time, too
+        low, median, high = quartiles([time_of(run, phase) / units for run in verified])
+        peak = "run_peak_kib" if phase == "run" else "finish_peak_kib"
+        return Summary(
+            low, median, high,
+            bytes_per_second=1e9 * first["bytes_per_row"] / (median * units) if median else 0,
+            peak_kib=statistics.median(run[peak] for run in verified),
+            rows=first["rows"],
+            rows_lost=max(run["rows_lost"] for run in verified),
+            label=first["label"],
+            verified_count=len(verified),
+            run_count=len(runs))
+
+
+def read_results(path: Path) -> Results:
+    return Results(json.loads(path.read_text(encoding="utf-8")))
+
+
+def is_verified(run: dict) -> bool:
+    """Whether what the run stored was read back as it was given."""
+    return not run.get("error_occurred", False)
+
+
+def time_of(run: dict, phase: str) -> float:
+    """Nanoseconds per row."""
+    if phase == "total":
+        return run["run_ns_per_row"] + run["finish_ns_per_row"]
+    return run[f"{phase}_ns_per_row"]
+
+
+def quartiles(values: list[float]) -> tuple[float, float, float]:
+    """The lower quartile, the median and the upper quartile, between neighbours in proportion."""
+    if len(values) == 1:
+        return values[0], values[0], values[0]
+    low, median, high = statistics.quantiles(values, n=4, method="inclusive")
+    return low, median, high

@@ -1,0 +1,123 @@
+#include <benchmarks/contenders/registration.hpp>
+
+#include <benchmarks/contenders/TemporaryDirectory.hpp>
+#include <benchmarks/contenders/files/channel_files.hpp>
+#include <benchmarks/process/warm_memory.hpp>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <fstream>
+#include <vector>
+
+namespace logging2::core::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double stepFactor = 1;
+bool allVerified = true;
+
+const std::vector<std::string>& workloads_for(Suits suits) {
+    static const std::vector<std::string> oneGroup{
+        "W1",       "W2",        "W4",        "W5",                      // in full
+        "8x900000", "100x80000", "1x4000000", "1000x8000",               // no buffer fills
+        "8x100000", "8x300000",  "8x1000000", "8x3000000", "8x10000000", // growing number of steps
+        "10x30000", "30x30000",  "100x30000", "300x30000", "1000x30000", // and of channels
+        "8x10000",  "1x1000000"};                                        // taken back
+    static const std::vector<std::string> anyGroups = [] {
+        std::vector<std::string> names{"W3", "WL", "WR"};
+        names.insert(names.end(), oneGroup.begin(), oneGroup.end());
+        return names;
+    }();
+    static const std::vector<std::string> reading{"1x67108864"};
+    return suits == Suits::reading ? reading : suits == Suits::oneGroup ? oneGroup : anyGroups;
+}
+
+/// About what the hungriest contender takes, or a little more: every row in blocks of its own with
+/// a handle, and then the columns or the pages that files fill. Above the limit, of which growth
+/// alone has some, the time that warming takes would outweigh what it is good for.
+std::size_t hungriest_byte_count(const Workload& workload) {
+    constexpr std::size_t mebibyte = std::size_t{1} << 20;
+    constexpr std::size_t handleByteCount = 100; // per row
+    const std::size_t handles = workload.rowCount() * handleByteCount;
+    return std::min(2 * workload.byteCount() + handles + 64 * mebibyte, 1536 * mebibyte);
+}
+
+/// The most memory that has been resident in this process. What getrusage tells includes the
+/// process that started this one.
+double peak_kib() {
+    const std::string key = "VmHWM:";
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word && word != key) {
+    }
+    double kib = 0;
+    status >> kib;
+    return kib;
+}
+
+template <class Function>
+double seconds_of(Function function) {
+    const Clock::time_point start = Clock::now();
+    function();
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// Runs the contender and compares what it stored.
+void measure(benchmark::State& state, Contender& contender, const Workload& workload) {
+    const auto rowCount = static_cast<double>(workload.rowCount());
+    contender.prepare();
+    for (auto _ : state) {
+        const double runTime = seconds_of([&] { contender.run(); });
+        state.counters["run_peak_kib"] = peak_kib();
+        const double finishTime = seconds_of([&] { contender.finish(); });
+        state.counters["finish_peak_kib"] = peak_kib();
+        state.SetIterationTime(runTime + finishTime);
+        state.counters["run_ns_per_row"] = 1e9 * runTime / rowCount;
+        state.counters["finish_ns_per_row"] = 1e9 * finishTime / rowCount;
+    }
+    state.counters["rows"] = rowCount;
+    state.counters["bytes_per_row"] = static_cast<double>(workload.byteCount()) / rowCount;
+    state.counters["rows_lost"] = static_cast<double>(contender.check());
+    state.SetLabel(workload.description());
+}
+
+void measure_on(benchmark::State& state, const std::string& workloadName,
+                const ContenderMaker& make) {
+    try {
+        const Rows rows(scaled(workload_named(workloadName), stepFactor));
+        warm_memory(hungriest_byte_count(rows.workload()));
+        const TemporaryDirectory directory;
+        set_temp_directory(directory.path());
+        const auto contender = make(rows, directory.path());
+        measure(state, *contender, rows.workload());
+    } catch (const std::exception& error) {
+        allVerified = false;
+        state.SkipWithError(error.what());
+    }
+}
+
+} // namespace
+
+bool add_contender(const std::string& name, Suits suits, const ContenderMaker& make) {
+    for (const std::string& workload : workloads_for(suits)) {
+        auto* const family = benchmark::RegisterBenchmark(
+            (name + "/" + workload).c_str(),
+            [=](benchmark::State& state) { measure_on(state, workload, make); });
+        family->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+    }
+    return true;
+}
+
+void set_scale(double factor) {
+    stepFactor = factor;
+}
+
+bool all_verified() {
+    return allVerified;
+}
+
+} // namespace logging2::core::bench

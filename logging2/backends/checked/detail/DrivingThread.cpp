@@ -1,0 +1,14 @@
+#include <logging2/backends/checked/detail/DrivingThread.hpp>
+
+#include <stdexcept>
+#include <string>
+
+namespace logging2::core::detail {
+
+void DrivingThread::Call::fail(const char* operation) {
+    throw std::logic_error(std::string(operation) +
+                           ": another thread is inside a call of this writer, which one thread at "
+                           "a time may use");
+}
+
+} // namespace logging2::core::detail

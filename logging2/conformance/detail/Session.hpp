@@ -1,0 +1,105 @@
+#pragma once
+
+#include <logging2/conformance/conformance.hpp>
+#include <logging2/conformance/detail/SystemTempDirectory.hpp>
+#include <logging2/conformance/detail/TmpdirVariable.hpp>
+#include <logging2/conformance/detail/setups.hpp>
+#include <logging2/host/foundation/Message.hpp>
+#include <logging2/host/foundation/warnings.hpp>
+#include <logging2/stream/StreamReader.hpp>
+#include <logging2/stream/StreamReaderService.hpp>
+#include <logging2/stream/StreamWriter.hpp>
+#include <logging2/stream/StreamWriterService.hpp>
+#include <logging2/stream/StreamingAttributes.hpp>
+
+#include <gtest/gtest.h>
+
+#include <boost/any.hpp>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace logging2::core::conformance {
+
+using Doubles = std::vector<double>;
+using Series = std::pair<Doubles, Doubles>;
+using lang::core::ValuePath;
+using test::GroupSetup;
+
+/// Attributes with a history that no promise exceeds by accident.
+StreamingAttributes attributes(std::size_t pointLimit = 1000);
+
+/// The same with rollbackOnTimeRegression.
+StreamingAttributes rolling_back(std::size_t pointLimit = 1000);
+
+/// The back-end, registered as long as the session lives. Meanwhile an empty directory of the
+/// session's own is the temporary directory of the host and of the environment.
+class Session {
+public:
+    explicit Session(Subject underTest);
+    ~Session();
+
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    const Subject& subject() const { return tested; }
+
+    /// Throws std::runtime_error if the back-end gives none. Any thread may call.
+    std::unique_ptr<StreamWriter> writer(const GroupSetup& setup = test::scalarSetup(),
+                                         const StreamingAttributes& streaming = attributes()) const;
+
+    /// Likewise.
+    std::unique_ptr<StreamReader> reader(const boost::any& dataStore) const;
+
+    /// The service that makes the writers. Calling it takes no lock of the registry, which could
+    /// hide a data race in the back-end.
+    std::shared_ptr<StreamWriterService> writerService() const;
+
+    /// The service that makes the readers, likewise.
+    std::shared_ptr<StreamReaderService> readerService() const;
+
+    /// The data of the writer's path. The reader lives until closeReaders(), because the first
+    /// reader that is destroyed may delete what the others are still to read.
+    Series read(const StreamWriter& writer, const std::string& path);
+
+    void closeReaders() { openReaders.clear(); }
+
+    /// Removes the services from the registry.
+    void unregister();
+
+    /// The warnings so far.
+    std::vector<foundation::Message> warnings() const;
+
+    /// Where the back-end may put files.
+    const std::filesystem::path& temporaryDirectory() const { return directory.path(); }
+
+private:
+    Subject tested;
+    test::SystemTempDirectory directory;
+    test::TmpdirVariable environment{directory.path()};
+    BackendRegistrations registrations;
+    mutable std::mutex mutex;
+    std::vector<foundation::Message> issued; // guarded by mutex
+    foundation::WarningHandler formerHandler;
+    std::vector<std::unique_ptr<StreamReader>> openReaders;
+};
+
+/// Gives all of the services, which are registered under this name, the ranking.
+void set_ranking(BackendRegistrations& registrations, const std::string& name, int ranking);
+
+/// Writes scalar samples; the value tells the position of the call, counted from `first`.
+void write_calls(StreamWriter& writer, std::size_t group, const Doubles& times, double first = 1.0);
+
+/// The values first, first + 1, ... of so many.
+Doubles numbers(std::size_t count, double first = 0.0);
+
+/// Whether the series is made of these times and values, bit for bit.
+testing::AssertionResult holds(const Series& series, const Doubles& times, const Doubles& values);
+
+/// Groups 0 to N - 1; group g has the scalar channel 100 + g, shown by the path "x" + g.
+GroupSetup scalar_groups(std::size_t groupCount);
+
+} // namespace logging2::core::conformance

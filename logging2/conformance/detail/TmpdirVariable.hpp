@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace logging2::core::test {
+
+/// A value of the environment variable TMPDIR, and the former one again afterwards. No other thread
+/// may read the environment while it is made or destroyed.
+class TmpdirVariable {
+public:
+    explicit TmpdirVariable(const std::filesystem::path& directory) {
+        if (const char* const value = std::getenv(name)) {
+            former = value;
+        }
+        setenv(name, directory.c_str(), 1);
+    }
+
+    ~TmpdirVariable() {
+        if (former) {
+            setenv(name, former->c_str(), 1);
+        } else {
+            unsetenv(name);
+        }
+    }
+
+    TmpdirVariable(const TmpdirVariable&) = delete;
+    TmpdirVariable& operator=(const TmpdirVariable&) = delete;
+
+private:
+    static constexpr const char* name = "TMPDIR";
+    std::optional<std::string> former;
+};
+
+} // namespace logging2::core::test

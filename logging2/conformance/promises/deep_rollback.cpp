@@ -1,0 +1,96 @@
+#include <logging2/conformance/detail/Promise.hpp>
+
+#include <algorithm>
+
+// Rollback of very many samples: none is too old to be discarded, and the count is exact.
+
+namespace logging2::core::conformance {
+namespace {
+
+constexpr std::size_t sampleCount = 300000;
+constexpr std::size_t keptCount = 50000;
+
+/// Around the sizes that blocks, buffers and limits like to have. Descending, so that no rollback
+/// discards the place at which an earlier one was wrong.
+constexpr std::size_t depths[] = {200000, 100001, 100000, 65537, 65536, 65535, 5001, 5000,
+                                  4999,   1025,   1024,   1023,  65,    64,    63,   1};
+
+/// The samples of times 0, 1, 2 ... and the calls that wrote them.
+class Log {
+public:
+    Log(StreamWriter& target, std::size_t count) : writer(target), calls(count) { writeFrom(0); }
+
+    /// Discards the newest samples and writes them anew.
+    void replace(std::size_t count) {
+        const std::size_t left = calls.size() - count;
+        writer.rollback(0, static_cast<double>(left) - 1.0);
+        writeFrom(left);
+    }
+
+    testing::AssertionResult isHeldBy(const Series& series) const {
+        return holds(series, numbers(calls.size()), calls);
+    }
+
+private:
+    void writeFrom(std::size_t begin) {
+        for (std::size_t step = begin; step < calls.size(); ++step) {
+            calls[step] = ++lastCall;
+            writer.write(0, static_cast<double>(step), &calls[step], 1);
+        }
+    }
+
+    StreamWriter& writer;
+    Doubles calls; // by step
+    double lastCall = 0.0;
+};
+
+const Promise table[] = {
+    {"rollbackReachesAnyNumberOfSamplesBack", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), attributes(sampleCount));
+         write_calls(*writer, 0, numbers(sampleCount));
+         writer->rollback(0, static_cast<double>(keptCount) - 1.0);
+         writer->flush();
+         EXPECT_TRUE(
+             holds(session.read(*writer, "x"), numbers(keptCount), numbers(keptCount, 1.0)));
+     }},
+    {"rollbackOfManySamplesIsExact", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), attributes(sampleCount));
+         Log log(*writer, sampleCount);
+         for (const std::size_t depth : depths) {
+             log.replace(depth);
+         }
+         writer->flush();
+         EXPECT_TRUE(log.isHeldBy(session.read(*writer, "x")));
+     }},
+    {"rollbackOfManySamplesReachesOverFlushIntermediate", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), attributes(sampleCount));
+         Log log(*writer, sampleCount);
+         writer->flushIntermediate();
+         log.replace(sampleCount - keptCount);
+         writer->flushIntermediate();
+         log.replace(keptCount);
+         writer->flush();
+         EXPECT_TRUE(log.isHeldBy(session.read(*writer, "x")));
+     }},
+    {"aBackwardTimeReplacesAnyNumberOfSamples", obeysRegression,
+     [](Session& session) {
+         const auto writer = session.writer(test::scalarSetup(), rolling_back(sampleCount));
+         write_calls(*writer, 0, numbers(sampleCount));
+         write_calls(*writer, 0, {static_cast<double>(keptCount) - 1.0}, 0.5);
+         writer->flush();
+         Doubles values = numbers(keptCount, 1.0);
+         values.back() = 0.5;
+         EXPECT_TRUE(holds(session.read(*writer, "x"), numbers(keptCount), values));
+     }},
+};
+
+} // namespace
+
+std::vector<Promise> deep_rollback_promises() {
+    return {std::begin(table), std::end(table)};
+}
+
+} // namespace logging2::core::conformance

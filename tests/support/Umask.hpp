@@ -1,0 +1,20 @@
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+namespace logging2::core::test {
+
+/// The process's file mode creation mask while it lives.
+class Umask {
+public:
+    explicit Umask(mode_t mask) : former(umask(mask)) {}
+    ~Umask() { umask(former); }
+    Umask(const Umask&) = delete;
+    Umask& operator=(const Umask&) = delete;
+
+private:
+    mode_t former;
+};
+
+} // namespace logging2::core::test

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <fcntl.h>
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace logging2::core::test {
+
+/// One entry for each of the process's descriptors of that file: whether it is closed when another
+/// program is executed.
+inline std::vector<bool> closedOnExec(const std::filesystem::path& file) {
+    std::vector<bool> result;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;
+        if (std::filesystem::read_symlink(entry.path(), ignored) == file) {
+            const int descriptor = std::stoi(entry.path().filename());
+            result.push_back((fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0);
+        }
+    }
+    return result;
+}
+
+} // namespace logging2::core::test
