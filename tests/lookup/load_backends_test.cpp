@@ -21,7 +21,7 @@ using ::testing::ThrowsMessage;
 using LoadBackendsTest = LookUpTest;
 
 /// The path of a shared library that was built beside this test.
-std::string module(const std::string& name) {
+std::string module_file(const std::string& name) {
     return LOGGING2_TEST_MODULES "/" + name + ".so";
 }
 
@@ -44,7 +44,8 @@ void expect_not_loaded(const std::string& file, const std::string& reason) {
 }
 
 TEST_F(LoadBackendsTest, everyBackendOfTheLibraryIsRegistered) {
-    const BackendRegistrations registrations = load_backends(module("two_backends"), context());
+    const BackendRegistrations registrations =
+        load_backends(module_file("two_backends"), context());
     EXPECT_EQ(registrations.size(), 4U);
     const std::vector<BackendInfo> backends = registered_backends(context());
     ASSERT_EQ(backends.size(), 2U);
@@ -56,12 +57,12 @@ TEST_F(LoadBackendsTest, everyBackendOfTheLibraryIsRegistered) {
 }
 
 TEST_F(LoadBackendsTest, writerOfTheLibraryOutlivesItsRegistration) {
-    BackendRegistrations registrations = load_backends(module("two_backends"), context());
+    BackendRegistrations registrations = load_backends(module_file("two_backends"), context());
     const auto writer = writerNamed("counting");
     unregister(registrations);
     registrations.clear();
     EXPECT_FALSE(writerNamed("counting").has_value());
-    EXPECT_TRUE(is_loaded(module("two_backends")));
+    EXPECT_TRUE(is_loaded(module_file("two_backends")));
     write(**writer, 0, 0.5, {10.0});
     write(**writer, 0, 1.5, {10.0});
     (*writer)->flush();
@@ -69,8 +70,8 @@ TEST_F(LoadBackendsTest, writerOfTheLibraryOutlivesItsRegistration) {
 }
 
 TEST_F(LoadBackendsTest, libraryThatIsLoadedTwiceIsRegisteredTwice) {
-    BackendRegistrations first = load_backends(module("two_backends"), context());
-    load_backends(module("two_backends"), context());
+    BackendRegistrations first = load_backends(module_file("two_backends"), context());
+    load_backends(module_file("two_backends"), context());
     EXPECT_EQ(serviceCount(), 8U);
     unregister(first);
     EXPECT_TRUE(writerNamed("counting").has_value());
@@ -88,8 +89,9 @@ TEST_F(LoadBackendsTest, fileThatIsNoLibraryIsRefused) {
 }
 
 TEST_F(LoadBackendsTest, libraryWithoutTheFunctionIsRefusedAndClosed) {
-    expect_not_loaded(module("no_function"), "it does not export the function logging2_backends");
-    EXPECT_FALSE(is_loaded(module("no_function")));
+    expect_not_loaded(module_file("no_function"),
+                      "it does not export the function logging2_backends");
+    EXPECT_FALSE(is_loaded(module_file("no_function")));
 }
 
 TEST_F(LoadBackendsTest, nameWithoutASlashIsLookedUpInTheSystemsDirectories) {
@@ -98,13 +100,13 @@ TEST_F(LoadBackendsTest, nameWithoutASlashIsLookedUpInTheSystemsDirectories) {
 }
 
 TEST_F(LoadBackendsTest, exceptionOfTheLibraryReachesTheCallerUnchanged) {
-    EXPECT_THAT([] { load_backends(module("throwing"), context()); },
+    EXPECT_THAT([] { load_backends(module_file("throwing"), context()); },
                 ThrowsMessage<std::domain_error>("no licence"));
     EXPECT_EQ(serviceCount(), 0U);
 }
 
 TEST_F(LoadBackendsTest, badBackendRegistersNoneOfTheLibrary) {
-    EXPECT_THAT([] { load_backends(module("bad_backend"), context()); },
+    EXPECT_THAT([] { load_backends(module_file("bad_backend"), context()); },
                 ThrowsMessage<std::invalid_argument>(
                     "register_backend: the name of the back-end \"a*b\" contains * ( ) \\ or the "
                     "delete character"));
@@ -112,7 +114,7 @@ TEST_F(LoadBackendsTest, badBackendRegistersNoneOfTheLibrary) {
 }
 
 TEST_F(LoadBackendsTest, invalidContextIsRefused) {
-    EXPECT_THROW(load_backends(module("two_backends"), {}),
+    EXPECT_THROW(load_backends(module_file("two_backends"), {}),
                  cppmicroservices::IllegalStateException);
 }
 
@@ -121,8 +123,9 @@ TEST_F(LoadBackendsTest, threadsLoadAtOnce) {
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([] {
             for (int k = 0; k < 20; ++k) {
-                EXPECT_EQ(load_backends(module("two_backends"), context()).size(), 4U);
-                EXPECT_THROW(load_backends(module("no_function"), context()), std::runtime_error);
+                EXPECT_EQ(load_backends(module_file("two_backends"), context()).size(), 4U);
+                EXPECT_THROW(load_backends(module_file("no_function"), context()),
+                             std::runtime_error);
             }
         });
     }

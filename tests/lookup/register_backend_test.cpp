@@ -5,6 +5,8 @@
 #include <cppmicroservices/FrameworkFactory.h>
 #include <cppmicroservices/IllegalStateException.h>
 
+#include <algorithm>
+#include <chrono>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -13,8 +15,6 @@ namespace logging2::core::test {
 namespace {
 
 using cppmicroservices::IllegalStateException;
-using ::testing::Contains;
-using ::testing::Not;
 
 const std::vector<char> refusedCharacters{'*', '(', ')', '\\', '\x7f'};
 
@@ -105,8 +105,7 @@ TEST_F(RegisterBackendTest, charactersOfFiltersAreRefusedAnywhereInTheName) {
               'a' + std::string(1, character), 'a' + std::string(1, character) + 'b'}) {
             EXPECT_EQ(refusal(memoryBackend(name)),
                       "register_backend: the name of the back-end \"" + name +
-                          "\" contains * ( ) \\ or the delete "
-                          "character");
+                          "\" contains * ( ) \\ or the delete character");
         }
     }
     EXPECT_EQ(serviceCount(), 0U);
