@@ -1,21 +1,21 @@
-# Installs two components: "runtime", what a program that was linked to the library needs, and
-# "devel", what it takes to build one: headers, packages for find_package(logging2 CONFIG) and for
-# pkg-config, and the libraries of back-ends, which are linked statically.
+# Installs the components "runtime" and "registry", what a program that was linked to the library
+# needs (the latter unless services are registered in CppMicroServices), and "devel", what it takes to
+# build one: headers, packages for find_package(logging2 CONFIG) and for pkg-config, and the libraries of
+# back-ends, which are linked statically.
 include(CMakePackageConfigHelpers)
 
 set(logging2_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/logging2)
-set(logging2_header_sets
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel
-  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
-if(logging2_registry STREQUAL "OWN")
-  set(logging2_services_dir ${CMAKE_INSTALL_INCLUDEDIR}/logging2/registry)
-  list(APPEND logging2_header_sets
-    FILE_SET service_headers DESTINATION ${logging2_services_dir} COMPONENT devel)
-endif()
 
 install(TARGETS logging2 EXPORT logging2Targets
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT devel
-  ${logging2_header_sets})
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel
+  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
+if(logging2_registry STREQUAL "OWN")
+  install(TARGETS logging2_registry EXPORT logging2Targets
+    LIBRARY COMPONENT registry NAMELINK_COMPONENT devel
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/logging2/registry COMPONENT devel
+    FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
+endif()
 install(TARGETS logging2_builtin logging2_checked EXPORT logging2Targets
   ARCHIVE COMPONENT devel
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)

@@ -7,28 +7,36 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
   BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE pc_libdir)
 
-# Neither Boost nor CppMicroServices has a file of its own to refer to.
-get_target_property(pc_directories Boost::headers INTERFACE_INCLUDE_DIRECTORIES)
+set(pc_packages logging2 logging2-builtin logging2-checked)
+set(pc_requires)
 set(pc_cflags "-I\${includedir}")
 set(pc_libs "-L\${libdir} -llogging2")
-if(logging2_registry STREQUAL "OWN")
-  string(APPEND pc_cflags " -I\${includedir}/logging2/registry")
-else()
-  list(APPEND pc_directories $<TARGET_PROPERTY:CppMicroServices,INTERFACE_INCLUDE_DIRECTORIES>)
-  string(APPEND pc_libs " $<TARGET_FILE:CppMicroServices>")
+
+# Neither Boost nor CppMicroServices has a file of its own to refer to.
+get_target_property(boost_directories Boost::headers INTERFACE_INCLUDE_DIRECTORIES)
+list(REMOVE_ITEM boost_directories ${CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES})
+if(boost_directories)
+  string(APPEND pc_cflags " -I$<JOIN:${boost_directories}, -I>")
 endif()
-list(REMOVE_ITEM pc_directories ${CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES})
-if(pc_directories)
-  string(APPEND pc_cflags " -I$<JOIN:${pc_directories}, -I>")
+if(logging2_registry STREQUAL "OWN")
+  list(APPEND pc_packages logging2-registry)
+  set(pc_requires "logging2-registry = ${PROJECT_VERSION}")
+else()
+  # Its headers raise warnings. Its library is found where it lies, unless the loader knows that place.
+  set(service_directories $<TARGET_PROPERTY:CppMicroServices,INTERFACE_INCLUDE_DIRECTORIES>)
+  set(service_library_directory $<TARGET_FILE_DIR:CppMicroServices>)
+  set(is_known $<IN_LIST:${service_library_directory},${CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES}>)
+  string(APPEND pc_cflags " -isystem $<JOIN:${service_directories}, -isystem >")
+  string(APPEND pc_libs " $<TARGET_LINKER_FILE:CppMicroServices>"
+    "$<$<NOT:${is_known}>: -Wl,-rpath,${service_library_directory}>")
 endif()
 
-set(pc_component_of_logging2 devel)
-set(pc_component_of_logging2-builtin devel)
-set(pc_component_of_logging2-checked devel)
-set(pc_component_of_logging2-conformance conformance)
-set(pc_packages logging2 logging2-builtin logging2-checked)
+foreach(package IN LISTS pc_packages)
+  set(pc_component_of_${package} devel)
+endforeach()
 if(LOGGING2_BUILD_CONFORMANCE)
   list(APPEND pc_packages logging2-conformance)
+  set(pc_component_of_logging2-conformance conformance)
 endif()
 foreach(package IN LISTS pc_packages)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in

@@ -1,6 +1,9 @@
-# `cpack` makes a Debian package of each component: liblogging2-<soversion>, liblogging2-dev and
-# logging2-conformance.
-set(logging2_runtime_package liblogging2-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+# `cpack` makes a Debian package of each component: liblogging2-<soversion>, liblogging2-dev,
+# logging2-conformance, and liblogging2-registry-<soversion> unless services are registered in
+# CppMicroServices.
+set(logging2_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+set(logging2_components runtime devel)
+set(logging2_runtime_package liblogging2-${logging2_soversion})
 set(logging2_devel_package liblogging2-dev)
 
 set(CPACK_GENERATOR DEB)
@@ -25,10 +28,30 @@ logged path back afterwards.")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "storage for the logged signals of a simulation
 ${logging2_description}")
 
+set(logging2_libraries "${logging2_runtime_package} (= ${PROJECT_VERSION})")
+if(logging2_registry STREQUAL "OWN")
+  list(APPEND logging2_components registry)
+  set(logging2_registry_package liblogging2-registry-${logging2_soversion})
+  string(APPEND logging2_libraries ", ${logging2_registry_package} (= ${PROJECT_VERSION})")
+  # dpkg-shlibdeps finds the library where it was built, but no package that it is in.
+  get_target_property(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS logging2_registry BINARY_DIR)
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${logging2_registry_package} (>= ${PROJECT_VERSION})")
+
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_NAME ${logging2_registry_package})
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_REGISTRY_PACKAGE_CONTROL_EXTRA ${CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA})
+  set(CPACK_DEBIAN_REGISTRY_DESCRIPTION "storage for the logged signals of a simulation - service registry
+${logging2_description}
+.
+This package has the registry in which back-ends are registered and found by
+name.")
+endif()
+
 set(CPACK_DEBIAN_DEVEL_PACKAGE_NAME ${logging2_devel_package})
 set(CPACK_DEBIAN_DEVEL_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_DEPENDS
-  "${logging2_runtime_package} (= ${PROJECT_VERSION}), libboost-dev (>= 1.74), libboost-dev (<< 1.86)")
+  "${logging2_libraries}, libboost-dev (>= 1.74), libboost-dev (<< 1.86)")
 set(CPACK_DEBIAN_DEVEL_DESCRIPTION "storage for the logged signals of a simulation - development files
 ${logging2_description}
 .
@@ -37,7 +60,6 @@ CMake and pkg-config need to find them.")
 
 # What only a package has; `cmake --install` leaves it out.
 include(${CMAKE_CURRENT_LIST_DIR}/changelog.cmake)
-set(logging2_components runtime devel)
 if(LOGGING2_BUILD_CONFORMANCE)
   list(APPEND logging2_components conformance)
   include(${CMAKE_CURRENT_LIST_DIR}/conformance.cmake)

@@ -10,12 +10,9 @@ namespace cppmicroservices {
 namespace {
 
 /// Throws `std::invalid_argument` for what cannot be registered.
-detail::ServiceSource source_of(const InterfaceMapConstPtr& service) {
-    if (!service || service->empty()) {
-        throw std::invalid_argument("Can't register empty InterfaceMap as a service");
-    }
-    detail::ServiceSource source{{}, service, nullptr};
-    for (const auto& [id, object] : *service) {
+detail::ServiceSource source_of(const InterfaceMapConstPtr& objects) {
+    detail::ServiceSource source{{}, objects, nullptr};
+    for (const auto& [id, object] : *objects) {
         if (id.empty() || !object) {
             throw std::invalid_argument("Can't register as null class");
         }
@@ -25,12 +22,12 @@ detail::ServiceSource source_of(const InterfaceMapConstPtr& service) {
     return source;
 }
 
-/// The object under the interface, any object if none is named; null when there is none.
+/// The object under the interface; null if there is none.
 void* object_in(const InterfaceMapConstPtr& objects, const std::string& interfaceId) {
     if (!objects) {
         return nullptr;
     }
-    const auto found = interfaceId.empty() ? objects->begin() : objects->find(interfaceId);
+    const auto found = objects->find(interfaceId);
     return found == objects->end() ? nullptr : found->second.get();
 }
 
@@ -43,14 +40,6 @@ BundleContext::operator bool() const {
     return registry && registry->isOpen();
 }
 
-bool BundleContext::operator==(const BundleContext& other) const {
-    return registry == other.registry;
-}
-
-bool BundleContext::operator!=(const BundleContext& other) const {
-    return !(*this == other);
-}
-
 detail::Registry& BundleContext::requireRegistry() const {
     if (!*this) {
         throw IllegalStateException("The bundle context is no longer valid");
@@ -58,10 +47,10 @@ detail::Registry& BundleContext::requireRegistry() const {
     return *registry;
 }
 
-ServiceRegistrationU BundleContext::RegisterService(const InterfaceMapConstPtr& service,
+ServiceRegistrationU BundleContext::registerObjects(const InterfaceMapConstPtr& objects,
                                                     const ServiceProperties& properties) {
     detail::Registry& services = requireRegistry();
-    return ServiceRegistrationBase(services.add(source_of(service), properties));
+    return ServiceRegistrationBase(services.add(source_of(objects), properties));
 }
 
 ServiceRegistrationU BundleContext::registerFactory(const std::vector<std::string>& interfaceIds,
@@ -83,21 +72,11 @@ std::vector<ServiceReferenceU> BundleContext::GetServiceReferences(const std::st
     return references;
 }
 
-ServiceReferenceU BundleContext::GetServiceReference(const std::string& interfaceId) {
-    const auto found = GetServiceReferences(interfaceId);
-    return found.empty() ? ServiceReferenceU() : found.front();
-}
-
 // Intended: pointers that the caller gets share ownership of the use, not of what they point to.
 // A null one still owns its (empty) use, hence the count of 1.
-std::shared_ptr<void> BundleContext::GetService(const ServiceReferenceBase& reference) {
+std::shared_ptr<void> BundleContext::objectOf(const ServiceReferenceBase& reference) const {
     const auto use = requireUse(reference);
     return {use, object_in(use->objects(), reference.interfaceId)};
-}
-
-InterfaceMapConstPtr BundleContext::GetService(const ServiceReferenceU& reference) {
-    const auto use = requireUse(reference);
-    return {use, use->objects().get()};
 }
 
 std::shared_ptr<detail::ServiceUse>
@@ -113,27 +92,6 @@ BundleContext::requireUse(const ServiceReferenceBase& reference) const {
     auto use = reference.entry->use();
     requireAlive(use != nullptr);
     return use;
-}
-
-ListenerToken BundleContext::AddFrameworkListener(const FrameworkListener& listener) {
-    return requireRegistry().addListener(listener);
-}
-
-void BundleContext::RemoveListener(ListenerToken token) {
-    requireRegistry().removeListener(token);
-}
-
-ListenerToken::ListenerToken(ListenerTokenId given) : id(given) {}
-
-ListenerToken::ListenerToken(ListenerToken&& other) noexcept : id(std::exchange(other.id, 0)) {}
-
-ListenerToken& ListenerToken::operator=(ListenerToken&& other) noexcept {
-    id = std::exchange(other.id, 0);
-    return *this;
-}
-
-ListenerToken::operator bool() const {
-    return id != 0;
 }
 
 } // namespace cppmicroservices

@@ -1,10 +1,7 @@
 #include <cppmicroservices/Constants.h>
 
-namespace cppmicroservices::Constants {
+namespace cppmicroservices {
 
-const std::string SERVICE_RANKING = "service.ranking";
-const std::string SERVICE_ID = "service.id";
-const std::string SERVICE_SCOPE = "service.scope";
-const std::string OBJECTCLASS = "objectclass";
+const std::string Constants::SERVICE_RANKING = "service.ranking";
 
-} // namespace cppmicroservices::Constants
+} // namespace cppmicroservices

@@ -43,6 +43,8 @@ TEST(IncludeRulesTest, plantedFaultsAreFound) {
         {{"logging2/native/NativeStreamWriter.hpp", "logging2/memory/MemoryDatastore.hpp"}, false},
         {{"logging2/native/NativeStreamWriter.hpp", "logging2/ids/identifiers.hpp"}, true},
         {{"logging2/registry/Framework.cpp", "logging2/host/lang/ValuePath.hpp"}, false},
+        {{"logging2/registry/cppmicroservices/Any.h", "logging2/registry/export.hpp"}, true},
+        {{"logging2/registry/cppmicroservices/Any.h", "logging2/export.hpp"}, false},
         {{"logging2/other/File.hpp", "logging2/host/lang/ValuePath.hpp"}, false},
         {{"logging2/backends/builtin/a.cpp", "logging2/lookup/Backend.hpp"}, true},
         {{"logging2/backends/builtin/a.cpp", "logging2/backends/other/b.hpp"}, false},

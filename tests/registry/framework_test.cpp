@@ -11,21 +11,18 @@ Framework new_framework() {
     return FrameworkFactory().NewFramework();
 }
 
+ServiceReference<Greeter> first_of(BundleContext context) {
+    return context.GetServiceReferences<Greeter>().at(0);
+}
+
 void expect_invalid(BundleContext context) {
     EXPECT_FALSE(context);
     EXPECT_EQ(thrown_text<IllegalStateException>([&] { context.GetServiceReferences<Greeter>(); }),
               invalidContextText);
     EXPECT_EQ(thrown_text<IllegalStateException>([&] { context.GetServiceReferences("any"); }),
               invalidContextText);
-    EXPECT_EQ(thrown_text<IllegalStateException>([&] { context.GetServiceReference<Greeter>(); }),
-              invalidContextText);
     EXPECT_EQ(thrown_text<IllegalStateException>(
                   [&] { (void)context.RegisterService<Greeter>(make_service()); }),
-              invalidContextText);
-    EXPECT_EQ(thrown_text<IllegalStateException>(
-                  [&] { context.AddFrameworkListener([](const FrameworkEvent&) {}); }),
-              invalidContextText);
-    EXPECT_EQ(thrown_text<IllegalStateException>([&] { context.RemoveListener(ListenerToken()); }),
               invalidContextText);
 }
 
@@ -33,16 +30,16 @@ TEST(FrameworkTest, defaultContextIsInvalid) {
     expect_invalid(BundleContext());
 }
 
-TEST(FrameworkTest, contextIsInvalidBeforeInit) {
+TEST(FrameworkTest, contextIsInvalidBeforeStart) {
     auto framework = new_framework();
 
     expect_invalid(framework.GetBundleContext());
 }
 
-TEST(FrameworkTest, contextIsUsableFromInitOn) {
+TEST(FrameworkTest, contextIsUsableAfterStart) {
     auto framework = new_framework();
 
-    framework.Init();
+    framework.Start();
 
     auto context = framework.GetBundleContext();
     EXPECT_TRUE(context);
@@ -51,18 +48,9 @@ TEST(FrameworkTest, contextIsUsableFromInitOn) {
     stop(framework);
 }
 
-TEST(FrameworkTest, startInitialisesByItself) {
+TEST(FrameworkTest, secondStartDoesNothing) {
     auto framework = new_framework();
-
     framework.Start();
-
-    EXPECT_TRUE(framework.GetBundleContext());
-    stop(framework);
-}
-
-TEST(FrameworkTest, startKeepsTheContextOfInit) {
-    auto framework = new_framework();
-    framework.Init();
     auto context = framework.GetBundleContext();
     const auto registration = context.RegisterService<Greeter>(make_service());
 
@@ -70,41 +58,6 @@ TEST(FrameworkTest, startKeepsTheContextOfInit) {
 
     EXPECT_TRUE(context);
     EXPECT_EQ(context.GetServiceReferences<Greeter>().size(), 1u);
-    stop(framework);
-}
-
-TEST(FrameworkTest, goesThroughItsStates) {
-    auto framework = new_framework();
-    EXPECT_EQ(framework.GetState(), Bundle::STATE_INSTALLED);
-    framework.Init();
-    EXPECT_EQ(framework.GetState(), Bundle::STATE_STARTING);
-    framework.Start();
-    EXPECT_EQ(framework.GetState(), Bundle::STATE_ACTIVE);
-    stop(framework);
-    EXPECT_EQ(framework.GetState(), Bundle::STATE_RESOLVED);
-}
-
-TEST(FrameworkTest, initAndStartMayBeRepeated) {
-    auto framework = new_framework();
-    framework.Init();
-    auto context = framework.GetBundleContext();
-
-    framework.Init();
-    framework.Start();
-    framework.Start();
-
-    EXPECT_EQ(framework.GetState(), Bundle::STATE_ACTIVE);
-    EXPECT_TRUE(context);
-    stop(framework);
-}
-
-TEST(FrameworkTest, takesAConfiguration) {
-    const FrameworkConfiguration configuration = {{"some.setting", 1}};
-    auto framework = FrameworkFactory().NewFramework(configuration);
-
-    framework.Start();
-
-    EXPECT_EQ(framework.GetState(), Bundle::STATE_ACTIVE);
     stop(framework);
 }
 
@@ -144,7 +97,7 @@ TEST(FrameworkTest, servicesAreGoneAfterRestart) {
     stop(framework);
 }
 
-TEST(FrameworkTest, waitForStopIsAnErrorBeforeInit) {
+TEST(FrameworkTest, waitForStopIsAnErrorBeforeStart) {
     auto framework = new_framework();
 
     EXPECT_EQ(framework.WaitForStop(forEver).GetType(), FrameworkEvent::FRAMEWORK_ERROR);
@@ -152,9 +105,6 @@ TEST(FrameworkTest, waitForStopIsAnErrorBeforeInit) {
 
 TEST(FrameworkTest, waitForStopTimesOutWhileRunning) {
     auto framework = new_framework();
-    framework.Init();
-    EXPECT_EQ(framework.WaitForStop(milliseconds(1)).GetType(),
-              FrameworkEvent::FRAMEWORK_WAIT_TIMEDOUT);
     framework.Start();
     EXPECT_EQ(framework.WaitForStop(milliseconds(1)).GetType(),
               FrameworkEvent::FRAMEWORK_WAIT_TIMEDOUT);
@@ -175,7 +125,7 @@ TEST(FrameworkTest, servicePointerStaysUsableAfterStop) {
     framework.Start();
     auto context = framework.GetBundleContext();
     const auto registration = context.RegisterService<Greeter>(make_service("kept"));
-    const auto service = context.GetService(context.GetServiceReference<Greeter>());
+    const auto service = context.GetService(first_of(context));
 
     stop(framework);
 
@@ -214,12 +164,12 @@ TEST(FrameworkTest, referenceKeepsTheServiceObjectAfterStop) {
     const std::weak_ptr<NamedService> alive = service;
     (void)framework.GetBundleContext().RegisterService<Greeter>(std::move(service));
     service = nullptr;
-    auto reference = framework.GetBundleContext().GetServiceReference<Greeter>();
+    auto reference = first_of(framework.GetBundleContext());
 
     stop(framework);
 
     EXPECT_FALSE(alive.expired());
-    reference = nullptr;
+    reference = ServiceReference<Greeter>();
     EXPECT_TRUE(alive.expired());
 }
 
@@ -227,7 +177,7 @@ TEST(FrameworkTest, referenceIsFalseAfterStop) {
     auto framework = new_framework();
     framework.Start();
     (void)framework.GetBundleContext().RegisterService<Greeter>(make_service());
-    const auto reference = framework.GetBundleContext().GetServiceReference<Greeter>();
+    const auto reference = first_of(framework.GetBundleContext());
 
     stop(framework);
     framework.Start();
@@ -260,15 +210,12 @@ TEST(FrameworkTest, anyHandleKeepsItRunning) {
         context = framework.GetBundleContext();
     }
     EXPECT_TRUE(context);
-    bundle = nullptr;
+    bundle = Bundle();
     EXPECT_FALSE(context);
 }
 
 TEST(FrameworkTest, eventTypesHaveTheirValues) {
-    EXPECT_EQ(FrameworkEvent::FRAMEWORK_STARTED, 0x1u);
     EXPECT_EQ(FrameworkEvent::FRAMEWORK_ERROR, 0x2u);
-    EXPECT_EQ(FrameworkEvent::FRAMEWORK_WARNING, 0x10u);
-    EXPECT_EQ(FrameworkEvent::FRAMEWORK_INFO, 0x20u);
     EXPECT_EQ(FrameworkEvent::FRAMEWORK_STOPPED, 0x40u);
     EXPECT_EQ(FrameworkEvent::FRAMEWORK_WAIT_TIMEDOUT, 0x200u);
 }
@@ -276,8 +223,6 @@ TEST(FrameworkTest, eventTypesHaveTheirValues) {
 TEST(FrameworkTest, emptyBundleRefusesCalls) {
     Bundle bundle;
 
-    EXPECT_FALSE(bundle);
-    EXPECT_EQ(thrown_text<std::invalid_argument>([&] { bundle.GetState(); }), "invalid bundle");
     EXPECT_EQ(thrown_text<std::invalid_argument>([&] { bundle.Start(); }), "invalid bundle");
 }
 
@@ -292,61 +237,7 @@ TEST(FrameworkTest, twoFrameworksAreIndependent) {
     EXPECT_TRUE(second.GetBundleContext().GetServiceReferences<Greeter>().empty());
     stop(second);
     EXPECT_TRUE(first.GetBundleContext());
-    EXPECT_NE(first, second);
     stop(first);
-}
-
-TEST(FrameworkTest, listenerHearsTheStart) {
-    auto framework = new_framework();
-    framework.Init();
-    std::vector<FrameworkEvent::Type> heard;
-    const auto token = framework.GetBundleContext().AddFrameworkListener(
-        [&](const FrameworkEvent& event) { heard.push_back(event.GetType()); });
-    EXPECT_TRUE(token);
-
-    framework.Start();
-
-    EXPECT_EQ(heard, std::vector{FrameworkEvent::FRAMEWORK_STARTED});
-    stop(framework);
-}
-
-TEST(FrameworkTest, removedListenerHearsNothing) {
-    auto framework = new_framework();
-    framework.Init();
-    bool heard = false;
-    auto token = framework.GetBundleContext().AddFrameworkListener(
-        [&](const FrameworkEvent&) { heard = true; });
-
-    framework.GetBundleContext().RemoveListener(std::move(token));
-    framework.Start();
-
-    EXPECT_FALSE(heard);
-    stop(framework);
-}
-
-TEST(FrameworkTest, listenerIsReleasedByStop) {
-    auto framework = new_framework();
-    framework.Init();
-    auto heardCount = std::make_shared<int>(0);
-    const std::weak_ptr<int> alive = heardCount;
-    auto context = framework.GetBundleContext();
-    context.AddFrameworkListener([heardCount](const FrameworkEvent&) { ++*heardCount; });
-    heardCount = nullptr;
-    EXPECT_FALSE(alive.expired());
-
-    stop(framework);
-
-    EXPECT_TRUE(alive.expired());
-}
-
-TEST(FrameworkTest, listenerMayThrow) {
-    auto framework = new_framework();
-    framework.Init();
-    framework.GetBundleContext().AddFrameworkListener(
-        [](const FrameworkEvent&) { throw std::runtime_error("listener"); });
-
-    EXPECT_NO_THROW(framework.Start());
-    stop(framework);
 }
 
 } // namespace

@@ -48,6 +48,14 @@ inline std::shared_ptr<NamedService> make_service(const std::string& name = "hel
     return std::make_shared<NamedService>(name);
 }
 
+/// The value that is held; fails, and is the default one, if another type is held.
+template <class Value>
+Value value_of(const cppmicroservices::Any& any) {
+    const Value* const value = cppmicroservices::any_cast<Value>(&any);
+    EXPECT_NE(value, nullptr);
+    return value == nullptr ? Value() : *value;
+}
+
 constexpr auto forEver = std::chrono::milliseconds(0);
 constexpr auto invalidContextText = "The bundle context is no longer valid";
 constexpr auto deadReferenceText =
@@ -88,6 +96,12 @@ protected:
             result.push_back(context.GetService(reference)->greeting());
         }
         return result;
+    }
+
+    /// The service that a look-up finds first.
+    template <class Interface>
+    cppmicroservices::ServiceReference<Interface> find(const std::string& filter = {}) {
+        return context.GetServiceReferences<Interface>(filter).at(0);
     }
 
     cppmicroservices::Framework framework = cppmicroservices::FrameworkFactory().NewFramework();

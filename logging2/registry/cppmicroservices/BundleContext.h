@@ -1,18 +1,18 @@
 #pragma once
 
 #include <cppmicroservices/IllegalStateException.h>
-#include <cppmicroservices/ListenerFunctors.h>
-#include <cppmicroservices/ListenerToken.h>
 #include <cppmicroservices/ServiceFactory.h>
 #include <cppmicroservices/ServiceInterface.h>
 #include <cppmicroservices/ServiceRegistration.h>
-#include <logging2/export.hpp>
+#include <logging2/registry/export.hpp>
 
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace cppmicroservices {
+inline namespace logging2_registry {
 
 namespace detail {
 class Registry;
@@ -21,18 +21,14 @@ class ServiceUse;
 
 /// Through which services are registered and found during one run of a framework.
 ///
-/// Invalid when default constructed, before `Framework::Init` and after the framework stopped;
+/// Invalid if default constructed, before `Framework::Start` and after the framework stopped;
 /// every call but the test throws `IllegalStateException` then. Safe from many threads.
-class LOGGING2_EXPORT BundleContext {
+class LOGGING2_REGISTRY_EXPORT BundleContext {
 public:
     BundleContext() = default;
 
     /// Whether services can be registered and found through it.
     explicit operator bool() const;
-    /// Whether both belong to one run of one framework, or to none.
-    bool operator==(const BundleContext& other) const;
-    /// The opposite.
-    bool operator!=(const BundleContext& other) const;
 
     /// Registers an object under the interfaces `I1`, `Interfaces`...
     ///
@@ -41,8 +37,7 @@ public:
     template <class I1, class... Interfaces, class Impl>
     ServiceRegistration<I1, Interfaces...>
     RegisterService(const std::shared_ptr<Impl>& impl, const ServiceProperties& properties = {}) {
-        return RegisterService(InterfaceMapConstPtr(MakeInterfaceMap<I1, Interfaces...>(impl)),
-                               properties);
+        return registerObjects(MakeInterfaceMap<I1, Interfaces...>(impl), properties);
     }
 
     /// Registers a factory that makes the objects; throws `ServiceException` for a null one.
@@ -55,12 +50,13 @@ public:
             properties);
     }
 
-    /// Registers the objects under the interfaces that the map names.
-    ServiceRegistrationU RegisterService(const InterfaceMapConstPtr& service,
-                                         const ServiceProperties& properties = {});
-
     /// The services of an interface, all or those that match the filter; highest ranking first,
     /// and within a ranking the first registered first. No identifier means every interface.
+    ///
+    /// A filter is a condition on the properties of a service, such as "(&(name=a*)(!(size>=8)))".
+    /// `=` compares with `*` as wildcard, `~=` without regard to case and blanks, `<=` and `>=` by
+    /// order; "(key=*)" asks for presence. Keys have no case. A backslash takes the next character
+    /// of a value literally.
     ///
     /// Throws `std::invalid_argument` for a malformed filter. Intended: only if a service of the
     /// interface exists; otherwise the filter is not looked at.
@@ -74,39 +70,20 @@ public:
         return {found.begin(), found.end()};
     }
 
-    /// The first of `GetServiceReferences`; a null reference when there is none.
-    ServiceReferenceU GetServiceReference(const std::string& interfaceId);
-
-    /// The same for an interface that is known at compile time.
-    template <class S>
-    ServiceReference<S> GetServiceReference() {
-        return GetServiceReference(requireInterfaceId<S>());
-    }
-
-    /// The service object; null when a factory fails to make one. Each call returns an owner of
-    /// its own, and the bundle uses the service until the last of them is gone.
+    /// The service object as its interface; null if a factory fails to make one. Each call returns
+    /// an owner of its own, and the bundle uses the service until the last of them is gone.
     ///
-    /// Throws `std::invalid_argument` for a null reference and when the service is gone.
-    std::shared_ptr<void> GetService(const ServiceReferenceBase& reference);
-    /// The objects under all interfaces of the service; otherwise the same.
-    InterfaceMapConstPtr GetService(const ServiceReferenceU& reference);
-
-    /// The object as its interface; otherwise the same.
+    /// Throws `std::invalid_argument` for a null reference and if the service is gone.
     template <class S>
     std::shared_ptr<S> GetService(const ServiceReference<S>& reference) {
-        const ServiceReferenceBase& base = reference;
-        return std::static_pointer_cast<S>(GetService(base));
+        static_assert(!std::is_void_v<S>, "name an interface: ServiceReference<S>(reference)");
+        return std::static_pointer_cast<S>(objectOf(reference));
     }
-
-    /// Calls the listener for every framework event until it is removed or the framework stops.
-    ListenerToken AddFrameworkListener(const FrameworkListener& listener);
-    /// Calls the listener no more. An empty token removes nothing.
-    void RemoveListener(ListenerToken token);
 
 private:
     friend class Bundle;
 
-    LOGGING2_NO_EXPORT explicit BundleContext(std::shared_ptr<detail::Registry> registry);
+    LOGGING2_REGISTRY_NO_EXPORT explicit BundleContext(std::shared_ptr<detail::Registry> registry);
 
     template <class S>
     static const std::string& requireInterfaceId() {
@@ -118,15 +95,19 @@ private:
         return id;
     }
 
+    ServiceRegistrationU registerObjects(const InterfaceMapConstPtr& objects,
+                                         const ServiceProperties& properties);
     ServiceRegistrationU registerFactory(const std::vector<std::string>& interfaceIds,
                                          const std::shared_ptr<ServiceFactory>& factory,
                                          const ServiceProperties& properties);
+    std::shared_ptr<void> objectOf(const ServiceReferenceBase& reference) const;
 
-    LOGGING2_NO_EXPORT detail::Registry& requireRegistry() const;
-    LOGGING2_NO_EXPORT std::shared_ptr<detail::ServiceUse>
+    LOGGING2_REGISTRY_NO_EXPORT detail::Registry& requireRegistry() const;
+    LOGGING2_REGISTRY_NO_EXPORT std::shared_ptr<detail::ServiceUse>
     requireUse(const ServiceReferenceBase& reference) const;
 
     std::shared_ptr<detail::Registry> registry;
 };
 
+} // namespace logging2_registry
 } // namespace cppmicroservices

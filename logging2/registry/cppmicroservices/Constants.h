@@ -1,19 +1,18 @@
 #pragma once
 
-#include <logging2/export.hpp>
+#include <logging2/registry/export.hpp>
 
 #include <string>
 
-/// Keys of the properties that the registry itself reads or sets on every service.
-namespace cppmicroservices::Constants {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+
+/// Keys of properties that the registry itself reads.
+namespace Constants {
 
 /// An `int` given by whoever registers; higher comes first, absent counts as 0.
-LOGGING2_EXPORT extern const std::string SERVICE_RANKING;
-/// A `long` set by the registry: 1 for the first service registered, and so on.
-LOGGING2_EXPORT extern const std::string SERVICE_ID;
-/// A `std::string` set by the registry: "bundle" for a factory, "singleton" otherwise.
-LOGGING2_EXPORT extern const std::string SERVICE_SCOPE;
-/// A `std::vector<std::string>` set by the registry: the interface identifiers.
-LOGGING2_EXPORT extern const std::string OBJECTCLASS;
+LOGGING2_REGISTRY_EXPORT extern const std::string SERVICE_RANKING;
 
-} // namespace cppmicroservices::Constants
+} // namespace Constants
+} // namespace logging2_registry
+} // namespace cppmicroservices

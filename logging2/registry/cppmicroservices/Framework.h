@@ -1,25 +1,23 @@
 #pragma once
 
 #include <cppmicroservices/Bundle.h>
-#include <logging2/export.hpp>
+#include <logging2/registry/export.hpp>
 
 #include <chrono>
 #include <memory>
 
 namespace cppmicroservices {
+inline namespace logging2_registry {
 
 class FrameworkEvent;
 
 /// A service registry of its own, independent of every other one in the process.
-class LOGGING2_EXPORT Framework : public Bundle {
+class LOGGING2_REGISTRY_EXPORT Framework : public Bundle {
 public:
-    /// Makes the context valid: services can be registered and found, already before `Start`.
-    void Init();
-
     /// Waits until the framework has stopped; `timeout` 0 waits for ever.
     ///
-    /// The event says STOPPED, also when asked again; WAIT_TIMEDOUT when the time is over; ERROR
-    /// when the framework was never initialised.
+    /// The event says STOPPED, also if asked again; WAIT_TIMEDOUT if the time is over; ERROR if the
+    /// framework was never started.
     FrameworkEvent WaitForStop(const std::chrono::milliseconds& timeout);
 
 private:
@@ -28,4 +26,5 @@ private:
     using Bundle::Bundle;
 };
 
+} // namespace logging2_registry
 } // namespace cppmicroservices

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <logging2/export.hpp>
+#include <logging2/registry/export.hpp>
 
 #include <stdexcept>
 #include <string>
 
 namespace cppmicroservices {
+inline namespace logging2_registry {
 
 /// Thrown by every call on a bundle context that is not, or no longer, valid.
-class LOGGING2_EXPORT IllegalStateException final : public std::runtime_error {
+class LOGGING2_REGISTRY_EXPORT IllegalStateException final : public std::runtime_error {
 public:
     /// The message becomes `what()`.
     explicit IllegalStateException(const std::string& message);
@@ -17,4 +18,5 @@ public:
     ~IllegalStateException() override;
 };
 
+} // namespace logging2_registry
 } // namespace cppmicroservices

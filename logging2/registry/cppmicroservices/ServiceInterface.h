@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cppmicroservices/ServiceException.h>
-#include <logging2/export.hpp>
+#include <logging2/registry/export.hpp>
 
 #include <memory>
 #include <string>
@@ -9,21 +9,23 @@
 #include <unordered_map>
 
 namespace cppmicroservices {
+inline namespace logging2_registry {
 
 /// The objects of one service by interface identifier.
 using InterfaceMap = std::unordered_map<std::string, std::shared_ptr<void>>;
-/// A shared map that may be changed.
-using InterfaceMapPtr = std::shared_ptr<InterfaceMap>;
-/// A shared map as services are registered and handed out with.
+/// A shared map as factories hand it out.
 using InterfaceMapConstPtr = std::shared_ptr<const InterfaceMap>;
 
 namespace detail {
 
 /// The name of a type as it is written in the source.
-LOGGING2_EXPORT std::string GetDemangledName(const std::type_info& typeInfo);
+LOGGING2_REGISTRY_EXPORT std::string GetDemangledName(const std::type_info& typeInfo);
 
 } // namespace detail
+} // namespace logging2_registry
 } // namespace cppmicroservices
+
+inline namespace logging2_registry {
 
 /// The identifier under which services of interface `T` are registered: its qualified name,
 /// unless declared otherwise. Compared as text, so it is the same in every library.
@@ -40,6 +42,8 @@ inline const std::string& us_service_interface_iid<void>() {
     return name;
 }
 
+} // namespace logging2_registry
+
 /// Gives an interface an identifier of its own; to be used outside any namespace.
 #define CPPMICROSERVICES_DECLARE_SERVICE_INTERFACE(interfaceType, interfaceId)                     \
     template <>                                                                                    \
@@ -49,6 +53,7 @@ inline const std::string& us_service_interface_iid<void>() {
     }
 
 namespace cppmicroservices {
+inline namespace logging2_registry {
 
 class ServiceFactory;
 
@@ -65,12 +70,10 @@ public:
     }
 
     /// The map; all copies share it.
-    operator InterfaceMapPtr() const { return map; }
-    /// The same, not to be changed.
     operator InterfaceMapConstPtr() const { return map; }
 
 private:
-    InterfaceMapPtr map;
+    std::shared_ptr<InterfaceMap> map;
 };
 
 /// The factory as the type that `BundleContext::RegisterService` takes.
@@ -79,4 +82,5 @@ std::shared_ptr<ServiceFactory> ToFactory(const std::shared_ptr<T>& factory) {
     return std::static_pointer_cast<ServiceFactory>(factory);
 }
 
+} // namespace logging2_registry
 } // namespace cppmicroservices

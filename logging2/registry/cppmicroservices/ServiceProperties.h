@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 namespace cppmicroservices {
+inline namespace logging2_registry {
 
 /// What a service is registered with. Two keys that differ in case only are refused.
 ///
@@ -14,4 +15,5 @@ namespace cppmicroservices {
 /// `std::vector<Any>` of these.
 using ServiceProperties = std::unordered_map<std::string, Any>;
 
+} // namespace logging2_registry
 } // namespace cppmicroservices

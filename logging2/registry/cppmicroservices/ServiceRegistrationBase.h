@@ -1,38 +1,31 @@
 #pragma once
 
 #include <cppmicroservices/ServiceProperties.h>
-#include <cppmicroservices/ServiceReference.h>
-#include <logging2/export.hpp>
+#include <logging2/registry/export.hpp>
 
 #include <memory>
-#include <string>
 
 namespace cppmicroservices {
+inline namespace logging2_registry {
 
-/// The handle through which a service is changed and taken back.
+namespace detail {
+class ServiceEntry;
+} // namespace detail
+
+/// The handle through which a service is changed and unregistered.
 ///
 /// Dropping it leaves the service registered. While it is alive, so is the service object. Every
-/// call but the test throws `std::logic_error` on an empty handle, and once `Unregister` was
-/// called.
-class LOGGING2_EXPORT ServiceRegistrationBase {
+/// call throws `std::logic_error` on an empty handle, and once `Unregister` was called.
+class LOGGING2_REGISTRY_EXPORT ServiceRegistrationBase {
 public:
-    /// Whether the handle was ever given to a service.
-    explicit operator bool() const;
-
-    /// A reference to the service under the interface, or under none.
-    ServiceReferenceBase GetReference(const std::string& interfaceId = {}) const;
-
     /// Replaces all properties but those that the registry sets; a new ranking takes effect at
     /// once. Throws `std::runtime_error` for keys that differ in case only, and
     /// `std::invalid_argument` for a ranking that is not an `int`.
     void SetProperties(const ServiceProperties& properties);
 
-    /// Takes the service back: references to it turn false, lookups do not find it any more,
+    /// Unregisters the service: references to it turn false, lookups do not find it any more,
     /// objects already obtained stay usable. Does nothing if the framework was stopped meanwhile.
     void Unregister();
-
-    /// Whether both are handles of one service, or both empty.
-    bool operator==(const ServiceRegistrationBase& other) const;
 
 protected:
     ServiceRegistrationBase() = default;
@@ -41,12 +34,13 @@ private:
     friend class BundleContext;
     friend class detail::ServiceEntry;
 
-    LOGGING2_NO_EXPORT explicit ServiceRegistrationBase(
+    LOGGING2_REGISTRY_NO_EXPORT explicit ServiceRegistrationBase(
         std::shared_ptr<detail::ServiceEntry> entry);
 
-    LOGGING2_NO_EXPORT detail::ServiceEntry& requireEntry() const;
+    LOGGING2_REGISTRY_NO_EXPORT detail::ServiceEntry& requireEntry() const;
 
     std::shared_ptr<detail::ServiceEntry> entry;
 };
 
+} // namespace logging2_registry
 } // namespace cppmicroservices

@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 
 /// Stands for `*` in the value of a comparison. Intended: a text that holds this character itself
 /// gets the wildcard, too.
@@ -30,4 +32,6 @@ Filter parse_filter(const std::string& text);
 
 bool matches(const Filter& filter, const Properties& properties);
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

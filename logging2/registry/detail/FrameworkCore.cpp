@@ -1,67 +1,50 @@
 #include "FrameworkCore.hpp"
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 
 FrameworkCore::~FrameworkCore() {
     stop();
 }
 
-void FrameworkCore::init() {
-    std::unique_lock lock(mutex);
-    stopped.wait(lock, [this] { return current != Bundle::STATE_STOPPING; });
-    if (current == Bundle::STATE_INSTALLED || current == Bundle::STATE_RESOLVED) {
-        run = std::make_shared<Registry>(weak_from_this());
-        current = Bundle::STATE_STARTING;
-    }
-}
-
 void FrameworkCore::start() {
-    init();
-    std::shared_ptr<Registry> started;
-    {
-        const std::scoped_lock lock(mutex);
-        if (current != Bundle::STATE_STARTING) {
-            return;
-        }
-        current = Bundle::STATE_ACTIVE;
-        started = run;
+    std::unique_lock lock(mutex);
+    hasStopped.wait(lock, [this] { return state != State::stopping; });
+    if (state != State::active) {
+        run = std::make_shared<Registry>(weak_from_this());
+        state = State::active;
     }
-    started->send(FrameworkEvent(FrameworkEvent::FRAMEWORK_STARTED));
 }
 
 void FrameworkCore::stop() {
     std::shared_ptr<Registry> ending;
     {
         const std::scoped_lock lock(mutex);
-        if (current != Bundle::STATE_STARTING && current != Bundle::STATE_ACTIVE) {
+        if (state != State::active) {
             return;
         }
-        current = Bundle::STATE_STOPPING;
+        state = State::stopping;
         ending = run;
     }
     ending->close();
     const std::scoped_lock lock(mutex);
-    current = Bundle::STATE_RESOLVED;
-    stopped.notify_all();
+    state = State::stopped;
+    hasStopped.notify_all();
 }
 
 FrameworkEvent FrameworkCore::waitForStop(std::chrono::milliseconds timeout) {
-    const auto isStopped = [this] { return current == Bundle::STATE_RESOLVED; };
+    const auto isStopped = [this] { return state == State::stopped; };
     std::unique_lock lock(mutex);
-    if (current == Bundle::STATE_INSTALLED) {
+    if (state == State::installed) {
         return FrameworkEvent(FrameworkEvent::FRAMEWORK_ERROR);
     }
     if (timeout == std::chrono::milliseconds::zero()) {
-        stopped.wait(lock, isStopped);
-    } else if (!stopped.wait_for(lock, timeout, isStopped)) {
+        hasStopped.wait(lock, isStopped);
+    } else if (!hasStopped.wait_for(lock, timeout, isStopped)) {
         return FrameworkEvent(FrameworkEvent::FRAMEWORK_WAIT_TIMEDOUT);
     }
     return FrameworkEvent(FrameworkEvent::FRAMEWORK_STOPPED);
-}
-
-Bundle::State FrameworkCore::state() const {
-    const std::scoped_lock lock(mutex);
-    return current;
 }
 
 std::shared_ptr<Registry> FrameworkCore::registry() const {
@@ -69,4 +52,6 @@ std::shared_ptr<Registry> FrameworkCore::registry() const {
     return run;
 }
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

@@ -2,7 +2,6 @@
 
 #include "Registry.hpp"
 
-#include <cppmicroservices/Bundle.h>
 #include <cppmicroservices/FrameworkEvent.h>
 
 #include <chrono>
@@ -10,7 +9,9 @@
 #include <memory>
 #include <mutex>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 
 /// The life of a framework: from run to run, each with a registry of its own.
 ///
@@ -22,21 +23,22 @@ public:
     FrameworkCore& operator=(const FrameworkCore&) = delete;
     ~FrameworkCore();
 
-    void init();
     void start();
     void stop();
     FrameworkEvent waitForStop(std::chrono::milliseconds timeout);
-
-    Bundle::State state() const;
 
     /// Null before the first run, closed after each.
     std::shared_ptr<Registry> registry() const;
 
 private:
+    enum class State { installed, active, stopping, stopped };
+
     mutable std::mutex mutex;
-    std::condition_variable stopped;
-    Bundle::State current = Bundle::STATE_INSTALLED; // guarded by mutex
-    std::shared_ptr<Registry> run;                   // guarded by mutex
+    std::condition_variable hasStopped;
+    State state = State::installed; // guarded by mutex
+    std::shared_ptr<Registry> run;  // guarded by mutex
 };
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

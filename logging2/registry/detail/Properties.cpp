@@ -6,7 +6,9 @@
 #include <cctype>
 #include <stdexcept>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 namespace {
 
 int lower(char character) {
@@ -55,12 +57,6 @@ const Any* Properties::find(const std::string& key) const {
     return found == values.end() ? nullptr : &found->second;
 }
 
-std::vector<std::string> Properties::keys() const {
-    std::vector<std::string> result;
-    for (const auto& property : values) {
-        result.push_back(property.first);
-    }
-    return result;
-}
-
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

@@ -4,9 +4,10 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 
 bool equal_ignoring_case(const std::string& left, const std::string& right);
 
@@ -19,7 +20,6 @@ public:
 
     /// Null when there is no such key.
     const Any* find(const std::string& key) const;
-    std::vector<std::string> keys() const;
 
     int ranking() const { return rank; }
 
@@ -32,4 +32,6 @@ private:
     int rank = 0;
 };
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <utility>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 namespace {
 
 /// Rankings may change meanwhile: each is read once.
@@ -33,12 +35,10 @@ bool Registry::isOpen() const {
 
 void Registry::close() {
     Entries ended;
-    std::map<ListenerTokenId, FrameworkListener> dropped;
     {
         const std::scoped_lock lock(mutex);
         open = false;
         ended.swap(entries);
-        dropped.swap(listeners);
     }
     for (const auto& entry : ended) {
         entry->retire();
@@ -99,31 +99,6 @@ Registry::Entries Registry::find(const std::string& interfaceId,
     return found;
 }
 
-ListenerToken Registry::addListener(const FrameworkListener& listener) {
-    const std::scoped_lock lock(mutex);
-    listeners.emplace(++lastListenerId, listener);
-    return ListenerToken(lastListenerId);
-}
-
-void Registry::removeListener(const ListenerToken& token) {
-    std::map<ListenerTokenId, FrameworkListener>::node_type dropped;
-    const std::scoped_lock lock(mutex);
-    dropped = listeners.extract(token.id);
-}
-
-void Registry::send(const FrameworkEvent& event) const {
-    std::map<ListenerTokenId, FrameworkListener> receivers;
-    {
-        const std::scoped_lock lock(mutex);
-        receivers = listeners;
-    }
-    for (const auto& receiver : receivers) {
-        try {
-            receiver.second(event);
-        } catch (...) {
-            // A listener's fault is not the sender's.
-        }
-    }
-}
-
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

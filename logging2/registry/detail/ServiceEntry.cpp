@@ -2,22 +2,14 @@
 
 #include "Registry.hpp"
 
-#include <cppmicroservices/Constants.h>
-
 #include <algorithm>
-#include <exception>
 #include <stdexcept>
 #include <utility>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 namespace {
-
-constexpr auto scopeOfFactory = "bundle";
-constexpr auto scopeOfObject = "singleton";
-
-std::exception_ptr service_exception(const std::string& message, ServiceException::Type type) {
-    return std::make_exception_ptr(ServiceException(message, type));
-}
 
 /// Sets a flag for as long as it lives.
 class ScopedFlag {
@@ -33,15 +25,17 @@ private:
 
 } // namespace
 
-ServiceUse::ServiceUse(std::shared_ptr<ServiceEntry> user, InterfaceMapConstPtr used)
-    : entry(std::move(user)),
-      map(std::move(used)) {
-    ++entry->useCount;
+ServiceUse::ServiceUse(InterfaceMapConstPtr used) : map(std::move(used)) {}
+
+ServiceUse::ServiceUse(std::shared_ptr<ServiceEntry> maker, InterfaceMapConstPtr made)
+    : madeBy(std::move(maker)),
+      map(std::move(made)) {
+    ++madeBy->useCount;
 }
 
 ServiceUse::~ServiceUse() {
-    if (entry) {
-        entry->release();
+    if (madeBy) {
+        madeBy->release();
     }
 }
 
@@ -53,10 +47,9 @@ ServiceEntry::ServiceEntry(long serviceId, ServiceSource registered, const Servi
       current(std::make_shared<Properties>(given, fixedProperties())) {}
 
 ServiceProperties ServiceEntry::fixedProperties() const {
-    const std::string scope = source.factory ? scopeOfFactory : scopeOfObject;
-    return {{Constants::SERVICE_ID, number},
-            {Constants::SERVICE_SCOPE, scope},
-            {Constants::OBJECTCLASS, source.interfaceIds}};
+    return {{"service.id", number},
+            {"service.scope", std::string(source.factory ? "bundle" : "singleton")},
+            {"objectclass", source.interfaceIds}};
 }
 
 bool ServiceEntry::provides(const std::string& interfaceId) const {
@@ -108,15 +101,11 @@ void ServiceEntry::retire() {
     alive = false;
 }
 
-Bundle ServiceEntry::usingBundle() const {
-    return isAlive() && useCount > 0 ? bundle() : Bundle();
-}
-
 std::shared_ptr<ServiceUse> ServiceEntry::use() {
     if (source.factory) {
         return useFactory();
     }
-    return isAlive() ? std::make_shared<ServiceUse>(shared_from_this(), source.objects) : nullptr;
+    return isAlive() ? std::make_shared<ServiceUse>(source.objects) : nullptr;
 }
 
 std::shared_ptr<ServiceUse> ServiceEntry::useFactory() {
@@ -128,57 +117,30 @@ std::shared_ptr<ServiceUse> ServiceEntry::useFactory() {
         made = makeObjects();
     }
     return made ? std::make_shared<ServiceUse>(shared_from_this(), made)
-                : std::make_shared<ServiceUse>();
+                : std::make_shared<ServiceUse>(nullptr);
 }
 
-/// Null, and an event, when the factory does not do its work.
+/// Null if the factory fails, or asks for its own service while it makes it.
 InterfaceMapConstPtr ServiceEntry::makeObjects() {
-    try {
-        InterfaceMapConstPtr objects = callFactory();
-        checkObjects(objects);
-        return objects;
-    } catch (const ServiceException& failure) {
-        report(FrameworkEvent::FRAMEWORK_ERROR, failure.what(), std::current_exception());
-    } catch (const std::logic_error& missing) {
-        report(FrameworkEvent::FRAMEWORK_WARNING, missing.what(), std::current_exception());
-    }
-    return nullptr;
-}
-
-InterfaceMapConstPtr ServiceEntry::callFactory() {
     if (making) {
-        throw ServiceException("Recursive call to ServiceFactory::GetService",
-                               ServiceException::FACTORY_RECURSION);
+        return nullptr;
     }
     const ScopedFlag flag(making);
     try {
-        return source.factory->GetService(bundle(), ServiceRegistrationBase(shared_from_this()));
-    } catch (const std::exception& failure) {
-        throw ServiceException(failure.what(), ServiceException::FACTORY_EXCEPTION);
+        const InterfaceMapConstPtr objects =
+            source.factory->GetService(bundle(), ServiceRegistrationBase(shared_from_this()));
+        return isComplete(objects) ? objects : nullptr;
     } catch (...) {
-        throw ServiceException("ServiceFactory threw an unknown exception.",
-                               ServiceException::FACTORY_EXCEPTION);
+        return nullptr;
     }
 }
 
-void ServiceEntry::checkObjects(const InterfaceMapConstPtr& objects) const {
-    if (!objects || objects->empty()) {
-        throw ServiceException("ServiceFactory returned an empty or nullptr interface map.",
-                               ServiceException::FACTORY_ERROR);
-    }
-    for (const std::string& id : source.interfaceIds) {
-        if (objects->count(id) == 0) {
-            throw std::logic_error("ServiceFactory produced an object that did not implement: " +
-                                   id);
-        }
-    }
+bool ServiceEntry::isComplete(const InterfaceMapConstPtr& objects) const {
+    return objects && std::all_of(source.interfaceIds.begin(), source.interfaceIds.end(),
+                                  [&](const std::string& id) { return objects->count(id) != 0; });
 }
 
 void ServiceEntry::release() {
-    if (!source.factory) {
-        --useCount;
-        return;
-    }
     const std::scoped_lock gate(factoryGate);
     if (--useCount == 0) {
         takeBackObjects();
@@ -194,12 +156,8 @@ void ServiceEntry::takeBackObjects() {
     try {
         source.factory->UngetService(bundle(), ServiceRegistrationBase(shared_from_this()),
                                      objects);
-    } catch (const std::exception& failure) {
-        report(FrameworkEvent::FRAMEWORK_ERROR, "ServiceFactory threw an exception",
-               service_exception(failure.what(), ServiceException::FACTORY_EXCEPTION));
     } catch (...) {
-        report(FrameworkEvent::FRAMEWORK_ERROR, "ServiceFactory threw an exception",
-               service_exception("unknown exception", ServiceException::FACTORY_EXCEPTION));
+        // A factory's fault is not the user's.
     }
 }
 
@@ -208,11 +166,6 @@ Bundle ServiceEntry::bundle() const {
     return Bundle(owner ? owner->framework() : nullptr);
 }
 
-void ServiceEntry::report(FrameworkEvent::Type type, const std::string& message,
-                          std::exception_ptr throwable) const {
-    if (const auto owner = registry.lock()) {
-        owner->send(FrameworkEvent(type, message, std::move(throwable)));
-    }
-}
-
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

@@ -3,18 +3,17 @@
 #include "Properties.hpp"
 
 #include <cppmicroservices/Bundle.h>
-#include <cppmicroservices/FrameworkEvent.h>
-#include <cppmicroservices/ServiceException.h>
 #include <cppmicroservices/ServiceFactory.h>
 
-#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 
 class FrameworkCore;
 class Registry;
@@ -27,11 +26,12 @@ struct ServiceSource {
     std::shared_ptr<ServiceFactory> factory;
 };
 
-/// One owner's use of the objects; the count drops with it. Empty if there are no objects.
+/// One owner's use of the objects; null if there are none. Tells the service when it ends if a
+/// factory made them.
 class ServiceUse {
 public:
-    ServiceUse() = default;
-    ServiceUse(std::shared_ptr<ServiceEntry> user, InterfaceMapConstPtr used);
+    explicit ServiceUse(InterfaceMapConstPtr used);
+    ServiceUse(std::shared_ptr<ServiceEntry> maker, InterfaceMapConstPtr made);
     ServiceUse(const ServiceUse&) = delete;
     ServiceUse& operator=(const ServiceUse&) = delete;
     ~ServiceUse();
@@ -39,8 +39,8 @@ public:
     const InterfaceMapConstPtr& objects() const { return map; }
 
 private:
-    std::shared_ptr<ServiceEntry> entry;
-    InterfaceMapConstPtr map;
+    const std::shared_ptr<ServiceEntry> madeBy;
+    const InterfaceMapConstPtr map;
 };
 
 /// One registered service: its properties, whether it is still there, and who uses it.
@@ -65,9 +65,6 @@ public:
     /// Ends it together with its framework: objects in use are left to their owners.
     void retire();
 
-    /// The bundle that uses it now; an empty handle when none does.
-    Bundle usingBundle() const;
-
     /// A use of its own; null when the service is gone.
     std::shared_ptr<ServiceUse> use();
 
@@ -77,13 +74,10 @@ private:
     ServiceProperties fixedProperties() const;
     std::shared_ptr<ServiceUse> useFactory();
     InterfaceMapConstPtr makeObjects();
-    InterfaceMapConstPtr callFactory();
-    void checkObjects(const InterfaceMapConstPtr& objects) const;
+    bool isComplete(const InterfaceMapConstPtr& objects) const;
     void release();
     void takeBackObjects();
     Bundle bundle() const;
-    void report(FrameworkEvent::Type type, const std::string& message,
-                std::exception_ptr throwable) const;
 
     const long number;
     const ServiceSource source;
@@ -94,12 +88,13 @@ private:
     bool alive = true;                         // guarded by mutex
     bool unregistered = false;                 // guarded by mutex
 
-    std::atomic<std::size_t> useCount{0};
-
     // Held while the factory works. Recursive, as the factory may come back for its own service.
     std::recursive_mutex factoryGate;
     bool making = false;       // guarded by factoryGate
+    std::size_t useCount = 0;  // guarded by factoryGate; of what the factory made
     InterfaceMapConstPtr made; // guarded by factoryGate
 };
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

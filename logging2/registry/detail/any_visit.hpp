@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 
 /// Calls `visitor` with the held value if it is of one of the types named; tells whether it was.
 template <typename... Values, typename Visitor>
@@ -29,4 +31,6 @@ bool visit_property(const Any& any, Visitor&& visitor) {
                            std::list<std::string>, std::vector<Any>>(any, visitor);
 }
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

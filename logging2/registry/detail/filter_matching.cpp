@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <type_traits>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 namespace {
 
 bool matches_wildcards(const std::string& text, const std::string& pattern) {
@@ -134,4 +136,6 @@ bool matches(const Filter& filter, const Properties& properties) {
     }
 }
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

@@ -5,7 +5,9 @@
 #include <string_view>
 #include <utility>
 
-namespace cppmicroservices::detail {
+namespace cppmicroservices {
+inline namespace logging2_registry {
+namespace detail {
 namespace {
 
 bool is_blank(char character) {
@@ -19,9 +21,6 @@ public:
     explicit FilterParser(std::string_view text) : rest(text) {}
 
     Filter parse() {
-        if (rest.empty()) {
-            fail("Null query");
-        }
         Filter filter = parseFilter();
         // Intended: of all blanks only spaces may follow.
         if (rest.find_first_not_of(' ') != std::string_view::npos) {
@@ -159,4 +158,6 @@ Filter parse_filter(const std::string& text) {
     return FilterParser(text).parse();
 }
 
-} // namespace cppmicroservices::detail
+} // namespace detail
+} // namespace logging2_registry
+} // namespace cppmicroservices

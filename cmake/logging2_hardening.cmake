@@ -1,0 +1,17 @@
+# Makes what is installed harder to attack: functions detect that their stack was overwritten, and the
+# loader resolves all symbols at the start and then write-protects them. For every library and program
+# that is installed; nothing of it reaches a user's targets.
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+
+check_cxx_compiler_flag(-fstack-protector-strong LOGGING2_HAS_STACK_PROTECTOR)
+check_linker_flag(CXX LINKER:-z,relro,-z,now LOGGING2_HAS_FULL_RELRO)
+
+function(logging2_harden target)
+  if(LOGGING2_HAS_STACK_PROTECTOR)
+    target_compile_options(${target} PRIVATE -fstack-protector-strong)
+  endif()
+  if(LOGGING2_HAS_FULL_RELRO)
+    target_link_options(${target} PRIVATE LINKER:-z,relro,-z,now)
+  endif()
+endfunction()
