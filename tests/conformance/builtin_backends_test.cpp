@@ -5,13 +5,10 @@
 namespace logging2::core::conformance {
 namespace {
 
-INSTANTIATE_TEST_SUITE_P(Memory, ConformanceTest,
-                         testing::ValuesIn(cases_of(builtin_subject("memory"))), case_name);
+INSTANTIATE_TEST_SUITE_P(Memory, ConformanceTest, testing::ValuesIn(cases_of(memory())), case_name);
 INSTANTIATE_TEST_SUITE_P(MemoryRestricted, ConformanceTest,
-                         testing::ValuesIn(cases_of(builtin_subject("memory-restricted"))),
-                         case_name);
-INSTANTIATE_TEST_SUITE_P(Native, ConformanceTest,
-                         testing::ValuesIn(cases_of(builtin_subject("native"))), case_name);
+                         testing::ValuesIn(cases_of(memory_restricted())), case_name);
+INSTANTIATE_TEST_SUITE_P(Native, ConformanceTest, testing::ValuesIn(cases_of(native())), case_name);
 
 } // namespace
 } // namespace logging2::core::conformance

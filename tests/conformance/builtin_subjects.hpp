@@ -5,28 +5,36 @@
 
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace logging2::core::conformance {
 
-inline Supports supports_of_builtin(const std::string& name) {
-    const bool isMemory = name != "native";
-    Supports supports;
-    supports.rollbackOnTimeRegression = isMemory;
-    supports.closeFlushes = isMemory;
-    supports.pointLimit = name == "memory-restricted";
-    supports.readersDelete = !isMemory;
-    return supports;
-}
-
 /// The built-in back-end of that name.
-inline Subject builtin_subject(const std::string& name) {
+inline Subject builtin(const std::string& name, const Supports& supports) {
     for (const Backend& backend : builtin_backends()) {
         if (backend.name == name) {
-            return subject_of(backend, supports_of_builtin(name));
+            return subject_of(backend, supports);
         }
     }
     throw std::out_of_range("there is no built-in back-end " + name);
+}
+
+inline Subject memory() {
+    Supports supports;
+    supports.rollbackOnTimeRegression = true;
+    supports.closeFlushes = true;
+    return builtin("memory", supports);
+}
+
+inline Subject memory_restricted() {
+    Supports supports = memory().supports;
+    supports.pointLimit = true;
+    return builtin("memory-restricted", supports);
+}
+
+inline Subject native() {
+    Supports supports;
+    supports.readersDelete = true;
+    return builtin("native", supports);
 }
 
 } // namespace logging2::core::conformance
