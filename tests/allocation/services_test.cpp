@@ -207,7 +207,8 @@ private:
 TEST_F(ServicesSweepTest, failureInsideAFactoryMeansThatThereIsNoService) {
     ServiceProperties properties;
     properties[vtllogging_write_type_id()] = std::string("made");
-    const auto service = context().GetService(context().GetServiceReference<StreamWriterService>());
+    const auto service =
+        context().GetService(context().GetServiceReferences<StreamWriterService>().front());
     registrations.push_back(context().RegisterService<StreamWriterService>(
         cppmicroservices::ToFactory(std::make_shared<HandsOutService>(service)), properties));
     std::size_t notFound = 0;

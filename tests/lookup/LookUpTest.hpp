@@ -43,22 +43,18 @@ inline auto readerNamed(const std::string& name) {
     return get_stream_reader(name, boost::any());
 }
 
-/// Changes one property of a service and keeps the others.
-inline void setProperty(cppmicroservices::ServiceRegistrationU& registration,
-                        const std::string& key, const cppmicroservices::Any& value) {
-    const cppmicroservices::ServiceReferenceBase service = registration.GetReference();
+inline cppmicroservices::ServiceProperties named(const std::string& key, const std::string& name,
+                                                 int ranking = 0) {
     cppmicroservices::ServiceProperties properties;
-    for (const std::string& former : service.GetPropertyKeys()) {
-        properties[former] = service.GetProperty(former);
-    }
-    properties[key] = value;
-    registration.SetProperties(properties);
+    properties[key] = name;
+    properties[cppmicroservices::Constants::SERVICE_RANKING] = ranking;
+    return properties;
 }
 
-inline void setRanking(BackendRegistrations& registrations, int ranking) {
-    for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
-        setProperty(registration, cppmicroservices::Constants::SERVICE_RANKING, ranking);
-    }
+/// Gives a back-end another name and ranking; its description is lost.
+inline void rename(BackendRegistrations& registrations, const std::string& name, int ranking) {
+    registrations.at(0).SetProperties(named(vtllogging_write_type_id(), name, ranking));
+    registrations.at(1).SetProperties(named(vtllogging_read_type_id(), name, ranking));
 }
 
 } // namespace logging2::core::test
