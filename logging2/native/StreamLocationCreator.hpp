@@ -25,8 +25,9 @@ public:
     StreamLocationCreator& operator=(StreamLocationCreator&&) = default;
 
     /// Draws a new unique path: temporary directory / ("trakontmp." + user name) / UUID, and
-    /// creates the user's directory where nothing of that name exists. Nothing is created at the
-    /// unique path itself, which is the beginning of file names.
+    /// creates the user's directory, for the user alone, where nothing of that name exists. What
+    /// exists is used as it is, whoever made it. Nothing is created at the unique path itself,
+    /// which is the beginning of file names.
     ///
     /// Throws std::filesystem::filesystem_error where the directory cannot be created and
     /// boost::uuids::entropy_error where there is no random source; the former path stays then.

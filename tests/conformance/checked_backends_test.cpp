@@ -1,51 +1,33 @@
-#include <logging2/conformance/conformance.hpp>
-
-#include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/backends/checked/checked.hpp>
+#include <tests/conformance/builtin_subjects.hpp>
+
+#include <utility>
 
 // A checked back-end keeps the promises that its inner back-end makes.
 
 namespace logging2::core::conformance {
 namespace {
 
-Backend checked(const std::string& name, const Supports& supports) {
-    const auto registerServices = [name](cppmicroservices::BundleContext context) {
-        Registrations registrations = register_builtin_backends(context);
+Subject checked(const std::string& name) {
+    Subject subject = builtin_subject(name);
+    subject.info.name = "checked:" + name;
+    subject.registerServices = [name, registerInner = subject.registerServices](
+                                   const cppmicroservices::BundleContext& context) {
+        BackendRegistrations registrations = registerInner(context);
         for (auto& registration : register_checked_backend(context, name)) {
             registrations.push_back(std::move(registration));
         }
         return registrations;
     };
-    return {"checked:" + name, supports, registerServices};
-}
-
-Supports of_memory() {
-    Supports supports;
-    supports.rollback = true;
-    supports.rollbackOnTimeRegression = true;
-    supports.closeFlushes = true;
-    return supports;
-}
-
-Supports of_restricted_memory() {
-    Supports supports = of_memory();
-    supports.pointLimit = true;
-    return supports;
-}
-
-Supports of_native() {
-    Supports supports;
-    supports.readersDelete = true;
-    return supports;
+    return subject;
 }
 
 INSTANTIATE_TEST_SUITE_P(CheckedMemory, ConformanceTest,
-                         testing::ValuesIn(cases_of(checked("memory", of_memory()))), case_name);
-INSTANTIATE_TEST_SUITE_P(
-    CheckedMemoryRestricted, ConformanceTest,
-    testing::ValuesIn(cases_of(checked("memory-restricted", of_restricted_memory()))), case_name);
+                         testing::ValuesIn(cases_of(checked("memory"))), case_name);
+INSTANTIATE_TEST_SUITE_P(CheckedMemoryRestricted, ConformanceTest,
+                         testing::ValuesIn(cases_of(checked("memory-restricted"))), case_name);
 INSTANTIATE_TEST_SUITE_P(CheckedNative, ConformanceTest,
-                         testing::ValuesIn(cases_of(checked("native", of_native()))), case_name);
+                         testing::ValuesIn(cases_of(checked("native"))), case_name);
 
 } // namespace
 } // namespace logging2::core::conformance

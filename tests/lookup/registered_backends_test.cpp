@@ -8,6 +8,7 @@
 namespace logging2::core::test {
 namespace {
 
+using cppmicroservices::ServiceProperties;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -59,25 +60,26 @@ TEST_F(RegisteredBackendsTest, highestRankingComesFirst) {
     BackendRegistrations low = register_backend(context(), memoryBackend("low"));
     BackendRegistrations high = register_backend(context(), memoryBackend("high"));
     register_backend(context(), memoryBackend("b"));
-    rename(low, "low", -1);
-    rename(high, "high", 1);
+    setRanking(low, memoryBackend("low"), -1);
+    setRanking(high, memoryBackend("high"), 1);
     EXPECT_THAT(names(registered_backends(context())), ElementsAre("high", "a", "b", "low"));
 }
 
 TEST_F(RegisteredBackendsTest, nameIsListedOnceAsTheLookUpFindsIt) {
-    const std::string description = memoryBackend("n").description;
+    Backend first = memoryBackend("n");
+    first.description = "first";
     Backend second = memoryBackend("n");
     second.description = "second";
     second.createWriter = [](auto&&...) { return nullptr; };
-    register_backend(context(), memoryBackend("n"));
+    register_backend(context(), first);
     BackendRegistrations later = register_backend(context(), second);
     ASSERT_EQ(registered_backends(context()).size(), 1U);
-    EXPECT_EQ(registered_backends(context()).front().description, description);
+    EXPECT_EQ(registered_backends(context()).front().description, "first");
     EXPECT_NE(writerNamed("n").value(), nullptr);
 
-    rename(later, "n", 1);
+    setRanking(later, second, 1);
     ASSERT_EQ(registered_backends(context()).size(), 1U);
-    EXPECT_EQ(registered_backends(context()).front().description, "");
+    EXPECT_EQ(registered_backends(context()).front().description, "second");
     EXPECT_EQ(writerNamed("n").value(), nullptr);
 }
 
@@ -85,8 +87,9 @@ TEST_F(RegisteredBackendsTest, serviceRegisteredByHandHasANameOnly) {
     register_backend(context(), memoryBackend("helper"));
     const auto service =
         context().GetService(context().GetServiceReferences<StreamWriterService>().front());
-    context().RegisterService<StreamWriterService>(service,
-                                                   named(vtllogging_write_type_id(), "by hand"));
+    ServiceProperties properties;
+    properties[vtllogging_write_type_id()] = std::string("by hand");
+    context().RegisterService<StreamWriterService>(service, properties);
     const std::vector<BackendInfo> backends = registered_backends(context());
     ASSERT_EQ(backends.size(), 2U);
     expect_info(backends[1], {"by hand", "", false, false});
@@ -96,9 +99,7 @@ TEST_F(RegisteredBackendsTest, serviceWithoutANameIsNotListed) {
     BackendRegistrations unnamed = register_backend(context(), memoryBackend("n"));
     unnamed.front().SetProperties({});
     BackendRegistrations numbered = register_backend(context(), memoryBackend("n"));
-    cppmicroservices::ServiceProperties number;
-    number[vtllogging_write_type_id()] = 42;
-    numbered.front().SetProperties(number);
+    setProperty(numbered.front(), vtllogging_write_type_id(), 42);
     EXPECT_THAT(registered_backends(context()), IsEmpty());
 }
 

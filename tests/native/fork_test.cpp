@@ -1,0 +1,64 @@
+#include <tests/allocation/ChildProcess.hpp>
+#include <tests/native/native_writers.hpp>
+
+// What a child process has of a writer. docs/threads.md tells hosts to keep away from it there.
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+class NativeForkTest : public NativeStreamWriterTest {
+protected:
+    /// Three samples, the first two in files, and a thread that waits.
+    void startThread() {
+        Access::setBufferSize(*writer, 0, 2);
+        writeTimes(*writer, 0, {1.0, 2.0});
+        Access::waitUntilTaken(*writer);
+        writeTimes(*writer, 0, {3.0});
+    }
+
+    std::unique_ptr<NativeStreamWriter> writer =
+        std::make_unique<NativeStreamWriter>(StreamingAttributes{}, scalarSetup());
+};
+
+TEST_F(NativeForkTest, childThatLeavesTheWriterAloneDoesNoHarm) {
+    startThread();
+    EXPECT_TRUE(endedWell(status_of_child([] {})));
+    writer->flush();
+    EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 3.0));
+    EXPECT_THAT(valuesIn(*writer, "x"), ElementsAre(10.0, 20.0, 30.0));
+}
+
+TEST_F(NativeForkTest, childThatFlushesAppendsItsCopyOfTheSamples) {
+    writeTimes(*writer, 0, {1.0});
+    EXPECT_TRUE(endedWell(status_of_child([this] {
+        writeTimes(*writer, 0, {2.0});
+        writer->flush();
+    })));
+    writeTimes(*writer, 0, {3.0});
+    writer->flush();
+    EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 1.0, 3.0));
+}
+
+TEST_F(NativeForkTest, batchesThatAChildHandsOverAreWrittenByNobody) {
+    startThread();
+    EXPECT_TRUE(endedWell(status_of_child([this] {
+        writeTimes(*writer, 0, {4.0, 5.0, 6.0, 7.0, 8.0});
+    })));
+    writer->flush();
+    EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 3.0));
+}
+
+TEST_F(NativeForkTest, childThatDestroysAWriterWithAThreadIsEnded) {
+    startThread();
+    EXPECT_TRUE(wasAborted(status_of_child([this] {
+        alarm(20); // for a child that hangs
+        writer.reset();
+    })));
+    writer->flush();
+    EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 3.0));
+}
+
+} // namespace
+} // namespace logging2::core::test
