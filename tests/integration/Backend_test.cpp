@@ -34,7 +34,8 @@ std::string reader_error(const std::string& name) {
 TEST(BackendTest, aNameThatIsNotRegisteredListsThoseThereAre) {
     EXPECT_EQ(writer_error("nowhere").find(
                   "no such back-end: \"nowhere\" (there are: memory, memory-restricted, native, "
-                  "declining, single-use"),
+                  "checked:memory, checked:memory-restricted, checked:native, declining, "
+                  "single-use, "),
               0u);
 }
 
