@@ -55,8 +55,8 @@ struct NativeStreamWriterAccess;
 /// destroying a writer whose thread was started but not joined ends the process.
 ///
 /// Threads: all operations are called from one thread. The thread that the writer starts touches
-/// nothing but what its mutex guards and what never changes. A process that fork() made must neither
-/// call nor destroy it.
+/// nothing but what its mutex guards and what never changes. A process that fork() made must
+/// neither call nor destroy it.
 class LOGGING2_EXPORT NativeStreamWriter : public StreamWriter {
 public:
     /// Draws a unique location and names the files; creates the user's directory and no file.

@@ -3,8 +3,8 @@
 #include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/backends/checked/checked.hpp>
 
-#include <logging2/logging2.hpp>
 #include <logging2/conformance/detail/SystemTempDirectory.hpp>
+#include <logging2/logging2.hpp>
 #include <tests/support/WarningRecorder.hpp>
 #include <tests/support/setups.hpp>
 

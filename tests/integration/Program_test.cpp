@@ -33,10 +33,9 @@ TEST(ProgramTest, helpExplainsEveryOption) {
     const TemporaryDirectory directory;
     const auto result = run_simulate(directory.path(), "--help");
     EXPECT_EQ(result.status, 0);
-    for (const std::string word :
-         {"MODEL", "--backend NAME", "--backend-library FILE", "--default", "--checked",
-          "--stop-time S", "--tolerance R", "--point-limit N", "--out DIR", "--no-plots", "--list",
-          "Examples:"}) {
+    for (const std::string word : {"MODEL", "--backend NAME", "--backend-library FILE", "--default",
+                                   "--checked", "--stop-time S", "--tolerance R", "--point-limit N",
+                                   "--out DIR", "--no-plots", "--list", "Examples:"}) {
         EXPECT_NE(result.out.find(word), std::string::npos) << word;
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <logging2/host/filesystem/basic_path.hpp>
-#include <logging2/host/filesystem/filebuf.hpp>
+#include <logging2/host/filesystem/detail/filebuf.hpp>
 
 #include <istream>
 

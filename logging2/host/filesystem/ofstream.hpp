@@ -1,6 +1,6 @@
 #pragma once
 
-#include <logging2/host/filesystem/filebuf.hpp>
+#include <logging2/host/filesystem/detail/filebuf.hpp>
 
 #include <ostream>
 #include <string>

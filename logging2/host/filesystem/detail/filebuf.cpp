@@ -1,4 +1,4 @@
-#include <logging2/host/filesystem/filebuf.hpp>
+#include <logging2/host/filesystem/detail/filebuf.hpp>
 
 #include <fcntl.h>
 #include <unistd.h>
