@@ -5,7 +5,7 @@ set(logging2_conformance_summary "checks that a back-end of logging2 keeps its p
 set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_NAME ${logging2_conformance_package})
 set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/logging2)
+list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/logging2)
 set(CPACK_DEBIAN_CONFORMANCE_PACKAGE_DEPENDS
   "${logging2_devel_package} (= ${PROJECT_VERSION}), libgtest-dev")
 set(CPACK_DEBIAN_CONFORMANCE_DESCRIPTION "${logging2_conformance_summary}
