@@ -82,11 +82,10 @@ TEST(InstalledHeadersTest, arePublicOnesAndWhatTheyInclude) {
 
 TEST(InstalledHeadersTest, eachIsReachedFromTheHeaderOfItsLibrary) {
     Names left;
-    const Names reached =
-        reached_from({"logging2/logging2.hpp", "logging2/backends/builtin/builtin_backends.hpp",
-                      "logging2/backends/checked/checked.hpp",
-                      "logging2/conformance/conformance.hpp"},
-                     installed);
+    const Names reached = reached_from(
+        {"logging2/logging2.hpp", "logging2/backends/builtin/builtin_backends.hpp",
+         "logging2/backends/checked/checked.hpp", "logging2/conformance/conformance.hpp"},
+        installed);
     for (const std::string& header : headers_below(installed)) {
         if (starts_with(header, "logging2/") && !starts_with(header, services) &&
             reached.count(header) == 0) {
