@@ -64,8 +64,8 @@ StreamLocationCreator::~StreamLocationCreator() = default;
 
 void StreamLocationCreator::setUniquePath() {
     const Path directory = tempdir();
-    const Path leaf = make_native_form(prefix + username().text());
-    const Path userDirectory = concatenate_pathname(directory, leaf);
+    const Path userDirectoryName = make_native_form(prefix + username().text());
+    const Path userDirectory = concatenate_pathname(directory, userDirectoryName);
     if (!fl::filesystem::exists(userDirectory)) {
         try {
             fl::filesystem::create_directories(userDirectory);
