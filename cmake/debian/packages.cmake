@@ -1,5 +1,5 @@
 # `cpack` makes a Debian package of each component: liblogging2-<soversion>, liblogging2-dev,
-# logging2-conformance, and liblogging2-registry-<soversion> unless services are registered in
+# logging2-conformance, and liblogging2-registry<soversion> unless services are registered in
 # CppMicroServices.
 set(logging2_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(logging2_components runtime devel)
@@ -31,7 +31,7 @@ ${logging2_description}")
 set(logging2_libraries "${logging2_runtime_package} (= ${PROJECT_VERSION})")
 if(logging2_registry STREQUAL "OWN")
   list(APPEND logging2_components registry)
-  set(logging2_registry_package liblogging2-registry-${logging2_soversion})
+  set(logging2_registry_package liblogging2-registry${logging2_soversion})
   string(APPEND logging2_libraries ", ${logging2_registry_package} (= ${PROJECT_VERSION})")
   # dpkg-shlibdeps finds the library where it was built, but no package that it is in.
   get_target_property(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS logging2_registry BINARY_DIR)

@@ -16,7 +16,7 @@ struct Options {
     std::vector<std::string> backendLibraries;
     /// Take the library's default writer and reader instead of looking one up by name.
     bool useDefault = false;
-    /// Let the back-end report what this program does wrong.
+    /// Use the checked form of the back-end.
     bool checked = false;
     /// In the model's time unit; without it the model's own.
     std::optional<double> stopTime;

@@ -9,8 +9,8 @@ namespace logging2::core::detail {
 /// column has asked for its elements.
 constexpr std::size_t tileRowCount = 64;
 
-/// A tile of rows that are freed afterwards ends with the row that reaches so many bytes: until
-/// then they are held twice.
+/// If the rows are freed after they were copied, a tile also ends with the row that reaches this
+/// many bytes, to limit how much is held twice.
 constexpr std::size_t tileByteCount = std::size_t{512} * 1024;
 
 /// The elements of every row that go to one column: offset to offset + width - 1.

@@ -14,7 +14,7 @@
 
 namespace logging2::core::conformance {
 
-/// What the interfaces leave to a back-end and its BackendInfo does not tell. A back-end is held to
+/// Capabilities that are optional and that BackendInfo does not describe. A back-end is held to
 /// what it declares: a capability must work if it is declared, and have no effect otherwise.
 struct Supports {
     /// `StreamingAttributes::rollbackOnTimeRegression` is obeyed. Otherwise it is ignored.
@@ -26,7 +26,7 @@ struct Supports {
     /// `close` makes the samples final if `flush` was not called before.
     bool closeFlushes = false;
 
-    /// The destructor of the first reader of a path deletes the path's data. Otherwise the data
+    /// The first reader of a path to be destroyed deletes the path's data. Otherwise the data
     /// lives as long as any store, reader or clone of it.
     bool readersDelete = false;
 
@@ -40,7 +40,7 @@ struct Subject {
     /// which promises it makes.
     BackendInfo info;
 
-    /// What it supports beside that.
+    /// Its further capabilities.
     Supports supports;
 
     /// Registers the back-end and returns the registrations, which the suite unregisters again.

@@ -94,8 +94,8 @@ void register_services(BundleContext& context, const Backend& backend,
 
 using OfferBackends = void(std::vector<Backend>&);
 
-/// The library's function. Never closes a library that has it: its services, writers, readers and
-/// stores may outlive everything else.
+/// The library's function. Never closes a library: what it offers may outlive everything else, and
+/// what its initialisers started may not survive the unloading.
 OfferBackends* load_function(const std::string& file) {
     const std::string failed = "cannot load back-ends from \"" + file + "\": ";
     void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -105,7 +105,6 @@ OfferBackends* load_function(const std::string& file) {
     }
     void* const function = dlsym(library, "logging2_backends");
     if (function == nullptr) {
-        dlclose(library);
         throw std::runtime_error(failed + "it does not export the function logging2_backends");
     }
     return reinterpret_cast<OfferBackends*>(function);

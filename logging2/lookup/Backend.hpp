@@ -100,7 +100,8 @@ registered_backends(cppmicroservices::BundleContext context);
 ///     extern "C" void logging2_backends(std::vector<logging2::core::Backend>& backends);
 ///
 /// The file is found as `dlopen` finds it: a name with a slash is a path, any other name is looked
-/// up in the system's library directories. The library stays loaded until the process ends.
+/// up in the system's library directories. A library that was loaded stays so until the process
+/// ends, also after an error.
 ///
 /// Throws std::runtime_error if the library cannot be loaded or does not export the function; the
 /// message names the file and the reason. Throws what register_backend() throws and what the

@@ -49,12 +49,12 @@ public:
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
     /// Drops the first sample that is strictly later than the time and everything behind it;
-    /// samples at the time itself stay. Where times were written out of order, earlier times that
-    /// stand behind a later one go as well.
+    /// samples at the time itself stay. If times were written out of order, samples that were
+    /// written later with earlier times are dropped as well.
     ///
-    /// Linear in the number of samples that are dropped. After a time out of order or a NaN, until
-    /// the group is empty again, and once times(group) was called, it is linear in the number of
-    /// samples that are held.
+    /// Linear in the number of samples that are dropped. It is linear in the number of samples that
+    /// are held after a time out of order or a NaN was written, until the group is empty again, and
+    /// for good once times(group) was called.
     void rollback(std::size_t group, double time) override;
 
     /// A MemoryDatastore that shares the stored vectors. Throws std::out_of_range for a path that
@@ -65,8 +65,8 @@ public:
     std::optional<DataStoreInfo> dataStoreInfo() const override;
 
     /// Builds one store per logged path whose channel its group has; each column is allocated once
-    /// at its final size, and the rows are freed as they are spent, at most 64 at a time and at
-    /// most half a MiB, or one row, at a time.
+    /// at its final size, and the rows are freed as they are copied, in steps of
+    /// at most 64 rows; a step also ends with the row that reaches half a MiB.
     ///
     /// A path that has a store keeps it. Where memory runs out, the stores of the groups before
     /// stay, and the group in work has lost its times: then nothing more is to be written.

@@ -63,9 +63,9 @@ StreamLocationCreator::StreamLocationCreator() : prefix(directory_prefix()) {
 StreamLocationCreator::~StreamLocationCreator() = default;
 
 void StreamLocationCreator::setUniquePath() {
-    const Path directory = tempdir();
-    const Path leaf = make_native_form(prefix + username().text());
-    const Path userDirectory = concatenate_pathname(directory, leaf);
+    const Path temporaryDirectory = tempdir();
+    const Path name = make_native_form(prefix + username().text());
+    const Path userDirectory = concatenate_pathname(temporaryDirectory, name);
     if (!fl::filesystem::exists(userDirectory)) {
         try {
             fl::filesystem::create_directories(userDirectory);

@@ -13,9 +13,10 @@ namespace logging2::core {
 
 /// Stores the samples of a run while it goes on.
 ///
-/// Use: construct, `write` and `rollback` at will, `flushIntermediate` at will, then `flush` or
-/// `close` once, then `dataStore` for each logged path. A sample is one step of one group: its
-/// time, in the host's unit, and its row, the values of the group's channels one after the other.
+/// Use: construct, `write` and `rollback` at will, `flushIntermediate` at will, then `flush` once
+/// (or `close`, if the writer's `close` flushes), then `dataStore` for each logged path. A sample
+/// is one step of one group: its time, in the host's unit, and its row, the values of the group's
+/// channels one after the other.
 ///
 /// Arguments are not validated: the group must be one of the setup, the row must be as long as
 /// the widths of the group's channels add up to.

@@ -8,8 +8,8 @@ namespace logging2::core {
 
 namespace detail {
 
-/// The object behind times(), in this library alone: every library of a process gets the same one,
-/// also a library that hides its own symbols.
+/// The object that times() returns. Only this library defines it, so all libraries of a process
+/// share it, also a library that hides its own symbols.
 LOGGING2_EXPORT const std::u16string& times_stem();
 
 /// The object behind values(), likewise.

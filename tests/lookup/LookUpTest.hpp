@@ -57,7 +57,7 @@ inline void setRanking(BackendRegistrations& registrations, const BackendInfo& i
     }
 }
 
-/// Leaves a service this property alone.
+/// Removes all properties of a service but this one.
 inline void setProperty(cppmicroservices::ServiceRegistrationU& registration,
                         const std::string& key, const cppmicroservices::Any& value) {
     cppmicroservices::ServiceProperties properties;

@@ -4,7 +4,7 @@
 
 namespace logging2::core::test {
 
-/// Takes the services of back-ends back.
+/// Unregisters the services of back-ends.
 inline void unregister(BackendRegistrations registrations) {
     for (cppmicroservices::ServiceRegistrationU& registration : registrations) {
         registration.Unregister();

@@ -6,6 +6,8 @@
 #include <logging2/native/NativeStreamReader.hpp>
 #include <logging2/native/NativeStreamWriter.hpp>
 
+#include <utility>
+
 namespace logging2::core {
 
 const std::vector<Backend>& builtin_backends() {
@@ -23,7 +25,7 @@ const std::vector<Backend>& builtin_backends() {
 }
 
 BackendRegistrations register_builtin_backends(cppmicroservices::BundleContext context) {
-    return register_backends(context, builtin_backends());
+    return register_backends(std::move(context), builtin_backends());
 }
 
 } // namespace logging2::core

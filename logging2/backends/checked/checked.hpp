@@ -33,14 +33,13 @@ struct CheckedOptions {
 /// stores, and it throws std::logic_error for a mistake of the caller that NAME does not notice.
 /// Returns the two registrations.
 ///
-/// These are mistakes, and the message names the group or path, what was expected and what was
-/// passed:
+/// These are mistakes. The message says what is wrong, with the group or path if there is one:
 /// - when the writer is made: a path in two groups or for two channels, and what the options demand
 ///   of group ids and channel numbers;
-/// - `write`: an unknown group, a row that is not as long as the channels of its group are wide, a
-///   null pointer instead of a row;
+/// - `write`: an unknown group, a row whose length is not the sum of the widths of its group's
+///   channels, a null pointer instead of a row;
 /// - `rollback`: an unknown group, and what the options demand;
-/// - `dataStore`: an unknown path, or a path before `flush` (a `close` that flushes will do).
+/// - `dataStore`: an unknown path, or a path before `flush` (or before a `close` that flushes).
 ///   `flushIntermediate` does not suffice: it may do nothing, and files that are still being
 ///   written must not be read;
 /// - `write`, `rollback` and `flushIntermediate` after `flush` or `close`, and a second `flush`,

@@ -8,7 +8,7 @@ namespace logging2::core::detail {
 /// end, so that a rollback finds them from there.
 class TimesOrder {
 public:
-    /// A time is about to become the newest of the times.
+    /// To be called before a time is appended.
     template <class Times>
     void expect(const Times& times, double time) noexcept {
         // A NaN is never at or before another time.
@@ -18,7 +18,7 @@ public:
     /// The caller got access to the times and may change them at any later moment.
     void handOut() noexcept { handedOut = true; }
 
-    /// Whether every time is at or behind the one before it, and no NaN stands between two times.
+    /// Whether every time is at or after the one before it. A NaN is neither.
     bool isAscending() const noexcept { return ascends && !handedOut; }
 
 private:

@@ -19,7 +19,8 @@ public:
     CheckedStreamWriter(std::unique_ptr<StreamWriter> innerWriter, CheckedSetup checkedSetup,
                         CheckedRules checkedRules, std::string streamName);
 
-    /// Flushes a stream that was not flushed, with a warning. What that throws becomes a warning.
+    /// Flushes a stream that was not flushed, with a warning. An exception of that flush becomes a
+    /// second warning.
     ~CheckedStreamWriter() override;
 
     CheckedStreamWriter(const CheckedStreamWriter&) = delete;
@@ -34,7 +35,7 @@ public:
     void close() override;
 
 private:
-    /// A flush counts from its start, also if it throws.
+    /// A stream counts as flushed from the start of `flush`, even if it throws.
     enum class State { writing, closed, flushFailed, flushed };
 
     bool isFlushed() const { return state == State::flushFailed || state == State::flushed; }

@@ -15,7 +15,8 @@ public:
     class Call {
     public:
         /// Throws std::logic_error that names the operation if another thread is inside a call. A
-        /// call out of a call is none of another thread: a warning handler may ask the writer.
+        /// call from within a call is on the same thread and allowed, for example by a warning
+        /// handler.
         Call(DrivingThread& driver, const char* operation) : inside(driver.inside) {
             const std::thread::id caller = std::this_thread::get_id();
             std::thread::id found;
