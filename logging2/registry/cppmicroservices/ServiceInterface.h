@@ -46,10 +46,13 @@ inline const std::string& us_service_interface_iid<void>() {
 
 /// Gives an interface an identifier of its own; to be used outside any namespace.
 #define CPPMICROSERVICES_DECLARE_SERVICE_INTERFACE(interfaceType, interfaceId)                     \
+    /* In the namespace, because clang otherwise names the function without it. */                 \
+    inline namespace logging2_registry {                                                           \
     template <>                                                                                    \
     inline const std::string& us_service_interface_iid<interfaceType>() {                          \
         static const std::string name(interfaceId);                                                \
         return name;                                                                               \
+    }                                                                                              \
     }
 
 namespace cppmicroservices {
