@@ -1,0 +1,53 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <string>
+
+#include <sys/types.h>
+
+namespace logging2::core {
+
+/// What a commit of a recording survives.
+enum class Durability {
+    /// The end of the process, in whatever way.
+    process,
+    /// Also the end of the machine: every commit waits until the disk has its bytes.
+    power
+};
+
+/// How recordings are written. Every member has a default.
+struct RecordingOptions {
+    /// Where the directories of recordings are made; created if it is missing, with its parents.
+    std::string directory = ".";
+
+    /// The permissions of a recording's directory. Its files have the same ones without the right
+    /// to execute. The umask is not applied. The owner must be able to read, write and search.
+    mode_t mode = 0700;
+
+    /// Notes that are stored with the run and that tools show, such as the model.
+    std::map<std::string, std::string> properties;
+
+    /// How many bytes are appended to the file together. Chunks of many groups are smaller, so
+    /// that the buffers of all groups fit into bufferByteCount. A chunk holds at least 64 steps,
+    /// or one step if 64 do not fit into this many bytes.
+    std::size_t chunkByteCount = std::size_t{2} * 1024 * 1024;
+
+    /// How many bytes may wait to be written, in all groups together. When the buffers are full,
+    /// `write` waits.
+    std::size_t bufferByteCount = std::size_t{64} * 1024 * 1024;
+
+    /// After this time the samples that were written meanwhile are committed, also if no chunk is
+    /// full and the host makes no call.
+    std::chrono::milliseconds commitInterval{500};
+
+    /// How many of the newest steps of each group readers do not see while the run goes on, because
+    /// the solver may still reject them. `flushIntermediate`, `flush` and `close` show them all.
+    std::size_t heldBackSteps = 16;
+
+    /// What a commit survives.
+    Durability durability = Durability::process;
+};
+
+} // namespace logging2::core

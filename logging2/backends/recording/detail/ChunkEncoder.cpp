@@ -1,0 +1,129 @@
+#include <logging2/backends/recording/detail/ChunkEncoder.hpp>
+
+#include <logging2/backends/recording/detail/ColumnTree.hpp>
+#include <logging2/backends/recording/detail/RecordHeader.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <numeric>
+#include <utility>
+
+namespace logging2::core::detail {
+namespace {
+
+/// So many scalars are taken from a row at once: a cache line of it.
+constexpr std::size_t sideBySide = 8;
+
+double* doubles_at(char* payload, std::uint64_t offset) {
+    return reinterpret_cast<double*>(payload + offset);
+}
+
+/// One column per scalar, ColumnCount of them.
+template <std::size_t ColumnCount>
+void copy_scalars(const double* from, std::size_t rowLength, std::size_t rowCount,
+                  const std::array<double*, sideBySide>& columns) {
+    for (std::size_t row = 0; row < rowCount; ++row, from += rowLength) {
+        for (std::size_t k = 0; k < ColumnCount; ++k) {
+            columns[k][row] = from[k];
+        }
+    }
+}
+
+using CopyScalars = void (*)(const double*, std::size_t, std::size_t,
+                             const std::array<double*, sideBySide>&);
+
+constexpr std::array<CopyScalars, sideBySide + 1> copyScalars{
+    nullptr,         copy_scalars<1>, copy_scalars<2>, copy_scalars<3>, copy_scalars<4>,
+    copy_scalars<5>, copy_scalars<6>, copy_scalars<7>, copy_scalars<8>};
+
+void copy_wide(const double* from, std::size_t rowLength, std::size_t rowCount, std::size_t width,
+               double* column) {
+    for (std::size_t row = 0; row < rowCount; ++row, from += rowLength) {
+        column = std::copy_n(from, width, column);
+    }
+}
+
+/// Where the leaf goes: among the lowest level, or into the directory if it is the only node.
+double* leaf_of(const ColumnLayout& column, std::size_t leaf, char* payload) {
+    const std::uint64_t first = column.levels.empty() ? column.root : column.levels.front();
+    return doubles_at(payload, first) + leaf * node_double_count(column.width);
+}
+
+} // namespace
+
+ChunkEncoder::ChunkEncoder(std::vector<std::size_t> channelWidths)
+    : widths(std::move(channelWidths)),
+      length(std::accumulate(widths.begin(), widths.end(), std::size_t{1})) {
+    strips.push_back({0, 1, 0});
+    std::size_t offset = 1;
+    for (std::size_t k = 0; k < widths.size(); ++k) {
+        Strip& last = strips.back();
+        const bool lastIsScalar = last.firstColumn == 0 || widths[last.firstColumn - 1] == 1;
+        if (widths[k] == 1 && lastIsScalar && last.columnCount < sideBySide) {
+            ++last.columnCount;
+        } else {
+            strips.push_back({k + 1, 1, offset});
+        }
+        offset += widths[k];
+    }
+}
+
+const ChunkLayout& ChunkEncoder::layout(std::size_t stepCount) {
+    if (current.stepCount != stepCount || current.columns.empty()) {
+        current = layout_of(widths, stepCount);
+    }
+    return current;
+}
+
+void ChunkEncoder::encode(const double* rows, std::size_t rowCount, char* payload) {
+    const ChunkLayout& chunk = layout(rowCount);
+    // So that no gap holds what the memory held before.
+    std::memset(payload, 0, chunk.directoryByteCount);
+    for (std::size_t first = 0; first < rowCount; first += leafStepCount) {
+        encodeLeaf(rows + first * length, first, std::min(leafStepCount, rowCount - first),
+                   payload);
+    }
+    for (const ColumnLayout& column : chunk.columns) {
+        writeInnerNodes(column, payload);
+        std::memset(payload + column.end, 0, aligned(column.end) - column.end);
+    }
+}
+
+void ChunkEncoder::encodeLeaf(const double* rows, std::size_t firstStep, std::size_t count,
+                              char* payload) {
+    for (const auto& [firstColumn, columnCount, offset] : strips) {
+        std::array<double*, sideBySide> columns{};
+        for (std::size_t k = 0; k < columnCount; ++k) {
+            const ColumnLayout& column = current.columns[firstColumn + k];
+            columns[k] = doubles_at(payload, column.values) + firstStep * column.width;
+        }
+        const std::size_t width = current.columns[firstColumn].width;
+        if (width == 1) {
+            copyScalars[columnCount](rows + offset, length, count, columns);
+        } else {
+            copy_wide(rows + offset, length, count, width, columns.front());
+        }
+        for (std::size_t k = 0; k < columnCount; ++k) {
+            write_leaf(columns[k], count, width,
+                       leaf_of(current.columns[firstColumn + k], firstStep / leafStepCount,
+                               payload));
+        }
+    }
+}
+
+void ChunkEncoder::writeInnerNodes(const ColumnLayout& column, char* payload) const {
+    const std::size_t stride = node_double_count(column.width);
+    for (std::size_t level = 0; level < column.levels.size(); ++level) {
+        const double* const nodes = doubles_at(payload, column.levels[level]);
+        const bool isTop = level + 1 == column.levels.size();
+        double* above = doubles_at(payload, isTop ? column.root : column.levels[level + 1]);
+        for (std::size_t first = 0; first < column.nodeCounts[level]; first += fanOut) {
+            const std::size_t count = std::min(fanOut, column.nodeCounts[level] - first);
+            write_node(nodes + first * stride, count, column.width, above);
+            above += stride;
+        }
+    }
+}
+
+} // namespace logging2::core::detail

@@ -1,0 +1,174 @@
+#include <logging2/backends/recording/detail/DataFile.hpp>
+
+#include <logging2/backends/recording/RecordingError.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace logging2::core::detail {
+namespace {
+
+[[noreturn]] void fail(const std::string& name, const std::string& what, int error) {
+    throw RecordingError(name, "cannot " + what + ": " + text_of_error(error));
+}
+
+/// Repeats a call that a signal has interrupted.
+template <class SystemCall>
+auto repeated(SystemCall systemCall) {
+    auto result = systemCall();
+    while (result == -1 && errno == EINTR) {
+        result = systemCall();
+    }
+    return result;
+}
+
+/// Skips so many bytes of the two places.
+void advance(std::array<iovec, 2>& places, std::size_t byteCount) {
+    for (iovec& place : places) {
+        const std::size_t part = std::min(byteCount, place.iov_len);
+        place.iov_base = static_cast<char*>(place.iov_base) + part;
+        place.iov_len -= part;
+        byteCount -= part;
+    }
+}
+
+int open_or_throw(const std::string& name, int flags, mode_t mode, const char* what) {
+    const int descriptor = repeated([&] { return ::open(name.c_str(), flags | O_CLOEXEC, mode); });
+    if (descriptor == -1) {
+        fail(name, what, errno);
+    }
+    return descriptor;
+}
+
+} // namespace
+
+std::string text_of_error(int error) {
+    return std::generic_category().message(error);
+}
+
+DataFile DataFile::create(const std::string& name, mode_t mode) {
+    DataFile file(name, open_or_throw(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode, "create it"));
+    if (fchmod(file.descriptor, mode) == -1) {
+        fail(name, "set its permissions", errno);
+    }
+    return file;
+}
+
+DataFile DataFile::open(const std::string& name) {
+    return {name, open_or_throw(name, O_RDONLY, 0, "open it")};
+}
+
+DataFile::DataFile(std::string name, int fileDescriptor) noexcept
+    : path(std::move(name)),
+      descriptor(fileDescriptor) {}
+
+DataFile::DataFile(DataFile&& other) noexcept
+    : path(std::move(other.path)),
+      descriptor(std::exchange(other.descriptor, -1)) {}
+
+DataFile& DataFile::operator=(DataFile&& other) noexcept {
+    std::swap(path, other.path);
+    std::swap(descriptor, other.descriptor);
+    return *this;
+}
+
+DataFile::~DataFile() {
+    if (descriptor != -1) {
+        ::close(descriptor);
+    }
+}
+
+std::uint64_t DataFile::byteCount() const {
+    struct stat status {};
+    if (fstat(descriptor, &status) == -1) {
+        fail(path, "ask for its size", errno);
+    }
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+void DataFile::write(const void* bytes, std::size_t byteCount, std::uint64_t offset) {
+    const char* rest = static_cast<const char*>(bytes);
+    while (byteCount > 0) {
+        const ssize_t written = repeated(
+            [&] { return pwrite(descriptor, rest, byteCount, static_cast<off_t>(offset)); });
+        if (written <= 0) {
+            fail(path, "write to it", written == 0 ? ENOSPC : errno);
+        }
+        rest += written;
+        byteCount -= static_cast<std::size_t>(written);
+        offset += static_cast<std::uint64_t>(written);
+    }
+}
+
+void DataFile::synchronize() {
+    if (repeated([this] { return fdatasync(descriptor); }) == -1) {
+        fail(path, "bring it to the disk", errno);
+    }
+}
+
+void DataFile::read(void* to, std::size_t byteCount, std::uint64_t offset) const {
+    read({to, byteCount}, {}, offset);
+}
+
+void DataFile::read(iovec first, iovec second, std::uint64_t offset) const {
+    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) {
+        throw RecordingError(path, "it ends too early: bytes are missing");
+    }
+    for (std::array<iovec, 2> places{first, second}; places[0].iov_len + places[1].iov_len > 0;) {
+        const ssize_t count = repeated(
+            [&] { return preadv(descriptor, places.data(), 2, static_cast<off_t>(offset)); });
+        if (count == -1) {
+            fail(path, "read it", errno);
+        }
+        if (count == 0) {
+            throw RecordingError(path, "it ends too early: bytes are missing");
+        }
+        advance(places, static_cast<std::size_t>(count));
+        offset += static_cast<std::uint64_t>(count);
+    }
+}
+
+void DataFile::claim() {
+    if (repeated([this] { return flock(descriptor, LOCK_EX | LOCK_NB); }) == -1) {
+        fail(path, "lock it for writing", errno);
+    }
+}
+
+bool DataFile::isClaimed() const {
+    if (repeated([this] { return flock(descriptor, LOCK_SH | LOCK_NB); }) == -1) {
+        return errno == EWOULDBLOCK;
+    }
+    flock(descriptor, LOCK_UN);
+    return false;
+}
+
+std::shared_ptr<const char> DataFile::map(std::uint64_t byteCount) const {
+    void* const memory = mmap(nullptr, byteCount, PROT_READ, MAP_SHARED, descriptor, 0);
+    if (memory == MAP_FAILED) {
+        fail(path, "map it into memory", errno);
+    }
+    return {static_cast<const char*>(memory),
+            [memory, byteCount](const char*) { munmap(memory, byteCount); }};
+}
+
+void synchronize_directory(const std::string& name) {
+    const int descriptor = open_or_throw(name, O_RDONLY | O_DIRECTORY, 0, "open it");
+    const int result = repeated([&] { return fsync(descriptor); });
+    const int error = errno;
+    ::close(descriptor);
+    if (result == -1) {
+        fail(name, "bring it to the disk", error);
+    }
+}
+
+} // namespace logging2::core::detail

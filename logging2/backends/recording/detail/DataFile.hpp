@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <sys/types.h>
+#include <sys/uio.h>
+
+namespace logging2::core::detail {
+
+/// An open file of a recording. Errors are thrown as RecordingError, with the file's name and the
+/// system's reason. Threads: reading is safe on any thread.
+class DataFile {
+public:
+    /// Makes a new file with these permissions, whatever the umask, for reading and writing.
+    static DataFile create(const std::string& name, mode_t mode);
+
+    /// Opens the file for reading only.
+    static DataFile open(const std::string& name);
+
+    DataFile(DataFile&& other) noexcept;
+    DataFile& operator=(DataFile&& other) noexcept;
+    DataFile(const DataFile&) = delete;
+    DataFile& operator=(const DataFile&) = delete;
+    ~DataFile();
+
+    const std::string& name() const noexcept { return path; }
+
+    std::uint64_t byteCount() const;
+
+    /// Writes all of the bytes at the offset.
+    void write(const void* bytes, std::size_t byteCount, std::uint64_t offset);
+
+    /// Waits until the disk has the content.
+    void synchronize();
+
+    /// Reads all of the bytes at the offset, into the two places one after the other. Throws if the
+    /// file ends before.
+    void read(void* to, std::size_t byteCount, std::uint64_t offset) const;
+    void read(iovec first, iovec second, std::uint64_t offset) const;
+
+    /// Claims the file for the process that writes it, as long as this object lives. Throws if
+    /// another one has claimed it.
+    void claim();
+
+    /// Whether a writer has claimed the file.
+    bool isClaimed() const;
+
+    /// The first byteCount bytes of the file in memory, read-only. The mapping outlives this object.
+    std::shared_ptr<const char> map(std::uint64_t byteCount) const;
+
+private:
+    DataFile(std::string name, int fileDescriptor) noexcept;
+
+    std::string path;
+    int descriptor;
+};
+
+/// Waits until the disk has the entries of the directory.
+void synchronize_directory(const std::string& name);
+
+/// The system's text for an error number.
+std::string text_of_error(int error);
+
+} // namespace logging2::core::detail

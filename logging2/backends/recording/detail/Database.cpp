@@ -1,0 +1,138 @@
+#include <logging2/backends/recording/detail/Database.hpp>
+
+#include <logging2/backends/recording/RecordingError.hpp>
+
+#include <limits>
+#include <utility>
+
+#include <sqlite3.h>
+
+namespace logging2::core::detail {
+
+void CloseDatabase::operator()(sqlite3* database) const noexcept {
+    sqlite3_close_v2(database);
+}
+
+void FinalizeStatement::operator()(sqlite3_stmt* statement) const noexcept {
+    sqlite3_finalize(statement);
+}
+
+Database::Database(const std::string& file, std::string name, int flags)
+    : path(std::move(name)) {
+    sqlite3* opened = nullptr;
+    const int result = sqlite3_open_v2(file.c_str(), &opened,
+                                       flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI, nullptr);
+    connection.reset(opened);
+    if (opened == nullptr) {
+        throw std::bad_alloc();
+    }
+    sqlite3_extended_result_codes(opened, 1);
+    check(result);
+}
+
+void Database::check(int resultCode) const {
+    if (resultCode == SQLITE_OK || resultCode == SQLITE_ROW || resultCode == SQLITE_DONE) {
+        return;
+    }
+    if (resultCode == SQLITE_NOMEM) {
+        throw std::bad_alloc();
+    }
+    throw RecordingError(path, sqlite3_errmsg(connection.get()));
+}
+
+void Database::execute(const char* statements) {
+    check(sqlite3_exec(connection.get(), statements, nullptr, nullptr, nullptr));
+}
+
+std::int64_t Database::integer(const char* query) {
+    Statement statement(*this, query);
+    return statement.step() ? statement.integer(0) : 0;
+}
+
+Statement::Statement(Database& owner, const char* text) : database(&owner) {
+    sqlite3_stmt* prepared = nullptr;
+    const int result =
+        sqlite3_prepare_v3(owner.get(), text, -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+    statement.reset(prepared);
+    owner.check(result);
+}
+
+Statement& Statement::bind(std::int64_t value) {
+    database->check(sqlite3_bind_int64(statement.get(), ++bound, value));
+    return *this;
+}
+
+Statement& Statement::bind(std::uint64_t value) {
+    return bind(static_cast<std::int64_t>(value));
+}
+
+Statement& Statement::bind(double value) {
+    database->check(sqlite3_bind_double(statement.get(), ++bound, value));
+    return *this;
+}
+
+Statement& Statement::bind(std::string_view text) {
+    database->check(sqlite3_bind_text64(statement.get(), ++bound, text.data(), text.size(),
+                                        SQLITE_TRANSIENT, SQLITE_UTF8));
+    return *this;
+}
+
+bool Statement::step() {
+    const int result = sqlite3_step(statement.get());
+    if (result == SQLITE_ROW) {
+        return true;
+    }
+    reset();
+    database->check(result);
+    return false;
+}
+
+void Statement::run() {
+    while (step()) {
+    }
+}
+
+std::int64_t Statement::integer(int column) const {
+    return sqlite3_column_int64(statement.get(), column);
+}
+
+std::uint64_t Statement::unsignedInteger(int column) const {
+    return static_cast<std::uint64_t>(integer(column));
+}
+
+double Statement::number(int column) const {
+    return sqlite3_column_type(statement.get(), column) == SQLITE_NULL
+               ? std::numeric_limits<double>::quiet_NaN()
+               : sqlite3_column_double(statement.get(), column);
+}
+
+std::string Statement::text(int column) const {
+    const auto* const bytes = sqlite3_column_text(statement.get(), column);
+    const int count = sqlite3_column_bytes(statement.get(), column);
+    return bytes == nullptr ? std::string()
+                            : std::string(reinterpret_cast<const char*>(bytes),
+                                          static_cast<std::size_t>(count));
+}
+
+void Statement::reset() noexcept {
+    bound = 0;
+    sqlite3_reset(statement.get());
+}
+
+Transaction::Transaction(Database& owner, Kind kind) : database(owner) {
+    database.execute(kind == Kind::write ? "BEGIN IMMEDIATE" : "BEGIN");
+}
+
+Transaction::~Transaction() {
+    if (isOpen) {
+        // A failed commit may have ended the transaction already.
+        sqlite3_exec(database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
+void Transaction::commit() {
+    database.execute("COMMIT");
+    isOpen = false;
+}
+
+} // namespace logging2::core::detail

@@ -1,0 +1,376 @@
+#include <logging2/backends/recording/detail/Engine.hpp>
+
+#include <logging2/backends/recording/detail/buffer_plan.hpp>
+#include <logging2/backends/recording/detail/fork_count.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace logging2::core::detail {
+namespace {
+
+std::vector<std::unique_ptr<GroupBuffer>> buffers_of(const RecordingOptions& options,
+                                                     const std::vector<DescribedGroup>& described) {
+    std::vector<std::unique_ptr<GroupBuffer>> buffers;
+    const std::vector<std::size_t> capacities = row_capacities(options, described);
+    for (const DescribedGroup& group : described) {
+        auto buffer = std::make_unique<GroupBuffer>();
+        buffer->id = group.id;
+        buffer->position = buffers.size();
+        buffer->rowLength = row_length(group);
+        buffer->rowsPerBlock = capacities[buffer->position];
+        buffers.push_back(std::move(buffer));
+    }
+    return buffers;
+}
+
+} // namespace
+
+Engine::Engine(std::string directory, const RecordingOptions& options,
+               const Description& description, bool discardsOnRegression)
+    : location(std::move(directory)),
+      obeysRegression(discardsOnRegression),
+      bornAtFork(fork_count()),
+      commitInterval(options.commitInterval),
+      groups(buffers_of(options, description.groups)),
+      recorder(location, options, description),
+      pool(options.bufferByteCount) {
+    for (const auto& group : groups) {
+        groupsById.emplace(group->id, group.get());
+    }
+    thread = std::thread([this] { storeUntilStopped(); });
+}
+
+Engine::~Engine() {
+    if (!hasEnded) {
+        endInterrupted();
+    }
+}
+
+bool Engine::belongsToParent() const noexcept {
+    return fork_count() != bornAtFork;
+}
+
+void Engine::refuse(const char* what) const {
+    throw std::logic_error(location + ": " + what);
+}
+
+GroupBuffer& Engine::bufferOf(std::size_t group) {
+    if (lastUsed == nullptr || lastUsed->id != group) {
+        const auto found = groupsById.find(group);
+        if (found == groupsById.end()) {
+            throw std::out_of_range(location + ": there is no group " + std::to_string(group));
+        }
+        lastUsed = found->second;
+    }
+    return *lastUsed;
+}
+
+void Engine::checkCall() {
+    if (belongsToParent()) {
+        refuse("the recording belongs to the parent of this process");
+    }
+    if (hasFailed.load(std::memory_order_relaxed)) {
+        throwFailure();
+    }
+}
+
+void Engine::throwFailure() {
+    const Lock lock(mutex);
+    const std::exception_ptr thrown = std::exchange(failure, nullptr);
+    hasFailed.store(false, std::memory_order_relaxed);
+    workArrived.notify_one();
+    if (thrown) {
+        std::rethrow_exception(thrown);
+    }
+}
+
+void Engine::write(std::size_t group, double time, const double* values, std::size_t n) {
+    GroupBuffer& buffer = bufferOf(group);
+    checkCall();
+    if (hasEnded) {
+        refuse("write was called after flush");
+    }
+    if (n + 1 != buffer.rowLength) {
+        throw std::invalid_argument(location + ": group " + std::to_string(group) + " has " +
+                                    std::to_string(buffer.rowLength - 1) +
+                                    " values per step, but write got " + std::to_string(n));
+    }
+    if (obeysRegression && buffer.stepCount() > 0 && buffer.lastTime() >= time) {
+        discardAtRegression(buffer, time);
+    }
+    std::size_t count = buffer.rowCount.load(std::memory_order_relaxed);
+    if (count == buffer.capacity) {
+        makeRoom(buffer);
+        count = 0;
+    }
+    double* const row = buffer.row(count);
+    buffer.ascends = count == 0 ? time == time
+                                : buffer.ascends && buffer.row(count - 1)[0] <= time;
+    *row = time;
+    std::copy_n(values, n, row + 1);
+    buffer.rowCount.store(count + 1, std::memory_order_release);
+}
+
+void Engine::makeRoom(GroupBuffer& group) {
+    Lock lock(mutex);
+    queueBlock(group);
+    while (group.capacity == 0) {
+        if (failure) {
+            lock.unlock();
+            throwFailure();
+        }
+        group.block = pool.take(group.rowsPerBlock * group.rowLength);
+        if (group.block.elements) {
+            group.capacity = group.rowsPerBlock;
+        } else {
+            workDone.wait(lock);
+        }
+    }
+}
+
+void Engine::queueBlock(GroupBuffer& group) {
+    if (group.capacity == 0) {
+        return;
+    }
+    const std::size_t count = group.rowCount.load(std::memory_order_relaxed);
+    group.greatestBefore = group.greatestTime();
+    group.lastTimeBefore = group.lastTime();
+    queue.push_back({&group, group.firstStep, count, std::move(group.block)});
+    group.firstStep += count;
+    group.capacity = 0;
+    group.rowCount.store(0, std::memory_order_relaxed);
+    group.takenCount = 0;
+    // Storing the whole block replaces what was stored of it.
+    group.discardFrom.reset();
+    workArrived.notify_one();
+}
+
+void Engine::rollback(std::size_t group, double time) {
+    GroupBuffer& buffer = bufferOf(group);
+    checkCall();
+    if (hasEnded) {
+        refuse("rollback was called after flush");
+    }
+    if (!(buffer.greatestBefore > time)) {
+        keepRows(buffer, buffer.rowsNotLaterThan(time));
+        return;
+    }
+    Lock lock(mutex);
+    waitUntilIdle(lock, true);
+    const std::optional<std::size_t> later = recorder.firstLater(buffer.position, time);
+    lock.unlock();
+    if (later) {
+        discardFrom(buffer, *later);
+    }
+}
+
+/// As the memory writers do: what is later goes, and then one sample at the time itself.
+void Engine::discardAtRegression(GroupBuffer& group, double time) {
+    rollback(group.id, time);
+    if (group.stepCount() > 0 && group.lastTime() == time) {
+        discardFrom(group, group.stepCount() - 1);
+    }
+}
+
+void Engine::discardFrom(GroupBuffer& group, std::size_t step) {
+    if (step >= group.firstStep) {
+        keepRows(group, step - group.firstStep);
+    } else {
+        discardStored(group, step);
+    }
+}
+
+void Engine::keepRows(GroupBuffer& group, std::size_t rowCount) {
+    if (rowCount == group.rowCount.load(std::memory_order_relaxed)) {
+        return;
+    }
+    Lock lock(mutex);
+    if (rowCount < group.takenCount) {
+        waitUntilIdle(lock, false);
+        const std::size_t step = group.firstStep + rowCount;
+        group.takenCount = rowCount;
+        group.discardFrom = std::min(step, group.discardFrom.value_or(step));
+    }
+    group.rowCount.store(rowCount, std::memory_order_relaxed);
+    if (group.firstStep + rowCount < recorder.shownStepCount(group.position)) {
+        request(lock, false, nullptr);
+    }
+}
+
+void Engine::discardStored(GroupBuffer& group, std::size_t step) {
+    Lock lock(mutex);
+    waitUntilIdle(lock, true);
+    const GroupEnd end = recorder.endOf(group.position, step);
+    group.greatestBefore = end.greatestTime;
+    group.lastTimeBefore = end.lastTime;
+    group.firstStep = step;
+    group.rowCount.store(0, std::memory_order_relaxed);
+    group.takenCount = 0;
+    group.discardFrom = step;
+    if (step < recorder.shownStepCount(group.position)) {
+        request(lock, false, nullptr);
+    }
+}
+
+void Engine::waitUntilIdle(Lock& lock, bool withQueue) {
+    workDone.wait(lock, [this, withQueue] {
+        return failure || (!isStoring && (!withQueue || queue.empty()));
+    });
+    if (failure) {
+        lock.unlock();
+        throwFailure();
+    }
+}
+
+void Engine::request(Lock& lock, bool showAll, const char* state) {
+    isRequested = true;
+    showsAll = showAll;
+    endState = state;
+    workArrived.notify_one();
+    workDone.wait(lock, [this] { return failure || !isRequested; });
+    isRequested = false;
+    if (failure) {
+        lock.unlock();
+        throwFailure();
+    }
+}
+
+void Engine::storeAll() {
+    checkCall();
+    if (hasEnded) {
+        return;
+    }
+    Lock lock(mutex);
+    request(lock, true, nullptr);
+}
+
+void Engine::end() {
+    if (hasEnded) {
+        return;
+    }
+    checkCall();
+    Lock lock(mutex);
+    request(lock, true, "finished");
+    lock.unlock();
+    stopThread();
+}
+
+void Engine::endInterrupted() noexcept {
+    try {
+        Lock lock(mutex);
+        failure = nullptr;
+        request(lock, false, "interrupted");
+    } catch (const std::exception&) {
+        // Without its writer the run counts as interrupted anyway.
+    }
+    stopThread();
+}
+
+void Engine::stopThread() {
+    {
+        const Lock lock(mutex);
+        isStopping = true;
+    }
+    workArrived.notify_one();
+    thread.join();
+    hasEnded = true;
+}
+
+void Engine::storeUntilStopped() {
+    using Clock = std::chrono::steady_clock;
+    Lock lock(mutex);
+    for (Clock::time_point due = Clock::now() + commitInterval; !isStopping;) {
+        workArrived.wait_until(lock, due, [this] {
+            return isStopping || (!failure && (isRequested || !queue.empty()));
+        });
+        const bool isDue = Clock::now() >= due;
+        if (!failure && !isStopping) {
+            storeOnce(lock, isDue || isRequested);
+        }
+        if (isDue) {
+            due = Clock::now() + commitInterval;
+        }
+    }
+}
+
+void Engine::storeOnce(Lock& lock, bool withPartialBlocks) {
+    Commit commit;
+    std::vector<Taken> taken;
+    for (const FullBlock& full : queue) {
+        commit.pieces.push_back({full.group->position, full.firstStep, full.block.elements.get(),
+                                 full.rowCount});
+    }
+    const std::size_t blockCount = queue.size();
+    for (std::size_t g = 0; withPartialBlocks && g < groups.size(); ++g) {
+        takeRows(*groups[g], commit, taken);
+    }
+    const bool servesRequest = isRequested;
+    commit.showAll = servesRequest && showsAll;
+    commit.endState = servesRequest ? endState : nullptr;
+    if (commit.pieces.empty() && commit.discards.empty() && !servesRequest) {
+        return;
+    }
+    isStoring = true;
+    lock.unlock();
+    std::string fault;
+    try {
+        recorder.commit(commit);
+    } catch (const std::exception& error) {
+        fault = error.what();
+    }
+    lock.lock();
+    isStoring = false;
+    if (fault.empty()) {
+        giveBackBlocks(blockCount);
+        isRequested = isRequested && !servesRequest;
+    } else {
+        keepFailure(taken, commit, fault);
+    }
+    workDone.notify_all();
+}
+
+void Engine::takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken) {
+    const std::size_t count = group.rowCount.load(std::memory_order_acquire);
+    if (count == group.takenCount && !group.discardFrom) {
+        return;
+    }
+    taken.push_back({&group, group.firstStep, group.takenCount, group.discardFrom});
+    if (group.discardFrom) {
+        commit.discards.push_back({group.position, *group.discardFrom});
+        group.discardFrom.reset();
+    }
+    if (count > group.takenCount) {
+        commit.pieces.push_back({group.position, group.firstStep + group.takenCount,
+                                 group.row(group.takenCount), count - group.takenCount});
+        group.takenCount = count;
+    }
+}
+
+void Engine::giveBackBlocks(std::size_t count) {
+    for (; count > 0; --count) {
+        pool.giveBack(std::move(queue.front().block));
+        queue.pop_front();
+    }
+}
+
+void Engine::keepFailure(const std::vector<Taken>& taken, const Commit& commit,
+                         const std::string& cause) {
+    for (const auto& [group, firstStep, formerCount, formerDiscard] : taken) {
+        // If the block has become full meanwhile, all of it waits in the queue.
+        if (group->firstStep == firstStep) {
+            group->takenCount = formerCount;
+            group->discardFrom = formerDiscard;
+        }
+    }
+    std::optional<UnstoredSample> unstored;
+    if (!commit.pieces.empty()) {
+        const Piece& first = commit.pieces.front();
+        unstored = UnstoredSample{groups[first.group]->id, first.firstStep};
+    }
+    failure = std::make_exception_ptr(RecordingError(location, cause, unstored));
+    hasFailed.store(true, std::memory_order_relaxed);
+}
+
+} // namespace logging2::core::detail

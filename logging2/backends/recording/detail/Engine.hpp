@@ -1,0 +1,120 @@
+#pragma once
+
+#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/RecordingOptions.hpp>
+#include <logging2/backends/recording/detail/GroupBuffer.hpp>
+#include <logging2/backends/recording/detail/Recorder.hpp>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+namespace logging2::core::detail {
+
+/// Takes rows on the host's thread and stores them on a thread of its own.
+///
+/// The road of a row: write() copies it into its group's block. A full block goes to the queue; the
+/// storing thread makes chunks of the queue's blocks and gives the blocks back. After the commit
+/// interval it stores what the blocks that are not full hold, too.
+class Engine {
+public:
+    Engine(std::string directory, const RecordingOptions& options, const Description& description,
+           bool discardsOnRegression);
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
+    /// Stores what it holds as an interrupted run, unless end() has succeeded. Not to be called in
+    /// a forked child, where the thread and the locks are missing.
+    ~Engine();
+
+    /// Whether this process is a forked child of the one that made the engine.
+    bool belongsToParent() const noexcept;
+
+    void write(std::size_t group, double time, const double* values, std::size_t n);
+    void rollback(std::size_t group, double time);
+
+    /// Stores everything and shows it.
+    void storeAll();
+
+    /// Stores everything, ends the run and the thread. Does nothing if that was done before.
+    void end();
+
+private:
+    /// A full block on its way to the file.
+    struct FullBlock {
+        GroupBuffer* group;
+        std::size_t firstStep;
+        std::size_t rowCount;
+        Block block;
+    };
+
+    /// Rows of a block that is not full, on their way to the file.
+    struct Taken {
+        GroupBuffer* group;
+        std::size_t firstStep;   ///< of the block
+        std::size_t formerCount; ///< takenCount before
+        std::optional<std::size_t> formerDiscard;
+    };
+
+    using Lock = std::unique_lock<std::mutex>;
+
+    GroupBuffer& bufferOf(std::size_t group);
+    void checkCall();
+    void throwFailure();
+    [[noreturn]] void refuse(const char* what) const;
+    void makeRoom(GroupBuffer& group);
+    void queueBlock(GroupBuffer& group);
+    void discardAtRegression(GroupBuffer& group, double time);
+    void discardFrom(GroupBuffer& group, std::size_t step);
+    void keepRows(GroupBuffer& group, std::size_t rowCount);
+    void discardStored(GroupBuffer& group, std::size_t step);
+    void waitUntilIdle(Lock& lock, bool withQueue);
+    void request(Lock& lock, bool showAll, const char* endState);
+
+    void storeUntilStopped();
+    void storeOnce(Lock& lock, bool withPartialBlocks);
+    void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
+    void giveBackBlocks(std::size_t count);
+    void keepFailure(const std::vector<Taken>& taken, const Commit& commit,
+                     const std::string& cause);
+    void stopThread();
+    void endInterrupted() noexcept;
+
+    std::string location;
+    const bool obeysRegression;
+    const unsigned bornAtFork;
+    const std::chrono::milliseconds commitInterval;
+    std::vector<std::unique_ptr<GroupBuffer>> groups;
+    std::unordered_map<std::size_t, GroupBuffer*> groupsById;
+    GroupBuffer* lastUsed = nullptr;
+    bool hasEnded = false; ///< of the writing thread alone
+
+    std::mutex mutex;
+    std::condition_variable workArrived;
+    std::condition_variable workDone;
+    std::atomic<bool> hasFailed{false};
+
+    // Guarded by the mutex. The recorder is used by the storing thread while isStoring is set, and
+    // under the mutex otherwise.
+    Recorder recorder;
+    BlockPool pool;
+    std::deque<FullBlock> queue;
+    std::exception_ptr failure;
+    bool isStoring = false;
+    bool isStopping = false;
+    bool isRequested = false; ///< everything is to be stored now
+    bool showsAll = false;    ///< together with isRequested
+    const char* endState = nullptr;
+
+    std::thread thread;
+};
+
+} // namespace logging2::core::detail

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <logging2/backends/recording/detail/ChunkRow.hpp>
+#include <logging2/backends/recording/detail/Database.hpp>
+#include <logging2/backends/recording/detail/Description.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace logging2::core::detail {
+
+/// A group's chunks in the order of their steps. They follow each other without gaps.
+struct StoredGroup {
+    std::size_t stepCount = 0;
+    std::size_t shownStepCount = 0;
+    std::vector<ChunkRow> chunks;
+};
+
+/// A state of the index.
+struct IndexState {
+    std::string state;
+    std::string end;
+    std::uint64_t revision = 0;
+    std::uint64_t commit = 0;
+    std::vector<StoredGroup> groups;
+};
+
+/// Reads the index of a recording, which it never changes. Reads in short transactions, so that
+/// the writer's log can be emptied between them.
+class IndexReader {
+public:
+    /// Opens the index in the recording's directory. Throws RecordingError, also if it is no
+    /// recording or of a newer version.
+    explicit IndexReader(const std::string& directory);
+
+    /// What is fixed about the run.
+    Description description();
+
+    /// Brings the state up to date and tells whether anything has changed. The first time, it has
+    /// no groups.
+    bool refresh(IndexState& state);
+
+private:
+    void checkFormat();
+    std::map<std::string, std::string> values(const char* table);
+    void refreshGroup(std::size_t position, StoredGroup& group);
+    void checkChunks(std::size_t position, const StoredGroup& group) const;
+    [[noreturn]] void fail(const std::string& what) const;
+
+    std::string name;
+    std::unique_ptr<Database> database;
+};
+
+} // namespace logging2::core::detail

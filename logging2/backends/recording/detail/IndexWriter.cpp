@@ -1,0 +1,186 @@
+#include <logging2/backends/recording/detail/IndexWriter.hpp>
+
+#include <logging2/backends/recording/detail/DataFile.hpp>
+
+#include <sqlite3.h>
+
+namespace logging2::core::detail {
+namespace {
+
+constexpr const char* schema = R"(
+    CREATE TABLE run (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
+    CREATE TABLE property (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
+    CREATE TABLE signal_group (
+        position INTEGER PRIMARY KEY, id INTEGER NOT NULL,
+        steps INTEGER NOT NULL, shown_steps INTEGER NOT NULL);
+    CREATE TABLE channel (
+        signal_group INTEGER NOT NULL, position INTEGER NOT NULL,
+        number INTEGER NOT NULL, width INTEGER NOT NULL,
+        PRIMARY KEY (signal_group, position)) WITHOUT ROWID;
+    CREATE TABLE path (
+        text TEXT PRIMARY KEY, signal_group INTEGER NOT NULL, channel INTEGER NOT NULL)
+        WITHOUT ROWID;
+    CREATE TABLE chunk (
+        signal_group INTEGER NOT NULL, first_step INTEGER NOT NULL, sequence INTEGER NOT NULL,
+        steps INTEGER NOT NULL, stored_steps INTEGER NOT NULL,
+        offset INTEGER NOT NULL, byte_count INTEGER NOT NULL,
+        first_time REAL, last_time REAL, least_time REAL, greatest_time REAL,
+        nan_times INTEGER NOT NULL, ascends INTEGER NOT NULL, greatest_so_far REAL,
+        PRIMARY KEY (signal_group, first_step)) WITHOUT ROWID;
+)";
+
+Database opened(const std::string& name, mode_t mode, Durability durability,
+                bool allowLiveReaders) {
+    // So that it has the permissions from the start; SQLite gives its log the same ones.
+    DataFile::create(name, mode & 0666);
+    Database database(name, name, SQLITE_OPEN_READWRITE);
+    // A network file system may not lock; then nobody else may open the index meanwhile.
+    database.execute(allowLiveReaders ? "PRAGMA journal_mode = WAL"
+                                      : "PRAGMA locking_mode = EXCLUSIVE");
+    database.execute(durability == Durability::power ? "PRAGMA synchronous = FULL"
+                                                     : "PRAGMA synchronous = OFF");
+    database.execute(("PRAGMA application_id = " + std::to_string(applicationId) +
+                      "; PRAGMA user_version = " + std::to_string(formatVersion))
+                         .c_str());
+    database.execute(schema);
+    return database;
+}
+
+} // namespace
+
+const char* const chunkColumns =
+    "sequence, signal_group, first_step, steps, stored_steps, offset, byte_count, first_time, "
+    "last_time, least_time, greatest_time, nan_times, ascends, greatest_so_far";
+
+ChunkRow chunk_of(const Statement& statement) {
+    return {statement.unsignedInteger(0), statement.unsignedInteger(1),
+            statement.unsignedInteger(2), statement.unsignedInteger(3),
+            statement.unsignedInteger(4), statement.unsignedInteger(5),
+            statement.unsignedInteger(6), statement.number(7),
+            statement.number(8),          statement.number(9),
+            statement.number(10),         statement.unsignedInteger(11),
+            statement.integer(12) != 0,   statement.number(13)};
+}
+
+IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durability,
+                         bool allowLiveReaders, const Description& description)
+    : connection(opened(name, mode, durability, allowLiveReaders)),
+      addChunk(connection,
+               (std::string("INSERT INTO chunk (") + chunkColumns +
+                ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+                   .c_str()),
+      removeChunks(connection, "DELETE FROM chunk WHERE signal_group = ? AND first_step >= ?"),
+      shortenChunk(connection,
+                   "UPDATE chunk SET steps = ?, last_time = ?, least_time = ?, greatest_time = ?, "
+                   "nan_times = ?, ascends = ?, greatest_so_far = ? "
+                   "WHERE signal_group = ? AND first_step = ?"),
+      updateSteps(connection,
+                  "UPDATE signal_group SET steps = ?, shown_steps = ? WHERE position = ?"),
+      updateValue(connection, "REPLACE INTO run (key, value) VALUES (?, ?)"),
+      findLast(connection, (std::string("SELECT ") + chunkColumns +
+                            " FROM chunk WHERE signal_group = ? AND first_step < ? "
+                            "ORDER BY first_step DESC LIMIT 1")
+                               .c_str()),
+      readCommit(connection, "SELECT value FROM run WHERE key = 'commit'"),
+      hasLog(allowLiveReaders) {
+    Transaction transaction(connection, Transaction::Kind::write);
+    describe(description);
+    transaction.commit();
+    announce();
+}
+
+void IndexWriter::describe(const Description& description) {
+    setValue("id", description.id);
+    setValue("name", description.name);
+    setValue("start", description.start);
+    setValue("host", description.host);
+    setValue("process", description.process);
+    setValue("library_version", description.libraryVersion);
+    setValue("byte_order", "little");
+    setValue("state", "running");
+    setRevision(0);
+    countCommit();
+    Statement addProperty(connection, "INSERT INTO property (key, value) VALUES (?, ?)");
+    for (const auto& [key, value] : description.properties) {
+        addProperty.bind(std::string_view(key)).bind(std::string_view(value)).run();
+    }
+    for (std::size_t position = 0; position < description.groups.size(); ++position) {
+        describeGroup(position, description.groups[position]);
+    }
+}
+
+void IndexWriter::describeGroup(std::size_t position, const DescribedGroup& group) {
+    Statement addGroup(connection, "INSERT INTO signal_group VALUES (?, ?, 0, 0)");
+    addGroup.bind(position).bind(group.id).run();
+    Statement addChannel(connection, "INSERT INTO channel VALUES (?, ?, ?, ?)");
+    for (std::size_t k = 0; k < group.channels.size(); ++k) {
+        addChannel.bind(position).bind(k).bind(group.channels[k].number);
+        addChannel.bind(group.channels[k].width).run();
+    }
+    Statement addPath(connection, "INSERT INTO path VALUES (?, ?, ?)");
+    for (const DescribedPath& path : group.paths) {
+        addPath.bind(std::string_view(path.text)).bind(position).bind(path.channel).run();
+    }
+}
+
+void IndexWriter::setValue(std::string_view key, std::string_view value) {
+    updateValue.bind(key).bind(value).run();
+}
+
+void IndexWriter::add(const ChunkRow& chunk) {
+    addChunk.bind(chunk.sequence).bind(chunk.group).bind(chunk.firstStep).bind(chunk.stepCount);
+    addChunk.bind(chunk.storedStepCount).bind(chunk.offset).bind(chunk.byteCount);
+    addChunk.bind(chunk.firstTime).bind(chunk.lastTime).bind(chunk.leastTime);
+    addChunk.bind(chunk.greatestTime).bind(chunk.nanTimeCount);
+    addChunk.bind(std::int64_t{chunk.ascends}).bind(chunk.greatestSoFar).run();
+}
+
+void IndexWriter::removeFrom(std::size_t group, std::size_t firstStep) {
+    removeChunks.bind(group).bind(firstStep).run();
+}
+
+void IndexWriter::shorten(const ChunkRow& chunk) {
+    shortenChunk.bind(chunk.stepCount).bind(chunk.lastTime).bind(chunk.leastTime);
+    shortenChunk.bind(chunk.greatestTime).bind(chunk.nanTimeCount);
+    shortenChunk.bind(std::int64_t{chunk.ascends}).bind(chunk.greatestSoFar);
+    shortenChunk.bind(chunk.group).bind(chunk.firstStep).run();
+}
+
+void IndexWriter::setSteps(std::size_t group, std::size_t stepCount, std::size_t shownStepCount) {
+    updateSteps.bind(stepCount).bind(shownStepCount).bind(group).run();
+}
+
+void IndexWriter::setRevision(std::uint64_t revision) {
+    setValue("revision", std::to_string(revision));
+}
+
+void IndexWriter::countCommit() {
+    setValue("commit", std::to_string(++commitCount));
+}
+
+void IndexWriter::end(const char* state, const std::string& time) {
+    setValue("state", state);
+    setValue("end", time);
+}
+
+std::optional<ChunkRow> IndexWriter::lastBefore(std::size_t group, std::size_t step) {
+    std::optional<ChunkRow> chunk;
+    findLast.bind(group).bind(step);
+    while (findLast.step()) {
+        chunk = chunk_of(findLast);
+    }
+    return chunk;
+}
+
+void IndexWriter::announce() {
+    readCommit.run();
+}
+
+void IndexWriter::finish() {
+    if (hasLog) {
+        connection.execute("PRAGMA wal_checkpoint(TRUNCATE)");
+        connection.execute("PRAGMA journal_mode = DELETE");
+    }
+}
+
+} // namespace logging2::core::detail

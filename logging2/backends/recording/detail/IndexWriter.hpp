@@ -1,0 +1,81 @@
+#pragma once
+
+#include <logging2/backends/recording/RecordingOptions.hpp>
+#include <logging2/backends/recording/detail/ChunkRow.hpp>
+#include <logging2/backends/recording/detail/Database.hpp>
+#include <logging2/backends/recording/detail/Description.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace logging2::core::detail {
+
+/// The index of a recording that is being written: the only connection that changes it. For one
+/// thread at a time. A commit is a Transaction on database().
+class IndexWriter {
+public:
+    /// Makes the index with the description, for a run that is running.
+    IndexWriter(const std::string& name, mode_t mode, Durability durability, bool allowLiveReaders,
+                const Description& description);
+
+    Database& database() noexcept { return connection; }
+
+    /// Adds a chunk, which is its group's last one.
+    void add(const ChunkRow& chunk);
+
+    /// Removes the group's chunks whose first step is this one or a later one.
+    void removeFrom(std::size_t group, std::size_t firstStep);
+
+    /// Changes what the index says about the chunk of this sequence number.
+    void shorten(const ChunkRow& chunk);
+
+    /// Sets how many steps the group has and how many of them readers see while the run goes on.
+    void setSteps(std::size_t group, std::size_t stepCount, std::size_t shownStepCount);
+
+    void setRevision(std::uint64_t revision);
+
+    /// Counts the commit, so that readers notice it.
+    void countCommit();
+
+    /// Sets the state and the time of its end.
+    void end(const char* state, const std::string& time);
+
+    /// The group's last chunk with a first step before this one, if there is one.
+    std::optional<ChunkRow> lastBefore(std::size_t group, std::size_t step);
+
+    /// Makes the new state visible also to readers that may not write to the directory: SQLite
+    /// tells them only of states that some connection with that right has read.
+    void announce();
+
+    /// Brings everything into the one file index.sqlite, which never changes any more.
+    void finish();
+
+private:
+    void describe(const Description& description);
+    void describeGroup(std::size_t position, const DescribedGroup& group);
+    void setValue(std::string_view key, std::string_view value);
+
+    Database connection;
+    Statement addChunk;
+    Statement removeChunks;
+    Statement shortenChunk;
+    Statement updateSteps;
+    Statement updateValue;
+    Statement findLast;
+    Statement readCommit;
+    std::uint64_t commitCount = 0;
+    bool hasLog;
+};
+
+/// The columns of a chunk's row, in the order in which chunk_of() expects them.
+extern const char* const chunkColumns;
+
+/// The row that the statement has reached, with the columns from the first one on.
+ChunkRow chunk_of(const Statement& statement);
+
+/// Identify the file format: PRAGMA application_id.
+constexpr std::int64_t applicationId = 0x4c325245;
+
+} // namespace logging2::core::detail

@@ -1,0 +1,32 @@
+#include <logging2/backends/recording/detail/RecordHeader.hpp>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+#include <cstddef>
+
+namespace logging2::core::detail {
+
+#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "recordings are little-endian, and so must the machine be"
+#endif
+
+std::uint64_t hash_of(const void* bytes, std::size_t byteCount) {
+    return XXH3_64bits(bytes, byteCount);
+}
+
+std::uint64_t hash_of(const RecordHeader& header) {
+    return hash_of(&header, offsetof(RecordHeader, headerHash));
+}
+
+const char* fault_of(const RecordHeader& header) {
+    if (header.magic != RecordHeader().magic) {
+        return "it is not a recording's data file";
+    }
+    if (header.version > formatVersion) {
+        return "it was written by a newer version of logging2";
+    }
+    return header.headerHash == hash_of(header) ? nullptr : "a record's header is damaged";
+}
+
+} // namespace logging2::core::detail

@@ -1,0 +1,279 @@
+#include <logging2/backends/recording/detail/RecordingRun.hpp>
+
+#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/OverviewBuilder.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numeric>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace logging2::core::detail {
+namespace {
+
+/// So many layouts are kept; those of whole chunks are used again and again.
+constexpr std::size_t keptLayoutCount = 64;
+
+std::size_t sample_count(const std::vector<SampleSpan>& spans) {
+    return std::accumulate(
+        spans.begin(), spans.end(), std::size_t{0},
+        [](std::size_t count, const SampleSpan& span) { return count + span.count; });
+}
+
+void check_range(double from, double to, std::size_t bucketCount) {
+    if (bucketCount == 0 || !std::isfinite(from) || !std::isfinite(to) || from > to) {
+        throw std::invalid_argument("an overview needs a finite range of time that does not end "
+                                    "before it begins, and at least one bucket");
+    }
+}
+
+} // namespace
+
+RecordingRun::RecordingRun(const std::string& directory)
+    : location(directory),
+      index(directory),
+      data(DataFile::open(directory + "/samples.bin")),
+      description(index.description()) {
+    checkDescription();
+    checkPlaces();
+    refresh();
+}
+
+/// Compares what the index says with the description in the data file.
+void RecordingRun::checkDescription() const {
+    RecordHeader header;
+    data.read(&header, sizeof header, 0);
+    if (const char* const fault = fault_of(header); fault != nullptr) {
+        throw RecordingError(data.name(), fault);
+    }
+    std::string text = text_of(description);
+    text.resize(aligned(text.size()), '\0');
+    if (hash_of(text.data(), text.size()) != header.payloadHash) {
+        throw RecordingError(location, "the index and the data file belong to different "
+                                       "recordings, or one of them is damaged");
+    }
+}
+
+void RecordingRun::checkPlaces() {
+    try {
+        run = run_id_of(description.id);
+        description_of(text_of(description));
+        time_of(description.start);
+    } catch (const std::runtime_error& error) {
+        throw RecordingError(location, error.what());
+    }
+    for (std::size_t group = 0; group < description.groups.size(); ++group) {
+        for (const DescribedPath& path : description.groups[group].paths) {
+            places[path.text] = {group, path.channel + 1,
+                                 description.groups[group].channels[path.channel].width};
+        }
+    }
+}
+
+bool RecordingRun::refresh() {
+    // Asked first: a writer that ends in between is seen at the next call.
+    const bool isClaimed = data.isClaimed();
+    const bool wasRunning = isRunning();
+    const bool hasChanged = index.refresh(state);
+    claimed = isClaimed;
+    return hasChanged || wasRunning != isRunning();
+}
+
+bool RecordingRun::isRunning() const {
+    return claimed && state.state == "running";
+}
+
+RunInfo RecordingRun::info() const {
+    RunInfo info;
+    info.id = description.id;
+    info.name = description.name;
+    info.start = time_of(description.start);
+    info.properties = description.properties;
+    info.revision = state.revision;
+    info.state = isRunning() ? RunState::running
+                             : (state.state == "finished" ? RunState::finished
+                                                          : RunState::interrupted);
+    if (!state.end.empty()) {
+        info.end = time_of(state.end);
+    }
+    return info;
+}
+
+std::vector<SampleSpan> RecordingRun::spansOf(std::size_t group) const {
+    std::vector<SampleSpan> spans;
+    const StoredGroup& stored = state.groups[group];
+    std::size_t left = isRunning() ? stored.shownStepCount : stored.stepCount;
+    for (const ChunkRow& chunk : stored.chunks) {
+        if (left == 0) {
+            break;
+        }
+        spans.push_back({&chunk, 0, std::min(left, chunk.stepCount)});
+        left -= spans.back().count;
+    }
+    return spans;
+}
+
+std::vector<GroupInfo> RecordingRun::groups() const {
+    std::vector<GroupInfo> result;
+    for (std::size_t group = 0; group < description.groups.size(); ++group) {
+        const std::vector<SampleSpan> spans = spansOf(group);
+        GroupInfo info;
+        info.id = description.groups[group].id;
+        info.stepCount = sample_count(spans);
+        if (!spans.empty()) {
+            info.firstTime = spans.front().chunk->firstTime;
+            withChunk(*spans.back().chunk, [&](const ChunkReader& chunk) {
+                double time = 0;
+                chunk.read(0, spans.back().count - 1, 1, &time);
+                info.lastTime = time;
+            });
+        }
+        result.push_back(info);
+    }
+    return result;
+}
+
+std::vector<SignalInfo> RecordingRun::signals() const {
+    std::vector<SignalInfo> result;
+    for (const DescribedGroup& group : description.groups) {
+        for (const DescribedPath& path : group.paths) {
+            const DescribedChannel& channel = group.channels[path.channel];
+            result.push_back({lang::core::ValuePath(path.text), group.id, channel.number,
+                              channel.width});
+        }
+    }
+    return result;
+}
+
+RecordingRun::Place RecordingRun::placeOf(const lang::core::ValuePath& path) const {
+    std::ostringstream text;
+    text << path;
+    const auto place = places.find(text.str());
+    if (place == places.end()) {
+        throw std::out_of_range(location + ": there is no signal \"" + text.str() + '"');
+    }
+    return place->second;
+}
+
+Series RecordingRun::series(const lang::core::ValuePath& path) const {
+    const Place place = placeOf(path);
+    return seriesOf(place, spansOf(place.group));
+}
+
+Series RecordingRun::series(const lang::core::ValuePath& path, double from, double to) const {
+    const Place place = placeOf(path);
+    std::vector<SampleSpan> spans;
+    for (const SampleSpan& span : spansOf(place.group)) {
+        if (span.chunk->greatestTime >= from && span.chunk->leastTime <= to) {
+            addSpansBetween(span, from, to, spans);
+        }
+    }
+    return seriesOf(place, spans);
+}
+
+void RecordingRun::addSpansBetween(const SampleSpan& span, double from, double to,
+                                   std::vector<SampleSpan>& result) const {
+    const ChunkRow& row = *span.chunk;
+    if (row.nanTimeCount == 0 && row.leastTime >= from && row.greatestTime <= to) {
+        result.push_back(span);
+        return;
+    }
+    std::vector<double> times(span.count);
+    withChunk(row, [&](const ChunkReader& chunk) { chunk.read(0, 0, span.count, times.data()); });
+    const auto isInside = [from, to](double time) { return from <= time && time <= to; };
+    for (auto first = times.begin(); first != times.end();) {
+        first = std::find_if(first, times.end(), isInside);
+        const auto end = std::find_if_not(first, times.end(), isInside);
+        if (first != end) {
+            result.push_back({&row, static_cast<std::size_t>(first - times.begin()),
+                              static_cast<std::size_t>(end - first)});
+        }
+        first = end;
+    }
+}
+
+Series RecordingRun::seriesOf(const Place& place, const std::vector<SampleSpan>& spans) const {
+    if (spans.size() == 1) {
+        return mappedSeries(place, spans.front());
+    }
+    const std::size_t count = sample_count(spans);
+    // Not initialised: all of it is read.
+    const std::shared_ptr<double[]> owner(new double[count * (1 + place.width)]);
+    double* times = owner.get();
+    double* values = times + count;
+    const Series series({times, count}, {values, count * place.width}, place.width, owner, false);
+    for (const SampleSpan& span : spans) {
+        withChunk(*span.chunk, [&](const ChunkReader& chunk) {
+            chunk.read(0, span.first, span.count, times);
+            chunk.read(place.column, span.first, span.count, values);
+        });
+        times += span.count;
+        values += span.count * place.width;
+    }
+    return series;
+}
+
+Series RecordingRun::mappedSeries(const Place& place, const SampleSpan& span) const {
+    Series series;
+    const std::uint64_t end = span.chunk->offset + span.chunk->byteCount;
+    if (data.byteCount() < end) {
+        throw RecordingError(data.name(), "it ends too early: bytes are missing");
+    }
+    const std::shared_ptr<const char> mapping = data.map(end);
+    withChunk(*span.chunk, [&](const ChunkReader& chunk) {
+        const double* const times = chunk.verified(mapping.get(), 0, span.first, span.count);
+        const double* const values =
+            chunk.verified(mapping.get(), place.column, span.first, span.count);
+        series = Series({times, span.count}, {values, span.count * place.width}, place.width,
+                        mapping, true);
+    });
+    return series;
+}
+
+const ChunkLayout& RecordingRun::layoutOf(const ChunkRow& chunk) const {
+    const auto key = std::make_pair(chunk.group, chunk.storedStepCount);
+    const auto found = layouts.find(key);
+    if (found != layouts.end()) {
+        return found->second;
+    }
+    if (layouts.size() >= keptLayoutCount) {
+        layouts.clear();
+    }
+    try {
+        return layouts[key] =
+                   layout_of(widths_of(description.groups[chunk.group]), chunk.storedStepCount);
+    } catch (const std::length_error& error) {
+        throw RecordingError(location, std::string("the index is damaged: ") + error.what());
+    }
+}
+
+void RecordingRun::withChunk(const ChunkRow& chunk,
+                             const std::function<void(const ChunkReader&)>& action) const {
+    const ChunkLayout& layout = layoutOf(chunk);
+    if (chunk.byteCount != sizeof(RecordHeader) + layout.byteCount) {
+        throw RecordingError(location, "the index is damaged: a chunk has another size");
+    }
+    const ChunkReader reader(data, run, chunk, layout, trusted.count(chunk.sequence) != 0);
+    trusted.insert(chunk.sequence);
+    action(reader);
+}
+
+Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, double to,
+                                std::size_t bucketCount) const {
+    check_range(from, to, bucketCount);
+    const Place place = placeOf(path);
+    OverviewBuilder builder(from, to, bucketCount, place.width);
+    for (const SampleSpan& span : spansOf(place.group)) {
+        if (span.chunk->greatestTime >= from && span.chunk->leastTime <= to) {
+            withChunk(*span.chunk, [&](const ChunkReader& chunk) {
+                builder.add(chunk, layoutOf(*span.chunk), place.column, span.count);
+            });
+        }
+    }
+    return builder.result();
+}
+
+} // namespace logging2::core::detail

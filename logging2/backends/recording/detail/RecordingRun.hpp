@@ -1,0 +1,74 @@
+#pragma once
+
+#include <logging2/backends/recording/detail/ChunkLayout.hpp>
+#include <logging2/backends/recording/detail/ChunkReader.hpp>
+#include <logging2/backends/recording/detail/DataFile.hpp>
+#include <logging2/backends/recording/detail/Description.hpp>
+#include <logging2/backends/recording/detail/IndexReader.hpp>
+#include <logging2/runs/Run.hpp>
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace logging2::core::detail {
+
+/// Visible samples of one chunk.
+struct SampleSpan {
+    const ChunkRow* chunk = nullptr;
+    std::size_t first = 0; ///< in the chunk
+    std::size_t count = 0;
+};
+
+/// A recording that is being read.
+class RecordingRun final : public Run {
+public:
+    explicit RecordingRun(const std::string& directory);
+
+    RunInfo info() const override;
+    std::vector<GroupInfo> groups() const override;
+    std::vector<SignalInfo> signals() const override;
+    Series series(const lang::core::ValuePath& path) const override;
+    Series series(const lang::core::ValuePath& path, double from, double to) const override;
+    Overview overview(const lang::core::ValuePath& path, double from, double to,
+                      std::size_t bucketCount) const override;
+    bool refresh() override;
+
+private:
+    /// Where a path's samples stand.
+    struct Place {
+        std::size_t group;
+        std::size_t column; ///< of its chunks; channel k is column k + 1
+        std::size_t width;
+    };
+
+    void checkDescription() const;
+    void checkPlaces();
+    bool isRunning() const;
+    Place placeOf(const lang::core::ValuePath& path) const;
+    std::vector<SampleSpan> spansOf(std::size_t group) const;
+    void addSpansBetween(const SampleSpan& span, double from, double to,
+                         std::vector<SampleSpan>& result) const;
+    Series seriesOf(const Place& place, const std::vector<SampleSpan>& spans) const;
+    Series mappedSeries(const Place& place, const SampleSpan& span) const;
+    void withChunk(const ChunkRow& chunk,
+                   const std::function<void(const ChunkReader&)>& action) const;
+    const ChunkLayout& layoutOf(const ChunkRow& chunk) const;
+
+    std::string location;
+    IndexReader index;
+    DataFile data;
+    Description description;
+    RunId run{};
+    std::map<std::string, Place> places; ///< by the path's text
+    IndexState state;
+    bool claimed = false; ///< by a writer, at the last refresh
+    mutable std::unordered_set<std::uint64_t> trusted; ///< sequence numbers of checked chunks
+    mutable std::map<std::pair<std::size_t, std::size_t>, ChunkLayout> layouts;
+};
+
+} // namespace logging2::core::detail

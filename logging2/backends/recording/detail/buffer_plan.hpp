@@ -1,0 +1,24 @@
+#pragma once
+
+#include <logging2/backends/recording/RecordingOptions.hpp>
+#include <logging2/backends/recording/detail/Description.hpp>
+
+#include <cstddef>
+#include <vector>
+
+namespace logging2::core::detail {
+
+/// The number of doubles of a group's row, the time included.
+std::size_t row_length(const DescribedGroup& group);
+
+/// How many rows a block of each group holds. A quarter of the buffer's bytes is left for blocks
+/// that wait to be written.
+///
+/// Throws std::invalid_argument if the options allow less than one row per group.
+std::vector<std::size_t> row_capacities(const RecordingOptions& options,
+                                        const std::vector<DescribedGroup>& groups);
+
+/// Throws std::invalid_argument if an option has no meaning.
+void check_options(const RecordingOptions& options);
+
+} // namespace logging2::core::detail

@@ -1,0 +1,104 @@
+#include <logging2/backends/recording/detail/open_index.hpp>
+
+#include <logging2/backends/recording/RecordingError.hpp>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include <sqlite3.h>
+#include <stdlib.h>
+
+namespace logging2::core::detail {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// How long a reader waits for another connection that repairs the log after a crash.
+constexpr int busyMilliseconds = 5000;
+
+/// The name as an URI with parameters.
+std::string uri_of(const std::string& name, const char* parameters) {
+    std::string uri = "file:";
+    for (const char character : fs::absolute(name).string()) {
+        if (character == '%' || character == '?' || character == '#') {
+            std::array<char, 4> code{};
+            std::snprintf(code.data(), code.size(), "%%%02x",
+                          static_cast<unsigned>(static_cast<unsigned char>(character)));
+            uri += code.data();
+        } else {
+            uri += character;
+        }
+    }
+    return uri + '?' + parameters;
+}
+
+std::unique_ptr<Database> opened(const std::string& name, const std::string& shownName,
+                                 const char* parameters) {
+    auto database =
+        std::make_unique<Database>(uri_of(name, parameters), shownName, SQLITE_OPEN_READONLY);
+    sqlite3_busy_timeout(database->get(), busyMilliseconds);
+    return database;
+}
+
+bool has_log(const std::string& name) {
+    std::error_code error;
+    const auto byteCount = fs::file_size(name + "-wal", error);
+    return !error && byteCount > 0;
+}
+
+/// A directory that only this user sees, until the end of the object.
+class PrivateDirectory {
+public:
+    PrivateDirectory() : name((fs::temp_directory_path() / "logging2-XXXXXX").string()) {
+        if (mkdtemp(name.data()) == nullptr) {
+            throw RecordingError(name, "cannot make the directory");
+        }
+    }
+    PrivateDirectory(const PrivateDirectory&) = delete;
+    PrivateDirectory& operator=(const PrivateDirectory&) = delete;
+    ~PrivateDirectory() {
+        std::error_code ignored;
+        fs::remove_all(name, ignored);
+    }
+    const std::string& path() const noexcept { return name; }
+
+private:
+    std::string name;
+};
+
+std::unique_ptr<Database> opened_copy(const std::string& name) {
+    const PrivateDirectory directory;
+    const std::string copy = directory.path() + "/index.sqlite";
+    try {
+        fs::copy_file(name, copy);
+        fs::copy_file(name + "-wal", copy + "-wal");
+        fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write);
+        fs::permissions(copy + "-wal", fs::perms::owner_read | fs::perms::owner_write);
+    } catch (const fs::filesystem_error& error) {
+        throw RecordingError(name, "cannot copy it and its log: " + error.code().message());
+    }
+    auto database = opened(copy, name, "mode=rw");
+    // The connection keeps the files that it has opened, though their names go.
+    database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
+    return database;
+}
+
+} // namespace
+
+std::unique_ptr<Database> open_index(const std::string& name) {
+    std::error_code error;
+    if (!fs::exists(name, error)) {
+        throw RecordingError(name, "it does not exist");
+    }
+    if (!has_log(name)) {
+        return opened(name, name, "mode=ro&immutable=1");
+    }
+    if (!fs::exists(name + "-shm", error)) {
+        return opened_copy(name);
+    }
+    return opened(name, name, "mode=ro&readonly_shm=1");
+}
+
+} // namespace logging2::core::detail

@@ -1,0 +1,77 @@
+#include <logging2/backends/recording/detail/run_directory.hpp>
+
+#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/DataFile.hpp>
+#include <logging2/backends/recording/detail/Description.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+
+#include <sys/stat.h>
+
+namespace logging2::core::detail {
+namespace {
+
+constexpr std::size_t greatestNameLength = 64;
+
+bool is_plain(char character) {
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           (character >= '0' && character <= '9') || character == '.' || character == '-' ||
+           character == '_';
+}
+
+std::string plain_name(std::string name) {
+    std::replace_if(
+        name.begin(), name.end(), [](char character) { return !is_plain(character); }, '_');
+    // A leading dot would hide the directory.
+    if (!name.empty() && name.front() == '.') {
+        name.front() = '_';
+    }
+    return name.empty() ? "run" : name.substr(0, greatestNameLength);
+}
+
+std::string made_parent(const std::string& parent) {
+    std::error_code error;
+    std::filesystem::create_directories(parent, error);
+    if (!error) {
+        const std::filesystem::path absolute = std::filesystem::absolute(parent, error);
+        if (!error) {
+            return absolute.lexically_normal().string();
+        }
+    }
+    throw RecordingError(parent, "cannot make the directory: " + error.message());
+}
+
+} // namespace
+
+std::string directory_name(const std::string& streamName,
+                           std::chrono::system_clock::time_point start, const std::string& mark) {
+    const std::time_t second = std::chrono::system_clock::to_time_t(start);
+    std::tm parts{};
+    gmtime_r(&second, &parts);
+    std::array<char, 32> time{};
+    std::strftime(time.data(), time.size(), "%Y%m%dT%H%M%SZ", &parts);
+    return plain_name(streamName) + '-' + time.data() + '-' + mark.substr(0, 6) + recordingSuffix;
+}
+
+std::string make_run_directory(const std::string& parent, const std::string& streamName,
+                               std::chrono::system_clock::time_point start, mode_t mode) {
+    const std::filesystem::path directory = made_parent(parent);
+    for (;;) {
+        const std::string mark = new_uuid();
+        const std::string made = (directory / directory_name(streamName, start, mark)).string();
+        if (mkdir(made.c_str(), mode) == 0 && chmod(made.c_str(), mode) == 0) {
+            return made;
+        }
+        // Another writer that drew the same mark in the same second has made it.
+        if (errno != EEXIST) {
+            throw RecordingError(made, "cannot make the directory: " + text_of_error(errno));
+        }
+    }
+}
+
+} // namespace logging2::core::detail

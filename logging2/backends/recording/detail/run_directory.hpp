@@ -1,0 +1,24 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include <sys/types.h>
+
+namespace logging2::core::detail {
+
+/// What the names of all recordings' directories end with.
+constexpr const char* recordingSuffix = ".recording";
+
+/// The name of a recording's directory: NAME-YYYYMMDDTHHMMSSZ-XXXXXX.recording. The name of the
+/// stream is cut off behind 64 characters, and characters other than letters, digits, `.`, `-` and
+/// `_` become `_`; an empty one becomes "run". The last part is six characters of the mark.
+std::string directory_name(const std::string& streamName,
+                           std::chrono::system_clock::time_point start, const std::string& mark);
+
+/// Makes a new directory for a recording below the parent, which is made if it is missing, and
+/// returns its absolute path. Throws RecordingError.
+std::string make_run_directory(const std::string& parent, const std::string& streamName,
+                               std::chrono::system_clock::time_point start, mode_t mode);
+
+} // namespace logging2::core::detail

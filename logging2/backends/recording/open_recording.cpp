@@ -1,0 +1,58 @@
+#include <logging2/backends/recording/open_recording.hpp>
+
+#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/RecordingRun.hpp>
+#include <logging2/backends/recording/detail/run_directory.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <tuple>
+
+namespace logging2::core {
+namespace {
+
+namespace fs = std::filesystem;
+
+RecordingEntry entry_of(const std::string& location) {
+    RecordingEntry entry{location, {}, {}};
+    try {
+        entry.info = open_recording(location)->info();
+    } catch (const std::exception& error) {
+        entry.fault = error.what();
+    }
+    return entry;
+}
+
+bool comes_before(const RecordingEntry& a, const RecordingEntry& b) {
+    // The newest first; all that are damaged have the same start.
+    return std::make_tuple(!a.fault.empty(), b.info.start, a.location) <
+           std::make_tuple(!b.fault.empty(), a.info.start, b.location);
+}
+
+} // namespace
+
+std::unique_ptr<Run> open_recording(const std::string& directory) {
+    std::error_code error;
+    if (!fs::is_directory(directory, error)) {
+        throw RecordingError(directory, "it is not a directory, and so not a recording");
+    }
+    return std::make_unique<detail::RecordingRun>(directory);
+}
+
+std::vector<RecordingEntry> list_recordings(const std::string& directory) {
+    std::vector<RecordingEntry> entries;
+    try {
+        for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+            if (entry.path().extension() == detail::recordingSuffix && entry.is_directory()) {
+                entries.push_back(entry_of(entry.path().string()));
+            }
+        }
+    } catch (const fs::filesystem_error& error) {
+        throw RecordingError(directory, "cannot read it: " + error.code().message());
+    }
+    std::sort(entries.begin(), entries.end(), comes_before);
+    return entries;
+}
+
+} // namespace logging2::core

@@ -1,0 +1,130 @@
+#pragma once
+
+#include <logging2/host/lang/ValuePath.hpp>
+#include <logging2/runs/Overview.hpp>
+#include <logging2/runs/Series.hpp>
+#include <logging2/runs/export.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace logging2::core {
+
+/// What became of a run.
+enum class RunState {
+    /// Its host is still writing.
+    running,
+    /// Its host has made all samples final.
+    finished,
+    /// Its host stopped without making them final: it crashed, or it left early.
+    interrupted
+};
+
+/// What is known about a run as a whole.
+struct RunInfo {
+    /// Identifies the run among all others: a UUID in 36 characters.
+    std::string id;
+
+    /// The name that the host gave the stream; may be empty.
+    std::string name;
+
+    /// What became of the run.
+    RunState state = RunState::running;
+
+    /// When the host started to write, by its clock.
+    std::chrono::system_clock::time_point start;
+
+    /// When the host ended writing, by its clock; empty while it runs and if it crashed.
+    std::optional<std::chrono::system_clock::time_point> end;
+
+    /// The host's own notes, such as the model and the tolerance.
+    std::map<std::string, std::string> properties;
+
+    /// Grows by one whenever samples that were visible to readers are discarded.
+    std::uint64_t revision = 0;
+};
+
+/// What is known about a group of a run.
+struct GroupInfo {
+    /// The id that the host used in `write`.
+    std::size_t id = 0;
+
+    /// The number of steps.
+    std::size_t stepCount = 0;
+
+    /// The time of the first step, empty if there is none.
+    std::optional<double> firstTime;
+
+    /// The time of the last step, empty if there is none.
+    std::optional<double> lastTime;
+};
+
+/// What is known about a signal of a run.
+struct SignalInfo {
+    /// What the signal is asked for by.
+    lang::core::ValuePath path;
+
+    /// The id of its group.
+    std::size_t group = 0;
+
+    /// The number of its channel. Signals of one group and channel are aliases.
+    std::size_t channel = 0;
+
+    /// The number of doubles per sample.
+    std::size_t width = 0;
+};
+
+/// One run, wherever it is stored.
+///
+/// All answers are those of one state of the run, the one at which it was opened or last
+/// refreshed, also while the host goes on writing.
+///
+/// Every operation may throw the storage's error; which, its opening function says. Threads: an
+/// object is used by one thread at a time. Different objects of the same run are independent.
+///
+/// The order of the virtual operations is fixed: storages are built apart from this library.
+class LOGGING2_RUNS_EXPORT Run {
+public:
+    virtual ~Run();
+
+    /// The run as a whole.
+    virtual RunInfo info() const = 0;
+
+    /// The groups in the order of the host's setup, also those without steps.
+    virtual std::vector<GroupInfo> groups() const = 0;
+
+    /// The signals, ordered by group, channel and path, also those without samples.
+    virtual std::vector<SignalInfo> signals() const = 0;
+
+    /// All samples of a signal, in the order in which they were logged. Throws std::out_of_range,
+    /// with the path in its message, if the run has no such signal.
+    virtual Series series(const lang::core::ValuePath& path) const = 0;
+
+    /// The samples of a signal with from <= time <= to, in the order in which they were logged.
+    /// Samples whose time is NaN are left out. Throws std::out_of_range as above.
+    virtual Series series(const lang::core::ValuePath& path, double from, double to) const = 0;
+
+    /// The signal in [from, to], divided into bucketCount intervals of the same length. Throws
+    /// std::out_of_range as above, and std::invalid_argument if bucketCount is 0, if from or to is
+    /// not finite, or if from is greater than to.
+    virtual Overview overview(const lang::core::ValuePath& path, double from, double to,
+                              std::size_t bucketCount) const = 0;
+
+    /// Goes on to the present state of the run. Returns whether anything has changed. A Series that
+    /// was given out before stays as it is.
+    virtual bool refresh() = 0;
+
+protected:
+    Run() = default;
+    Run(const Run&) = default;
+    Run(Run&&) = default;
+    Run& operator=(const Run&) = default;
+    Run& operator=(Run&&) = default;
+};
+
+} // namespace logging2::core
