@@ -10,6 +10,12 @@
 namespace logging2::core::detail {
 namespace {
 
+/// A commit ends with the block that reaches this size.
+constexpr std::size_t commitByteCount = std::size_t{4} * 1024 * 1024;
+
+/// Groups of smaller ids are found by index.
+constexpr std::size_t smallIdCount = std::size_t{1} << 16;
+
 std::vector<std::unique_ptr<GroupBuffer>> buffers_of(const RecordingOptions& options,
                                                      const std::vector<DescribedGroup>& described) {
     std::vector<std::unique_ptr<GroupBuffer>> buffers;
@@ -37,7 +43,14 @@ Engine::Engine(std::string directory, const RecordingOptions& options,
       recorder(location, options, description),
       pool(options.bufferByteCount) {
     for (const auto& group : groups) {
-        groupsById.emplace(group->id, group.get());
+        if (group->id >= smallIdCount) {
+            groupsByLargeId.emplace(group->id, group.get());
+            continue;
+        }
+        if (group->id >= groupsByIndex.size()) {
+            groupsByIndex.resize(group->id + 1);
+        }
+        groupsByIndex[group->id] = group.get();
     }
     thread = std::thread([this] { storeUntilStopped(); });
 }
@@ -56,15 +69,12 @@ void Engine::refuse(const char* what) const {
     throw std::logic_error(location + ": " + what);
 }
 
-GroupBuffer& Engine::bufferOf(std::size_t group) {
-    if (lastUsed == nullptr || lastUsed->id != group) {
-        const auto found = groupsById.find(group);
-        if (found == groupsById.end()) {
-            throw std::out_of_range(location + ": there is no group " + std::to_string(group));
-        }
-        lastUsed = found->second;
+GroupBuffer& Engine::bufferOfLargeId(std::size_t group) const {
+    const auto found = groupsByLargeId.find(group);
+    if (found == groupsByLargeId.end()) {
+        throw std::out_of_range(location + ": there is no group " + std::to_string(group));
     }
-    return *lastUsed;
+    return *found->second;
 }
 
 void Engine::checkCall() {
@@ -86,14 +96,14 @@ void Engine::throwFailure() {
     }
 }
 
-void Engine::write(std::size_t group, double time, const double* values, std::size_t n) {
-    GroupBuffer& buffer = bufferOf(group);
+void Engine::writeWithCare(GroupBuffer& buffer, double time, const double* values,
+                           std::size_t n) {
     checkCall();
     if (hasEnded) {
         refuse("write was called after flush");
     }
     if (n + 1 != buffer.rowLength) {
-        throw std::invalid_argument(location + ": group " + std::to_string(group) + " has " +
+        throw std::invalid_argument(location + ": group " + std::to_string(buffer.id) + " has " +
                                     std::to_string(buffer.rowLength - 1) +
                                     " values per step, but write got " + std::to_string(n));
     }
@@ -105,12 +115,7 @@ void Engine::write(std::size_t group, double time, const double* values, std::si
         makeRoom(buffer);
         count = 0;
     }
-    double* const row = buffer.row(count);
-    buffer.ascends = count == 0 ? time == time
-                                : buffer.ascends && buffer.row(count - 1)[0] <= time;
-    *row = time;
-    std::copy_n(values, n, row + 1);
-    buffer.rowCount.store(count + 1, std::memory_order_release);
+    append(buffer, count, time, values, n);
 }
 
 void Engine::makeRoom(GroupBuffer& group) {
@@ -298,15 +303,13 @@ void Engine::storeUntilStopped() {
 void Engine::storeOnce(Lock& lock, bool withPartialBlocks) {
     Commit commit;
     std::vector<Taken> taken;
-    for (const FullBlock& full : queue) {
-        commit.pieces.push_back({full.group->position, full.firstStep, full.block.elements.get(),
-                                 full.rowCount});
-    }
-    const std::size_t blockCount = queue.size();
-    for (std::size_t g = 0; withPartialBlocks && g < groups.size(); ++g) {
+    const std::size_t blockCount = addQueued(commit);
+    // What is left of the queue comes before the blocks that are not full.
+    const bool takesPartialBlocks = withPartialBlocks && blockCount == queue.size();
+    for (std::size_t g = 0; takesPartialBlocks && g < groups.size(); ++g) {
         takeRows(*groups[g], commit, taken);
     }
-    const bool servesRequest = isRequested;
+    const bool servesRequest = isRequested && takesPartialBlocks;
     commit.showAll = servesRequest && showsAll;
     commit.endState = servesRequest ? endState : nullptr;
     if (commit.pieces.empty() && commit.discards.empty() && !servesRequest) {
@@ -329,6 +332,20 @@ void Engine::storeOnce(Lock& lock, bool withPartialBlocks) {
         keepFailure(taken, commit, fault);
     }
     workDone.notify_all();
+}
+
+/// Adds blocks of the queue, and returns how many: not all of a long queue, so that the writing
+/// thread gets blocks back early.
+std::size_t Engine::addQueued(Commit& commit) const {
+    std::size_t count = 0;
+    std::size_t byteCount = 0;
+    for (; count < queue.size() && byteCount < commitByteCount; ++count) {
+        const FullBlock& full = queue[count];
+        commit.pieces.push_back({full.group->position, full.firstStep, full.block.elements.get(),
+                                 full.rowCount});
+        byteCount += full.block.elementCount * sizeof(double);
+    }
+    return count;
 }
 
 void Engine::takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken) {

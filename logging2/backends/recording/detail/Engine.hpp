@@ -4,7 +4,9 @@
 #include <logging2/backends/recording/RecordingOptions.hpp>
 #include <logging2/backends/recording/detail/GroupBuffer.hpp>
 #include <logging2/backends/recording/detail/Recorder.hpp>
+#include <logging2/backends/recording/detail/fork_count.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
@@ -38,7 +40,15 @@ public:
     /// Whether this process is a forked child of the one that made the engine.
     bool belongsToParent() const noexcept;
 
-    void write(std::size_t group, double time, const double* values, std::size_t n);
+    void write(std::size_t group, double time, const double* values, std::size_t n) {
+        GroupBuffer& buffer = bufferOf(group);
+        const std::size_t count = buffer.rowCount.load(std::memory_order_relaxed);
+        if (count < buffer.capacity && n + 1 == buffer.rowLength && isCalm()) {
+            append(buffer, count, time, values, n);
+        } else {
+            writeWithCare(buffer, time, values, n);
+        }
+    }
     void rollback(std::size_t group, double time);
 
     /// Stores everything and shows it.
@@ -66,7 +76,35 @@ private:
 
     using Lock = std::unique_lock<std::mutex>;
 
-    GroupBuffer& bufferOf(std::size_t group);
+    GroupBuffer& bufferOf(std::size_t group) const {
+        return group < groupsByIndex.size() && groupsByIndex[group] != nullptr
+                   ? *groupsByIndex[group]
+                   : bufferOfLargeId(group);
+    }
+
+    /// Whether a write needs nothing but room.
+    bool isCalm() const noexcept {
+        return !obeysRegression && !hasEnded && fork_count() == bornAtFork &&
+               !hasFailed.load(std::memory_order_relaxed);
+    }
+
+    /// In doubles.
+    static constexpr std::size_t prefetchDistance = 128;
+
+    static void append(GroupBuffer& buffer, std::size_t count, double time, const double* values,
+                       std::size_t n) {
+        double* const row = buffer.row(count);
+        // The block's memory was last used by the storing thread, on another core.
+        __builtin_prefetch(row + prefetchDistance, 1);
+        // A NaN is neither after nor before another time.
+        buffer.ascends = count == 0 ? time == time : buffer.ascends && *buffer.row(count - 1) <= time;
+        *row = time;
+        std::copy_n(values, n, row + 1);
+        buffer.rowCount.store(count + 1, std::memory_order_release);
+    }
+
+    GroupBuffer& bufferOfLargeId(std::size_t group) const;
+    void writeWithCare(GroupBuffer& buffer, double time, const double* values, std::size_t n);
     void checkCall();
     void throwFailure();
     [[noreturn]] void refuse(const char* what) const;
@@ -81,6 +119,7 @@ private:
 
     void storeUntilStopped();
     void storeOnce(Lock& lock, bool withPartialBlocks);
+    std::size_t addQueued(Commit& commit) const;
     void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
     void giveBackBlocks(std::size_t count);
     void keepFailure(const std::vector<Taken>& taken, const Commit& commit,
@@ -93,8 +132,8 @@ private:
     const unsigned bornAtFork;
     const std::chrono::milliseconds commitInterval;
     std::vector<std::unique_ptr<GroupBuffer>> groups;
-    std::unordered_map<std::size_t, GroupBuffer*> groupsById;
-    GroupBuffer* lastUsed = nullptr;
+    std::vector<GroupBuffer*> groupsByIndex; ///< those of small ids, by their id
+    std::unordered_map<std::size_t, GroupBuffer*> groupsByLargeId;
     bool hasEnded = false; ///< of the writing thread alone
 
     std::mutex mutex;
