@@ -93,7 +93,7 @@ TEST(DocumentsTest, theTableOfOptionsHasEachOfThem) {
 }
 
 TEST(DocumentsTest, decisionsAnswerTheSameQuestionsAndAreListed) {
-    const std::string folder = root + "/docs/decisions";
+    const std::string folder = root + "/docs/maintaining/decisions";
     const std::vector<std::string> pages = documents_below(folder);
     const std::vector<std::string> listed = link_targets(bytesOf(folder + "/README.md"));
     ASSERT_THAT(listed, SizeIs(pages.size() - 1));
