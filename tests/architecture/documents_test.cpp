@@ -100,7 +100,7 @@ TEST(DocumentsTest, decisionsAnswerTheSameQuestionsAndAreListed) {
     for (std::size_t i = 0; i < listed.size(); ++i) {
         EXPECT_THAT(listed[i], StartsWith((i < 9 ? "0" : "") + std::to_string(i + 1) + "-"));
         EXPECT_THAT(headings(bytesOf(folder + "/" + listed[i])),
-                    ElementsAre("The question", "What we do", "Why", "What else there was"))
+                    ElementsAre("Question", "Decision", "Reasons"))
             << listed[i];
     }
 }
