@@ -1,4 +1,4 @@
-"""Results in the form in which the contenders report them."""
+"""Made-up results in the contenders' format."""
 
 from benchmarks.compare.results import Results
 

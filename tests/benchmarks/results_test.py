@@ -5,7 +5,7 @@ from tests.benchmarks.made_up import failed_run, results, run
 
 
 class QuartilesTest(unittest.TestCase):
-    def test_are_interpolated_between_neighbours(self):
+    def test_lie_between_neighbours_in_proportion(self):
         for values, expected in [([7], (7, 7, 7)),
                                  ([2, 4], (2.5, 3, 3.5)),
                                  ([9, 1, 5], (3, 5, 7)),
@@ -45,7 +45,7 @@ class SummaryTest(unittest.TestCase):
         self.assertIsNone(found.summary("a", "W1", "run"))
         self.assertIsNone(found.summary("b", "W1", "run"))
 
-    def test_has_the_most_rows_that_any_run_lost(self):
+    def test_reports_the_most_rows_that_any_run_lost(self):
         found = results(run("a/W1"), run("a/W1", rows_lost=7), run("a/W1", rows_lost=2))
         self.assertEqual(found.summary("a", "W1", "run").rows_lost, 7)
 

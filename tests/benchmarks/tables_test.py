@@ -17,7 +17,7 @@ def tables(found, question: Question = QUESTION) -> str:
 
 
 class MarkdownTest(unittest.TestCase):
-    def test_compares_each_line_with_the_first_line(self):
+    def test_compares_each_line_with_the_first(self):
         text = tables(results(run("ours/W1", 20), run("copy-touched/W1", 10)))
         self.assertIn("### W1: a shape\n", text)
         self.assertIn("| our writer | 20.0 | 20.0 to 20.0 | 1600 | 1 | 1.00 |  |\n", text)
@@ -25,18 +25,18 @@ class MarkdownTest(unittest.TestCase):
         self.assertIn("| our writer | 2 × a copy | 2.00 | held |\n", text)
         self.assertIn("| runs whose rows were read back and compared | 2 of 2 |\n", text)
 
-    def test_shows_lost_rows_fewer_rows_and_failed_runs(self):
+    def test_reports_lost_rows_fewer_rows_and_failed_runs(self):
         text = tables(results(run("ours/W1", rows_lost=5), failed_run("ours/W1"),
                               run("copy-touched/W1", rows=10)))
         self.assertIn("| 1 of 2 runs FAILED; LOST 5 rows |\n", text)
         self.assertIn("| 10 rows only; floor |\n", text)
 
-    def test_shows_a_contender_whose_runs_all_failed(self):
+    def test_reports_a_contender_whose_runs_all_failed(self):
         text = tables(results(failed_run("ours/W1"), run("copy-touched/W1")))
         self.assertIn("| our writer | | | | | | FAILED |\n", text)
         self.assertIn("| W1 FAILED | **missed** on W1 |\n", text)
 
-    def test_shows_a_workload_whose_runs_all_failed(self):
+    def test_reports_a_workload_whose_runs_all_failed(self):
         self.assertIn("### W1: every run FAILED", tables(results(failed_run("ours/W1"))))
 
     def test_growth_is_one_table_with_the_ratio_of_its_extremes(self):
@@ -85,17 +85,17 @@ class FloorTest(unittest.TestCase):
         found = results(run("ours/W1", 20), run("copy-touched/W1", 10))
         self.assertEqual(floor_of(QUESTION, "W1", found), 10)
 
-    def test_is_none_if_something_was_faster(self):
+    def test_is_none_if_a_contender_was_faster(self):
         found = results(run("ours/W1", 9), run("copy-touched/W1", 10))
         self.assertIsNone(floor_of(QUESTION, "W1", found))
         self.assertNotIn("floor", tables(found).replace("| file system |", ""))
 
-    def test_is_none_if_it_failed(self):
+    def test_is_none_if_its_run_failed(self):
         self.assertIsNone(floor_of(QUESTION, "W1", results(run("ours/W1", 9))))
 
 
 class GrowingSizeTest(unittest.TestCase):
-    def test_is_the_number_of_channels_for_times_per_value(self):
+    def test_is_the_number_of_channels_if_times_are_per_value(self):
         by_value = Question("id", "Growth", ["30x10"], QUESTION.entries, per="value")
         self.assertEqual(growing_size(by_value, "30x10", results()), 30)
 
