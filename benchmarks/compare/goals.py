@@ -52,7 +52,7 @@ NATIVE = ("native-writer", "total")
 
 def _rejecting_goal(line: str, writer: str, way: str) -> Goal:
     return Goal(
-        line, 1.5, "nothing rejected",
+        line, 1.5, "no rejections",
         (f"{writer}-{way}", "run"), [(f"{writer}-accepting", "run")], ONE_IN_SIXTEEN)
 
 
@@ -91,7 +91,7 @@ GOALS = [
     Goal("NativeStreamWriter, write, no buffer full", 1.1, "flat std::vector",
          ("native-writer", "run"), [("flat-vector", "run")], NO_BUFFER_FULL),
     Goal("NativeStreamReader::timeseries()", 1.15,
-         "the fastest fresh std::vector", ("native-reader", "run"),
+         "the fastest read into a std::vector", ("native-reader", "run"),
          [("stream-vector", "run"), ("read-vector", "run"), ("mapping-vector", "run")],
          ["1x67108864"]),
 ]
