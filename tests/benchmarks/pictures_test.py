@@ -62,7 +62,7 @@ class DrawTest(unittest.TestCase):
 
 
 class SideBySideTest(unittest.TestCase):
-    def test_names_contenders_once_and_tells_how_wide_rows_are(self):
+    def test_names_contenders_once_and_shows_row_widths(self):
         with tempfile.TemporaryDirectory() as directory:
             path = Path(directory) / "picture.svg"
             pictures.draw_side_by_side(
