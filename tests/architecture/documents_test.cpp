@@ -93,14 +93,14 @@ TEST(DocumentsTest, theTableOfOptionsHasEachOfThem) {
 }
 
 TEST(DocumentsTest, decisionsAnswerTheSameQuestionsAndAreListed) {
-    const std::string folder = root + "/docs/decisions";
+    const std::string folder = root + "/docs/maintaining/decisions";
     const std::vector<std::string> pages = documents_below(folder);
     const std::vector<std::string> listed = link_targets(bytesOf(folder + "/README.md"));
     ASSERT_THAT(listed, SizeIs(pages.size() - 1));
     for (std::size_t i = 0; i < listed.size(); ++i) {
         EXPECT_THAT(listed[i], StartsWith((i < 9 ? "0" : "") + std::to_string(i + 1) + "-"));
         EXPECT_THAT(headings(bytesOf(folder + "/" + listed[i])),
-                    ElementsAre("The question", "What we do", "Why", "What else there was"))
+                    ElementsAre("Question", "Decision", "Reasons"))
             << listed[i];
     }
 }
