@@ -87,13 +87,13 @@ TEST(DocumentsTest, documentsOfBuildFoldersAreNone) {
 
 TEST(DocumentsTest, theTableOfOptionsHasEachOfThem) {
     EXPECT_THAT(
-        first_groups(bytesOf(root + "/docs/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
+        first_groups(bytesOf(root + "/docs/using/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
         UnorderedElementsAreArray(first_groups(bytesOf(root + "/CMakeLists.txt"),
                                                R"(\n(?:\w*option|set)\((LOGGING2_\w+)\s)")));
 }
 
 TEST(DocumentsTest, decisionsAnswerTheSameQuestionsAndAreListed) {
-    const std::string folder = root + "/docs/decisions";
+    const std::string folder = root + "/docs/maintaining/decisions";
     const std::vector<std::string> pages = documents_below(folder);
     const std::vector<std::string> listed = link_targets(bytesOf(folder + "/README.md"));
     ASSERT_THAT(listed, SizeIs(pages.size() - 1));
