@@ -101,11 +101,12 @@ TEST(SnippetsTest, projectOnThePageAboutBackendsIsBuilt) {
 TEST(SnippetsTest, plantedDifferencesAreFound) {
     const std::string sources = "\nint main() {\n    f(1);\n\n    g(2);\n}\n";
     const auto page = [](const std::string& code) { return "text\n```cpp\n" + code + "```\n"; };
-    for (const char* const same : {"int main() {\n    f(1);\n", "f(1);\n\ng(2);\n", "    g(2);\n"}) {
+    for (const char* const same :
+         {"int main() {\n    f(1);\n", "f(1);\n\ng(2);\n", "    g(2);\n"}) {
         EXPECT_THAT(unbuilt_snippets(page(same), "cpp", sources), IsEmpty()) << same;
     }
-    for (const char* const other : {"f(1)\n", "f(2);\n", "f(1);\ng(2);\n", "f(1);\n  g(2);\n",
-                                    "main() {\n", "  f(1);\n"}) {
+    for (const char* const other :
+         {"f(1)\n", "f(2);\n", "f(1);\ng(2);\n", "f(1);\n  g(2);\n", "main() {\n", "  f(1);\n"}) {
         EXPECT_THAT(unbuilt_snippets(page(other), "cpp", sources), ElementsAre(other));
     }
 }

@@ -58,7 +58,7 @@ TEST(BasicTableStringTest, isConvertedFromViewsButNotFromPointers) {
     EXPECT_TRUE((std::is_convertible_v<std::string_view, BasicTableString<char>>));
     EXPECT_FALSE((std::is_convertible_v<const char*, BasicTableString<char>>));
     EXPECT_FALSE((std::is_convertible_v<std::nullptr_t, BasicTableString<char>>));
-    EXPECT_FALSE((std::is_convertible_v<const char16_t (&)[4], BasicTableString<char>>));
+    EXPECT_FALSE((std::is_convertible_v<const char16_t(&)[4], BasicTableString<char>>));
 }
 
 /// Converts to both types that a text is made from.
