@@ -87,7 +87,7 @@ TEST(DocumentsTest, documentsOfBuildFoldersAreNone) {
 
 TEST(DocumentsTest, theTableOfOptionsHasEachOfThem) {
     EXPECT_THAT(
-        first_groups(bytesOf(root + "/docs/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
+        first_groups(bytesOf(root + "/docs/using/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
         UnorderedElementsAreArray(first_groups(bytesOf(root + "/CMakeLists.txt"),
                                                R"(\n(?:\w*option|set)\((LOGGING2_\w+)\s)")));
 }

@@ -3,7 +3,7 @@
 #include <iomanip>
 #include <sstream>
 
-// The worked example of docs/file-layout.md.
+// The example of docs/using/files.md.
 
 namespace logging2::core::test {
 namespace {

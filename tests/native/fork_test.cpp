@@ -1,7 +1,7 @@
 #include <tests/allocation/ChildProcess.hpp>
 #include <tests/native/native_writers.hpp>
 
-// What a child process has of a writer. docs/threads.md tells hosts to keep away from it there.
+// What a child process has of a writer. docs/using/threads.md tells hosts to keep away.
 
 namespace logging2::core::test {
 namespace {

@@ -18,6 +18,11 @@ public:
     BasicTableString(std::basic_string_view<Char> characters)
         : text(std::make_shared<const std::basic_string<Char>>(characters)) {}
 
+    /// Copies a string literal up to its first zero, so that `attributes.name = "run 1"` compiles.
+    template <std::size_t N>
+    BasicTableString(const Char (&literal)[N])
+        : BasicTableString(std::basic_string_view<Char>(literal)) {}
+
     /// The characters, followed by a zero; valid while any handle to the same text lives.
     const Char* data() const noexcept { return text ? text->c_str() : &terminator; }
 

@@ -13,16 +13,19 @@ namespace lang::core {
 class ValuePath {
 public:
     /// The path of this text.
-    explicit ValuePath(std::string path) : text(std::move(path)) {}
+    explicit ValuePath(std::string path) : characters(std::move(path)) {}
+
+    /// The text; valid while the path lives and is not assigned to.
+    const std::string& text() const noexcept { return characters; }
 
     /// Negative, zero or positive as a stands before, at or behind b in lexicographic byte order.
     friend int compare(const ValuePath& a, const ValuePath& b) noexcept {
-        return a.text.compare(b.text);
+        return a.characters.compare(b.characters);
     }
 
     /// Whether the texts are equal.
     friend bool operator==(const ValuePath& a, const ValuePath& b) noexcept {
-        return a.text == b.text;
+        return a.characters == b.characters;
     }
     /// The opposite.
     friend bool operator!=(const ValuePath& a, const ValuePath& b) noexcept { return !(a == b); }
@@ -34,16 +37,16 @@ public:
 
     /// Equal paths have equal hashes; the value may differ between versions of Boost.
     friend std::size_t hash_value(const ValuePath& path) {
-        return boost::hash<std::string>()(path.text);
+        return boost::hash<std::string>()(path.characters);
     }
 
     /// Prints the text.
     friend std::ostream& operator<<(std::ostream& stream, const ValuePath& path) {
-        return stream << path.text;
+        return stream << path.characters;
     }
 
 private:
-    std::string text;
+    std::string characters;
 };
 
 // Declared here as well, so that they are also found by their full names.

@@ -45,6 +45,11 @@ TEST(ValuePathTest, printsItsText) {
     EXPECT_EQ(stream.str(), "ball.height");
 }
 
+TEST(ValuePathTest, returnsItsText) {
+    const std::string text("a\0b", 3);
+    EXPECT_EQ(ValuePath(text).text(), text);
+}
+
 TEST(ValuePathTest, isMadeFromTextOnlyExplicitly) {
     EXPECT_FALSE((std::is_convertible_v<std::string, ValuePath>));
 }
