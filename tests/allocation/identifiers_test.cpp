@@ -10,7 +10,7 @@ namespace {
 using LocationSweepTest = NativeSweepTest;
 
 TEST(IdentifiersSweepTest, uniqueIdLetsEveryFailureOut) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "get_unique_id", "the next call draws one", [] { return 0; },
         [](int) { EXPECT_EQ(get_unique_id().text().size(), 36U); },
         [](int, Attempt) { EXPECT_EQ(get_unique_id().text().size(), 36U); });
@@ -70,7 +70,7 @@ TEST_F(LocationSweepTest, newPathThatFailsLeavesTheFormerOne) {
 
 TEST_F(LocationSweepTest, fallbackDirectoryLetsEveryFailureOut) {
     auto former = fl::filesystem::setTempDirectoryName([]() -> std::u16string { throw 1; });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamLocationCreator: tempdir, fallback", "the next call answers",
         [] { return StreamLocationCreator(); },
         [](StreamLocationCreator& creator) { EXPECT_FALSE(creator.tempdir().empty()); },
@@ -83,12 +83,12 @@ TEST_F(LocationSweepTest, fallbackDirectoryLetsEveryFailureOut) {
 
 TEST_F(LocationSweepTest, userNameAndIdentifierLetEveryFailureOut) {
     const std::u16string user = StreamLocationCreator().username().text();
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamLocationCreator: username", "never another name",
         [] { return StreamLocationCreator(); },
         [&](const StreamLocationCreator& creator) { EXPECT_EQ(creator.username().text(), user); },
         [](StreamLocationCreator&, Attempt) {});
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamLocationCreator: uniqueId", "the next call draws one",
         [] { return StreamLocationCreator(); },
         [](const StreamLocationCreator& creator) { EXPECT_FALSE(creator.uniqueId().empty()); },
@@ -101,7 +101,7 @@ TEST_F(LocationSweepTest, copyThatFailsLeavesTheSource) {
         StreamLocationCreator to;
         std::u16string path = from.getUniquePath().text();
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamLocationCreator: copy", "the source stays", [] { return Pair(); },
         [](const Pair& pair) { const StreamLocationCreator copy(pair.from); },
         [](const Pair& pair, Attempt) { EXPECT_EQ(pair.from.getUniquePath().text(), pair.path); });

@@ -46,7 +46,7 @@ MemorySubject<Writer> written() {
 
 TYPED_TEST(MemoryWritersSweepTest, flushThatFailsKeepsTheStoresOfTheGroupsBefore) {
     using Subject = MemorySubject<TypeParam>;
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("flush"), "the stores of the groups before stay, no store is half",
         written<TypeParam>, [](Subject& subject) { subject.writer->flush(); },
         [](Subject& subject, Attempt attempt) { expect_whole_stores(subject, attempt); });
@@ -54,7 +54,7 @@ TYPED_TEST(MemoryWritersSweepTest, flushThatFailsKeepsTheStoresOfTheGroupsBefore
 
 TYPED_TEST(MemoryWritersSweepTest, closeThatFailsCountsAsAFlush) {
     using Subject = MemorySubject<TypeParam>;
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("close"), "as flush; a second close does nothing", written<TypeParam>,
         [](Subject& subject) { subject.writer->close(); },
         [](Subject& subject, Attempt attempt) {
@@ -75,11 +75,11 @@ MemorySubject<Writer> flushed() {
 TYPED_TEST(MemoryWritersSweepTest, dataStoreThatFailsLeavesTheStore) {
     using Subject = MemorySubject<TypeParam>;
     const ValuePath path(widePath);
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("dataStore"), "the store stays", flushed<TypeParam>,
         [&](Subject& subject) { EXPECT_FALSE(subject.writer->dataStore(path).empty()); },
         [&](Subject& subject, Attempt) { EXPECT_TRUE(subject.hasStore(path)); });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("dataStore, not stored"), "out_of_range where its text finds memory",
         flushed<TypeParam>,
         [&](Subject& subject) {

@@ -39,14 +39,14 @@ TEST(MemoryReaderSweepTest, constructorThatFailsLeavesTheStore) {
         boost::any given = store();
         std::optional<MemoryStreamReader> reader;
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "MemoryStreamReader: constructor", "the store serves again", [] { return Inputs(); },
         [](Inputs& inputs) { inputs.reader.emplace(inputs.given); },
         [](Inputs& inputs, Attempt attempt) {
             EXPECT_NE(inputs.reader.has_value(), attempt.threw);
             expect_readable(MemoryStreamReader(inputs.given));
         });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "MemoryStreamReader: constructor, no store", "no reader", [] { return boost::any(); },
         [](const boost::any& nothing) { const MemoryStreamReader reader(nothing); },
         [](const boost::any& nothing, Attempt) {
@@ -63,15 +63,15 @@ TEST(MemoryReaderSweepTest, refusalOfAnotherStoreAsksForNoMemory) {
 }
 
 TEST(MemoryReaderSweepTest, readingThatFailsMayBeTriedAgain) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "MemoryStreamReader: clone", "the reader reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_NE(subject.reader->clone(), nullptr); },
         expect_still_readable);
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "MemoryStreamReader: times", "the reader reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_EQ(subject.reader->times().size(), 2U); },
         expect_still_readable);
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "MemoryStreamReader: timeseries", "the reader reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_EQ(subject.reader->timeseries().second.size(), 4U); },
         expect_still_readable);
@@ -83,7 +83,7 @@ TEST(MemoryReaderSweepTest, destructorAsksForNoMemory) {
 }
 
 TEST(MemoryReaderSweepTest, defaultReaderAndWriterLetEveryFailureOut) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "get_default_stream_reader", "the store serves again", [] { return boost::any(store()); },
         [](const boost::any& given) { EXPECT_NE(get_default_stream_reader(given), nullptr); },
         [](const boost::any& given, Attempt) { expect_readable(MemoryStreamReader(given)); });
@@ -91,7 +91,7 @@ TEST(MemoryReaderSweepTest, defaultReaderAndWriterLetEveryFailureOut) {
         StreamingAttributes attributes = fullAttributes();
         GroupSetup setup = twoGroups();
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "get_default_stream_writer", "the arguments serve again", [] { return Inputs(); },
         [](Inputs& inputs) {
             EXPECT_NE(get_default_stream_writer(inputs.attributes, inputs.setup), nullptr);

@@ -17,7 +17,7 @@ TYPED_TEST(MemoryWritersSweepTest, constructorThatFailsLeavesItsArgumentsAlone) 
         GroupSetup setup = twoGroups();
         std::optional<TypeParam> writer;
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("constructor, two groups"), "the arguments serve again",
         [] { return Inputs(); },
         [](Inputs& inputs) { inputs.writer.emplace(inputs.attributes, inputs.setup); },
@@ -59,7 +59,7 @@ TYPED_TEST(MemoryWritersSweepTest, writeThatFailsStoresNothing) {
         Subject subject;
         int written = 0;
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("write, 60 samples"), "the sample alone is not stored", [] { return Run(); },
         [](Run& run) {
             for (; run.written < 60; ++run.written) {
@@ -81,7 +81,7 @@ TYPED_TEST(MemoryWritersSweepTest, writeThatFailsStoresNothing) {
 
 TYPED_TEST(MemoryWritersSweepTest, writeToAFullContainerThatFailsOverwritesNothing) {
     using Subject = MemorySubject<TypeParam>;
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("write, 64 samples held"), "nothing is stored, nothing is overwritten",
         [] {
             Subject subject;
@@ -106,7 +106,7 @@ TYPED_TEST(MemoryWritersSweepTest, regressionThatFailsTakesBackOnlyWhereTheGrowt
     for (const auto& [time, name] : std::map<double, const char*>{
              {-1.0, "before the first"}, {10.0, "10"}, {31.0, "31"}, {31.5, "31.5"}}) {
         const double row[] = {time, time + 0.25, time + 0.5};
-        expect_every_failure_comes_out(
+        expect_every_failure_propagates(
             this->named(std::string("write, 33 samples held, back to time ") + name),
             "nothing is stored; taken back only where the growth failed",
             [] {

@@ -16,7 +16,7 @@ NativeSubject written() {
 }
 
 TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLosesNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: flushIntermediate", "the next flush brings every sample once", written,
         [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
         [](NativeSubject& subject, Attempt) {
@@ -28,7 +28,7 @@ TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLosesNothing) {
 }
 
 TEST_F(NativeFlushSweepTest, secondFlushIntermediateThatFailsLosesNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: flushIntermediate, the second", "the next call brings every sample",
         [] {
             NativeSubject subject = written();
@@ -45,7 +45,7 @@ TEST_F(NativeFlushSweepTest, secondFlushIntermediateThatFailsLosesNothing) {
 }
 
 TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLeavesTheRowsToTheThread) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: flushIntermediate, beside the thread",
         "the batches behind it bring every sample once",
         [] {
@@ -65,7 +65,7 @@ TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLeavesTheRowsToTheThread)
 }
 
 TEST_F(NativeFlushSweepTest, flushThatFailsIsCompletedByTheNext) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: flush", "a second flush brings what is missing", written,
         [](NativeSubject& subject) { subject.writer->flush(); },
         [](NativeSubject& subject, Attempt attempt) {
@@ -79,7 +79,7 @@ TEST_F(NativeFlushSweepTest, flushThatFailsIsCompletedByTheNext) {
 
 // The thread is gone then, and a second flush would join it again.
 TEST_F(NativeFlushSweepTest, flushBehindTheThreadThatFailsIsCompletedByFlushIntermediate) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: flush, joining the thread",
         "the thread is joined, flushIntermediate brings what is missing",
         [] {
@@ -101,7 +101,7 @@ TEST_F(NativeFlushSweepTest, flushBehindTheThreadThatFailsIsCompletedByFlushInte
 
 // What is in no file goes: nothing of the batch that failed, or all of it, is in each file.
 TEST_F(NativeFlushSweepTest, clearBufferAfterAFailedFlushDropsWhatIsInNoFile) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: flushIntermediate, then clearBuffer",
         "each file has the whole batch or nothing of it",
         [] {

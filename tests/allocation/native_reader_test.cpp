@@ -30,7 +30,7 @@ protected:
 
     void expectEveryReadFailureComesOut(const std::string& operation,
                                         void (*act)(ReaderSubject&)) const {
-        expect_every_failure_comes_out(
+        expect_every_failure_propagates(
             "NativeStreamReader: " + operation, "the reader reads", [this] { return makeReader(); },
             act,
             [this](ReaderSubject& subject, Attempt) {
@@ -45,7 +45,7 @@ protected:
 };
 
 TEST_F(NativeReaderSweepTest, constructorThatFailsDeletesNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamReader: constructor", "no file is deleted, the store serves again",
         [this] {
             return ReaderSubject{store(), std::nullopt, nullptr};
@@ -56,7 +56,7 @@ TEST_F(NativeReaderSweepTest, constructorThatFailsDeletesNothing) {
             const NativeStreamReader again(subject.given);
             EXPECT_EQ(again.times(), storedTimes);
         });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamReader: constructor, no store", "no reader", [] { return boost::any(); },
         [](const boost::any& nothing) { const NativeStreamReader reader(nothing); },
         [](const boost::any&, Attempt) {});
@@ -84,7 +84,7 @@ TEST_F(NativeReaderSweepTest, readOfAFileThatFailsMayBeTriedAgain) {
     const std::u16string name = foundation::utf8_string_to_ustring(valuesFile.string());
     for (const std::u16string suffix : {u"", u"-that-is-missing"}) {
         const std::size_t count = suffix.empty() ? 4 : 0;
-        expect_every_failure_comes_out(
+        expect_every_failure_propagates(
             suffix.empty() ? "NativeStreamReader: read" : "NativeStreamReader: read, no file",
             "the next call reads",
             [&] {
@@ -100,7 +100,7 @@ TEST_F(NativeReaderSweepTest, readOfAFileThatFailsMayBeTriedAgain) {
 
 // A clone that is destroyed deletes the files, one that was never made does not.
 TEST_F(NativeReaderSweepTest, cloneThatFailsDeletesNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamReader: clone", "no file is deleted, the reader reads",
         [this] { return makeReader(); },
         [](ReaderSubject& subject) { subject.clone = subject.reader->clone(); },

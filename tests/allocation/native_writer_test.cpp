@@ -67,7 +67,7 @@ TEST_F(NativeWriterSweepTest, movesAskForNoMemory) {
 }
 
 TEST_F(NativeWriterSweepTest, firstWriteThatFailsStoresNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: write, first of the group", "the sample is not stored",
         [] { return NativeSubject(); }, [](NativeSubject& subject) { write_one(subject, 1.0); },
         [](NativeSubject& subject, Attempt attempt) {
@@ -83,7 +83,7 @@ TEST_F(NativeWriterSweepTest, writeThatFailsToGrowStoresNothing) {
         NativeSubject subject;
         std::vector<double> times;
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: write, 500 samples", "the sample alone is not stored",
         [] {
             Run run;
@@ -119,7 +119,7 @@ TEST_F(NativeWriterSweepTest, handOverThatFailsStoresNothing) {
         subject.writer->flush();
         subject.expectInFiles(0, {1.0, 2.0, 3.0});
     };
-    const SweepCounts counts = expect_every_failure_comes_out(
+    const SweepCounts counts = expect_every_failure_propagates(
         "NativeStreamWriter: write, starting the thread", "the sample is not stored, once again is",
         [] {
             return written({1.0, 2.0}, 3);
@@ -129,7 +129,7 @@ TEST_F(NativeWriterSweepTest, handOverThatFailsStoresNothing) {
 }
 
 TEST_F(NativeWriterSweepTest, handOverToARunningThreadThatFailsStoresNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: write, handing over to the thread", "the sample is not stored",
         [] {
             NativeSubject subject = written({1.0, 2.0, 3.0}, 3);
@@ -156,7 +156,7 @@ TEST_F(NativeWriterSweepTest, rollbackThatFailsIssuesNoWarningAndKeepsTheSamples
     std::size_t warningCount = 0;
     auto former = foundation::setWarningHandler(
         [&warningCount](const foundation::Message&) { ++warningCount; });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: rollback", "no warning, the samples stay",
         [] {
             return written({1.0, 2.0});
@@ -178,11 +178,11 @@ TEST_F(NativeWriterSweepTest, dataStoreThatFailsMayBeAskedAgain) {
     const auto expectNamed = [](NativeSubject& subject, Attempt) {
         EXPECT_FALSE(subject.store(widePath).valuesLocation().empty());
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: dataStore", "the next call answers", [] { return NativeSubject(); },
         [&](NativeSubject& subject) { EXPECT_FALSE(subject.writer->dataStore(path).empty()); },
         expectNamed);
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: dataStore, not logged", "out_of_range where its text finds memory",
         [] { return NativeSubject(); },
         [&](NativeSubject& subject) {

@@ -28,11 +28,11 @@ TEST(RecordsSweepTest, attributesThatCannotBeCopiedStay) {
         EXPECT_EQ(std::string(attributes.name.data(), attributes.name.size()),
                   "a stream whose name is a long text");
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamingAttributes: copy", "the source stays", [] { return fullAttributes(); },
         [](const StreamingAttributes& attributes) { StreamingAttributes copy(attributes); },
         expectFull);
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamingAttributes: copy assignment", "the source stays", [] { return fullAttributes(); },
         [](const StreamingAttributes& attributes) {
             StreamingAttributes target;
@@ -48,7 +48,7 @@ TEST(RecordsSweepTest, attributesThatCannotBeCopiedStay) {
 }
 
 TEST(RecordsSweepTest, nativeStoreThatCannotBeMadeLeavesNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeDatastore: constructor", "no store", [] { return std::optional<NativeDatastore>(); },
         [](std::optional<NativeDatastore>& store) { store.emplace(timesName, valuesName); },
         [](std::optional<NativeDatastore>& store, Attempt attempt) {
@@ -88,7 +88,7 @@ TEST(RecordsSweepTest, metadataThatCannotBeMadeLeavesNothing) {
     const auto act = [](Inputs& inputs) {
         inputs.result.emplace(inputs.channelMetadata, inputs.logBufferData, inputs.groupChannels);
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamMetadata: constructor", "the maps stay", [] { return Inputs(); }, act,
         [&](Inputs& inputs, Attempt attempt) {
             EXPECT_NE(inputs.result.has_value(), attempt.threw);
@@ -124,8 +124,8 @@ TEST(RecordsSweepTest, printingThatFailsLeavesTheStreamGood) {
         stream << printed;
         EXPECT_TRUE(stream.good());
     };
-    expect_every_failure_comes_out("NativeDatastore: operator<<", "the stream stays good",
-                                   nativeStore, print, expectPrintable);
+    expect_every_failure_propagates("NativeDatastore: operator<<", "the stream stays good",
+                                    nativeStore, print, expectPrintable);
     expect_no_allocation("StreamMetadata: operator<<", metadata, print);
 }
 

@@ -79,7 +79,7 @@ TEST_F(ServicesSweepTest, readerByNameIsWholeOrNotThere) {
 }
 
 TEST_F(ServicesSweepTest, nameWithoutAServiceFindsNothing) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "get_stream_writer, unknown name", "the next call finds nothing",
         [] { return WriterLookUp(); },
         [](WriterLookUp& subject) {
@@ -125,7 +125,7 @@ struct RegistrationRun {
 /// Expects that the operation registers the services of its back-ends, two each, or none at all.
 template <class Register>
 void expect_all_or_none(const std::string& operation, std::size_t backendCount, Register act) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         operation, "nothing is registered; the next call registers everything",
         [] { return std::make_unique<RegistrationRun>(); },
         [&](std::unique_ptr<RegistrationRun>& run) {
