@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// Code that a document shows is code that is built.
+// The code in the documents is the code that is built.
 
 namespace logging2::core::test {
 namespace {
@@ -25,7 +25,7 @@ std::vector<std::string> snippets(const std::string& document, const std::string
     return result;
 }
 
-/// The texts of the folders' sources, each behind a line break.
+/// The texts of the folders' sources, each after a line break.
 std::string sources_of(const std::vector<std::string>& folders) {
     std::string texts;
     for (const std::string& folder : folders) {
@@ -46,13 +46,13 @@ void expect_built(const std::vector<std::string>& shown, const std::vector<std::
     }
 }
 
-TEST(SnippetsTest, readmeShowsTheQuickStartAsItIsBuilt) {
+TEST(SnippetsTest, readmeShowsTheQuickStartThatIsBuilt) {
     const auto shown = snippets(bytesOf(root / "README.md"), "cpp");
     ASSERT_EQ(shown.size(), 1U);
     EXPECT_EQ(shown.front(), bytesOf(root / "examples/quick_start/main.cpp"));
 }
 
-TEST(SnippetsTest, theWalkThroughABackendShowsItAsItIsBuilt) {
+TEST(SnippetsTest, backendPageShowsCodeThatIsBuilt) {
     const std::string page = bytesOf(root / "docs/writing-a-backend.md");
     expect_built(snippets(page, "cpp"),
                  {"examples/custom_backend", "tests/conformance", "tests/conformance/mutants"});
