@@ -34,13 +34,13 @@ void expect_still_readable(ReaderSubject& subject, Attempt) {
     expect_readable(*subject.reader);
 }
 
-TEST(MemoryReaderSweepTest, constructorThatFailsLeavesTheStore) {
+TEST(MemoryReaderSweepTest, failedConstructorLeavesTheStore) {
     struct Inputs {
         boost::any given = store();
         std::optional<MemoryStreamReader> reader;
     };
     expect_every_failure_propagates(
-        "MemoryStreamReader: constructor", "the store serves again", [] { return Inputs(); },
+        "MemoryStreamReader: constructor", "the store can be used again", [] { return Inputs(); },
         [](Inputs& inputs) { inputs.reader.emplace(inputs.given); },
         [](Inputs& inputs, Attempt attempt) {
             EXPECT_NE(inputs.reader.has_value(), attempt.threw);
@@ -54,7 +54,7 @@ TEST(MemoryReaderSweepTest, constructorThatFailsLeavesTheStore) {
         });
 }
 
-TEST(MemoryReaderSweepTest, refusalOfAnotherStoreAsksForNoMemory) {
+TEST(MemoryReaderSweepTest, refusalOfAnotherStoreAllocatesNothing) {
     expect_no_allocation(
         "MemoryStreamReader: constructor, another store", [] { return boost::any(1); },
         [](const boost::any& other) {
@@ -62,29 +62,30 @@ TEST(MemoryReaderSweepTest, refusalOfAnotherStoreAsksForNoMemory) {
         });
 }
 
-TEST(MemoryReaderSweepTest, readingThatFailsMayBeTriedAgain) {
+TEST(MemoryReaderSweepTest, failedReadCanBeRepeated) {
     expect_every_failure_propagates(
-        "MemoryStreamReader: clone", "the reader reads", makeReader,
+        "MemoryStreamReader: clone", "the reader still reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_NE(subject.reader->clone(), nullptr); },
         expect_still_readable);
     expect_every_failure_propagates(
-        "MemoryStreamReader: times", "the reader reads", makeReader,
+        "MemoryStreamReader: times", "the reader still reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_EQ(subject.reader->times().size(), 2U); },
         expect_still_readable);
     expect_every_failure_propagates(
-        "MemoryStreamReader: timeseries", "the reader reads", makeReader,
+        "MemoryStreamReader: timeseries", "the reader still reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_EQ(subject.reader->timeseries().second.size(), 4U); },
         expect_still_readable);
 }
 
-TEST(MemoryReaderSweepTest, destructorAsksForNoMemory) {
+TEST(MemoryReaderSweepTest, destructorAllocatesNothing) {
     expect_no_allocation("MemoryStreamReader: destructor", makeReader,
                          [](ReaderSubject& subject) { subject.reader.reset(); });
 }
 
-TEST(MemoryReaderSweepTest, defaultReaderAndWriterLetEveryFailureOut) {
+TEST(MemoryReaderSweepTest, everyFailureOfDefaultReaderAndWriterPropagates) {
     expect_every_failure_propagates(
-        "get_default_stream_reader", "the store serves again", [] { return boost::any(store()); },
+        "get_default_stream_reader", "the store can be used again",
+        [] { return boost::any(store()); },
         [](const boost::any& given) { EXPECT_NE(get_default_stream_reader(given), nullptr); },
         [](const boost::any& given, Attempt) { expect_readable(MemoryStreamReader(given)); });
     struct Inputs {
@@ -92,7 +93,7 @@ TEST(MemoryReaderSweepTest, defaultReaderAndWriterLetEveryFailureOut) {
         GroupSetup setup = twoGroups();
     };
     expect_every_failure_propagates(
-        "get_default_stream_writer", "the arguments serve again", [] { return Inputs(); },
+        "get_default_stream_writer", "the arguments can be used again", [] { return Inputs(); },
         [](Inputs& inputs) {
             EXPECT_NE(get_default_stream_writer(inputs.attributes, inputs.setup), nullptr);
         },

@@ -84,7 +84,7 @@ TEST_P(CheckedBackendTest, exceptionComesOutThoughAWriterIsUnflushed) {
         }
         EXPECT_THAT(keys_of(recorder), ElementsAre("DestroyedWithoutFlush"));
     };
-    EXPECT_TRUE(endedWell(status_of_child(run)));
+    EXPECT_TRUE(exitedWithSuccess(status_of_child(run)));
 }
 
 TEST_F(CheckedDestructionTest, withoutTheChecksSuchAnExceptionEndsTheProcess) {

@@ -24,7 +24,7 @@ protected:
 
 TEST_F(NativeForkTest, childThatLeavesTheWriterAloneDoesNoHarm) {
     startThread();
-    EXPECT_TRUE(endedWell(status_of_child([] {})));
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([] {})));
     writer->flush();
     EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 3.0));
     EXPECT_THAT(valuesIn(*writer, "x"), ElementsAre(10.0, 20.0, 30.0));
@@ -32,7 +32,7 @@ TEST_F(NativeForkTest, childThatLeavesTheWriterAloneDoesNoHarm) {
 
 TEST_F(NativeForkTest, childThatFlushesAppendsItsCopyOfTheSamples) {
     writeTimes(*writer, 0, {1.0});
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         writeTimes(*writer, 0, {2.0});
         writer->flush();
     })));
@@ -43,7 +43,7 @@ TEST_F(NativeForkTest, childThatFlushesAppendsItsCopyOfTheSamples) {
 
 TEST_F(NativeForkTest, batchesThatAChildHandsOverAreWrittenByNobody) {
     startThread();
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         writeTimes(*writer, 0, {4.0, 5.0, 6.0, 7.0, 8.0});
     })));
     writer->flush();
