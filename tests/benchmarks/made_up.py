@@ -1,4 +1,4 @@
-"""Results as the contenders would tell them."""
+"""Made-up results in the contenders' format."""
 
 from benchmarks.compare.results import Results
 

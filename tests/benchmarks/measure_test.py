@@ -14,7 +14,7 @@ def question(workloads: list[str], contenders: list[str], **others) -> Question:
 
 
 class RepetitionsTest(unittest.TestCase):
-    def test_question_that_wants_most_counts(self):
+    def test_highest_wanted_number_is_used(self):
         wanted = repetitions_of([question(["W1"], ["a", "b"], most_repetitions=2),
                                  question(["W1"], ["a"])], 5)
         self.assertEqual(wanted, {("a", "W1"): 5, ("b", "W1"): 2})
@@ -27,7 +27,7 @@ class RepetitionsTest(unittest.TestCase):
 class RoundsTest(unittest.TestCase):
     rounds = rounds_of(repetitions_of(QUESTIONS, 5))
 
-    def test_have_each_pair_as_often_as_wanted(self):
+    def test_have_each_pair_the_wanted_number_of_times(self):
         wanted = repetitions_of(QUESTIONS, 5)
         counts = {pair: sum(pairs.count(pair) for pairs in self.rounds) for pair in wanted}
         self.assertEqual(counts, wanted)
@@ -75,7 +75,7 @@ class MeasureTest(unittest.TestCase):
         document = self.measured('cat <<END\n{"context": {}, "benchmarks": [{}]}\nEND\nexit 4')
         self.assertTrue(document["benchmarks"][0]["error_occurred"])
 
-    def test_run_that_no_program_has_is_a_failed_run(self):
+    def test_unknown_run_is_a_failed_run(self):
         self.assertTrue(self.measured("exit 0")["benchmarks"][0]["error_occurred"])
 
 

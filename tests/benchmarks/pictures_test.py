@@ -31,7 +31,7 @@ class PanelTest(unittest.TestCase):
         axes = self.panel_of(run("ours/W1", 20), run("floor/W1", 10))
         self.assertEqual(self.floor_lines(axes), [10])
 
-    def test_draws_no_floor_where_something_was_faster(self):
+    def test_draws_no_floor_if_a_contender_was_faster(self):
         axes = self.panel_of(run("ours/W1", 9), run("floor/W1", 10))
         self.assertEqual(self.floor_lines(axes), [])
 

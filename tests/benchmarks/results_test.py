@@ -45,7 +45,7 @@ class SummaryTest(unittest.TestCase):
         self.assertIsNone(found.summary("a", "W1", "run"))
         self.assertIsNone(found.summary("b", "W1", "run"))
 
-    def test_tells_the_most_rows_that_any_run_lost(self):
+    def test_reports_the_most_rows_that_any_run_lost(self):
         found = results(run("a/W1"), run("a/W1", rows_lost=7), run("a/W1", rows_lost=2))
         self.assertEqual(found.summary("a", "W1", "run").rows_lost, 7)
 

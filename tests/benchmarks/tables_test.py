@@ -33,18 +33,18 @@ class MarkdownTest(unittest.TestCase):
         self.assertIn("| our writer | at most 2 × a copy | W1 3.00 | not judged |\n", text)
         self.assertIn("The goals are not judged", text)
 
-    def test_tells_lost_rows_fewer_rows_and_failed_runs(self):
+    def test_reports_lost_rows_fewer_rows_and_failed_runs(self):
         text = tables(results(run("ours/W1", rows_lost=5), failed_run("ours/W1"),
                               run("copy-touched/W1", rows=10)))
         self.assertIn("| 1 of 2 runs FAILED; LOST 5 rows |\n", text)
         self.assertIn("| 10 rows only; floor |\n", text)
 
-    def test_tells_a_contender_of_which_every_run_failed(self):
+    def test_reports_a_contender_whose_runs_all_failed(self):
         text = tables(results(failed_run("ours/W1"), run("copy-touched/W1")))
         self.assertIn("| our writer | | | | | | FAILED |\n", text)
         self.assertIn("| W1 **FAILED** | missed |\n", text)
 
-    def test_tells_a_workload_of_which_every_run_failed(self):
+    def test_reports_a_workload_whose_runs_all_failed(self):
         self.assertIn("### W1: every run FAILED", tables(results(failed_run("ours/W1"))))
 
     def test_growth_is_one_table_with_the_ratio_of_its_extremes(self):
@@ -60,12 +60,12 @@ class FloorTest(unittest.TestCase):
         found = results(run("ours/W1", 20), run("copy-touched/W1", 10))
         self.assertEqual(floor_of(QUESTION, "W1", found), 10)
 
-    def test_is_none_where_something_was_faster(self):
+    def test_is_none_if_a_contender_was_faster(self):
         found = results(run("ours/W1", 9), run("copy-touched/W1", 10))
         self.assertIsNone(floor_of(QUESTION, "W1", found))
         self.assertNotIn("floor", tables(found).replace("| file system |", ""))
 
-    def test_is_none_where_it_failed(self):
+    def test_is_none_if_its_run_failed(self):
         self.assertIsNone(floor_of(QUESTION, "W1", results(run("ours/W1", 9))))
 
 
