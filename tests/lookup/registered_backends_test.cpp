@@ -65,7 +65,7 @@ TEST_F(RegisteredBackendsTest, highestRankingComesFirst) {
     EXPECT_THAT(names(registered_backends(context())), ElementsAre("high", "a", "b", "low"));
 }
 
-TEST_F(RegisteredBackendsTest, sameNameIsListedOnceAsTheLookUpFindsIt) {
+TEST_F(RegisteredBackendsTest, duplicateNameIsListedAsTheLookUpFindsIt) {
     Backend first = memoryBackend("n");
     first.description = "first";
     Backend second = memoryBackend("n");

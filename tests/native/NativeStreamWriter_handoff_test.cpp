@@ -82,7 +82,7 @@ TEST_F(NativeStreamWriterHandOffTest, stopEndsAWaitingThread) {
     EXPECT_THAT(timesIn(writer, "x0"), ElementsAre(1.0, 2.0));
 }
 
-TEST_F(NativeStreamWriterHandOffTest, flushIntermediateDropsAWaitingBatchIfAGroupHasRows) {
+TEST_F(NativeStreamWriterHandOffTest, flushIntermediateDropsAWaitingBatchIfRowsExist) {
     holdThread();
     writeTimes(writer, 0, {1.0, 2.0});
     writeTimes(writer, 1, {3.0});

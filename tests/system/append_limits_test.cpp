@@ -117,7 +117,7 @@ TEST_F(AppendLimitsTest, restoredDirectoryReceivesLaterBatches) {
     EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(30.0));
 }
 
-TEST_F(AppendLimitsTest, readOnlyDirectoryGetsNoNewFilesButKeepsExistingOnes) {
+TEST_F(AppendLimitsTest, readOnlyDirectoryKeepsItsFilesButGetsNoMore) {
     append({1.0});
     std::filesystem::permissions(userDirectory(), perms::owner_read | perms::owner_exec);
     {
