@@ -30,7 +30,7 @@ const std::u16string& directory_prefix() {
 Path fallback_tempdir() {
     boost::filesystem::path directory = boost::filesystem::temp_directory_path();
     // GCOVR_EXCL_START: temp_directory_path() of Boost 1.74 to 1.85 throws instead of returning an
-    // empty path; LocationErrorsTest.fallbackWithAnEmptyVariableIsAnError checks the installed one.
+    // empty path; LocationErrorsTest.fallbackWithAnEmptyTmpdirThrows checks the installed one.
     if (directory.empty()) {
         directory = boost::filesystem::current_path();
     }

@@ -31,7 +31,7 @@ std::string reader_error(const std::string& name) {
     return "no error";
 }
 
-TEST(BackendTest, aNameThatIsNotRegisteredListsThoseThereAre) {
+TEST(BackendTest, unknownNameListsTheRegisteredNames) {
     EXPECT_EQ(writer_error("nowhere").find(
                   "no such back-end: \"nowhere\" (there are: memory, memory-restricted, native, "
                   "checked:memory, checked:memory-restricted, checked:native, declining, "
@@ -39,22 +39,22 @@ TEST(BackendTest, aNameThatIsNotRegisteredListsThoseThereAre) {
               0u);
 }
 
-TEST(BackendTest, aNameIsNotTakenForAPattern) {
+TEST(BackendTest, nameIsNotUsedAsAPattern) {
     for (const std::string name : {"*", "mem*", "a)b", "(memory", "mem\\ory", "\x7f", ""}) {
         EXPECT_EQ(writer_error(name).find("no such back-end"), 0u) << name;
     }
 }
 
-TEST(BackendTest, aBackendThatMakesNoWriterHasFailed) {
+TEST(BackendTest, missingWriterIsAnError) {
     EXPECT_EQ(writer_error("makes-nothing"),
               "the back-end \"makes-nothing\" failed: it made no writer");
 }
 
-TEST(BackendTest, aBackendThatThrowsHasFailed) {
+TEST(BackendTest, exceptionOfTheBackendIsReported) {
     EXPECT_EQ(writer_error("throws"), "the back-end \"throws\" failed: the cable is out");
 }
 
-TEST(BackendTest, aPointLimitThatMemoryCannotGiveIsNamed) {
+TEST(BackendTest, errorNamesAPointLimitThatExceedsMemory) {
     EXPECT_EQ(writer_error("out-of-memory", 77),
               "the back-end \"out-of-memory\" failed: a point limit of 77 is more than memory can "
               "give");
@@ -63,16 +63,16 @@ TEST(BackendTest, aPointLimitThatMemoryCannotGiveIsNamed) {
               "more than memory can give");
 }
 
-TEST(BackendTest, aBackendThatMakesNoReaderHasFailed) {
+TEST(BackendTest, missingReaderIsAnError) {
     EXPECT_EQ(reader_error("makes-nothing"),
               "the back-end \"makes-nothing\" failed: it made no reader");
 }
 
-TEST(BackendTest, aBackendWithoutReadersIsNotThereForReading) {
+TEST(BackendTest, backendWithoutAReaderServiceIsUnknownForReading) {
     EXPECT_EQ(reader_error("no-reader").find("no such back-end: \"no-reader\""), 0u);
 }
 
-TEST(BackendTest, theDefaultGivesWriterAndReader) {
+TEST(BackendTest, defaultBackendMakesWriterAndReader) {
     const Backend backend;
     EXPECT_EQ(backend.label(), "default");
     EXPECT_NE(backend.openWriter({}, {}), nullptr);

@@ -14,7 +14,7 @@ using logging2::core::test::TemporaryDirectory;
 using logging2::core::test::writeBytes;
 using Names = std::vector<std::string>;
 
-/// Exit status 2, nothing on standard output, and one line that says what was wrong.
+/// Expects exit status 2, nothing on standard output, and one line that says what was wrong.
 void expect_error(const ProcessResult& result, const std::string& text) {
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
@@ -71,7 +71,7 @@ TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
     }
 }
 
-TEST(ProgramErrorsTest, anOutputDirectoryThatIsAFileIsRefused) {
+TEST(ProgramErrorsTest, fileIsRefusedAsOutputDirectory) {
     const TemporaryDirectory directory;
     writeBytes(directory.path() / "file", "mine");
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 1 --out file"), "\"file\"");
@@ -80,7 +80,7 @@ TEST(ProgramErrorsTest, anOutputDirectoryThatIsAFileIsRefused) {
     EXPECT_EQ(directory.names(), Names{"file"});
 }
 
-TEST(ProgramErrorsTest, anOutputFileThatCannotBePlacedLeavesNothing) {
+TEST(ProgramErrorsTest, obstructedOutputFileLeavesNoOutput) {
     const TemporaryDirectory directory;
     std::filesystem::create_directory(directory.path() / "dc-motor_motor.csv");
     expect_error(run_simulate(directory.path(), "dc-motor --no-plots --out ."),
@@ -88,7 +88,7 @@ TEST(ProgramErrorsTest, anOutputFileThatCannotBePlacedLeavesNothing) {
     EXPECT_EQ(directory.names(), Names{"dc-motor_motor.csv"});
 }
 
-TEST(ProgramErrorsTest, aFileThatCannotBeWrittenWholeLeavesNothing) {
+TEST(ProgramErrorsTest, incompleteOutputFileLeavesNoOutput) {
     const TemporaryDirectory directory;
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 100 --no-plots",
                               "trap '' XFSZ; ulimit -f 64;"),
@@ -96,34 +96,34 @@ TEST(ProgramErrorsTest, aFileThatCannotBeWrittenWholeLeavesNothing) {
     EXPECT_EQ(directory.names(), Names{});
 }
 
-TEST(ProgramErrorsTest, standardOutputThatIsFullIsAnError) {
+TEST(ProgramErrorsTest, fullStandardOutputIsAnError) {
     const TemporaryDirectory directory;
     const auto result = run_simulate(directory.path(), "--list >/dev/full");
     expect_error(result, "cannot write to standard output");
 }
 
-TEST(ProgramErrorsTest, aMissingGnuplotIsToldBeforeTheRun) {
+TEST(ProgramErrorsTest, missingGnuplotIsReportedBeforeTheRun) {
     const TemporaryDirectory directory;
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 1e6", "PATH=/nowhere"),
                  "gnuplot is not installed (not found on PATH); --no-plots does without");
     EXPECT_EQ(directory.names(), Names{});
 }
 
-TEST(ProgramErrorsTest, withoutPlotsGnuplotIsNotNeeded) {
+TEST(ProgramErrorsTest, gnuplotIsNotNeededWithoutPlots) {
     const TemporaryDirectory directory;
     const auto result =
         run_simulate(directory.path(), "lorenz --stop-time 1 --no-plots", "PATH=/nowhere");
     EXPECT_EQ(result.status, 0) << result.err;
 }
 
-/// A directory with a program "gnuplot" that does what the shell text says.
+/// Makes a program "gnuplot" that runs the shell text.
 void make_gnuplot(const std::filesystem::path& directory, const std::string& text) {
     std::filesystem::create_directory(directory / "bin");
     writeBytes(directory / "bin" / "gnuplot", "#!/bin/sh\n" + text + '\n');
     std::filesystem::permissions(directory / "bin" / "gnuplot", std::filesystem::perms::owner_all);
 }
 
-TEST(ProgramErrorsTest, whatGnuplotSaysIsPassedOn) {
+TEST(ProgramErrorsTest, messageOfGnuplotIsShown) {
     const TemporaryDirectory directory;
     make_gnuplot(directory.path(), "cat >/dev/null; echo no terminal of that kind >&2; exit 1");
     expect_error(run_simulate(directory.path(), "bouncing-ball", "PATH=$PWD/bin:$PATH"),
@@ -131,7 +131,7 @@ TEST(ProgramErrorsTest, whatGnuplotSaysIsPassedOn) {
     EXPECT_EQ(directory.names(), Names{"bin"});
 }
 
-TEST(ProgramErrorsTest, aGnuplotThatDoesNotReadIsAnError) {
+TEST(ProgramErrorsTest, gnuplotThatDoesNotReadIsAnError) {
     const TemporaryDirectory directory;
     make_gnuplot(directory.path(), "exit 3");
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 200", "PATH=$PWD/bin:$PATH"),
@@ -139,7 +139,7 @@ TEST(ProgramErrorsTest, aGnuplotThatDoesNotReadIsAnError) {
     EXPECT_EQ(directory.names(), Names{"bin"});
 }
 
-TEST(ProgramErrorsTest, aPictureThatIsNotWholeIsAnError) {
+TEST(ProgramErrorsTest, incompletePictureIsAnError) {
     const TemporaryDirectory directory;
     make_gnuplot(directory.path(), "cat >/dev/null; echo '<svg>' >bouncing-ball_ball.svg");
     expect_error(run_simulate(directory.path(), "bouncing-ball", "PATH=$PWD/bin:$PATH"),

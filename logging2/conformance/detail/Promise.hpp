@@ -8,15 +8,15 @@
 
 namespace logging2::core::conformance {
 
-/// One promise of the interfaces and how it is checked: with GoogleTest's assertions, in a session
-/// that has not been used before.
+/// One promise of the interfaces and its check, which uses GoogleTest's assertions in a new
+/// session.
 struct Promise {
     const char* name;
     bool (*isMadeBy)(const Subject& subject);
     void (*check)(Session& session);
 };
 
-inline bool everyone(const Subject&) {
+inline bool everyBackend(const Subject&) {
     return true;
 }
 

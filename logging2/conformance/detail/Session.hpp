@@ -29,14 +29,14 @@ using Series = std::pair<Doubles, Doubles>;
 using lang::core::ValuePath;
 using test::GroupSetup;
 
-/// Attributes with a history that no promise exceeds by accident.
+/// Attributes with a point limit that no promise exceeds by accident.
 StreamingAttributes attributes(std::size_t pointLimit = 1000);
 
-/// The same with rollbackOnTimeRegression.
+/// The same attributes with rollbackOnTimeRegression.
 StreamingAttributes rolling_back(std::size_t pointLimit = 1000);
 
-/// The back-end, registered as long as the session lives. Meanwhile an empty directory of the
-/// session's own is the temporary directory of the host and of the environment.
+/// Registers the back-end while the session lives. Meanwhile an empty directory of the session's
+/// own is the temporary directory of the host and of the environment.
 class Session {
 public:
     explicit Session(Subject underTest);
@@ -47,7 +47,7 @@ public:
 
     const Subject& subject() const { return tested; }
 
-    /// Throws std::runtime_error if the back-end gives none. Any thread may call.
+    /// Throws std::runtime_error if the back-end makes none. May be called on any thread.
     std::unique_ptr<StreamWriter> writer(const GroupSetup& setup = test::scalarSetup(),
                                          const StreamingAttributes& streaming = attributes()) const;
 
@@ -62,7 +62,7 @@ public:
     std::shared_ptr<StreamReaderService> readerService() const;
 
     /// The data of the writer's path. The reader lives until closeReaders(), because the first
-    /// reader that is destroyed may delete what the others are still to read.
+    /// reader that is destroyed may delete data that other readers still need.
     Series read(const StreamWriter& writer, const std::string& path);
 
     void closeReaders() { openReaders.clear(); }
@@ -73,7 +73,7 @@ public:
     /// The warnings so far.
     std::vector<foundation::Message> warnings() const;
 
-    /// Where the back-end may put files.
+    /// The directory in which the back-end may create files.
     const std::filesystem::path& temporaryDirectory() const { return directory.path(); }
 
 private:
@@ -87,16 +87,16 @@ private:
     std::vector<std::unique_ptr<StreamReader>> openReaders;
 };
 
-/// Gives all of the services, which are registered under this name, the ranking.
+/// Sets the ranking of all services, which are registered under this name.
 void set_ranking(BackendRegistrations& registrations, const std::string& name, int ranking);
 
-/// Writes scalar samples; the value tells the position of the call, counted from `first`.
+/// Writes scalar samples whose values count the calls from `first`.
 void write_calls(StreamWriter& writer, std::size_t group, const Doubles& times, double first = 1.0);
 
-/// The values first, first + 1, ... of so many.
+/// The `count` values first, first + 1, ...
 Doubles numbers(std::size_t count, double first = 0.0);
 
-/// Whether the series is made of these times and values, bit for bit.
+/// Whether the series consists of these times and values, bit for bit.
 testing::AssertionResult holds(const Series& series, const Doubles& times, const Doubles& values);
 
 /// Groups 0 to N - 1; group g has the scalar channel 100 + g, shown by the path "x" + g.

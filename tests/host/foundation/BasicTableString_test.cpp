@@ -11,7 +11,7 @@ namespace {
 
 using foundation::BasicTableString;
 
-TEST(BasicTableStringTest, defaultIsEmptyText) {
+TEST(BasicTableStringTest, defaultIsEmpty) {
     const BasicTableString<char> text;
     EXPECT_EQ(text.size(), 0U);
     EXPECT_STREQ(text.data(), "");
