@@ -50,9 +50,8 @@ public:
     /// handles per 63 rows. The containers of a writer without a limit also grow, in amortised
     /// constant time.
     ///
-    /// Throws std::bad_alloc or std::length_error if memory runs out; the sample is not stored
-    /// then. Samples are undone nevertheless only if it was the growth of the containers that
-    /// failed.
+    /// Throws std::bad_alloc or std::length_error if memory runs out. The sample is not stored
+    /// then. Samples may have been undone, but only if the growth of the containers failed.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
     /// Discards the group's first sample that is strictly later than the time, and every sample
