@@ -33,14 +33,13 @@ namespace test {
 struct NativeStreamWriterAccess;
 } // namespace test
 
-/// Keeps the samples of a run in temporary files, which a background thread writes. It cannot undo
-/// steps.
+/// Keeps the samples of a run in temporary files. It cannot undo steps.
 ///
 /// Samples are collected in one buffer per group. A buffer is full when it has getBufferSize()
-/// rows, which is 64 MiB if each logged path has one double. A full buffer is handed to the thread,
-/// which appends it to one times file per group and one values file per channel.
-/// docs/file-layout.md describes the names and contents of the files, and docs/threads.md describes
-/// the hand-off.
+/// rows, which is 64 MiB if each logged path has one double. A full buffer is handed to a
+/// background thread, which appends it to one times file per group and one values file per channel.
+/// The first full buffer starts the thread. docs/file-layout.md describes the names and contents of
+/// the files, and docs/threads.md describes the hand-off.
 ///
 /// Intended: there is one hand-off slot and no queue. If a buffer fills before the thread has taken
 /// the previous one, it replaces the previous one. The replaced steps are lost, and nothing is
