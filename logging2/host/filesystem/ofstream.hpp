@@ -7,7 +7,7 @@
 
 namespace fl::filesystem {
 
-/// A standard output stream that writes a file, opened with the modes of std::ofstream. Its
+/// A standard output stream that writes a file, opened with the same modes as std::ofstream. Its
 /// descriptor is closed when the process executes another program. Everything is written to the
 /// file at once, without a buffer.
 class ofstream : public std::ostream {
