@@ -59,8 +59,8 @@ struct CheckedOptions {
 ///
 /// Writers and readers of NAME are looked up with get_stream_writer() and get_stream_reader() when
 /// a checked one is created. The context must therefore belong to the host's service framework, and
-/// NAME must stay registered; otherwise std::runtime_error is thrown. The readers are those of
-/// NAME, so the data stores of both back-ends are interchangeable.
+/// NAME must stay registered; otherwise the creation throws std::runtime_error. The readers are
+/// those of NAME, so the data stores of both back-ends are interchangeable.
 ///
 /// A check costs at most about 10 ns per `write`.
 ///

@@ -11,14 +11,15 @@
 
 namespace logging2::core::test {
 
-/// What the memory writers are to do, said as plainly as possible: one list of times and one of
-/// rows per group, nothing shared, nothing moved.
+/// A model of the memory writers that is as simple as possible: one list of times and one list of
+/// rows per group, with nothing shared and nothing moved.
 class MemoryOracle {
 public:
     using Doubles = std::vector<double>;
     using Store = std::pair<Doubles, Doubles>;
 
-    /// Without a limit it stands for MemoryStreamWriter, with one for the restricted writer.
+    /// Without a limit, models MemoryStreamWriter. With a limit, models
+    /// MemoryStreamRestrictedWriter.
     MemoryOracle(GroupSetup setupData, bool rollback, std::optional<std::size_t> limit)
         : setup(std::move(setupData)),
           rollbackOnTimeRegression(rollback),
@@ -76,7 +77,7 @@ public:
         }
     }
 
-    /// As a move of the writer does: everything but the stores goes over.
+    /// Does what a move of the writer does: everything except the stores is taken over.
     void takeOver(MemoryOracle& other) {
         setup = std::exchange(other.setup, {});
         rollbackOnTimeRegression = other.rollbackOnTimeRegression;

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-// Rollback of very many samples: none is too old to be discarded, and the count is exact.
+// Promises about rollbacks of very many samples: no sample is too old to be discarded, and exactly
+// the right samples are discarded.
 
 namespace logging2::core::conformance {
 namespace {
@@ -10,17 +11,17 @@ namespace {
 constexpr std::size_t sampleCount = 300000;
 constexpr std::size_t keptCount = 50000;
 
-/// Around the sizes that blocks, buffers and limits like to have. Descending, so that no rollback
-/// discards the place at which an earlier one was wrong.
+/// Depths near typical sizes of blocks, buffers and limits. They descend, so that no rollback
+/// discards a place where an earlier one went wrong.
 constexpr std::size_t depths[] = {200000, 100001, 100000, 65537, 65536, 65535, 5001, 5000,
                                   4999,   1025,   1024,   1023,  65,    64,    63,   1};
 
-/// The samples of times 0, 1, 2 ... and the calls that wrote them.
+/// Writes samples at the times 0, 1, 2, ... and remembers which call wrote each of them.
 class Log {
 public:
     Log(StreamWriter& target, std::size_t count) : writer(target), calls(count) { writeFrom(0); }
 
-    /// Discards the newest samples and writes them anew.
+    /// Discards the newest `count` samples and writes them again.
     void replace(std::size_t count) {
         const std::size_t left = calls.size() - count;
         writer.rollback(0, static_cast<double>(left) - 1.0);

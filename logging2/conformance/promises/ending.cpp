@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-// What flush, close and the stores promise, and what is left behind.
+// Promises of flush, close and data stores, and about files that are left behind.
 
 namespace logging2::core::conformance {
 namespace {

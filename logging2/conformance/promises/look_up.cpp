@@ -5,7 +5,8 @@
 
 #include <climits>
 
-// The back-end is found by its name and by no other name, and what it made outlives its services.
+// Promises about the look-up: the back-end is found by its name only, and its writers and readers
+// outlive its services.
 
 namespace logging2::core::conformance {
 namespace {
@@ -15,7 +16,7 @@ struct Calls {
     int ofReaders = 0;
 };
 
-/// A back-end of the name that makes nothing and counts the calls.
+/// Returns a back-end of this name that creates nothing and counts the calls.
 Backend decoy_of(const std::string& name, Calls& calls) {
     Backend decoy;
     decoy.name = name;
@@ -30,7 +31,7 @@ Backend decoy_of(const std::string& name, Calls& calls) {
     return decoy;
 }
 
-/// How often a decoy of the highest ranking is asked instead of the back-end.
+/// Returns how often a decoy of the highest ranking is called instead of the back-end.
 Calls calls_of_highest_decoy(const std::string& name) {
     Calls calls;
     auto registrations =

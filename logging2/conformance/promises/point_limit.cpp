@@ -1,6 +1,7 @@
 #include <logging2/conformance/detail/Promise.hpp>
 
-// A history that is bounded, or not.
+// Promises about pointLimit: the history is bounded if the back-end declares it, and unbounded
+// otherwise.
 
 namespace logging2::core::conformance {
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <random>
 
-// Random runs such as hosts make, compared with a plain oracle.
+// Random runs like those of a host, compared with a simple model.
 
 namespace logging2::core::conformance {
 namespace {
@@ -21,7 +21,8 @@ std::size_t below(Random& random, std::size_t end) {
     return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
 }
 
-/// Any pattern of bits, so also NaN and infinities; now and then one of the zeros, which are equal.
+/// Returns any bit pattern, including NaN and infinities. Half of the results are a zero of either
+/// sign, because the two zeros compare equal.
 double any_double(Random& random) {
     if (const std::size_t pick = below(random, 8); pick < 4) {
         return pick % 2 == 0 ? 0.0 : -0.0;
@@ -32,8 +33,9 @@ double any_double(Random& random) {
     return value;
 }
 
-/// Up to four groups in any order, with up to four channels of widths 0 to 3 and aliases. Channel
-/// numbers and paths occur once in a setup.
+/// Returns up to four groups in ascending or descending order. Each group has up to four channels
+/// of widths 0 to 3, and each channel has up to two paths. Channel numbers and paths are unique in
+/// a setup.
 GroupSetup random_setup(Random& random) {
     GroupSetup setup;
     const std::size_t groupCount = 1 + below(random, 4);
@@ -55,7 +57,7 @@ GroupSetup random_setup(Random& random) {
     return setup;
 }
 
-/// One run of a writer and its oracle.
+/// One run of a writer, and of the model of what it must store.
 class Run {
 public:
     Run(Session& owner, unsigned seed)
@@ -98,7 +100,8 @@ private:
         }
     }
 
-    /// Where steps are taken back by time, a host's times do not go back otherwise.
+    /// If the back-end undoes steps only when it is told to, the times of a group never go
+    /// backwards, as in a host.
     double nextTime(std::size_t group) {
         const double any = static_cast<double>(below(random, 40)) / 2.0;
         const Doubles& times = oracle.times[group];

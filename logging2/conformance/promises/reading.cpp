@@ -2,7 +2,8 @@
 
 #include <logging2/conformance/detail/same_bits.hpp>
 
-// Readers: what they answer, their clones, what they refuse, and how long the data lives.
+// Promises of readers: what they return, their clones, which data stores they refuse, and how long
+// the data lives.
 
 namespace logging2::core::conformance {
 namespace {
@@ -17,10 +18,10 @@ bool readersKeep(const Subject& subject) {
     return !subject.supports.readersDelete;
 }
 
-/// A store that no back-end has ever given out.
+/// A data store that no back-end returns.
 struct ForeignStore {};
 
-/// The store of a flushed writer with the samples 1 and 2.
+/// Returns the store of a flushed writer with the samples 1 and 2.
 boost::any store_of_two(const Session& session) {
     const auto writer = session.writer();
     write_calls(*writer, 0, {1.0, 2.0});

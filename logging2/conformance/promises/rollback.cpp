@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-// rollback, or declining it, and rollbackOnTimeRegression.
+// Promises of rollback, of back-ends that cannot undo steps, and of rollbackOnTimeRegression.
 
 namespace logging2::core::conformance {
 namespace {

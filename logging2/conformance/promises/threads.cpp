@@ -8,9 +8,9 @@
 #include <mutex>
 #include <thread>
 
-// Several writers and readers on several threads. At first the threads of a promise share no lock
-// and no reference count outside the back-end: either would order what they do, and ThreadSanitizer
-// would not see a data race between them.
+// Promises about several writers and readers on several threads. When the threads of a promise
+// start their work, they share no lock and no reference count outside the back-end. Either would
+// put their work in an order, and ThreadSanitizer would not see a data race between them.
 
 namespace logging2::core::conformance {
 namespace {
@@ -20,7 +20,7 @@ constexpr std::size_t stepCount = 200;
 
 using Work = std::function<void(std::size_t number)>;
 
-/// Those who come wait until all have come.
+/// Makes threads wait until all of them have arrived.
 class Barrier {
 public:
     explicit Barrier(std::size_t count) : missing(count) {}
@@ -38,7 +38,7 @@ private:
     std::size_t missing; // guarded by mutex
 };
 
-/// Does the work; an exception is a failure of the test.
+/// Does the work. An exception makes the test fail.
 void attempt(const Work& work, std::size_t number) {
     try {
         work(number);
@@ -47,7 +47,7 @@ void attempt(const Work& work, std::size_t number) {
     }
 }
 
-/// Does all of the work at the same time, each on a thread of its own, which is told its number.
+/// Does all works at the same time, each on its own thread. Each work receives its number.
 void at_once(const std::vector<Work>& works) {
     Barrier barrier(works.size());
     std::vector<std::thread> threads;
@@ -70,7 +70,7 @@ Doubles steps() {
     return numbers(stepCount);
 }
 
-/// What the thread writes first.
+/// Returns the first value that the thread writes.
 double first_call(std::size_t number) {
     return 1000.0 * static_cast<double>(number);
 }
@@ -95,7 +95,7 @@ testing::AssertionResult holds_steps(const StreamReader& reader, double first = 
     return times ? holds(reader.timeseries(), steps(), numbers(stepCount, first)) : times;
 }
 
-/// Writes all steps, the last half twice if it can be discarded.
+/// Writes all steps. If the back-end can undo steps, the last half is undone and written again.
 void write_steps(StreamWriter& writer, double first, bool rollsBack) {
     write_calls(writer, 0, steps(), first);
     writer.flushIntermediate();

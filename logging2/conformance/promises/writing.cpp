@@ -6,7 +6,8 @@
 #include <cstring>
 #include <limits>
 
-// What is written comes back: order, layout, groups, every bit, any text, any length.
+// Promises about write: readers return what was written, with its order, layout, groups and bits,
+// whatever the texts and lengths are.
 
 namespace logging2::core::conformance {
 namespace {
@@ -29,8 +30,8 @@ double with_bits(std::uint64_t bits) {
     return value;
 }
 
-/// Doubles whose bits get lost where they are added to something, printed or compared; those that
-/// are equal to each other stand together.
+/// Returns doubles whose bits are easily lost if they are added, printed or compared. Doubles that
+/// compare equal are next to each other.
 Doubles peculiar_doubles() {
     return {0.0,
             -0.0,
@@ -50,13 +51,13 @@ Doubles peculiar_doubles() {
             with_bits(0x7FF0'0000'0000'0001)}; // a signalling NaN
 }
 
-/// The value of a channel at a step, told from all others.
+/// Returns the value of a channel at a step, which differs from all other values.
 double value_at(std::size_t step, std::size_t channel) {
     return static_cast<double>(step) + static_cast<double>(channel) / 1024.0;
 }
 
 constexpr std::size_t channelCount = 511;
-constexpr std::size_t rowCount = 20000; // more than a file-backed writer buffers of such rows
+constexpr std::size_t rowCount = 20000; // more rows of this width than a file-backed writer buffers
 
 GroupSetup many_channels() {
     std::vector<LoggedPath> paths;
