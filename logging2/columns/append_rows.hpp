@@ -14,7 +14,7 @@ namespace logging2::core::detail {
 ///
 /// The rows lie back to back. Each row is a time followed by rowWidth values; the last row may be
 /// incomplete. Nothing is read past the end of a row: a channel that reaches beyond the end
-/// contributes the values that the row has. Values behind the last channel are ignored.
+/// contributes the values that the row has. Values after the last channel are ignored.
 ///
 /// The time is proportional to the number of appended values, even if many batches are appended to
 /// columns that are never emptied. If memory runs out, the allocation error is thrown and the

@@ -22,7 +22,7 @@ namespace logging2::core {
 /// group before you destroy its first reader.
 ///
 /// Every call reads the whole file again, with one bulk read into a vector that is sized once. A
-/// missing file and an empty location read as no data. Bytes behind the last whole double of a file
+/// missing file and an empty location read as no data. Bytes after the last whole double of a file
 /// are ignored. Elements that a failing read does not reach are 0.0. docs/file-layout.md describes
 /// the names and contents of the files.
 ///

@@ -81,7 +81,7 @@ public:
 
     /// Returns the first entry in the order of insertion, or end() if there is none.
     const_iterator begin() const noexcept { return block ? block->entries.data() : nullptr; }
-    /// Returns the position behind the last entry.
+    /// Returns the position after the last entry.
     const_iterator end() const noexcept { return begin() + size(); }
 
 private:
