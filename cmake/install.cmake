@@ -1,7 +1,8 @@
-# Installs the components "runtime" and "registry", what a program that was linked to the library
-# needs (the latter unless services are registered in CppMicroServices), and "devel", what it takes to
-# build one: headers, packages for find_package(logging2 CONFIG) and for pkg-config, and the libraries of
-# back-ends, which are linked statically.
+# Installs these components:
+# - "runtime": the shared library, which a linked program needs;
+# - "registry": the shared library of the tree's own service registry, unless CppMicroServices is used;
+# - "devel": the headers, the packages for find_package(logging2 CONFIG) and pkg-config, and the static
+#   libraries of the back-ends, which are needed to build a program.
 include(CMakePackageConfigHelpers)
 
 set(logging2_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/logging2)

@@ -10,8 +10,8 @@
 #include <new>
 #include <utility>
 
-// Construction, the samples' way into the buffers, and what is answered from the setup. The way
-// from the buffers into the files is in NativeStreamWriter_files.cpp.
+// Construction, the buffering of samples, and the queries that the setup answers.
+// NativeStreamWriter_files.cpp writes the buffers to the files.
 
 namespace logging2::core {
 namespace {
@@ -42,7 +42,7 @@ StreamMetadata metadata_of(const SequenceMap<Group, LoggedPathsSetupData>& setup
 
 } // namespace
 
-// The setup is taken by value as by every writer, and given up when its description is made.
+// The setup is taken by value, as by every writer. It is released after its description is made.
 NativeStreamWriter::NativeStreamWriter(
     StreamingAttributes configuration,
     SequenceMap<Group, LoggedPathsSetupData> setup) // NOLINT(performance-unnecessary-value-param)
@@ -105,8 +105,8 @@ void NativeStreamWriter::takeFlags(NativeStreamWriter& other) {
 }
 
 NativeStreamWriter::~NativeStreamWriter() {
-    // The thread goes first: one that still runs ends the process here, while destroying the
-    // condition that it waits for would hang.
+    // The thread is destroyed first. If it still runs, that ends the process, whereas destroying
+    // the condition variable that it waits for would hang.
     writerThread.reset();
 }
 
@@ -128,7 +128,8 @@ bool NativeStreamWriter::write(std::size_t group, double time, const double* val
         try {
             handOver(group);
         } catch (const std::bad_alloc&) {
-            // No memory for the thread: the sample goes as where the buffer cannot grow.
+            // There is no memory for the thread. The sample is removed, as if the buffer could not
+            // grow.
             groupBuffers[group].resize(groupBuffers[group].size() - (n + 1));
             --rowCounts[group];
             throw;
@@ -145,7 +146,7 @@ void NativeStreamWriter::copyToStreamedBuffer(std::size_t group, double time, co
         detail::make_room(buffer, n + 1);
         buffer.push_back(time);
         buffer.insert(buffer.end(), values, values + n);
-        // A buffer that this writer has begun has its width: the look-up is spared.
+        // If this writer began the buffer, the width of the rows is known and no look-up is needed.
         if (formerSize == 0 || rowsCameByMove) {
             rowWidths.emplace(group, n);
         }

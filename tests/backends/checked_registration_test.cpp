@@ -93,8 +93,9 @@ TEST_F(CheckedRegistrationTest, errorNamesAnUnregisteredInnerBackend) {
     for (auto registration : inner) {
         registration.Unregister();
     }
-    const std::string text = "not a logic error: the back-end \"double\", which is to be checked, "
-                             "is no longer registered";
+    const std::string text =
+        "not a logic error: the back-end \"checked:double\" needs the back-end "
+        "\"double\", which is not registered in the host's service framework";
     EXPECT_EQ(mistake_of([] { writer("checked:double"); }), text);
     EXPECT_EQ(mistake_of([] { reader("checked:double", boost::any()); }), text);
 }

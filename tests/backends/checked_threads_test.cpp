@@ -53,8 +53,9 @@ TEST_F(CheckedThreadsTest, everyCallIsRefusedDuringACallOfAnotherThread) {
     whileAnotherThreadWrites([&] {
         for (const auto& [name, call] : calls) {
             EXPECT_EQ(mistake_of(call),
-                      name + ": another thread is inside a call of this writer, which one thread "
-                             "at a time may use");
+                      name +
+                          ": another thread is inside a call of this writer, but only one thread "
+                          "at a time may use it");
         }
     });
     EXPECT_EQ(script->writeCount, 1);

@@ -32,12 +32,12 @@ struct BadCommand {
 TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
     const std::vector<BadCommand> commands{
         {"", "no model given"},
-        {"nope", "no such model: \"nope\" (there are: bouncing-ball, dc-motor, lorenz)"},
-        {"\"$(printf 'a\\nb')\"", "no such model: \"a?b\""},
+        {"nope", "there is no model \"nope\" (the models are: bouncing-ball, dc-motor, lorenz)"},
+        {"\"$(printf 'a\\nb')\"", "there is no model \"a?b\""},
         {"lorenz extra", "extra"},
         {"lorenz --bogus", "--bogus"},
-        {"lorenz --backend nope", "no such back-end: \"nope\" (there are: memory, "},
-        {"lorenz --backend 'mem*'", "no such back-end: \"mem*\""},
+        {"lorenz --backend nope", "there is no back-end \"nope\" (the back-ends are: memory, "},
+        {"lorenz --backend 'mem*'", "there is no back-end \"mem*\""},
         {"lorenz --backend memory --default", "--default"},
         {"lorenz --backend-library ./absent.so", "cannot load back-ends from \"./absent.so\": "},
         {"lorenz --checked --default", "--default"},
@@ -61,8 +61,8 @@ TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
         {"lorenz --point-limit 1.5", "--point-limit: \"1.5\" is not a whole number"},
         {"lorenz --point-limit 99999999999999999999", "is out of range"},
         {"lorenz --backend memory-restricted --point-limit 1152921504606846976",
-         "the back-end \"memory-restricted\" failed: a point limit of 1152921504606846976 is more "
-         "than memory can give"}};
+         "the back-end \"memory-restricted\" failed: a point limit of 1152921504606846976 is too "
+         "large for the memory"}};
     for (const BadCommand& command : commands) {
         SCOPED_TRACE(command.arguments);
         const TemporaryDirectory directory;
@@ -84,7 +84,7 @@ TEST(ProgramErrorsTest, obstructedOutputFileLeavesNoOutput) {
     const TemporaryDirectory directory;
     std::filesystem::create_directory(directory.path() / "dc-motor_motor.csv");
     expect_error(run_simulate(directory.path(), "dc-motor --no-plots --out ."),
-                 "\"dc-motor_motor.csv\" is in the way");
+                 "\"dc-motor_motor.csv\" in it is a directory");
     EXPECT_EQ(directory.names(), Names{"dc-motor_motor.csv"});
 }
 
@@ -105,7 +105,7 @@ TEST(ProgramErrorsTest, fullStandardOutputIsAnError) {
 TEST(ProgramErrorsTest, missingGnuplotIsReportedBeforeTheRun) {
     const TemporaryDirectory directory;
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 1e6", "PATH=/nowhere"),
-                 "gnuplot is not installed (not found on PATH); --no-plots does without");
+                 "gnuplot is not on the PATH; install it, or use --no-plots");
     EXPECT_EQ(directory.names(), Names{});
 }
 

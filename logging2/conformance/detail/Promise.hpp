@@ -28,7 +28,7 @@ inline bool obeysRegression(const Subject& subject) {
     return subject.supports.rollbackOnTimeRegression;
 }
 
-/// The promises of each file in promises/.
+/// Each of these returns the promises of one file in promises/.
 std::vector<Promise> writing_promises();
 std::vector<Promise> ending_promises();
 std::vector<Promise> rollback_promises();
@@ -39,10 +39,10 @@ std::vector<Promise> look_up_promises();
 std::vector<Promise> thread_promises();
 std::vector<Promise> random_promises();
 
-/// All of them.
+/// Returns all promises.
 std::vector<Promise> promises();
 
-/// The promise of that name. Throws std::out_of_range if there is none.
+/// Returns the promise of this name. Throws std::out_of_range if there is none.
 Promise promise_named(const std::string& name);
 
 } // namespace logging2::core::conformance

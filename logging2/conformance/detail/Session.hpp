@@ -51,14 +51,16 @@ public:
     std::unique_ptr<StreamWriter> writer(const GroupSetup& setup = test::scalarSetup(),
                                          const StreamingAttributes& streaming = attributes()) const;
 
-    /// Likewise.
+    /// Returns a new reader. Throws std::runtime_error if the back-end creates none. Any thread may
+    /// call.
     std::unique_ptr<StreamReader> reader(const boost::any& dataStore) const;
 
-    /// The service that makes the writers. Calling it takes no lock of the registry, which could
-    /// hide a data race in the back-end.
+    /// Returns the service that creates the writers. Calling the service takes no lock of the
+    /// registry, because such a lock could hide a data race in the back-end.
     std::shared_ptr<StreamWriterService> writerService() const;
 
-    /// The service that makes the readers, likewise.
+    /// Returns the service that creates the readers. Calling the service takes no lock of the
+    /// registry.
     std::shared_ptr<StreamReaderService> readerService() const;
 
     /// The data of the writer's path. The reader lives until closeReaders(), because the first
@@ -70,7 +72,7 @@ public:
     /// Removes the services from the registry.
     void unregister();
 
-    /// The warnings so far.
+    /// Returns the warnings that were issued so far.
     std::vector<foundation::Message> warnings() const;
 
     /// The directory in which the back-end may create files.
@@ -99,7 +101,8 @@ Doubles numbers(std::size_t count, double first = 0.0);
 /// Whether the series consists of these times and values, bit for bit.
 testing::AssertionResult holds(const Series& series, const Doubles& times, const Doubles& values);
 
-/// Groups 0 to N - 1; group g has the scalar channel 100 + g, shown by the path "x" + g.
+/// Returns a setup of the groups 0 to groupCount - 1. Group g has the scalar channel 100 + g, which
+/// the path "x" + g shows.
 GroupSetup scalar_groups(std::size_t groupCount);
 
 } // namespace logging2::core::conformance

@@ -16,7 +16,7 @@ public:
     TemporaryDirectory() {
         std::string name = (std::filesystem::temp_directory_path() / "logging2-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("mkdtemp " + name);
+            throw std::runtime_error("cannot create the temporary directory " + name);
         }
         directory = name;
     }

@@ -15,7 +15,7 @@ constexpr std::size_t keptCount = 50000;
 constexpr std::size_t depths[] = {200000, 100001, 100000, 65537, 65536, 65535, 5001, 5000,
                                   4999,   1025,   1024,   1023,  65,    64,    63,   1};
 
-/// The samples of times 0, 1, 2 ... and the calls that wrote them.
+/// Writes samples at the times 0, 1, 2, ... and remembers which call wrote each of them.
 class Log {
 public:
     Log(StreamWriter& target, std::size_t count) : writer(target), calls(count) { writeFrom(0); }

@@ -32,8 +32,9 @@ double any_double(Random& random) {
     return value;
 }
 
-/// Up to four groups in any order, with up to four channels of widths 0 to 3 and aliases. Channel
-/// numbers and paths occur once in a setup.
+/// Returns up to four groups in ascending or descending order. Each group has up to four channels
+/// of widths 0 to 3, and each channel has up to two paths. Channel numbers and paths are unique in
+/// a setup.
 GroupSetup random_setup(Random& random) {
     GroupSetup setup;
     const std::size_t groupCount = 1 + below(random, 4);
@@ -55,7 +56,7 @@ GroupSetup random_setup(Random& random) {
     return setup;
 }
 
-/// One run of a writer and its oracle.
+/// One run of a writer, and of the model of what it must store.
 class Run {
 public:
     Run(Session& owner, unsigned seed)

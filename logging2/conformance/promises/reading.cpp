@@ -20,7 +20,7 @@ bool readersKeep(const Subject& subject) {
 /// A store that no back-end makes.
 struct ForeignStore {};
 
-/// The store of a flushed writer with the samples 1 and 2.
+/// Returns the store of a flushed writer with the samples 1 and 2.
 boost::any store_of_two(const Session& session) {
     const auto writer = session.writer();
     write_calls(*writer, 0, {1.0, 2.0});

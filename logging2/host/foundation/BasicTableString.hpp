@@ -7,11 +7,11 @@
 
 namespace foundation {
 
-/// A handle to an immutable text. Copies share the text; it may be released on any thread.
+/// A handle to an immutable text. Copies share the text, and they may be released on any thread.
 template <class Char>
 class BasicTableString {
 public:
-    /// The empty text.
+    /// Makes the empty text.
     BasicTableString() = default;
 
     /// Copies the text.
@@ -23,10 +23,11 @@ public:
     BasicTableString(const Char (&literal)[N])
         : BasicTableString(std::basic_string_view<Char>(literal)) {}
 
-    /// The characters, followed by a zero; valid while any handle to the same text lives.
+    /// Returns the characters, followed by a zero. The pointer is valid as long as any handle to
+    /// the same text lives.
     const Char* data() const noexcept { return text ? text->c_str() : &terminator; }
 
-    /// The number of characters, without the zero behind them.
+    /// Returns the number of characters, without the zero at the end.
     std::size_t size() const noexcept { return text ? text->size() : 0; }
 
 private:
