@@ -2,6 +2,7 @@
 #include <logging2/columns/storage.hpp>
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
 #include <logging2/memory/MemoryStreamWriter.hpp>
+#include <logging2/stream/detail/store_of.hpp>
 
 #include <algorithm>
 #include <array>
@@ -204,7 +205,7 @@ void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, std::size
 
 template <class Times, class Rows>
 boost::any BasicMemoryStreamWriter<Times, Rows>::dataStore(const ValuePath& path) const {
-    return dataStores.at(path);
+    return store_of(dataStores, path);
 }
 
 template <class Times, class Rows>

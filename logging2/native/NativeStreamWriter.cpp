@@ -5,6 +5,7 @@
 #include <logging2/host/foundation/warnings.hpp>
 #include <logging2/native/detail/file_names.hpp>
 #include <logging2/native/detail/row_capacity.hpp>
+#include <logging2/stream/detail/store_of.hpp>
 
 #include <algorithm>
 #include <new>
@@ -176,7 +177,7 @@ void NativeStreamWriter::rollback(std::size_t, double) {
 }
 
 boost::any NativeStreamWriter::dataStore(const ValuePath& path) const {
-    return dataStores.at(path);
+    return detail::store_of(dataStores, path);
 }
 
 std::optional<DataStoreInfo> NativeStreamWriter::dataStoreInfo() const {

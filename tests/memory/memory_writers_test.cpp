@@ -6,6 +6,7 @@ namespace logging2::core::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 TYPED_TEST_SUITE(MemoryWritersTest, MemoryWriters, WriterNames);
@@ -282,6 +283,16 @@ TYPED_TEST(MemoryWritersTest, valuesMayPointIntoTheReplacedRow) {
     writer.write(0, 2.0, writer.data(0).back()->data(), 1);
     EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0));
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0));
+}
+
+TYPED_TEST(MemoryWritersTest, errorForAPathWithoutDataNamesThePath) {
+    const auto writer = this->make();
+    try {
+        writer.dataStore(ValuePath("far"));
+        FAIL() << "nothing was thrown";
+    } catch (const std::out_of_range& error) {
+        EXPECT_THAT(error.what(), HasSubstr("the path \"far\""));
+    }
 }
 
 template <class Writer>

@@ -10,6 +10,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class NativeStreamWriterSetupTest : public NativeStreamWriterTest {
@@ -53,9 +54,14 @@ TEST_F(NativeStreamWriterSetupTest, pathOfTwoGroupsBelongsToTheFirstGroup) {
     EXPECT_THAT(timesFile(writer, "x").string(), EndsWith("_times_5"));
 }
 
-TEST_F(NativeStreamWriterSetupTest, unknownPathThrowsOutOfRange) {
+TEST_F(NativeStreamWriterSetupTest, unknownPathThrowsOutOfRangeThatNamesIt) {
     const auto writer = make(scalarSetup());
-    EXPECT_THROW(writer.dataStore(ValuePath("y")), std::out_of_range);
+    try {
+        writer.dataStore(ValuePath("y"));
+        FAIL() << "nothing was thrown";
+    } catch (const std::out_of_range& error) {
+        EXPECT_THAT(error.what(), HasSubstr("the path \"y\""));
+    }
 }
 
 TEST_F(NativeStreamWriterSetupTest, storesOfOnePathShareTheirRecord) {
