@@ -1,7 +1,9 @@
-# Installs the components "runtime" and "registry", what a program that was linked to the library
-# needs (the latter unless services are registered in CppMicroServices), and "devel", what it takes to
-# build one: headers, packages for find_package(logging2 CONFIG) and for pkg-config, and the libraries of
-# back-ends, which are linked statically.
+# Installs these components:
+# - "runtime": the shared library, which a linked program needs;
+# - "registry": the shared library of the tree's own service registry, unless CppMicroServices is used;
+# - "runs" and "recording": the shared libraries that read runs and that record them;
+# - "devel": the headers, the packages for find_package(logging2 CONFIG) and pkg-config, and the static
+#   libraries of the back-ends, which are needed to build a program.
 include(CMakePackageConfigHelpers)
 
 set(logging2_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/logging2)
@@ -16,6 +18,16 @@ if(logging2_registry STREQUAL "OWN")
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/logging2/registry COMPONENT devel
     FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
 endif()
+set(logging2_parts runs)
+if(LOGGING2_BUILD_RECORDING)
+  list(APPEND logging2_parts recording)
+endif()
+foreach(part IN LISTS logging2_parts)
+  install(TARGETS logging2_${part} EXPORT logging2Targets
+    LIBRARY COMPONENT ${part} NAMELINK_COMPONENT devel
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel
+    FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
+endforeach()
 install(TARGETS logging2_builtin logging2_checked EXPORT logging2Targets
   ARCHIVE COMPONENT devel
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)

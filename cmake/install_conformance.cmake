@@ -1,5 +1,5 @@
-# Installs the component "conformance": the suite that checks back-ends, as a library and as a
-# program, in a package component of its own, so that logging2 itself is found without GoogleTest.
+# Installs the component "conformance": the suite that checks back-ends, as a library and as a program.
+# It is a separate package component, so that find_package() finds logging2 itself without GoogleTest.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
   BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR} OUTPUT_VARIABLE libraries_of_programs)
 set_target_properties(logging2_conformance_program PROPERTIES

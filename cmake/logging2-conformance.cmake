@@ -1,4 +1,4 @@
-# What find_package(logging2 COMPONENTS conformance) reads beside logging2Config.cmake.
+# logging2Config.cmake includes this for find_package(logging2 COMPONENTS conformance).
 find_package(GTest CONFIG QUIET)
 if(GTest_FOUND)
   include("${CMAKE_CURRENT_LIST_DIR}/logging2ConformanceTargets.cmake")

@@ -1,6 +1,6 @@
-# Makes what is installed harder to attack: functions detect that their stack was overwritten, and the
-# loader resolves all symbols at the start and then write-protects them. For every library and program
-# that is installed; nothing of it reaches a user's targets.
+# Makes the installed libraries and programs harder to attack: functions detect an overwritten stack, and
+# the loader resolves all symbols at the start and then write-protects them. Each installed target uses
+# this. The options are private, so they do not reach a user's targets.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 

@@ -1,11 +1,14 @@
 include(GenerateExportHeader)
 
-# What every shared library of this tree has in common: the version in its file's name, and symbols
-# that are hidden unless the export header <logging2/[FOLDER/]export.hpp> marks them and SYMBOL_MAP, a
-# template of a linker script, lets them out. The versions of the symbols keep two releases apart that
-# one process loads. Once installed, a library finds the others beside itself, and those that it was
-# linked with where they were then, unless the loader knows that place anyway.
-#   logging2_shared_library(TARGET EXPORT_MACROS_PREFIX EXPORT_HEADER SYMBOL_MAP)
+# logging2_shared_library(TARGET EXPORT_MACROS_PREFIX EXPORT_HEADER SYMBOL_MAP)
+#
+# Sets the properties that all shared libraries of this tree have in common.
+# - The file name contains the version.
+# - A symbol is exported only if the macros of the export header <logging2/[FOLDER/]export.hpp> mark it
+#   and SYMBOL_MAP, a template of a linker script, lists it. Symbols have versions, so that one process can
+#   load two releases.
+# - An installed library finds the other libraries in its own folder. It finds any other library that it
+#   was linked with where that was then, unless the loader searches that place anyway.
 function(logging2_shared_library target prefix export_header symbol_map)
   generate_export_header(${target} BASE_NAME ${prefix}
     EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/${export_header})

@@ -1,4 +1,4 @@
-# What every target of this tree is compiled with; nothing of it reaches a user's targets.
+# The warnings with which every target of this tree is compiled. They do not reach a user's targets.
 add_library(logging2_warnings INTERFACE)
 target_compile_options(logging2_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror=return-type

@@ -1,5 +1,5 @@
-# Files for pkg-config, which find everything from where they are themselves, so that what was
-# installed can be moved.
+# Makes the files for pkg-config. Their paths are relative to the files themselves, so that an installation
+# can be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pc_prefix)
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
@@ -7,12 +7,15 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
   BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE pc_libdir)
 
-set(pc_packages logging2 logging2-builtin logging2-checked)
+set(pc_packages logging2 logging2-builtin logging2-checked logging2-runs)
+if(LOGGING2_BUILD_RECORDING)
+  list(APPEND pc_packages logging2-recording)
+endif()
 set(pc_requires)
 set(pc_cflags "-I\${includedir}")
 set(pc_libs "-L\${libdir} -llogging2")
 
-# Neither Boost nor CppMicroServices has a file of its own to refer to.
+# Neither Boost nor CppMicroServices has a file for pkg-config, so their flags are written out.
 get_target_property(boost_directories Boost::headers INTERFACE_INCLUDE_DIRECTORIES)
 list(REMOVE_ITEM boost_directories ${CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES})
 if(boost_directories)
@@ -22,7 +25,8 @@ if(logging2_registry STREQUAL "OWN")
   list(APPEND pc_packages logging2-registry)
   set(pc_requires "logging2-registry = ${PROJECT_VERSION}")
 else()
-  # Its headers raise warnings. Its library is found where it lies, unless the loader knows that place.
+  # The headers of CppMicroServices raise warnings, so they are system headers. An rpath names the folder
+  # of its library, unless the loader searches that folder anyway.
   set(service_directories $<TARGET_PROPERTY:CppMicroServices,INTERFACE_INCLUDE_DIRECTORIES>)
   set(service_library_directory $<TARGET_FILE_DIR:CppMicroServices>)
   set(is_known $<IN_LIST:${service_library_directory},${CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES}>)

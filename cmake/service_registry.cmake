@@ -1,6 +1,5 @@
-# Decides where services are registered: in an installed CppMicroServices, or in the registry of
-# logging2/registry, which offers the same headers and names. Sets logging2_registry to the one that
-# was taken.
+# Chooses the service registry: an installed CppMicroServices, or the registry in logging2/registry, which
+# offers the same headers and names. Sets logging2_registry to CPPMICROSERVICES or OWN.
 set(logging2_registry ${LOGGING2_SERVICE_REGISTRY})
 if(NOT logging2_registry STREQUAL "OWN")
   if(logging2_registry STREQUAL "CPPMICROSERVICES")
@@ -16,7 +15,7 @@ if(NOT logging2_registry STREQUAL "OWN")
 endif()
 
 if(logging2_registry STREQUAL "CPPMICROSERVICES")
-  message(STATUS "logging2: services are registered in CppMicroServices ${CppMicroServices_VERSION}")
+  message(STATUS "logging2: the service registry is CppMicroServices ${CppMicroServices_VERSION}")
 else()
-  message(STATUS "logging2: services are registered in the tree's own registry (CppMicroServices 3.8 was not asked for or not found)")
+  message(STATUS "logging2: the service registry is logging2/registry (CppMicroServices 3.8 was not requested or not found)")
 endif()

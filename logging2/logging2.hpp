@@ -1,6 +1,6 @@
 #pragma once
 
-/// The whole public surface of logging2.
+/// Includes every public header of the core library. Each back-end library has its own header.
 
 #include <logging2/export.hpp>
 #include <logging2/host/filesystem/basic_path.hpp>

@@ -1,4 +1,6 @@
-"""Runs the contenders, each in a process of its own, and merges what they tell into one file."""
+"""Runs each contender in a process of its own and merges the results into one file.
+
+A contender that follows another one in the same process would get memory that the other has freed."""
 
 import argparse
 import json
@@ -16,8 +18,8 @@ Pair = tuple[str, str]  # contender, workload
 
 
 def repetitions_of(questions: list[Question], most: int) -> dict[Pair, int]:
-    """How often each contender runs on each workload: as often as the question wants it that
-    wants it most."""
+    """How often each contender runs on each workload: the greatest number that any question
+    wants."""
     wanted: dict[Pair, int] = {}
     for question in questions:
         for entry in question.entries:
@@ -31,8 +33,8 @@ def repetitions_of(questions: list[Question], most: int) -> dict[Pair, int]:
 
 
 def rounds_of(wanted: dict[Pair, int]) -> list[list[Pair]]:
-    """Every pair at most once per round. Contenders on the same workload, which are compared,
-    follow each other; both orders are another in every round, and the same in every run."""
+    """Each round has every pair at most once. Contenders on the same workload, which are compared,
+    follow each other. The order differs from round to round and is the same in every run."""
     rounds = []
     for index in range(max(wanted.values(), default=0)):
         order = random.Random(index)
@@ -87,7 +89,7 @@ def measure(program: str, rounds: list[list[Pair]], scale: float) -> dict:
 
 
 def machine_facts() -> dict[str, str]:
-    """What Google Benchmark does not tell about the machine, on Linux."""
+    """Facts about a Linux machine that Google Benchmark does not report."""
     directory = os.environ.get("TMPDIR", "/tmp")
     file_system = subprocess.run(["df", "--output=fstype", directory], capture_output=True,
                                  text=True, check=True).stdout.split()[-1]
@@ -98,7 +100,7 @@ def machine_facts() -> dict[str, str]:
 
 
 def _value_in(path: str, key: str) -> str:
-    """What follows the key in a file of lines such as "model name : ..."."""
+    """The text after the key in a file with lines such as "model name : ..."."""
     lines = Path(path).read_text(encoding="utf-8").splitlines()
     return next((line.split(":", 1)[1].strip() for line in lines if line.startswith(key)),
                 "unknown")

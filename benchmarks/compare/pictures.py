@@ -1,4 +1,4 @@
-"""One picture per question, as SVG."""
+"""Draws one picture per question, as SVG."""
 
 from pathlib import Path
 
@@ -26,20 +26,54 @@ def draw(question: Question, results: Results, path: Path) -> None:
     figure.savefig(path, metadata={"Date": None})
 
 
+def draw_side_by_side(question: Question, results: Results, path: Path) -> None:
+    """One row of panels, which fits on a page. The panels share the names of the contenders."""
+    figure = Figure(figsize=(10, 1.1 + 0.24 * len(question.entries)), layout="constrained")
+    panels = figure.subplots(ncols=len(question.workloads), squeeze=False)[0]
+    for axes, workload in zip(panels, question.workloads):
+        _panel(axes, question, workload, results)
+        axes.set_title(_short_title(workload, question, results), loc="left", fontsize=9)
+        left, right = axes.get_xlim()
+        axes.set_xlim(right=right * (right / left) ** 0.15)  # labels need more of a narrow panel
+        axes.xaxis.set_major_locator(LogLocator(subs=(1,) if right > 100 * left else (1, 3)))
+        axes.tick_params(axis="x", labelsize=8)
+    for axes in panels[1:]:
+        axes.tick_params(labelleft=False)
+    figure.suptitle(_title(question, results), fontsize=10)
+    figure.savefig(path, metadata={"Date": None})
+
+
 def _panels(question: Question, results: Results) -> Figure:
-    """A panel per workload: dots on a logarithmic axis, with quartiles."""
+    """A panel per workload, one below the other."""
     heights = 0.75 + 0.24 * len(question.entries)
     figure = Figure(figsize=(10, 0.8 + heights * len(question.workloads)), layout="constrained")
     panels = figure.subplots(len(question.workloads), squeeze=False)[:, 0]
     for axes, workload in zip(panels, question.workloads):
         _panel(axes, question, workload, results)
-    floor = next(entry.title for entry in question.entries if entry.contender == question.floor)
-    figure.suptitle(f"{question.title}\nnanoseconds per row, medians with quartiles; "
-                    f"the broken line is the floor: {floor}", fontsize=10)
+    figure.suptitle(_title(question, results), fontsize=10)
     return figure
 
 
+def _title(question: Question, results: Results) -> str:
+    text = f"{question.title}\nnanoseconds per row (logarithmic), medians and quartiles"
+    if not results.is_full_size:
+        text += f", {results.context['scale']:g} of the steps"
+    floors = [floor_of(question, workload, results) for workload in question.workloads]
+    if any(floor is not None for floor in floors):
+        name = next(entry.title for entry in question.entries if entry.contender == question.floor)
+        text += f"; broken line: floor ({name})"
+    return text
+
+
+def _short_title(workload: str, question: Question, results: Results) -> str:
+    for entry in question.entries:
+        if summary := results.summary(entry.contender, workload, entry.phase):
+            return f"{workload}: {summary.values_per_row:,.0f} doubles per row"
+    return workload
+
+
 def _panel(axes: Axes, question: Question, workload: str, results: Results) -> None:
+    """Dots with quartiles. A logarithmic axis has no zero at which bars could start."""
     axes.set_xscale("log")
     axes.set_title(workload, loc="left", fontsize=9)
     lows, highs = [], []
@@ -56,7 +90,8 @@ def _panel(axes: Axes, question: Question, workload: str, results: Results) -> N
         highs.append(summary.high)
         axes.set_title(f"{workload}: {summary.label}", loc="left", fontsize=9)
     if highs:
-        axes.set_xlim(right=3 * max(highs))  # room for the label of the longest
+        # Room for the label of the longest time.
+        axes.set_xlim(min(lows) / 1.5, max(highs) * (max(highs) / min(lows)) ** 0.25)
         labelled = (1,) if max(highs) > 100 * min(lows) else (1, 2, 5)
         axes.xaxis.set_major_locator(LogLocator(subs=labelled))
     floor = floor_of(question, workload, results)
@@ -68,12 +103,12 @@ def _panel(axes: Axes, question: Question, workload: str, results: Results) -> N
 
 
 def _label(summary: Summary) -> str:
-    time = f"{summary.median:.3g}" if summary.median < 1000 else f"{summary.median:.0f}"
+    time = f"{summary.median:.3g}" if summary.median < 1000 else f"{summary.median:,.0f}"
     return f"{time}, rows lost" if summary.rows_lost > 0 else time
 
 
 def _growth(question: Question, results: Results) -> Figure:
-    """A line per entry; both axes are logarithmic."""
+    """A line per entry. Both axes are logarithmic."""
     figure = Figure(figsize=(10, 5.5), layout="constrained")
     axes = figure.subplots()
     axes.set_xscale("log")
@@ -90,6 +125,7 @@ def _growth(question: Question, results: Results) -> Figure:
     axes.set_title(question.title, fontsize=10)
     axes.set_xlabel("rows" if question.per == "row" else "channels")
     axes.set_ylabel(f"ns per {question.per}")
+    axes.yaxis.set_major_locator(LogLocator(subs=(1, 2, 5)))
     axes.xaxis.set_major_formatter("{x:,.10g}")
     axes.yaxis.set_major_formatter("{x:,.10g}")
     axes.legend(loc="upper center", bbox_to_anchor=(0.5, -0.12), ncols=2, frameon=False)

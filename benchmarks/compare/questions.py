@@ -1,4 +1,4 @@
-"""What is compared: which contenders on which workloads, and what of their work counts."""
+"""What is compared: the contenders, the workloads, and the phase of the work that counts."""
 
 from dataclasses import dataclass, replace
 from typing import Callable
@@ -21,23 +21,23 @@ class Question:
     title: str
     workloads: list[str]
     entries: list[Entry]
-    floor: str | None = None  # the contender that nothing can be faster than
+    floor: str | None = None  # the contender that no other one can beat
     is_growth: bool = False  # one table and one picture over all workloads
     per: str = "row"  # or "value": what a time is divided by
     most_repetitions: int | None = None
 
 
-# Slow contenders get fewer rows and are repeated less often, so that a run of all stays short.
+# Slow contenders get fewer rows and fewer repetitions, so that a full run stays short.
 ROW_FRACTIONS = {"hdf5-packets-rows": 0.05, "sqlite": 0.1, "csv": 0.1}
 MOST_REPETITIONS_OF_SLOW_ONES = 3
 
-# These hold data in memory before they are timed, so that their peak says nothing about them.
+# These hold data in memory before the timed phase, so their peak memory says nothing.
 HOLDING_DATA_BEFORE = {
     "copy-touched", "rollback-time", "rollback-count", "one-file", "raw-write", "read-touched",
 }
 
 FULL_WORKLOADS = ["W1", "W2", "W3", "W4", "W5", "WR"]
-# The steps of W1, W2, W4 and W5 are cut so that no buffer fills; none of W3 does.
+# W1, W2, W4 and W5 with fewer steps, so that no buffer fills. In W3 none fills anyway.
 NO_BUFFER_FULL = ["8x900000", "100x80000", "W3", "1x4000000", "1000x8000"]
 ONE_IN_SIXTEEN = ["1x1000000", "8x1000000"]
 
@@ -150,7 +150,7 @@ QUESTIONS = [
 
 
 def questions_with(is_wanted: Callable[[Question, str], bool]) -> list[Question]:
-    """The questions with those of their workloads that are wanted; none without a workload."""
+    """The questions with the wanted workloads, without questions that have none."""
     cut = [replace(question, workloads=[workload for workload in question.workloads
                                         if is_wanted(question, workload)])
            for question in QUESTIONS]

@@ -1,4 +1,4 @@
-"""Reads what was measured, and sums it up."""
+"""Reads and summarises what was measured."""
 
 import json
 import statistics
@@ -17,6 +17,7 @@ class Summary:
     peak_kib: float  # median, at the end of the phase
     rows: float  # of one run
     rows_lost: float  # the most of any run
+    values_per_row: float  # without the time
     label: str
     verified_count: int  # runs
     run_count: int
@@ -34,7 +35,7 @@ class Results:
 
     @property
     def is_full_size(self) -> bool:
-        """Fewer steps than a workload has say nothing about a goal."""
+        """Goals are judged only if each workload had its full number of steps."""
         return self.context["scale"] == 1
 
     def counts(self) -> tuple[int, int]:
@@ -44,13 +45,14 @@ class Results:
 
     def summary(self, contender: str, workload: str, phase: str,
                 per: str = "row") -> Summary | None:
-        """Sums up the verified runs; None if there are none."""
+        """Summarises the verified runs. None if there are none."""
         runs = self.runs.get((contender, workload), [])
         verified = [run for run in runs if is_verified(run)]
         if not verified:
             return None
         first = verified[0]
-        units = 1 if per == "row" else first["bytes_per_row"] / 8 - 1  # a row has its time, too
+        values_per_row = first["bytes_per_row"] / 8 - 1  # a row has its time, too
+        units = 1 if per == "row" else values_per_row
         low, median, high = quartiles([time_of(run, phase) / units for run in verified])
         peak = "run_peak_kib" if phase == "run" else "finish_peak_kib"
         return Summary(
@@ -59,6 +61,7 @@ class Results:
             peak_kib=statistics.median(run[peak] for run in verified),
             rows=first["rows"],
             rows_lost=max(run["rows_lost"] for run in verified),
+            values_per_row=values_per_row,
             label=first["label"],
             verified_count=len(verified),
             run_count=len(runs))
@@ -69,7 +72,7 @@ def read_results(path: Path) -> Results:
 
 
 def is_verified(run: dict) -> bool:
-    """Whether what the run stored was read back as it was given."""
+    """Whether the data that was read back is the data that was stored."""
     return not run.get("error_occurred", False)
 
 

@@ -1,12 +1,13 @@
-"""Tables for people, in Markdown."""
+"""Tables in Markdown."""
 
-from benchmarks.compare.goals import Outcome, Reached
+from benchmarks.compare.goals import Outcome
 from benchmarks.compare.questions import HOLDING_DATA_BEFORE, Entry, Question
 from benchmarks.compare.results import Results, Summary
 
 
 def markdown(questions: list[Question], outcomes: list[Outcome], results: Results) -> str:
-    lines = ["# What logging costs", "", *_facts(results), "", *_goals(outcomes, results)]
+    lines = ["# What logging costs", "", *_facts(results), "", "## Goals", "",
+             *goals_table(outcomes, results)]
     for question in questions:
         lines += ["", f"## {question.title}"]
         lines += _growth(question, results) if question.is_growth else _panels(question, results)
@@ -14,7 +15,7 @@ def markdown(questions: list[Question], outcomes: list[Outcome], results: Result
 
 
 def floor_of(question: Question, workload: str, results: Results) -> float | None:
-    """The time of the floor; None where something was faster, which the floor then is none for."""
+    """The time of the floor. None if something was faster, because then it is no floor."""
     times = {entry.contender: summary.median for entry in question.entries
              if (summary := results.summary(entry.contender, workload, entry.phase, question.per))}
     floor = times.get(question.floor)
@@ -22,7 +23,7 @@ def floor_of(question: Question, workload: str, results: Results) -> float | Non
 
 
 def growing_size(question: Question, workload: str, results: Results) -> int:
-    """What changes from one workload to the next: the rows, or the channels."""
+    """The number that grows from one workload to the next: of rows or of channels."""
     if question.per == "value":
         return int(workload.split("x")[0])
     summaries = [results.summary(entry.contender, workload, entry.phase)
@@ -38,28 +39,35 @@ def _facts(results: Results) -> list[str]:
              "load at the start": ", ".join(f"{load:.1f}" for load in context.get("load_avg", [])),
              "system": context["system"], "compiler": context.get("compiler", ""),
              "file system": context["file_system"],
-             "steps": f"{context['scale']:g} of each workload's",
+             "share of the steps that were run": f"{context['scale']:g}",
              "runs whose rows were read back and compared": f"{verified} of {total}"}
     return ["| | |", "|---|---|", *(f"| {name} | {value} |" for name, value in facts.items())]
 
 
-def _goals(outcomes: list[Outcome], results: Results) -> list[str]:
-    judged = results.is_full_size
-    lines = ["## What is promised and what was reached", ""]
-    if not judged:
-        lines += ["The goals are not judged: they are for the full number of steps.", ""]
-    lines += ["| line | goal | reached | |", "|---|---|---|---|"]
+def goals_table(outcomes: list[Outcome], results: Results) -> list[str]:
+    """What was reached, as the least and the greatest ratio of all workloads."""
+    lines = [] if results.is_full_size else [
+        f"Only {results.context['scale']:g} of the steps were run, so the goals are not judged.", ""]
+    lines += ["| measured | at most | reached | result |", "|---|---|---|---|"]
     for outcome in outcomes:
-        verdict = ("held" if outcome.is_held else "missed") if judged else "not judged"
-        reached = ", ".join(_reached(one, judged) for one in outcome.reached)
-        lines.append(f"| {outcome.goal.line} | {outcome.goal.text()} | {reached} | {verdict} |")
+        result = _verdict(outcome) if results.is_full_size else "not judged"
+        lines.append(
+            f"| {outcome.goal.line} | {outcome.goal.text()} | {_reached(outcome)} | {result} |")
     return lines
 
 
-def _reached(reached: Reached, judged: bool) -> str:
-    value = "FAILED" if reached.ratio is None else f"{reached.ratio:.2f}"
-    shown = f"**{value}**" if judged and not reached.is_held else value
-    return f"{reached.workload} {shown}" + (" (LOST rows)" if reached.lost_rows else "")
+def _verdict(outcome: Outcome) -> str:
+    missed = [reached.workload for reached in outcome.reached if not reached.is_held]
+    return f"**missed** on {', '.join(missed)}" if missed else "held"
+
+
+def _reached(outcome: Outcome) -> str:
+    ratios = [reached.ratio for reached in outcome.reached if reached.ratio is not None]
+    texts = sorted({f"{ratio:.2f}" for ratio in ratios}, key=float)
+    parts = [" to ".join(dict.fromkeys([texts[0], texts[-1]]))] if texts else []
+    parts += [f"{reached.workload} FAILED" for reached in outcome.reached if reached.ratio is None]
+    parts += [f"{reached.workload} LOST rows" for reached in outcome.reached if reached.lost_rows]
+    return ", ".join(parts)
 
 
 def _panels(question: Question, results: Results) -> list[str]:

@@ -11,8 +11,8 @@ namespace logging2::core::bench {
 /// One way to store, or to read, the rows of a workload.
 class Contender {
 public:
-    /// The rows outlive the contender. Its files go into the directory, which is empty, and which
-    /// the caller removes.
+    /// The rows must outlive the contender. The contender puts its files into the directory, which
+    /// is empty at first and which the caller removes.
     Contender(const Rows& workloadRows, std::filesystem::path emptyDirectory)
         : rows(workloadRows),
           directory(std::move(emptyDirectory)) {}
@@ -20,17 +20,17 @@ public:
     Contender& operator=(const Contender&) = delete;
     virtual ~Contender() = default;
 
-    /// Makes whatever exists before the first row comes. Not timed.
+    /// Prepares everything that exists before the first row is stored. Not timed.
     virtual void prepare() {}
 
-    /// Takes every row; a contender that reads, reads everything. Timed.
+    /// Stores every row, or reads everything if the contender is a reader. Timed.
     virtual void run() = 0;
 
-    /// Does what is left to do until the data can be read. Timed on its own.
+    /// Does the remaining work until the data can be read. Timed separately.
     virtual void finish() {}
 
-    /// Reads everything back and compares it; throws Mismatch where it differs. Returns how many
-    /// rows are missing, which is 0 for all contenders that are not known to lose any.
+    /// Reads everything back and compares it. Throws Mismatch if anything differs. Returns the
+    /// number of missing rows, which must be 0 unless the contender is known to lose rows.
     virtual std::size_t check() = 0;
 
 protected:

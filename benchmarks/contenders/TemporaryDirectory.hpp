@@ -9,7 +9,7 @@
 
 namespace logging2::core::bench {
 
-/// A new directory below TMPDIR, which is removed with everything in it.
+/// A new directory below TMPDIR. The destructor removes it with everything in it.
 class TemporaryDirectory {
 public:
     TemporaryDirectory() {

@@ -104,7 +104,7 @@ std::vector<StepRange> check_files(const Rows& rows, ColumnId column,
 
 void check_count(std::size_t found, std::size_t expected) {
     if (found != expected) {
-        throw Mismatch(fmt::format("{} found where {} were expected", found, expected));
+        throw Mismatch(fmt::format("found {} elements, expected {}", found, expected));
     }
 }
 

@@ -24,9 +24,9 @@ const std::vector<std::string>& workloads_for(Suits suits) {
     static const std::vector<std::string> oneGroup{
         "W1",       "W2",        "W4",        "W5",                      // in full
         "8x900000", "100x80000", "1x4000000", "1000x8000",               // no buffer fills
-        "8x100000", "8x300000",  "8x1000000", "8x3000000", "8x10000000", // growing number of steps
-        "10x30000", "30x30000",  "100x30000", "300x30000", "1000x30000", // and of channels
-        "8x10000",  "1x1000000"};                                        // taken back
+        "8x100000", "8x300000",  "8x1000000", "8x3000000", "8x10000000", // growing in steps
+        "10x30000", "30x30000",  "100x30000", "300x30000", "1000x30000", // growing in channels
+        "8x10000",  "1x1000000"};                                        // rolled back
     static const std::vector<std::string> anyGroups = [] {
         std::vector<std::string> names{"W3", "WL", "WR"};
         names.insert(names.end(), oneGroup.begin(), oneGroup.end());
@@ -36,9 +36,10 @@ const std::vector<std::string>& workloads_for(Suits suits) {
     return suits == Suits::reading ? reading : suits == Suits::oneGroup ? oneGroup : anyGroups;
 }
 
-/// About what the hungriest contender takes, or a little more: every row in blocks of its own with
-/// a handle, and then the columns or the pages that files fill. Above the limit, of which growth
-/// alone has some, the time that warming takes would outweigh what it is good for.
+/// Returns roughly the memory that the contender with the largest memory use needs, or a little
+/// more: every row in its own blocks with a handle, and then the columns or the pages of the files.
+/// The result is limited, because warming more memory would take too long; only workloads of a
+/// growing size exceed the limit.
 std::size_t hungriest_byte_count(const Workload& workload) {
     constexpr std::size_t mebibyte = std::size_t{1} << 20;
     constexpr std::size_t handleByteCount = 100; // per row
@@ -46,8 +47,8 @@ std::size_t hungriest_byte_count(const Workload& workload) {
     return std::min(2 * workload.byteCount() + handles + 64 * mebibyte, 1536 * mebibyte);
 }
 
-/// The most memory that has been resident in this process. What getrusage tells includes the
-/// process that started this one.
+/// Returns the peak of this process's resident memory. getrusage is not used, because its result
+/// includes the process that started this one.
 double peak_kib() {
     const std::string key = "VmHWM:";
     std::ifstream status("/proc/self/status");
@@ -66,7 +67,7 @@ double seconds_of(Function function) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// Runs the contender and compares what it stored.
+/// Runs the contender, and compares what it stored.
 void measure(benchmark::State& state, Contender& contender, const Workload& workload) {
     const auto rowCount = static_cast<double>(workload.rowCount());
     contender.prepare();

@@ -1,5 +1,5 @@
-# Counts the instructions of PROGRAM's counted_section() per row and compares them with the line of
-# NAME in the file COUNTS. Needs VALGRIND and ROW_COUNT as well.
+# Counts the instructions per row in PROGRAM's counted_section(), and compares the count with the
+# line of NAME in the file COUNTS. VALGRIND and ROW_COUNT must also be set.
 set(tolerance_percent 5)
 
 set(output ${CMAKE_CURRENT_BINARY_DIR}/${NAME}.callgrind)
@@ -17,7 +17,7 @@ list(GET totals 0 total)
 string(REGEX MATCH "[0-9]+" total "${total}")
 math(EXPR count "${total} / ${ROW_COUNT}")
 if(count EQUAL 0)
-  message(FATAL_ERROR "nothing was counted")
+  message(FATAL_ERROR "callgrind counted no instructions in counted_section() of ${PROGRAM}")
 endif()
 
 file(STRINGS ${COUNTS} line REGEX "^${NAME} [0-9]+$")
@@ -29,5 +29,5 @@ endif()
 math(EXPR limit "${stored} * (100 + ${tolerance_percent}) / 100")
 message(STATUS "${NAME}: ${count} instructions per row, ${stored} stored, ${limit} allowed")
 if(count GREATER limit)
-  message(FATAL_ERROR "${NAME} takes more instructions than it did")
+  message(FATAL_ERROR "${NAME} takes ${count} instructions per row, but only ${limit} are allowed")
 endif()

@@ -6,14 +6,15 @@
 #include <cstddef>
 #include <vector>
 
-// Each program of this folder defines counted_section(), which callgrind counts, and nothing else.
+// Each program of this folder defines counted_section(). Callgrind counts only the instructions in
+// it.
 
 namespace logging2::core::bench {
 
-/// Rows per program; the table of counts is per row.
+/// The number of rows in each program. The stored counts are per row.
 constexpr std::size_t countedRowCount = 20'000;
 
-/// One group of eight scalars.
+/// Returns a workload of one group with eight scalars.
 inline Workload counted_workload() {
     return {"", {{std::vector<std::size_t>(8, 1)}}, countedRowCount};
 }

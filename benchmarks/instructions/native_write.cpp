@@ -12,5 +12,5 @@ int main() {
     using namespace logging2::core;
     const bench::Rows rows(bench::counted_workload());
     NativeStreamWriter writer({}, bench::setup_of(rows.workload()));
-    bench::counted_section(writer, rows); // fills no buffer, so nothing needs a flush
+    bench::counted_section(writer, rows); // no buffer becomes full, so no flush is needed
 }

@@ -6,7 +6,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// Writes to a fresh writer of the back-end each time; memory is warm.
+/// Writes to a new writer of the back-end in each iteration. The memory is warm.
 void write_rows(benchmark::State& state, const std::string& backend) {
     const Rows rows(scalars(8, steps_for_width(8)));
     const auto setup = setup_of(rows.workload());
@@ -26,7 +26,7 @@ void register_for(const std::string& backend) {
 
 } // namespace
 
-/// What the checks cost: the difference of the two is at most 10 ns per row.
+/// Measures the cost of the checks: the two differ by at most 10 ns per row.
 void register_checked() {
     register_checked_backend(foundation::get_global_bundle_context(), "memory");
     register_for("memory");

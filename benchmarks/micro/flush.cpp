@@ -4,17 +4,18 @@
 namespace logging2::core::bench {
 namespace {
 
-/// Readers delete the files of what they read.
+/// Removes the writer's files, by creating and destroying their readers.
 void remove_files(const NativeStreamWriter& writer, const GroupShape& group) {
     for (std::size_t channel = 0; channel < group.widths.size(); ++channel) {
         const NativeStreamReader reader(writer.dataStore(path_of(0, channel)));
     }
 }
 
-/// What stays in memory goes with the writer.
+/// Does nothing, because the other writers have no files.
 void remove_files(const StreamWriter&, const GroupShape&) {}
 
-/// A fresh writer each time, with a million doubles; rings are full and hold all of them.
+/// Flushes a new writer with a million doubles in each iteration. Rings are full and hold all of
+/// them.
 template <class Writer>
 void flush(benchmark::State& state) {
     const std::size_t width = argument(state);

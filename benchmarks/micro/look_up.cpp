@@ -13,7 +13,7 @@ void writer_by_name(benchmark::State& state) {
     }
 }
 
-/// The same without the registry.
+/// Creates a writer without the registry.
 void default_writer(benchmark::State& state) {
     const auto setup = setup_of(scalars(8, 1));
     for (auto _ : state) {

@@ -11,7 +11,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// More than any of the benchmarks has at a time.
+/// More memory than any of the benchmarks uses at a time.
 constexpr std::size_t warmByteCount = std::size_t{512} * 1024 * 1024;
 
 int main_of(int argc, char** argv) {

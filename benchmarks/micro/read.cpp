@@ -33,7 +33,8 @@ void clone(benchmark::State& state) {
     }
 }
 
-/// The clones of a file-backed reader look for the files when they go.
+/// The destructor of a file-backed reader's clone looks for the files, so the time of `clone`
+/// includes that.
 template <class Writer, class Reader>
 void register_for(const char* readName, const char* cloneName) {
     benchmark::RegisterBenchmark(readName, read<Writer, Reader>)->Unit(benchmark::kMicrosecond);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Each adds its benchmarks to those that the program runs.
+// Each function adds its benchmarks to those that the program runs.
 
 namespace logging2::core::bench {
 
@@ -10,6 +10,6 @@ void register_flush();
 void register_transpose();
 void register_read();
 void register_look_up();
-void register_checked(); // after register_look_up(), which registers the built-in back-ends
+void register_checked(); // call it after register_look_up(), which registers the built-in back-ends
 
 } // namespace logging2::core::bench

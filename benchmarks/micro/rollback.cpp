@@ -4,7 +4,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// Writes as many steps as are taken back, each time anew, so that memory is warm.
+/// Writes as many steps as are undone in each iteration, so that the memory is warm.
 template <class TakeBack>
 void roll_back(benchmark::State& state, TakeBack takeBack) {
     const std::size_t depth = argument(state);
@@ -27,7 +27,7 @@ void by_count(benchmark::State& state) {
               [](MemoryStreamWriter& writer, std::size_t depth) { writer.rollback(0, depth); });
 }
 
-/// Looks at all steps and takes back the last.
+/// Undoes only the last of the steps that the writer holds.
 void scan(benchmark::State& state) {
     const std::size_t depth = argument(state);
     const Rows rows(scalars(8, depth));

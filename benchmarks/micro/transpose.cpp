@@ -10,7 +10,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// The columns keep their storage from one batch to the next, as a writer's do.
+/// Appends a batch in each iteration. The columns keep their storage, as those of a writer do.
 void append_batch(benchmark::State& state, const GroupShape& group) {
     const std::size_t width = group.valueCount();
     const Rows rows(Workload{"", {group}, steps_for_width(width)});

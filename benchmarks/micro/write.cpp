@@ -4,8 +4,8 @@
 namespace logging2::core::bench {
 namespace {
 
-/// A fresh writer each time, whose rings keep a tenth of the steps; a million doubles fill no
-/// buffer of the file-backed writer.
+/// Writes a million doubles to a new writer in each iteration. Rings keep a tenth of the steps. No
+/// buffer of the file-backed writer becomes full.
 template <class Writer>
 void write_rows(benchmark::State& state) {
     const std::size_t width = argument(state);

@@ -2,8 +2,8 @@
 
 namespace logging2::core::bench {
 
-/// What a program's main returns: what the function returns, or 1 where it throws; what was thrown
-/// is told on standard error.
+/// Calls the function and returns its result, as the result of main(). If the function throws,
+/// prints the exception on standard error and returns 1.
 int guarded_main(int (*function)(int, char**), int argc, char** argv);
 
 } // namespace logging2::core::bench

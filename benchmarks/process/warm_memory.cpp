@@ -9,14 +9,14 @@
 namespace logging2::core::bench {
 namespace {
 
-/// Returns false if there is not so much memory.
+/// Touches so much memory. Returns false if there is not enough.
 bool touch(std::size_t byteCount) {
     void* const block =
         mmap(nullptr, byteCount, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (block == MAP_FAILED) {
         return false;
     }
-    madvise(block, byteCount, MADV_HUGEPAGE); // only makes it faster
+    madvise(block, byteCount, MADV_HUGEPAGE); // only for speed
     const auto pageByteCount = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     auto* const bytes = static_cast<volatile char*>(block);
     for (std::size_t i = 0; i < byteCount; i += pageByteCount) {
@@ -34,7 +34,7 @@ void warm_memory(std::size_t byteCount) {
     }
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
-        throw std::runtime_error("there is not enough memory to warm");
+        throw std::runtime_error("there is not enough memory for the benchmark");
     }
 }
 

@@ -8,7 +8,7 @@ std::vector<double> Rows::values_table(std::size_t count) {
     std::mt19937_64 source(1);
     std::vector<double> values(count);
     for (double& value : values) {
-        value = static_cast<double>(source() >> 11) * 0x1p-53; // every digit in use, below 1
+        value = static_cast<double>(source() >> 11) * 0x1p-53; // below 1, with every digit used
     }
     return values;
 }

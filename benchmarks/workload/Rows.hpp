@@ -7,9 +7,9 @@
 
 namespace logging2::core::bench {
 
-/// The rows of a workload. They lie in one small table that stays in the cache, each row at an
-/// offset of its own, so that handing one out costs next to nothing and any row that was stored can
-/// be compared with what it must be.
+/// The rows of a workload. They are views of one small table that stays in the cache, and each row
+/// begins at a different offset. Producing a row therefore costs almost nothing, and any stored row
+/// can be compared with the expected one.
 class Rows {
 public:
     explicit Rows(Workload workload)
@@ -22,13 +22,13 @@ public:
 
     const Workload& workload() const { return shape; }
 
-    /// A multiple of a power of two, so that no digit is lost on the way back.
+    /// Returns the time of a step. It is a multiple of a power of two, so that stepAt() is exact.
     static double time(std::size_t step) { return static_cast<double>(step) * timeStep; }
 
-    /// The step of a time.
+    /// Returns the step of a time.
     static std::size_t stepAt(double time) { return static_cast<std::size_t>(time / timeStep); }
 
-    /// The doubles of one row; neighbouring steps and groups have different ones.
+    /// Returns the doubles of one row. Neighbouring steps and groups have different rows.
     const double* values(std::size_t group, std::size_t step) const {
         return table.data() + ((step * 37 + group * 101) & (offsetCount - 1));
     }
@@ -39,7 +39,7 @@ public:
         forFirst(shape.stepCount, store);
     }
 
-    /// The same for the first steps only.
+    /// Does the same as forEach(), but only for the first stepCount steps.
     template <class Store>
     void forFirst(std::size_t stepCount, Store store) const {
         for (std::size_t step = 0; step < stepCount; ++step) {

@@ -16,13 +16,14 @@ GroupShape scalars(std::size_t count) {
     return {std::vector<std::size_t>(count, 1)};
 }
 
-/// The same draw everywhere: distributions of the standard library are not.
+/// Returns a random number that is the same on every platform, unlike the distributions of the
+/// standard library.
 std::size_t draw(std::mt19937_64& source, std::size_t from, std::size_t to) {
     return from + source() % (to - from + 1);
 }
 
-/// The groups share all calls, so the buffers of the file-backed writer, of 4,194,304 rows each,
-/// fill on two consecutive calls, and the rest of the steps goes with its flush.
+/// The two groups are written in turn, so their buffers in the file-backed writer, of 4,194,304
+/// rows each, fill on two consecutive calls. The flush writes the remaining steps.
 Workload lockstep_workload() {
     constexpr std::size_t stepCount = 4'400'000;
     return {"WL", {scalars(1), scalars(1)}, stepCount, stepCount};
@@ -47,7 +48,7 @@ Workload one_group_of_scalars(const std::string& name) {
     static const std::regex pattern("([0-9]+)x([0-9]+)");
     std::smatch match;
     if (!std::regex_match(name, match, pattern)) {
-        throw std::invalid_argument("no workload " + name);
+        throw std::invalid_argument("there is no workload " + name);
     }
     return {name, {scalars(std::stoul(match[1]))}, std::stoul(match[2])};
 }

@@ -10,41 +10,43 @@ namespace logging2::core::bench {
 struct GroupShape {
     std::vector<std::size_t> widths;
 
-    /// Doubles in a row.
+    /// Returns the number of doubles in a row.
     std::size_t valueCount() const;
 };
 
-/// What is stored: some groups of channels, each for the same number of steps. The groups take
-/// turns, one row each per step.
+/// The data that is stored: some groups of channels, all with the same number of steps. In each
+/// step, one row of each group is written.
 struct Workload {
     std::string name;
     std::vector<GroupShape> groups;
     std::size_t stepCount = 0;
 
-    /// With fewer steps the workload would not show what it is for.
+    /// The number of steps below which the workload would not show its purpose.
     std::size_t leastStepCount = 1;
 
-    /// Rows of all groups.
+    /// Returns the number of rows of all groups.
     std::size_t rowCount() const;
 
-    /// Doubles in the rows of all groups at all steps, without the times.
+    /// Returns the number of doubles in the rows of all groups and steps, without the times.
     std::size_t valueCount() const;
 
-    /// Bytes of all rows, each with its time.
+    /// Returns the number of bytes of all rows and their times.
     std::size_t byteCount() const;
 
     std::size_t widestRow() const;
 
-    /// Such as "1 group, 8 values in 8 channels, 4000000 steps".
+    /// Returns a text such as "1 group, 8 values in 8 channels, 4000000 steps".
     std::string description() const;
 };
 
-/// "W1" to "W5"; "WL", whose groups fill the buffers of the file-backed writer on consecutive
-/// calls; "WR", whose groups and widths are drawn from a fixed seed; or "CxS" for one group of C
-/// scalars and S steps. Throws std::invalid_argument for any other name.
+/// Returns the workload of this name: "W1" to "W5"; "WL", whose groups fill the buffers of the
+/// file-backed writer on consecutive calls; "WR", whose groups and widths are random numbers from a
+/// fixed seed; or "CxS", which is one group of C scalars and S steps. Throws std::invalid_argument
+/// for any other name.
 Workload workload_named(const std::string& name);
 
-/// The same groups for factor times the steps, but no fewer than the least.
+/// Returns the workload with its number of steps multiplied by the factor, but with at least
+/// leastStepCount steps.
 Workload scaled(Workload workload, double factor);
 
 } // namespace logging2::core::bench

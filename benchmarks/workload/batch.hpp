@@ -7,7 +7,8 @@
 
 namespace logging2::core::bench {
 
-/// All rows, step by step, each after its time, as the file-backed writer buffers those of a group.
+/// Returns all rows, step by step. Each row follows its time, as in a buffer of the file-backed
+/// writer.
 inline std::vector<double> batch_of(const Rows& rows) {
     std::vector<double> batch;
     batch.reserve(rows.workload().byteCount() / sizeof(double));

@@ -9,10 +9,11 @@
 
 namespace logging2::core::bench {
 
-/// The logged path of a channel of a group.
+/// Returns the logged path of a channel of a group.
 lang::core::ValuePath path_of(std::size_t group, std::size_t channel);
 
-/// The workload's groups with one path per channel. Channel numbers are unique in the setup.
+/// Returns a setup of the workload's groups, with one path per channel. Channel numbers are unique
+/// in the setup.
 SequenceMap<Group, LoggedPathsSetupData> setup_of(const Workload& workload);
 
 /// Writes every row through the interface, as a host does.

@@ -1,11 +1,11 @@
-# Makes Debian's changelog of the newest section of CHANGELOG.md, compressed as Debian wants it.
+# Makes Debian's changelog from the newest section of CHANGELOG.md, and compresses it as Debian requires.
 find_program(LOGGING2_FMT fmt REQUIRED)
 find_program(LOGGING2_GZIP gzip REQUIRED)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 
 file(READ ${PROJECT_SOURCE_DIR}/CHANGELOG.md changes)
 if(NOT changes MATCHES "\n## ${PROJECT_VERSION}[^\n]*\n(.*)")
-  message(FATAL_ERROR "CHANGELOG.md has no section for ${PROJECT_VERSION}")
+  message(FATAL_ERROR "CHANGELOG.md has no section \"## ${PROJECT_VERSION}\"")
 endif()
 string(REGEX REPLACE "\n## .*" "" changes "${CMAKE_MATCH_1}")
 string(REPLACE "\n" "\n  " changes "${changes}")

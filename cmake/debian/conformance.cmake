@@ -12,7 +12,7 @@ set(CPACK_DEBIAN_CONFORMANCE_DESCRIPTION "${logging2_conformance_summary}
 The promises that every back-end of logging2 makes, as tests: a program that
 loads a back-end from a shared library, and a library for your own tests.")
 
-# The program's manual page, which Debian wants.
+# The program's manual page, which Debian requires.
 set(page ${PROJECT_BINARY_DIR}/debian/logging2-conformance.1)
 add_custom_command(OUTPUT ${page}.gz
   COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:logging2_conformance_program>

@@ -1,4 +1,4 @@
-# Makes a manual page of what a program says about itself:
+# Makes a manual page from the output of a program's --help:
 #   cmake -DPROGRAM=<file> -DSUMMARY=<words> -DOUTPUT=<file> -P man_page.cmake
 get_filename_component(name ${PROGRAM} NAME)
 string(TOUPPER ${name} title)

@@ -1,6 +1,6 @@
-# `cpack` makes a Debian package of each component: liblogging2-<soversion>, liblogging2-dev,
-# logging2-conformance, and liblogging2-registry<soversion> unless services are registered in
-# CppMicroServices.
+# `cpack` makes a Debian package for each component: liblogging2-<soversion>, liblogging2-dev,
+# liblogging2-runs<soversion>, logging2-conformance, if SQLite is found liblogging2-recording<soversion>,
+# and, if the tree's own service registry is used, liblogging2-registry<soversion>.
 set(logging2_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(logging2_components runtime devel)
 set(logging2_runtime_package liblogging2-${logging2_soversion})
@@ -19,8 +19,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-# A trigger updates the loader's cache; naming the two scripts, which do not exist, keeps CPack from
-# making some that do it as well (it warns that they are missing).
+# A trigger updates the loader's cache. CPack would also make two scripts that do this. It does not make
+# them if they are named here, although they do not exist; it only warns that they are missing.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers postinst postrm)
 set(logging2_description "The library keeps what a simulation logs while it runs, in memory or in
 files, takes rejected solver steps back, and gives times and values of each
@@ -33,7 +33,7 @@ if(logging2_registry STREQUAL "OWN")
   list(APPEND logging2_components registry)
   set(logging2_registry_package liblogging2-registry${logging2_soversion})
   string(APPEND logging2_libraries ", ${logging2_registry_package} (= ${PROJECT_VERSION})")
-  # dpkg-shlibdeps finds the library where it was built, but no package that it is in.
+  # dpkg-shlibdeps finds the library where it was built, but it finds no package that contains it.
   get_target_property(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS logging2_registry BINARY_DIR)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${logging2_registry_package} (>= ${PROJECT_VERSION})")
 
@@ -48,6 +48,32 @@ This package has the registry in which back-ends are registered and found by
 name.")
 endif()
 
+set(logging2_runs_purpose "reading runs
+${logging2_description}
+.
+This package has what programs read stored runs with.")
+set(logging2_recording_purpose "recordings
+${logging2_description}
+.
+This package has the back-end that records runs on disk.")
+foreach(part IN LISTS logging2_parts)
+  string(TOUPPER ${part} PART)
+  list(APPEND logging2_components ${part})
+  set(logging2_${part}_package liblogging2-${part}${logging2_soversion})
+  set(CPACK_DEBIAN_${PART}_PACKAGE_NAME ${logging2_${part}_package})
+  set(CPACK_DEBIAN_${PART}_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_${PART}_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_${PART}_PACKAGE_DEPENDS "${logging2_libraries}")
+  set(CPACK_DEBIAN_${PART}_PACKAGE_CONTROL_EXTRA ${CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA})
+  set(CPACK_DEBIAN_${PART}_DESCRIPTION
+    "storage for the logged signals of a simulation - ${logging2_${part}_purpose}")
+  string(APPEND logging2_libraries ", ${logging2_${part}_package} (= ${PROJECT_VERSION})")
+  get_target_property(directory logging2_${part} BINARY_DIR)
+  list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${directory})
+endforeach()
+get_target_property(directory logging2 BINARY_DIR)
+list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${directory})
+
 set(CPACK_DEBIAN_DEVEL_PACKAGE_NAME ${logging2_devel_package})
 set(CPACK_DEBIAN_DEVEL_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_DEPENDS
@@ -58,7 +84,7 @@ ${logging2_description}
 This package has the headers, the built-in back-ends as services, and what
 CMake and pkg-config need to find them.")
 
-# What only a package has; `cmake --install` leaves it out.
+# Only packages contain these files; `cmake --install` leaves them out.
 include(${CMAKE_CURRENT_LIST_DIR}/changelog.cmake)
 if(LOGGING2_BUILD_CONFORMANCE)
   list(APPEND logging2_components conformance)

@@ -1,4 +1,4 @@
-# Runs before cpack makes the packages: strips what was staged as Debian's own tools do.
+# Strips the staged files in the way of Debian's own tools. It runs before cpack makes the packages.
 function(strip_staged pattern)
   file(GLOB_RECURSE files ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${pattern})
   foreach(file IN LISTS files)

@@ -14,9 +14,9 @@ namespace simulate {
 namespace {
 
 constexpr const char* description =
-    "Simulates a model, logs every accepted solver step through the library, reads the log back\n"
-    "and leaves, for each logging group, one CSV file and one plot (SVG and PNG). A table of what\n"
-    "was logged goes to standard output.\n";
+    "Simulates a model, logs every accepted solver step with the library, and reads the log back.\n"
+    "Writes one CSV file and one plot (SVG and PNG) for each logging group, and prints a table of\n"
+    "the logged data.\n";
 
 constexpr const char* footer =
     "Examples:\n"
@@ -26,7 +26,8 @@ constexpr const char* footer =
     "  simulate dc-motor --backend memory-restricted --point-limit 200\n"
     "\n"
     "Files are named MODEL_GROUP.csv, .svg and .png. They appear together when the run has\n"
-    "succeeded, over those of a former run; a run that fails leaves none and exits with status 2.";
+    "succeeded, and replace those of a former run. A run that fails writes none of them and exits\n"
+    "with status 2.";
 
 std::string shown(double value) {
     std::ostringstream text;
@@ -43,7 +44,7 @@ std::string read_number(const std::string& text, Number low, Number high) {
     if (stop != end || error == std::errc::invalid_argument) {
         return '"' + text + "\" is not a " +
                (std::is_integral_v<Number> ? "whole number" : "number") +
-               (std::is_unsigned_v<Number> ? " from 1 on" : "");
+               (std::is_unsigned_v<Number> ? " of at least 1" : "");
     }
     if (error == std::errc::result_out_of_range || !(low <= value && value <= high)) {
         return text + " is out of range (" + shown(static_cast<double>(low)) + " to " +
@@ -61,39 +62,40 @@ CLI::Validator within(Number low, Number high) {
 void add_options(CLI::App& app, Options& options) {
     app.add_option("MODEL", options.model, "The model to simulate (see --list)")->type_name("");
     CLI::Option* const backend = app.add_option("--backend", options.backend,
-                                                "Log to the back-end of that name (see --list)");
+                                                "Log to the back-end of this name (see --list)");
     backend->type_name("NAME")->capture_default_str();
     app.add_option("--backend-library", options.backendLibraries,
-                   "Load further back-ends from that shared library; may be repeated")
+                   "Load further back-ends from this shared library; may be repeated")
         ->type_name("FILE")
         ->allow_extra_args(false);
     CLI::Option* const useDefault =
         app.add_flag("--default", options.useDefault,
-                     "Log to the library's default, which needs no look-up by name");
+                     "Log to the library's default back-end, without a look-up by name");
     useDefault->excludes(backend);
     app.add_flag("--checked", options.checked,
-                 "Fail if this program misuses the back-end, instead of going on")
+                 "Check every call of the back-end, and fail if one is a mistake")
         ->excludes(useDefault);
     app.add_option("--stop-time", options.stopTime,
-                   "Simulate until then, 1e-6 to 1e6 in the model's time unit (see --list)")
+                   "Simulate until this time, 1e-6 to 1e6 in the model's time unit (see --list)")
         ->type_name("S")
         ->check(within(1e-6, 1e6));
     app.add_option("--tolerance", options.tolerance,
-                   "Absolute and relative error of a solver step, 1e-13 to 0.01")
+                   "Absolute and relative error bound of a solver step, 1e-13 to 0.01")
         ->type_name("R")
         ->capture_default_str()
         ->check(within(1e-13, 1e-2));
     app.add_option("--point-limit", options.pointLimit,
-                   "Steps per group that a back-end with a limit keeps, the last ones; at least 1")
+                   "How many steps per group a back-end with a limit keeps; at least 1")
         ->type_name("N")
         ->capture_default_str()
         ->check(within(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()));
-    app.add_option("--out", options.outputDirectory, "Leave the files there; created if missing")
+    app.add_option("--out", options.outputDirectory,
+                   "Write the files to this directory; created if missing")
         ->type_name("DIR")
         ->capture_default_str();
     app.add_flag_callback(
         "--no-plots", [&options] { options.plots = false; },
-        "Leave CSV files only; gnuplot is not needed then");
+        "Write only CSV files, which does not need gnuplot");
     app.add_flag("--list", options.list, "List models and back-ends");
 }
 
@@ -104,7 +106,7 @@ std::string first_line(const std::string& text) {
 
 void check_model_given(const Options& options) {
     if (options.model.empty() && !options.list) {
-        throw HostError("no model given; --list shows what there is, --help explains the rest");
+        throw HostError("no model given; --list prints the models, --help explains the options");
     }
 }
 

@@ -9,14 +9,15 @@
 namespace logging2::core::detail {
 namespace {
 
-/// Rows of the same length, back to back; the time is the first element of each.
+/// Rows of equal length that lie back to back. The first element of each row is its time.
 struct BufferedRows {
     const double* first;
     std::size_t rowLength;
     std::size_t rowCount;
 };
 
-/// The times and every channel, cut off where the row ends. There are enough columns.
+/// Returns the slices of the times and of every channel, cut off at the end of the row. The caller
+/// has made enough columns.
 std::vector<Slice> slices_with_times(const ChannelWidths& widths, std::size_t rowLength,
                                      std::deque<std::vector<double>>& columns) {
     std::vector<Slice> slices =
@@ -25,9 +26,9 @@ std::vector<Slice> slices_with_times(const ChannelWidths& widths, std::size_t ro
     return slices;
 }
 
-/// Gives every column room for the slices of so many rows, so that appending them cannot fail. A
-/// column that holds values grows geometrically, so that many batches copy them a few times only;
-/// an empty one gets what it needs.
+/// Gives every column room for the slices of rowCount rows, so that appending them cannot fail. A
+/// column that holds values grows geometrically, so that appending many batches copies each value
+/// only a few times. An empty column gets exactly what it needs.
 void reserve_columns(const std::vector<Slice>& slices, std::size_t rowCount) {
     for (const auto& [offset, width, column] : slices) {
         if (column->empty()) {

@@ -8,15 +8,17 @@
 
 namespace logging2::core::detail {
 
-/// Turns rows into columns: appends the times to column 0 and the values of the j-th channel
-/// (j = 1, 2, ...) to column j. There are as many columns as channels plus one afterwards,
-/// or more.
+/// Turns rows into columns: appends the times to column 0 and the values of the j-th channel (j =
+/// 1, 2, ...) to column j. Missing columns are added, so that there is at least one more column
+/// than channels.
 ///
-/// The rows lie back to back, each a time followed by rowWidth values. The last one may be cut
-/// short. A channel that reaches beyond its row contributes the values that the row has, and values
-/// behind the last channel are left out: nothing is read past the end of a row. Many batches cost
-/// time in proportion to their values, also where the columns are never emptied. Where memory runs
-/// out, the columns hold what they held before.
+/// The rows lie back to back. Each row is a time followed by rowWidth values; the last row may be
+/// incomplete. Nothing is read past the end of a row: a channel that reaches beyond the end
+/// contributes the values that the row has. Values after the last channel are ignored.
+///
+/// The time is proportional to the number of appended values, even if many batches are appended to
+/// columns that are never emptied. If memory runs out, the allocation error is thrown and the
+/// columns hold the values that they held before.
 void append_rows(const std::vector<double>& rows, std::size_t rowWidth, const ChannelWidths& widths,
                  std::deque<std::vector<double>>& columns);
 

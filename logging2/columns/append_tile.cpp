@@ -6,17 +6,17 @@
 namespace logging2::core::detail {
 namespace {
 
-/// Up to this width the elements of a tile are gathered before they go to the column, which costs
-/// less than one insertion per row.
+/// Slices of at most this width are gathered in a buffer and appended to their column once per
+/// tile, which costs less than one insertion per row.
 constexpr std::size_t gatheredWidth = 8;
 
-/// So many scalars side by side are taken from a row at once: a cache line of it.
+/// The number of adjacent scalars that are taken from a row together. They fill a cache line.
 constexpr std::size_t sideBySide = 8;
 
 using Rows = const double* const*;
 using Slices = std::vector<Slice>::const_iterator;
 
-/// Whether the slices from first on begin with as many adjacent scalars.
+/// Whether the next sideBySide slices are adjacent scalars.
 bool begins_with_scalars(Slices first, Slices last) {
     if (static_cast<std::size_t>(last - first) < sideBySide) {
         return false;

@@ -5,15 +5,15 @@
 
 namespace logging2::core::detail {
 
-/// How many rows are turned into columns together: few enough to stay in the cache until the last
-/// column has asked for its elements.
+/// The number of rows in a tile. The rows of a tile are turned into columns together. They are few
+/// enough to stay in the cache until the last column has taken its elements.
 constexpr std::size_t tileRowCount = 64;
 
-/// If the rows are freed after they were copied, a tile also ends with the row that reaches this
-/// many bytes, to limit how much is held twice.
+/// The size in bytes at which a tile ends early if its rows are freed after copying. The row that
+/// reaches this size is its last one. This limits how much data is held twice.
 constexpr std::size_t tileByteCount = std::size_t{512} * 1024;
 
-/// The elements of every row that go to one column: offset to offset + width - 1.
+/// The elements of every row that belong to one column: elements offset to offset + width - 1.
 struct Slice {
     std::size_t offset;
     std::size_t width;
@@ -22,8 +22,9 @@ struct Slice {
 
 /// Appends the slices of each row to their columns, row after row.
 ///
-/// rows points to the first elements of rowCount rows, at most tileRowCount. The columns should
-/// have the capacity; where one has not and memory runs out, some keep a part of the rows.
+/// `rows` points to the first elements of rowCount rows, at most tileRowCount. The caller should
+/// reserve the capacity of the columns. If a column must grow and memory runs out, some columns
+/// keep a part of the rows.
 void append_tile(const double* const* rows, std::size_t rowCount, const std::vector<Slice>& slices);
 
 } // namespace logging2::core::detail

@@ -8,12 +8,13 @@
 
 namespace logging2::core::detail {
 
-/// The widths of a group's channels, in the order of the row: the number of doubles that each
-/// channel contributes to a row.
+/// The widths of a group's channels in row order. The width of a channel is the number of doubles
+/// that it contributes to a row.
 using ChannelWidths = std::vector<std::size_t>;
 
-/// One slice per channel, side by side from the offset on; columnAt(k) points to the column of
-/// channel k. A channel that reaches beyond the end of the row is cut off there.
+/// Returns one slice per channel. The slices lie side by side in the row and begin at `offset`.
+/// columnAt(k) returns a pointer to the column of channel k. A channel that reaches beyond the end
+/// of the row is cut off there.
 template <class ColumnAt>
 std::vector<Slice> slices_of(const ChannelWidths& widths, std::size_t offset, std::size_t rowLength,
                              ColumnAt columnAt) {

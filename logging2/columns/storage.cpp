@@ -8,10 +8,10 @@
 namespace logging2::core::detail {
 namespace {
 
-/// Anything smaller might not hold a single whole large page of 2 MiB.
+/// A smaller block might not contain a single whole large page of 2 MiB.
 constexpr std::size_t leastByteCount = std::size_t{4} * 1024 * 1024;
 
-/// For the whole pages that the storage has to itself.
+/// Asks for large pages for those whole pages that contain nothing but the vector's storage.
 void prefer_large_pages([[maybe_unused]] std::vector<double>& elements) {
 #ifdef MADV_HUGEPAGE
     const auto pageByteCount = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
@@ -19,7 +19,7 @@ void prefer_large_pages([[maybe_unused]] std::vector<double>& elements) {
     const auto address = reinterpret_cast<std::uintptr_t>(elements.data());
     const std::size_t beforePage = (pageByteCount - address % pageByteCount) % pageByteCount;
     char* const firstPage = reinterpret_cast<char*>(elements.data()) + beforePage;
-    // It is advice: a refusal changes nothing.
+    // This is only advice. A refusal changes nothing, so the result is ignored.
     madvise(firstPage, (byteCount - beforePage) / pageByteCount * pageByteCount, MADV_HUGEPAGE);
 #endif
 }

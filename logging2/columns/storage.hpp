@@ -6,15 +6,15 @@
 
 namespace logging2::core::detail {
 
-/// Gives a vector the capacity for so many elements in all, as reserve() does, and asks the system
-/// to back it with large pages where that is 4 MiB or more.
+/// Gives the vector capacity for elementCount elements in total, as reserve() does. If that is 4
+/// MiB or more, the system is asked to back the storage with large pages.
 ///
-/// The first touch of fresh memory is most of what storing costs, and large pages make it several
-/// times as fast. Where the system has none or wants none, the vector is the same, only slower.
+/// The first access to fresh memory is the largest part of the cost of storing, and large pages
+/// make it several times as fast. If the system provides none, the vector is the same, only slower.
 void reserve_large(std::vector<double>& elements, std::size_t elementCount);
 
-/// Gives a vector the capacity for so many elements more, in the ordinary way: where it has too
-/// little, at least twice what it had.
+/// Gives the vector capacity for elementCount further elements. If the capacity is too small, it at
+/// least doubles, as when a vector grows by itself.
 inline void make_room(std::vector<double>& elements, std::size_t elementCount) {
     if (elements.capacity() - elements.size() < elementCount) {
         reserve_large(elements, std::max(elements.size() + elementCount, 2 * elements.capacity()));

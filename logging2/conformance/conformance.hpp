@@ -1,7 +1,7 @@
 #pragma once
 
-/// The whole public surface of the conformance suite: the promises that every back-end makes, as
-/// tests of GoogleTest.
+/// The public header of the conformance suite, which tests with GoogleTest what every back-end
+/// promises.
 
 #include <logging2/lookup/Backend.hpp>
 
@@ -14,68 +14,71 @@
 
 namespace logging2::core::conformance {
 
-/// Capabilities that are optional and that BackendInfo does not describe. A back-end is held to
-/// what it declares: a capability must work if it is declared, and have no effect otherwise.
+/// Optional capabilities that BackendInfo does not describe. The suite checks that a declared
+/// capability works and that a capability that is not declared has no effect.
 struct Supports {
-    /// `StreamingAttributes::rollbackOnTimeRegression` is obeyed. Otherwise it is ignored.
+    /// Whether writers obey `StreamingAttributes::rollbackOnTimeRegression`. If false, they ignore
+    /// it.
     bool rollbackOnTimeRegression = false;
 
-    /// `StreamingAttributes::pointLimit` bounds the history. Otherwise it is ignored.
+    /// Whether writers keep only the newest `StreamingAttributes::pointLimit` samples of each
+    /// group. If false, they ignore it.
     bool pointLimit = false;
 
-    /// `close` makes the samples final if `flush` was not called before.
+    /// Whether `close` makes the samples final if `flush` was not called before.
     bool closeFlushes = false;
 
-    /// The first reader of a path to be destroyed deletes the path's data. Otherwise the data
-    /// lives as long as any store, reader or clone of it.
+    /// Whether the first reader of a path that is destroyed deletes the path's data. If false, the
+    /// data lives as long as any store, reader or clone of it.
     bool readersDelete = false;
 
-    /// `dataStoreInfo` has a value after `flush`. Otherwise it is always empty.
+    /// Whether `dataStoreInfo` has a value after `flush`. If false, it is always empty.
     bool dataStoreInfo = false;
 };
 
 /// A back-end under test.
 struct Subject {
-    /// The name under which the back-end is found. `supportsRollback` and `isPersistent` decide
-    /// which promises it makes.
+    /// The back-end's description. It contains the name under which the back-end is found.
+    /// `supportsRollback` and `isPersistent` decide which promises are tested.
     BackendInfo info;
 
-    /// Its further capabilities.
+    /// The back-end's further capabilities.
     Supports supports;
 
-    /// Registers the back-end and returns the registrations, which the suite unregisters again.
-    /// Called once before every promise.
+    /// Registers the back-end and returns the registrations. The suite calls this before every
+    /// promise, and unregisters the services afterwards.
     std::function<BackendRegistrations(cppmicroservices::BundleContext)> registerServices;
 };
 
-/// The back-end as a subject, which register_backend() registers.
+/// Returns the back-end as a subject, whose services are registered by register_backend().
 Subject subject_of(const Backend& backend, const Supports& supports = {});
 
-/// One promise that a back-end makes, and the parameter of its test.
+/// One promise of one back-end: the parameter of a test.
 struct Case {
     /// The back-end.
     Subject subject;
 
-    /// The promise's name, such as "rollbackKeepsSamplesAtEqualTime".
+    /// The name of the promise, such as "rollbackKeepsSamplesAtEqualTime".
     std::string promise;
 };
 
 /// Prints the names of the back-end and of the promise.
 std::ostream& operator<<(std::ostream& stream, const Case& tested);
 
-/// The test of one promise. It is run for a back-end by
+/// The test of one promise. Write this in your test program to run all tests of a back-end:
 ///
 ///     INSTANTIATE_TEST_SUITE_P(MyBackend, ConformanceTest, testing::ValuesIn(cases_of(subject)),
 ///                              case_name);
 ///
-/// Each test gives the back-end an empty temporary directory, as the host's and in the environment
-/// variable TMPDIR, and records the warnings that it issues.
+/// Each test gives the back-end an empty temporary directory, through the host's
+/// temp_directory_name() and through the environment variable TMPDIR. It also records the warnings
+/// that the back-end issues.
 class ConformanceTest : public testing::TestWithParam<Case> {};
 
-/// The promises that the back-end makes with this support.
+/// Returns the promises that the back-end makes with its capabilities.
 std::vector<Case> cases_of(const Subject& subject);
 
-/// The name of the promise, as GoogleTest asks for it.
+/// Returns the name of the promise, which GoogleTest uses as the name of the test.
 std::string case_name(const testing::TestParamInfo<Case>& tested);
 
 } // namespace logging2::core::conformance

@@ -7,7 +7,7 @@
 #include <iostream>
 #include <stdexcept>
 
-// The program logging2-conformance: checks a back-end that a shared library offers.
+// The program logging2-conformance, which checks a back-end that a shared library offers.
 
 namespace logging2::core::conformance {
 namespace {
@@ -40,7 +40,7 @@ logging2's interfaces. Every promise is one test of GoogleTest.
   LIBRARY      a shared library that exports the function logging2_backends; a
                path with a slash, such as ./libmine.so
   NAME         the name of the back-end; needed if the library offers several
-  CAPABILITY   what the back-end supports beside its BackendInfo:
+  CAPABILITY   what the back-end supports in addition to its BackendInfo:
 
 )";
     for (const Capability& capability : capabilities) {
@@ -48,14 +48,15 @@ logging2's interfaces. Every promise is one test of GoogleTest.
                   << '\n';
     }
     std::cout << R"(
-               What is not listed must have no effect. Whether the back-end must
-               roll back is told by supportsRollback in its BackendInfo.
+               A capability that is not given must have no effect; this is checked
+               as well. If supportsRollback is true in the back-end's BackendInfo,
+               it must undo steps.
   --gtest_...  an option of GoogleTest, such as --gtest_filter='*rollback*'
 
 The exit status is 0 if every promise is kept, 1 if one is broken, and 2 if
 nothing was checked.
 
-To find data races, too, build logging2 with this program, and the back-end, with
+To find data races as well, build logging2, this program and the back-end with
 -fsanitize=thread.
 
 Example:
@@ -70,7 +71,7 @@ const Capability* find_capability(const std::string& word) {
     return found == std::end(capabilities) ? nullptr : found;
 }
 
-/// The words, in quotes and with commas between them.
+/// Returns the words in quotes, separated by commas.
 template <class Words, class TextOf>
 std::string listed(const Words& words, TextOf textOf) {
     std::string list;
@@ -94,7 +95,7 @@ Supports supports_of(const std::vector<std::string>& words) {
     return supports;
 }
 
-/// What the library offers.
+/// Returns descriptions of the back-ends that the library offers.
 std::vector<BackendInfo> backends_of(const std::string& library) {
     foundation::install_and_start_vantrel_core();
     const auto context = foundation::get_global_bundle_context();
@@ -106,7 +107,7 @@ std::vector<BackendInfo> backends_of(const std::string& library) {
     return backends;
 }
 
-/// The back-end of that name; the only one if the name is empty.
+/// Returns the back-end of this name, or the only one if the name is empty.
 BackendInfo backend_named(const std::string& name, const std::string& library) {
     const std::vector<BackendInfo> backends = backends_of(library);
     if (name.empty() && backends.size() == 1) {
@@ -126,7 +127,8 @@ BackendInfo backend_named(const std::string& name, const std::string& library) {
         offered);
 }
 
-/// Throws std::exception if the arguments name no back-end.
+/// Returns the back-end that the arguments name. Throws an exception that tells what is wrong with
+/// them.
 Subject loaded_subject(const std::vector<std::string>& arguments) {
     for (const std::string& word : arguments) {
         if (word.rfind('-', 0) == 0) {
@@ -143,7 +145,7 @@ Subject loaded_subject(const std::vector<std::string>& arguments) {
             }};
 }
 
-/// Set before GoogleTest asks for the cases.
+/// The back-end that is checked. It is set before GoogleTest requests the cases.
 Subject& subject_under_test() {
     static Subject subject;
     return subject;
@@ -163,10 +165,10 @@ bool is_for_googletest(const std::string& word) {
     return word.rfind("--gtest_", 0) == 0;
 }
 
-/// Runs the tests that GoogleTest's options select.
+/// Runs the tests that GoogleTest's options select, and returns the exit status.
 int run(int argc, char** argv, std::size_t ownArgumentCount) {
     testing::InitGoogleTest(&argc, argv);
-    // GoogleTest removes the options that it knows. With any other it would run nothing and
+    // GoogleTest removes the options that it knows. With an unknown option it would run nothing and
     // succeed.
     if (static_cast<std::size_t>(argc) != 1 + ownArgumentCount) {
         return refuse(std::string("GoogleTest has no option ") +

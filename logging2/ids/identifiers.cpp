@@ -8,7 +8,7 @@
 #include <boost/version.hpp>
 
 #if BOOST_VERSION >= 108600
-#error "Boost 1.86 removed the random source over a device, which get_unique_id() is made with"
+#error "logging2 needs Boost 1.74 to 1.85: later versions cannot read /dev/urandom"
 #endif
 
 namespace logging2::core {
@@ -24,7 +24,8 @@ const std::string& datastore_model_id() {
 }
 
 fl::filesystem::basic_path<char, char16_t> get_unique_id() {
-    // Reads the device, because the library is built with BOOST_UUID_RANDOM_PROVIDER_FORCE_POSIX.
+    // The generator reads "/dev/urandom", because the build defines
+    // BOOST_UUID_RANDOM_PROVIDER_FORCE_POSIX.
     static boost::uuids::random_generator_pure generator;
     const auto text = boost::lexical_cast<std::string>(generator());
     return fl::filesystem::detail::make_native_form(

@@ -16,7 +16,7 @@ using cppmicroservices::Any;
 using cppmicroservices::BundleContext;
 using cppmicroservices::ServiceProperties;
 
-// The keys of the properties that describe a back-end, beside that of its name.
+// The keys of the service properties that describe a back-end, apart from the key of its name.
 constexpr const char* descriptionKey = "logging2.description";
 constexpr const char* supportsRollbackKey = "logging2.supportsRollback";
 constexpr const char* isPersistentKey = "logging2.isPersistent";
@@ -73,7 +73,8 @@ ServiceProperties properties_of(const BackendInfo& info, const std::string& name
     return properties;
 }
 
-/// The property's value, or the default of its type if it is absent or has another type.
+/// Returns the property's value, or a default-constructed value if the property is absent or has
+/// another type.
 template <class Value>
 Value property(const cppmicroservices::ServiceReferenceBase& service, const std::string& key) {
     const Any any = service.GetProperty(key);
@@ -94,18 +95,20 @@ void register_services(BundleContext& context, const Backend& backend,
 
 using OfferBackends = void(std::vector<Backend>&);
 
-/// The library's function. Never closes a library: what it offers may outlive everything else, and
-/// what its initialisers started may not survive the unloading.
+/// Returns the library's function. The library is never unloaded: its writers and readers may still
+/// be in use, and threads that its initialisers started may not survive the unloading.
 OfferBackends* load_function(const std::string& file) {
     const std::string failed = "cannot load back-ends from \"" + file + "\": ";
     void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
-        // Each thread has a message of its own.
+        // dlerror() keeps a separate message for each thread.
         throw std::runtime_error(failed + dlerror()); // NOLINT(concurrency-mt-unsafe)
     }
     void* const function = dlsym(library, "logging2_backends");
     if (function == nullptr) {
-        throw std::runtime_error(failed + "it does not export the function logging2_backends");
+        throw std::runtime_error(failed +
+                                 "it does not export the function logging2_backends, which "
+                                 "must be declared extern \"C\" and be visible");
     }
     return reinterpret_cast<OfferBackends*>(function);
 }
@@ -119,7 +122,7 @@ BackendRegistrations register_backend(BundleContext context, const Backend& back
 BackendRegistrations register_backends(BundleContext context,
                                        const std::vector<Backend>& backends) {
     BackendRegistrations registrations;
-    // So that no service is registered whose handle finds no place.
+    // Allocates before the first service is registered, so that no handle can be lost later.
     registrations.reserve(2 * backends.size());
     try {
         for (const Backend& backend : backends) {

@@ -21,7 +21,7 @@
 
 namespace logging2::core {
 
-/// What a host can know about a back-end before it uses it.
+/// Describes a back-end, so that a host can choose one before it creates a writer.
 struct BackendInfo {
     /// The name that get_stream_writer() and get_stream_reader() take.
     std::string name;
@@ -29,28 +29,28 @@ struct BackendInfo {
     /// One line for people, without a full stop, such as "keeps every step in memory".
     std::string description;
 
-    /// Whether `rollback` discards samples. Otherwise it issues a warning and keeps them.
+    /// Whether `rollback` discards samples. If false, `rollback` issues a warning and keeps them.
     bool supportsRollback = false;
 
     /// Whether the data outlives the process.
     bool isPersistent = false;
 };
 
-/// A back-end: how it is described, and how its writers and readers are made.
+/// A back-end: its description and the functions that create its writers and readers.
 struct Backend : BackendInfo {
-    /// Makes a writer. Any thread may call it. What it throws reaches the caller of
+    /// Creates a writer. Several threads may call it at once. Its exceptions reach the caller of
     /// get_stream_writer() unchanged.
     std::function<std::unique_ptr<StreamWriter>(
         const StreamingAttributes& attributes,
         const SequenceMap<Group, LoggedPathsSetupData>& setup)>
         createWriter;
 
-    /// Makes a reader of a data store that one of these writers gave out. Any thread may call it.
-    /// What it throws reaches the caller of get_stream_reader() unchanged.
+    /// Creates a reader of a data store that one of these writers returned. Several threads may
+    /// call it at once. Its exceptions reach the caller of get_stream_reader() unchanged.
     std::function<std::unique_ptr<StreamReader>(const boost::any& dataStore)> createReader;
 };
 
-/// A back-end whose writers and readers are made by constructors:
+/// Returns a back-end that creates its writers and readers with the constructors
 /// `Writer(StreamingAttributes, SequenceMap<Group, LoggedPathsSetupData>)` and
 /// `Reader(const boost::any&)`.
 template <class Writer, class Reader>
@@ -63,14 +63,14 @@ Backend make_backend(BackendInfo info) {
             [](const boost::any& dataStore) { return std::make_unique<Reader>(dataStore); }};
 }
 
-/// The services of back-ends, for a host that wants to unregister them again. Dropping the handles
-/// leaves the services registered.
+/// Handles of the services of back-ends, for a host that wants to unregister them. Destroying the
+/// handles leaves the services registered.
 using BackendRegistrations = std::vector<cppmicroservices::ServiceRegistrationU>;
 
 /// Registers the back-end's writer service and reader service, so that get_stream_writer() and
-/// get_stream_reader() find them by the back-end's name. Returns their two registrations.
+/// get_stream_reader() find them by the back-end's name. Returns the two registrations.
 ///
-/// If a name is registered twice, the first registration is the one that is found.
+/// If a name is registered twice, the look-up finds the first registration.
 ///
 /// Throws std::invalid_argument if a function is missing, or if the name is empty or contains `*`,
 /// `(`, `)`, `\` or the delete character (0x7F), which have a meaning in the registry's filters.
@@ -79,14 +79,18 @@ using BackendRegistrations = std::vector<cppmicroservices::ServiceRegistrationU>
 LOGGING2_EXPORT BackendRegistrations register_backend(cppmicroservices::BundleContext context,
                                                       const Backend& backend);
 
-/// Registers all of the back-ends in their order, or none of them; otherwise as register_backend().
+/// Registers all of the back-ends in their order, or none of them if one cannot be registered.
+/// Returns the registrations, two per back-end. Throws what register_backend() throws. Any thread
+/// may call.
 LOGGING2_EXPORT BackendRegistrations register_backends(cppmicroservices::BundleContext context,
                                                        const std::vector<Backend>& backends);
 
-/// Describes the registered back-ends that have a writer service, in the registry's order: the
-/// highest ranking first, and first registered first within a ranking. Each name is listed once,
-/// as get_stream_writer() finds it. A service that was registered without register_backend() has a
-/// name only.
+/// Returns a description of each registered back-end that has a writer service.
+///
+/// The order is that of the registry: the highest ranking first, and within a ranking the first
+/// registered first. If several services have one name, the name is listed once, with the service
+/// that get_stream_writer() finds. Of a service that was registered without register_backend(),
+/// only the name is known.
 ///
 /// Throws cppmicroservices::IllegalStateException if the context is invalid. Any thread may call.
 LOGGING2_EXPORT std::vector<BackendInfo>
@@ -95,17 +99,17 @@ registered_backends(cppmicroservices::BundleContext context);
 /// Loads a shared library and registers the back-ends that it offers. Returns their registrations,
 /// two per back-end.
 ///
-/// The library exports a function of this name and type, which appends its back-ends:
+/// The shared library must export a function of this name and type, which appends its back-ends:
 ///
 ///     extern "C" void logging2_backends(std::vector<logging2::core::Backend>& backends);
 ///
-/// The file is found as `dlopen` finds it: a name with a slash is a path, any other name is looked
-/// up in the system's library directories. A library that was loaded stays so until the process
-/// ends, also after an error.
+/// The file is found as `dlopen` finds it: a name with a slash is a path, and any other name is
+/// looked up in the system's library directories. A loaded library stays loaded until the process
+/// ends, even after an error.
 ///
 /// Throws std::runtime_error if the library cannot be loaded or does not export the function; the
-/// message names the file and the reason. Throws what register_backend() throws and what the
-/// library's function throws. Nothing stays registered after an error. Any thread may call.
+/// message names the file and the reason. Also throws what register_backend() and the library's
+/// function throw. Nothing stays registered after an error. Any thread may call.
 LOGGING2_EXPORT BackendRegistrations load_backends(const std::string& file,
                                                    cppmicroservices::BundleContext context);
 

@@ -15,8 +15,8 @@
 namespace logging2::core {
 namespace {
 
-/// The reference's service object, or null if there is none or the service was unregistered after
-/// it was found.
+/// Returns the service object. Returns null if there is none or if the service was unregistered
+/// after it was found.
 template <class Service>
 std::shared_ptr<Service> object_of(cppmicroservices::BundleContext& context,
                                    const cppmicroservices::ServiceReference<Service>& reference) {
@@ -27,19 +27,19 @@ std::shared_ptr<Service> object_of(cppmicroservices::BundleContext& context,
     }
 }
 
-/// The service object of the registry's first service whose property has the value, or null.
+/// Returns the object of the registry's first service whose property has the value, or null.
 template <class Service>
 std::shared_ptr<Service> find_service(const std::string& key, const std::string& value) {
-    // Intended: the value is not escaped, so callers may look up by pattern and must not pass on
-    // names from strangers.
+    // Intended: the value is not escaped. Callers can therefore look up by pattern, and they must
+    // not pass names from untrusted sources.
     const std::string filter = "(" + key + "=" + value + ")";
     cppmicroservices::BundleContext context = foundation::get_global_bundle_context();
     if (!context) {
         return nullptr;
     }
     const auto references = context.GetServiceReferences<Service>(filter);
-    // Intended: only the first reference is tried, so a broken back-end is not papered over by
-    // another one of its name.
+    // Intended: only the first reference is tried, so that another back-end of the same name does
+    // not hide a broken one.
     return references.empty() ? nullptr : object_of(context, references.front());
 }
 

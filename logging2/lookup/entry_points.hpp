@@ -16,37 +16,47 @@
 
 namespace logging2::core {
 
-/// A writer of the back-end that is registered under the name, or the empty optional where there
-/// is none: no service of that name (also if it is unregistered meanwhile), no valid bundle
-/// context, or a service object that is null.
-/// With several services of one name the registry's first is taken, and only that one is tried.
+/// Returns a new writer of the back-end that is registered under the name.
 ///
-/// The optional is engaged as soon as a service was asked: where the service makes no writer, it
-/// holds a null pointer. The writer belongs to the caller and outlives the service.
+/// The optional has a value if a service was found; the pointer in it is null if that service
+/// created no writer. The optional is empty if no service of that name is registered, if the bundle
+/// context is invalid, or if the service object is null. A service that is unregistered during the
+/// call may count as not found.
 ///
-/// The name goes into a registry filter unescaped: `*` and a backslash match other names, and a
-/// name that breaks the filter's grammar, such as "a)b", throws std::invalid_argument as soon as
-/// any writer service is registered. What the service throws comes out unchanged.
+/// The caller owns the writer, which stays usable after the service is gone.
 ///
-/// Starts the host's service framework where that has not been done. Any thread may call.
+/// If several services have the name, only the first one in the registry's order is tried: the one
+/// with the highest ranking, and within a ranking the first registered.
+///
+/// The name becomes part of a registry filter without being escaped. Do not pass a name from an
+/// untrusted source: `*` and a backslash in it match other names. A name that breaks the filter's
+/// grammar, such as "a)b", throws std::invalid_argument if any writer service is registered.
+/// Exceptions of the registry and of the back-end pass through unchanged.
+///
+/// Starts the host's service framework if it was never started. Any thread may call.
 LOGGING2_EXPORT std::optional<std::unique_ptr<StreamWriter>>
 get_stream_writer(const std::string& name, const StreamingAttributes& attributes,
                   const SequenceMap<Group, LoggedPathsSetupData>& setup);
 
-/// A MemoryStreamWriter, whatever services are registered; the registry is not asked.
-/// The writer shares the setup's block. Any thread may call.
+/// Returns a new MemoryStreamWriter, whatever services are registered. The registry is not used.
+///
+/// The writer shares the data of the setup with the caller's handle. Any thread may call.
 LOGGING2_EXPORT std::unique_ptr<StreamWriter>
 get_default_stream_writer(const StreamingAttributes& attributes,
                           const SequenceMap<Group, LoggedPathsSetupData>& setup);
 
-/// A reader of the back-end that is registered under the name, over a store that a writer of the
-/// same back-end gave out. Otherwise as get_stream_writer().
+/// Returns a new reader from the back-end that is registered under the name. The data store must
+/// come from a writer of the same back-end.
+///
+/// What get_stream_writer() says about the optional, the ownership, the name, exceptions and
+/// threads holds here for the reader and the reader services.
 LOGGING2_EXPORT std::optional<std::unique_ptr<StreamReader>>
 get_stream_reader(const std::string& name, const boost::any& dataStore);
 
-/// A MemoryStreamReader over the store, whatever services are registered; the registry is not
-/// asked. Throws boost::bad_any_cast where the store is not one of a memory writer. Any thread may
-/// call.
+/// Returns a new MemoryStreamReader of the data store, whatever services are registered. The
+/// registry is not used. An empty any gives a reader without data.
+///
+/// Throws boost::bad_any_cast if the any holds anything but a MemoryDatastore. Any thread may call.
 LOGGING2_EXPORT std::unique_ptr<StreamReader>
 get_default_stream_reader(const boost::any& dataStore);
 

@@ -2,6 +2,7 @@
 #include <logging2/columns/storage.hpp>
 #include <logging2/memory/MemoryStreamRestrictedWriter.hpp>
 #include <logging2/memory/MemoryStreamWriter.hpp>
+#include <logging2/stream/detail/store_of.hpp>
 
 #include <algorithm>
 #include <array>
@@ -28,7 +29,8 @@ Column take_times(std::vector<double>& times) {
     return std::make_shared<std::vector<double>>(std::move(times));
 }
 
-// Intended: a ring keeps its times, so that the number of flushed steps can still be asked.
+// Intended: the times stay in the ring, so that numSteps() still returns the number of flushed
+// steps.
 Column take_times(const boost::circular_buffer<double>& times) {
     return std::make_shared<std::vector<double>>(times.begin(), times.end());
 }
@@ -52,8 +54,8 @@ ChannelWidths widths_of(const std::vector<LoggedChannel>& channels) {
     return widths;
 }
 
-/// Appends the first rows to the columns, as many as make a tile but not more than rowCount.
-/// Returns how many they are.
+/// Appends the first tile of rows, which has at most rowCount rows, to the columns. Returns the
+/// number of rows that were appended.
 template <class Rows>
 std::size_t append_first_tile(const Rows& rows, std::size_t rowCount,
                               const std::vector<Slice>& slices) {
@@ -69,9 +71,9 @@ std::size_t append_first_tile(const Rows& rows, std::size_t rowCount,
     return count;
 }
 
-/// Takes up to rowCount rows from the front of rows and distributes their values over one column
-/// per channel, a tile of rows at a time. There are fewer rows than times only where the caller
-/// changed either directly, or flushed a ring twice.
+/// Takes up to rowCount rows from the front of `rows` and distributes their values over one column
+/// per channel, one tile at a time. There are fewer rows than times only if the caller changed one
+/// of the two directly or flushed a ring twice.
 template <class Rows>
 std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
                                  const std::vector<LoggedChannel>& channels) {
@@ -89,7 +91,7 @@ std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
     return columns;
 }
 
-/// The paths that show each channel, by the channel's number.
+/// Returns the paths that show each channel, by channel number.
 std::map<std::size_t, std::set<ValuePath>> paths_by_channel(const std::vector<LoggedPath>& paths) {
     std::map<std::size_t, std::set<ValuePath>> result;
     for (const LoggedPath& logged : paths) {
@@ -146,8 +148,8 @@ bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
     assert(group < groupTimes.size());
     Times& times = groupTimes[group];
     RowStorage& storage = rowStorages[group];
-    // Before anything is taken back: where memory runs out, nothing is lost, and the values may
-    // lie in a row that is about to go.
+    // The slot and the row are allocated before samples are undone, so that nothing is lost if
+    // memory runs out. The values may also lie in a row that the rollback releases.
     storage.makeRoom();
     std::vector<double> row(values, values + n);
     if (attributes.rollbackOnTimeRegression && !times.empty() && times.back() >= time) {
@@ -155,7 +157,7 @@ bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
         if (!times.empty() && times.back() == time) {
             rollback(group, std::size_t{1});
         }
-        // An override of rollback() may have taken the room.
+        // An override of rollback() may have used the free slot.
         storage.makeRoom();
     }
     timesOrders[group].expect(times, time);
@@ -186,7 +188,7 @@ void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, std::size
     Times& times = groupTimes[group];
     Rows& rows = groupData[group];
     if (count == 0) {
-        // Also where a flush took the times and left the rows, as of a group without channels.
+        // Without this, a group without channels would lose the rows that it keeps after a flush.
         return;
     }
     if (count >= times.size()) {
@@ -194,7 +196,8 @@ void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, std::size
         rows.clear();
     } else {
         erase_newest(times, count);
-        // A ring that was flushed holds times whose rows are gone: only the newest have a row.
+        // A flushed ring holds times whose rows are gone. Only times written after the flush have a
+        // row.
         erase_newest(rows, std::min(count, rows.size()));
     }
     rowStorages[group].takeBack();
@@ -202,7 +205,7 @@ void BasicMemoryStreamWriter<Times, Rows>::rollback(std::size_t group, std::size
 
 template <class Times, class Rows>
 boost::any BasicMemoryStreamWriter<Times, Rows>::dataStore(const ValuePath& path) const {
-    return dataStores.at(path);
+    return store_of(dataStores, path);
 }
 
 template <class Times, class Rows>

@@ -25,83 +25,97 @@ class MemoryStreamRestrictedWriter;
 
 namespace detail {
 
-/// What MemoryStreamWriter and MemoryStreamRestrictedWriter have in common, which is all but the
-/// kind of their per-group containers: Times is a sequence of double and Rows one of RowHandle,
-/// both parallel, oldest first.
+/// The common part of MemoryStreamWriter and MemoryStreamRestrictedWriter, which differ only in
+/// their per-group containers.
 ///
-/// Group ids are indices here: a setup of N groups must have the ids 0 to N - 1. Neither the
-/// group index nor the length of a row is checked (a debug build asserts the index): an index out
-/// of range, or a row shorter than the widths of its group's channels add up to, is undefined
-/// behaviour.
+/// `Times` is a sequence of double and `Rows` a sequence of RowHandle. The two sequences of a group
+/// are parallel and hold the oldest element first.
+///
+/// Group ids are used as indices: a setup of N groups must have the ids 0 to N - 1. Neither the
+/// group index nor the length of a row is checked, except that a build with assertions checks the
+/// index. An index out of range, and a row that is shorter than the sum of the widths of its
+/// group's channels, are undefined behaviour.
 template <class Times, class Rows>
 class LOGGING2_EXPORT BasicMemoryStreamWriter : public StreamWriter {
 public:
-    /// Appends one sample; always true. With `rollbackOnTimeRegression`, a time not later than
-    /// the group's last one first takes back every sample at that time or behind it, so that the
-    /// new sample replaces them; NaN times never take anything back.
+    /// Appends one sample and returns true; it never returns false.
     ///
-    /// Allocates one row of n doubles, for every 63rd row a block for their handles, and for a
-    /// writer without limit the amortised growth of its containers; copies the values once. A call
-    /// that throws stores nothing, and takes nothing back unless it was the growth that failed.
+    /// If `rollbackOnTimeRegression` is set and the time is not later than the group's last time,
+    /// the samples from that time on are first undone, so that the new sample replaces them. This
+    /// calls the virtual rollback() with the time, and then discards the last sample if its time is
+    /// equal. A NaN on either side undoes nothing. An override of rollback() may do what any caller
+    /// may do, including write, rollback and flush.
     ///
-    /// The samples are taken back through the virtual rollback(). An override may do whatever a
-    /// caller may, also write, roll back or flush.
+    /// Cost: the values are copied once. One row of n doubles is allocated, and one block of
+    /// handles per 63 rows. The containers of a writer without a limit also grow, in amortised
+    /// constant time.
+    ///
+    /// Throws std::bad_alloc or std::length_error if memory runs out. The sample is not stored
+    /// then. Samples may have been undone, but only if the growth of the containers failed.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
-    /// Drops the first sample that is strictly later than the time and everything behind it;
-    /// samples at the time itself stay. If times were written out of order, samples that were
-    /// written later with earlier times are dropped as well.
+    /// Discards the group's first sample that is strictly later than the time, and every sample
+    /// that was written after it. Samples at exactly the time stay. If times were written out of
+    /// order, samples with earlier times that follow the first later one are discarded as well.
     ///
-    /// Linear in the number of samples that are dropped. It is linear in the number of samples that
-    /// are held after a time out of order or a NaN was written, until the group is empty again, and
-    /// for good once times(group) was called.
+    /// The cost is linear in the number of discarded samples. It is linear in the number of samples
+    /// that the group holds in two cases: after a time out of order or a NaN was written, until the
+    /// group is empty again, and always after times(group) was called.
     void rollback(std::size_t group, double time) override;
 
-    /// A MemoryDatastore that shares the stored vectors. Throws std::out_of_range for a path that
-    /// no flush has stored.
+    /// Returns a MemoryDatastore that shares the stored vectors. Throws std::out_of_range if no
+    /// flush has stored the path.
     boost::any dataStore(const lang::core::ValuePath& path) const override;
 
-    /// Always empty.
+    /// Returns the empty optional.
     std::optional<DataStoreInfo> dataStoreInfo() const override;
 
-    /// Builds one store per logged path whose channel its group has; each column is allocated once
-    /// at its final size, and the rows are freed as they are copied, in steps of
-    /// at most 64 rows; a step also ends with the row that reaches half a MiB.
+    /// Builds one store for each logged path whose channel is one of its group's coreIds(). A path
+    /// that already has a store keeps it.
     ///
-    /// A path that has a store keeps it. Where memory runs out, the stores of the groups before
-    /// stay, and the group in work has lost its times: then nothing more is to be written.
+    /// Each column is allocated once at its final size. The rows are freed while they are copied,
+    /// in tiles of at most 64 rows; a tile also ends with the row that reaches half a MiB.
+    ///
+    /// Throws std::bad_alloc or std::length_error if memory runs out. The stores of the groups that
+    /// were finished stay, but the group in progress may have lost its times and rows. Do not write
+    /// any more samples then.
     void flush() override;
 
-    /// Does nothing: the samples become readable with flush().
+    /// Does nothing. The samples become readable with flush().
     void flushIntermediate() override;
 
-    /// Flushes unless that was done before.
+    /// Calls the virtual flush(), unless a flush was started before. A flush that threw counts as
+    /// well.
     void close() override;
 
-    /// The group's times, oldest first, for direct access. From then on a rollback by time looks at
-    /// every time of the group, because the caller may have changed it.
+    /// Returns the group's times, oldest first, for direct access. Afterwards every rollback of the
+    /// group by time examines all of its times, because the caller may have changed them.
     Times& times(std::size_t group);
 
-    /// The group's rows, oldest first, for direct access.
+    /// Returns the group's rows, oldest first, for direct access.
     Rows& data(std::size_t group);
 
-    /// Drops the group's last count samples, all of them where there are fewer; 0 drops nothing.
-    /// Linear in the count. Pass the count as std::size_t: a plain int fits both overloads.
+    /// Discards the group's last `count` samples, or all of them if there are fewer. A count of 0
+    /// discards nothing. The cost is linear in the count. Pass the count as std::size_t, because an
+    /// int is ambiguous between the two overloads.
     void rollback(std::size_t group, std::size_t count);
 
-    /// How many times the group holds now.
+    /// Returns the number of times that the group holds now.
     std::size_t numSteps(std::size_t group) const;
 
 protected:
-    /// Empty containers for each group of the setup; shares the setup's block.
+    /// Makes empty containers for each group of the setup. The writer shares the data of the setup
+    /// with the caller's handle.
     BasicMemoryStreamWriter(StreamingAttributes configuration,
                             SequenceMap<Group, LoggedPathsSetupData> setup);
 
-    /// Intended: stores that were built stay with the source, which still answers for them; the
-    /// new writer starts without any. Move before the flush, or keep the source.
+    /// Takes over the samples. Intended: the stores that were built stay with the source, whose
+    /// dataStore() still returns them, and the new writer has none. Move the writer before the
+    /// flush, or keep the source.
     BasicMemoryStreamWriter(BasicMemoryStreamWriter&& other) noexcept;
 
-    /// Intended: both writers keep the stores that they have built.
+    /// Takes over the samples. Intended: each of the two writers keeps the stores that it has
+    /// built.
     BasicMemoryStreamWriter& operator=(BasicMemoryStreamWriter&& other) noexcept;
 
     ~BasicMemoryStreamWriter() override;
@@ -112,7 +126,7 @@ private:
     LOGGING2_NO_EXPORT void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
 
     SequenceMap<Group, LoggedPathsSetupData> groups;
-    bool flushed = false;          // also if a flush has thrown
+    bool flushed = false;          // set when a flush starts, so also if it throws
     std::vector<Times> groupTimes; // by group id
     std::vector<Rows> groupData;   // by group id
     boost::unordered_map<lang::core::ValuePath, MemoryDatastore> dataStores;

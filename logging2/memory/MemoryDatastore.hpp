@@ -7,15 +7,15 @@
 
 namespace logging2::core {
 
-/// The data of one logged path in memory, as a memory writer's `dataStore` gives it out inside a
-/// boost::any: S samples of w doubles each.
+/// The data of one logged path in memory: S samples of w doubles each. A memory writer's
+/// `dataStore` returns it inside a boost::any.
 ///
-/// Copies share the vectors. All paths of a group share one vector of times, and the paths that
-/// show one channel share one vector of values. A store whose handles are both empty is the empty
-/// store.
+/// Copies share the vectors. All paths of a group share one vector of times, and aliases (paths
+/// that show the same channel) share one vector of values. A store whose two handles are null is
+/// the empty store.
 ///
-/// Threads: nothing changes the vectors after the writer's flush; any thread may read and release
-/// them.
+/// Threads: nothing changes the vectors after the writer's flush, so any thread may read and
+/// release them.
 struct LOGGING2_EXPORT MemoryDatastore {
     /// S times in the order in which they were logged, in the host's unit.
     std::shared_ptr<std::vector<double>> times;

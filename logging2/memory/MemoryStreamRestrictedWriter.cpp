@@ -7,9 +7,8 @@
 namespace logging2::core {
 namespace {
 
-/// The largest ring differs between language modes, because boost::circular_buffer asks the
-/// allocator traits; the limit of the rows ring is checked here so that every host gets the same
-/// answer.
+/// Checks the limit of the rows ring. boost::circular_buffer takes its limit from the allocator
+/// traits, so the limit differs between language modes; this check gives every host the same error.
 void check_ring_capacity(std::size_t capacity) {
     if (capacity > SIZE_MAX / sizeof(detail::RowHandle)) {
         throw std::length_error("circular_buffer");

@@ -12,28 +12,32 @@ extern template class LOGGING2_EXPORT
     BasicMemoryStreamWriter<boost::circular_buffer<double>, boost::circular_buffer<RowHandle>>;
 } // namespace detail
 
-/// Keeps the most recent `pointLimit` steps of each group in ring buffers and can take them back;
-/// a step that was overwritten does not come back.
+/// Keeps the most recent `pointLimit` steps of each group in memory, in ring buffers, and can undo
+/// them. A step that was overwritten does not come back. A limit of 0 discards every step.
 ///
-/// The rings are allocated by the constructor and never reallocated: `write` allocates its row,
-/// for every 63rd one at most a block for their handles, and nothing else; overwriting the oldest
-/// step takes constant time. A limit of 0 discards every step.
+/// The constructor allocates the rings, and they are never reallocated. `write` allocates its row
+/// and at most one block of handles per 63 rows, and nothing else. Overwriting the oldest step
+/// takes constant time.
 ///
-/// Intended: `flush` copies the times out of their ring and takes the rows away, so that
-/// `numSteps` still tells the number of flushed steps while `data` is empty. Samples may be
-/// written and taken back after that, but a second `flush` must not be called.
+/// Intended: `flush` copies the times out of their ring but removes the rows. Afterwards `numSteps`
+/// still returns the number of flushed steps, while `data` is empty. Samples may be written and
+/// undone after that, but `flush` must not be called again.
 class LOGGING2_EXPORT MemoryStreamRestrictedWriter
     : public detail::BasicMemoryStreamWriter<boost::circular_buffer<double>,
                                              boost::circular_buffer<detail::RowHandle>> {
 public:
-    /// Throws std::length_error "circular_buffer" where there is a group and the limit is larger
-    /// than a ring can hold (2^60 and more with 64-bit addresses), std::bad_alloc where memory
-    /// cannot give a smaller one.
+    /// Makes a writer without samples and allocates the rings of all groups. The writer shares the
+    /// data of the setup with the caller's handle.
+    ///
+    /// Throws std::length_error "circular_buffer" if there is a group and the limit is larger than
+    /// a ring can hold (2^60 or more with 64-bit addresses). Throws std::bad_alloc if memory does
+    /// not suffice for a smaller limit.
     MemoryStreamRestrictedWriter(StreamingAttributes configuration,
                                  SequenceMap<Group, LoggedPathsSetupData> setup);
     /// Takes over the rings. Intended: stores that were built stay with the source.
     MemoryStreamRestrictedWriter(MemoryStreamRestrictedWriter&& other) noexcept;
-    /// Takes over the rings in place of its own. Intended: each keeps the stores it has built.
+    /// Replaces its rings by those of the source. Intended: each writer keeps the stores that it
+    /// has built.
     MemoryStreamRestrictedWriter& operator=(MemoryStreamRestrictedWriter&& other) noexcept;
     ~MemoryStreamRestrictedWriter() override;
 };

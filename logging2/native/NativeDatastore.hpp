@@ -8,28 +8,29 @@
 
 namespace logging2::core {
 
-/// Names the two files that hold the data of one logged path, as a file-backed writer's
-/// `dataStore` gives it out inside a boost::any. docs/file-layout.md tells names and contents.
+/// Names the two files that hold the data of one logged path. NativeStreamWriter::dataStore()
+/// returns it inside a boost::any. docs/using/files.md describes the names and contents of the
+/// files.
 ///
-/// A handle; copies share one immutable record and may be copied and released on any thread. It
-/// stays valid when the writer is gone; whether the files exist is another matter.
+/// Copies share one immutable record; they may be made and released on any thread. A store stays
+/// valid after the writer is destroyed, but it does not tell whether the files exist.
 class LOGGING2_EXPORT NativeDatastore {
 public:
-    /// Copies both full paths; they may be empty.
+    /// Copies the full paths of the two files. Either may be empty.
     NativeDatastore(const std::u16string& times, const std::u16string& values);
 
-    // Moving copies, so that no handle is ever without its record.
+    // There is no move, so that no handle is ever without its record.
     NativeDatastore(const NativeDatastore&) = default;
     NativeDatastore& operator=(const NativeDatastore&) = default;
     ~NativeDatastore() = default;
 
-    /// The times file of the path's group.
+    /// Returns the full path of the times file of the path's group.
     ///
-    /// Intended: a writer's store widens the name byte by byte, so where the temporary directory
-    /// or the user name has non-ASCII characters this names no file, and a reader finds no times.
+    /// Intended: the writer widens this path byte by byte. If the temporary directory or the user
+    /// name has non-ASCII characters, the location names no file and a reader finds no times.
     const std::u16string& timesLocation() const;
 
-    /// The values file of the path.
+    /// Returns the full path of the values file of the path.
     const std::u16string& valuesLocation() const;
 
 private:
@@ -41,7 +42,8 @@ private:
     std::shared_ptr<const Record> record;
 };
 
-/// The two locations as UTF-8, such as "{/t/a_times_0; /t/a_values_0_3}", without a line break.
+/// Prints the two locations in UTF-8 and without a line break, such as "{/t/a_times_0;
+/// /t/a_values_0_3}".
 LOGGING2_EXPORT std::ostream& operator<<(std::ostream& stream, const NativeDatastore& store);
 
 } // namespace logging2::core

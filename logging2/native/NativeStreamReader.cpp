@@ -17,12 +17,12 @@ NativeDatastore held_store(const boost::any& store) {
     return store.empty() ? NativeDatastore(u"", u"") : boost::any_cast<NativeDatastore>(store);
 }
 
-/// Room for a file of that many bytes.
+/// Returns a vector of zeros with one element for each whole double in so many bytes.
 std::vector<double> sized_for(std::uint64_t byteCount) {
     std::vector<double> values;
     const std::uint64_t valueCount = byteCount / sizeof(double);
-    // Intended: the size of a file that cannot be opened is -1, which is taken as unsigned and
-    // therefore more than memory can give.
+    // Intended: the size of a file that cannot be opened is -1. As an unsigned number this is more
+    // than memory can provide.
     if (valueCount > values.max_size()) {
         throw std::bad_alloc();
     }
@@ -37,7 +37,7 @@ void delete_file(const std::u16string& location) noexcept {
             fl::filesystem::remove_file(file);
         }
     } catch (...) {
-        // A destructor has nobody to tell; the file stays.
+        // A destructor cannot report the error. The file stays.
     }
 }
 

@@ -13,40 +13,46 @@
 
 namespace logging2::core {
 
-/// Reads the files that a file-backed writer wrote for one path, and deletes them at its end.
+/// Reads the files that a NativeStreamWriter wrote for one path, and deletes the files when it is
+/// destroyed.
 ///
-/// docs/file-layout.md tells the files' names and contents. Every call reads whole files anew, with
-/// one bulk read each into a vector sized once. A missing file, and the empty location, read as no
-/// data; the bytes behind the last whole double of a file are left out.
+/// Intended: destroying any reader or clone deletes both files, even if other clones share the
+/// store. The other clones then return no data. All paths of a group share one times file, so the
+/// readers of the group's other paths then return no times. Read everything that you need of a
+/// group before you destroy its first reader.
 ///
-/// Intended: destroying any reader deletes both files, whatever clones still share the store.
-/// Clones read nothing afterwards, and neither do the readers of the group's other paths find
-/// their times, because all paths of a group share one times file. So read what you need of a
-/// group before you let go of its first reader.
+/// Every call reads the whole file again, with one bulk read into a vector that is sized once. A
+/// missing file and an empty location read as no data. Bytes after the last whole double of a file
+/// are ignored. Elements that a failing read does not reach are 0.0. docs/using/files.md describes
+/// the names and contents of the files.
 ///
-/// Threads: several threads may read through one reader or its clones; none may be destroyed
-/// meanwhile.
+/// Threads: several threads may read through one reader or its clones at once. None of them may be
+/// destroyed meanwhile.
 class LOGGING2_EXPORT NativeStreamReader : public StreamReader {
 public:
-    /// Shares the record of the NativeDatastore that the any holds. An empty any makes a reader
-    /// without files. Throws boost::bad_any_cast where the any holds anything else.
+    /// Makes a reader of the files that the NativeDatastore in the any names. An empty any gives a
+    /// reader without files. Throws boost::bad_any_cast if the any holds anything else.
     explicit NativeStreamReader(const boost::any& dataStore);
 
-    /// Deletes the times file, then the values file; what that throws is dropped.
+    /// Deletes the times file and then the values file. Errors are ignored; the file stays then.
     ~NativeStreamReader() override;
 
     NativeStreamReader& operator=(const NativeStreamReader&) = delete;
 
     std::unique_ptr<StreamReader> clone() const override;
 
-    /// Throws std::bad_alloc where memory runs out, and where the file exists but cannot be
-    /// opened; std::filesystem::filesystem_error where it cannot be found out whether it exists.
+    /// Returns the contents of the times file.
+    ///
+    /// Throws std::bad_alloc if memory runs out, and also if the file exists but cannot be opened.
+    /// Throws std::filesystem::filesystem_error if it cannot be determined whether the file exists.
     std::vector<double> times() const override;
 
-    /// The times file is read first, then the values file; throws as times().
+    /// Returns the contents of the times file and of the values file, read in this order. Throws
+    /// what times() throws.
     std::pair<std::vector<double>, std::vector<double>> timeseries() const override;
 
-    /// The whole contents of one file as doubles of this machine's byte order; throws as times().
+    /// Returns the whole contents of one file as doubles in this machine's byte order. Throws what
+    /// times() throws.
     std::vector<double> read(const fl::filesystem::basic_path<char, char16_t>& file) const;
 
 private:

@@ -5,13 +5,14 @@
 #include <logging2/host/foundation/warnings.hpp>
 #include <logging2/native/detail/file_names.hpp>
 #include <logging2/native/detail/row_capacity.hpp>
+#include <logging2/stream/detail/store_of.hpp>
 
 #include <algorithm>
 #include <new>
 #include <utility>
 
-// Construction, the samples' way into the buffers, and what is answered from the setup. The way
-// from the buffers into the files is in NativeStreamWriter_files.cpp.
+// Construction, the buffering of samples, and the queries that the setup answers.
+// NativeStreamWriter_files.cpp writes the buffers to the files.
 
 namespace logging2::core {
 namespace {
@@ -42,7 +43,7 @@ StreamMetadata metadata_of(const SequenceMap<Group, LoggedPathsSetupData>& setup
 
 } // namespace
 
-// The setup is taken by value as by every writer, and given up when its description is made.
+// The setup is taken by value, as by every writer. It is released after its description is made.
 NativeStreamWriter::NativeStreamWriter(
     StreamingAttributes configuration,
     SequenceMap<Group, LoggedPathsSetupData> setup) // NOLINT(performance-unnecessary-value-param)
@@ -105,8 +106,8 @@ void NativeStreamWriter::takeFlags(NativeStreamWriter& other) {
 }
 
 NativeStreamWriter::~NativeStreamWriter() {
-    // The thread goes first: one that still runs ends the process here, while destroying the
-    // condition that it waits for would hang.
+    // The thread is destroyed first. If it still runs, that ends the process, whereas destroying
+    // the condition variable that it waits for would hang.
     writerThread.reset();
 }
 
@@ -128,7 +129,8 @@ bool NativeStreamWriter::write(std::size_t group, double time, const double* val
         try {
             handOver(group);
         } catch (const std::bad_alloc&) {
-            // No memory for the thread: the sample goes as where the buffer cannot grow.
+            // There is no memory for the thread. The sample is removed, as if the buffer could not
+            // grow.
             groupBuffers[group].resize(groupBuffers[group].size() - (n + 1));
             --rowCounts[group];
             throw;
@@ -145,7 +147,7 @@ void NativeStreamWriter::copyToStreamedBuffer(std::size_t group, double time, co
         detail::make_room(buffer, n + 1);
         buffer.push_back(time);
         buffer.insert(buffer.end(), values, values + n);
-        // A buffer that this writer has begun has its width: the look-up is spared.
+        // If this writer began the buffer, the width of the rows is known and no look-up is needed.
         if (formerSize == 0 || rowsCameByMove) {
             rowWidths.emplace(group, n);
         }
@@ -175,7 +177,7 @@ void NativeStreamWriter::rollback(std::size_t, double) {
 }
 
 boost::any NativeStreamWriter::dataStore(const ValuePath& path) const {
-    return dataStores.at(path);
+    return detail::store_of(dataStores, path);
 }
 
 std::optional<DataStoreInfo> NativeStreamWriter::dataStoreInfo() const {

@@ -28,104 +28,129 @@
 namespace logging2::core {
 
 namespace test {
-/// Reaches the hand-off and the buffer sizes from tests, without a branch in the writer.
+/// Gives tests access to the hand-off and the buffer sizes, so that the writer needs no code for
+/// tests.
 struct NativeStreamWriterAccess;
 } // namespace test
 
-/// Keeps the samples of a run in files, which a background thread writes; cannot take steps back.
+/// Keeps the samples of a run in temporary files. It cannot undo steps.
 ///
-/// Samples are collected in one buffer per group. A buffer that has got its number of rows (64 MiB
-/// by one double per logged path, see getBufferSize()) is handed to the thread, which appends it
-/// to one times file per group and one values file per channel. docs/file-layout.md tells the
-/// files' names and contents, docs/threads.md who holds what when.
+/// Samples are collected in one buffer per group. A buffer is full when it has getBufferSize()
+/// rows, which is 64 MiB if each logged path has one double. A full buffer is handed to a
+/// background thread, which appends it to one times file per group and one values file per channel.
+/// The first full buffer starts the thread. docs/using/files.md describes the names and contents of
+/// the files, and docs/maintaining/hand-off.md describes the hand-off.
 ///
-/// Intended: there is one hand-off slot and no queue. A buffer that fills before the thread has
-/// taken the one before replaces it, and the replaced steps are in no file. A host that must lose
-/// none, however slow the disk, calls flushIntermediate() and then clearBuffer() before any group
-/// has getBufferSize() rows: then nothing is ever handed over.
+/// Intended: there is one hand-off slot and no queue. If a buffer fills before the thread has taken
+/// the previous one, it replaces the previous one. The replaced steps are lost, and nothing is
+/// reported. If N groups with equally many paths are logged in step, their buffers fill on
+/// consecutive calls, and about (N - 1)/N of the batches are lost, at any speed. To lose no step,
+/// call flushIntermediate() and then clearBuffer() before any group has getBufferSize() rows. Then
+/// no buffer is ever handed over.
 ///
-/// Memory: per group the buffer at its real row width, up to twice that while it grows; once for
-/// the slot, and once for the columns of the batch in work, whatever the number of groups.
+/// Errors of the file system, such as a full disk, are not reported.
 ///
-/// Any group id will do. Values files are known by their channel number alone: where groups share
-/// channel numbers, the file of the path that is first in path order gets the values of all of
-/// them, so give channels numbers that are unique in the writer.
+/// Memory: each group has a buffer for getBufferSize() rows of their real width, and up to twice as
+/// much while it grows. In addition, the slot holds one batch, and the columns hold the batch that
+/// is being written, whatever the number of groups.
 ///
-/// The owner calls flush() once before destroying the writer: the destructor writes nothing, and
-/// destroying a writer whose thread was started but not joined ends the process.
+/// Group ids may be any numbers. Give each channel a number that is unique in the writer: a values
+/// file is found by its channel number alone. If groups share a channel number, the values of all
+/// of them go to one file, which is the file of the path that is first in path order.
 ///
-/// Threads: all operations are called from one thread. The thread that the writer starts touches
-/// nothing but what its mutex guards and what never changes. A process that fork() made must
-/// neither call nor destroy it.
+/// The owner must call flush() once before it destroys the writer. The destructor writes nothing.
+/// Destroying a writer whose thread was started and not joined ends the process, for example if an
+/// exception destroys an unflushed writer.
+///
+/// Threads: only one thread at a time may call the operations. The background thread accesses only
+/// what its mutex guards and what never changes. A process that was made by fork() must neither
+/// call nor destroy the writer.
 class LOGGING2_EXPORT NativeStreamWriter : public StreamWriter {
 public:
-    /// Draws a unique location and names the files; creates the user's directory and no file.
-    /// Throws what StreamLocationCreator does.
+    /// Draws a unique location and names the files. Creates the user's directory if it is missing,
+    /// but no file. Throws what the constructor of StreamLocationCreator throws.
     NativeStreamWriter(StreamingAttributes configuration,
                        SequenceMap<Group, LoggedPathsSetupData> setup);
 
-    /// Intended: for a writer that has not been written to. Thread, hand-off slot, columns and row
+    /// Takes over the configuration, the locations and the buffers. Intended: move a writer only
+    /// before its first `write`, because the thread, the hand-off slot, the columns and the row
     /// widths stay with the source.
     NativeStreamWriter(NativeStreamWriter&& other) noexcept;
 
-    /// Intended: likewise; what the move leaves behind stays as it was in the target.
+    /// Takes over what the move constructor takes over. Intended: move a writer only before the
+    /// first `write` of either writer, because the target keeps its own thread, hand-off slot,
+    /// columns and row widths.
     NativeStreamWriter& operator=(NativeStreamWriter&& other) noexcept;
 
     ~NativeStreamWriter() override;
 
-    /// Appends one sample to its group's buffer; always true. Takes no lock, does no I/O and
-    /// allocates nothing but the buffer's growth, unless the buffer is full: then it hands it over,
-    /// waiting for the thread where that is writing.
+    /// Appends one sample to its group's buffer and returns true; it never returns false.
     ///
-    /// The n of a group's first sample is the width of its rows; samples of another n are split as
-    /// if they had that width. Throws std::system_error where the thread cannot be started (the
-    /// sample is kept), allocation and length errors (the sample is not kept).
+    /// The n of a group's first sample is the width of the group's rows. Samples with another n are
+    /// split as if they had that width.
+    ///
+    /// Cost: as long as the buffer is not full, the call takes no lock, does no I/O and allocates
+    /// only the growth of the buffer. If the buffer becomes full, it is handed over; the call waits
+    /// if the thread is writing a batch.
+    ///
+    /// Throws std::system_error if the thread cannot be started; the sample is kept. Throws
+    /// std::bad_alloc or std::length_error if memory runs out; the sample is not kept.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
-    /// Takes nothing back: issues one warning "RollbackNotSupported" with the stream's name.
+    /// Undoes nothing: rejected steps stay in the files. Issues one warning "RollbackNotSupported"
+    /// with the stream's name, and throws what the host's warning handler throws.
+    ///
+    /// Intended: the name is widened byte by byte, so characters other than ASCII are altered.
     void rollback(std::size_t group, double time) override;
 
-    /// A NativeDatastore that names the path's files. Throws std::out_of_range for a path that is
-    /// not logged.
+    /// Returns a NativeDatastore that names the path's files. Throws std::out_of_range if the path
+    /// is not logged.
     boost::any dataStore(const lang::core::ValuePath& path) const override;
 
-    /// Always empty.
+    /// Returns the empty optional.
     std::optional<DataStoreInfo> dataStoreInfo() const override;
 
-    /// Ends the thread after the batch in the slot and appends the rest. To be called once, before
-    /// the writer is destroyed; a second call throws std::system_error where there was a thread,
-    /// and writes nothing otherwise. Nothing may be written afterwards.
+    /// Completes the files: ends the thread after it has written the batch in the slot, and then
+    /// appends the remaining rows of all groups.
     ///
-    /// Where memory runs out, the thread has ended and flushIntermediate() appends the rest.
+    /// Call it once, before the writer is destroyed, and write no samples afterwards. A second call
+    /// throws std::system_error if there was a thread; otherwise it does nothing.
+    ///
+    /// Throws std::bad_alloc or std::length_error if memory runs out. The thread has ended then,
+    /// and flushIntermediate() appends the rows that are left.
     void flush() override;
 
-    /// Appends what the buffers hold from the caller's thread; waits while the background thread
-    /// is writing.
+    /// Appends the buffered rows of all groups to the files, on the caller's thread. Waits if the
+    /// background thread is writing a batch.
     ///
-    /// Intended: a batch that waits in the slot is dropped where some group has rows. The row
-    /// counts go on, so that the next hand-over of a group comes sooner, and a group that was
-    /// written before gets empty appends, which create its files anew where they are gone.
+    /// Intended: a batch that waits in the slot is lost if any group has a row count other than 0.
+    /// The row counts are not reset, so the next hand-over of a group comes sooner; clearBuffer()
+    /// resets them. A group that has a row count but no rows gets empty appends, which create its
+    /// files again if they are missing.
     ///
-    /// Where memory runs out, the next flushIntermediate() or flush() appends what is in no file
-    /// yet. clearBuffer() in between would drop it.
+    /// Throws std::bad_alloc or std::length_error if memory runs out. The next flushIntermediate()
+    /// or flush() then appends the rows that are in no file yet, unless clearBuffer() discards them
+    /// first.
     void flushIntermediate() override;
 
-    /// Does nothing.
+    /// Does nothing. Call flush() to complete the files.
     void close() override;
 
-    /// The number of the group's logged paths, plus one for the times. Throws std::out_of_range for
-    /// an unknown group.
+    /// Returns the number of the group's logged paths, plus one for the times. Throws
+    /// std::out_of_range if the group is not in the setup.
     std::size_t numChannels(std::size_t group) const;
 
-    /// How many rows fill the group's buffer. Throws std::out_of_range for an unknown group.
+    /// Returns the number of rows at which the group's buffer is full. Throws std::out_of_range if
+    /// the group is not in the setup.
     std::size_t getBufferSize(std::size_t group) const;
 
-    /// Drops everything that is buffered and not in files, also a batch that waits in the slot,
-    /// and starts all row counts anew. Samples may be written afterwards.
+    /// Discards everything that is buffered and in no file yet, including a batch in the slot, and
+    /// resets all row counts to 0. Waits if the background thread is writing a batch. Samples may
+    /// be written afterwards.
     void clearBuffer();
 
-    /// Appends the bytes to the file, named in UTF-8, which is created where it is missing. Returns
-    /// whether it could be opened; other errors are not reported.
+    /// Appends the bytes to the file whose path is given in UTF-8. Creates the file if it is
+    /// missing. Returns whether the file could be opened; other errors are not reported.
     bool write(const std::string& path, const char* data, std::size_t bytes);
 
 private:
@@ -138,7 +163,7 @@ private:
     LOGGING2_NO_EXPORT void handOver(std::size_t group);
     void writer();
 
-    // These need the mutex, or a thread that has been joined.
+    // The caller of these must hold the mutex, or the thread must have been joined.
     LOGGING2_NO_EXPORT void moveToSlot(std::size_t group);
     LOGGING2_NO_EXPORT void writeBufferedRows(std::size_t group);
     LOGGING2_NO_EXPORT void transposeData(std::size_t group);

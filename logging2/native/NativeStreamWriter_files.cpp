@@ -5,7 +5,7 @@
 
 #include <utility>
 
-// The samples' way from the buffers into the files, on the background thread and on the caller's.
+// Writes the buffers to the files, on the background thread and on the caller's thread.
 
 namespace logging2::core {
 namespace {
@@ -30,7 +30,8 @@ void NativeStreamWriter::writer() {
             writeData(streamedGroup);
         }
         dataReady = false;
-        // A stop is looked at last: flush() may come before the thread has looked into the slot.
+        // The stop is tested last, because flush() may request it before the thread has taken the
+        // batch in the slot.
     } while (!stopRequested);
 }
 
@@ -39,7 +40,7 @@ void NativeStreamWriter::flushIntermediate() {
     for (const auto& entry : metadata.groupChannels()) {
         writeBufferedRows(entry.first);
     }
-    // Where no group had rows, a batch may still wait in the slot: the thread is to look.
+    // If no group had rows, a batch may still wait in the slot. The thread wakes up and writes it.
     dataReady = true;
     condition.notify_one();
 }
@@ -73,7 +74,7 @@ void NativeStreamWriter::clearBuffer() {
 }
 
 void NativeStreamWriter::moveToSlot(std::size_t group) {
-    // What may throw comes first: a batch in the slot must never get the name of another group.
+    // Everything that may throw comes first, so that streamedGroup always matches the slot.
     const std::size_t rowWidth = rowWidths[group];
     std::vector<double>& buffer = groupBuffers[group];
     streamedGroup = group;
@@ -107,7 +108,8 @@ void NativeStreamWriter::transposeData(std::size_t group) {
     }
 }
 
-// Frees what the former group used, which the next columns get: it costs less than fresh memory.
+// Frees the columns of the former group, so that the next columns reuse their memory. That costs
+// less than fresh memory.
 void NativeStreamWriter::turnToColumnsOf(std::size_t group) {
     const auto former = columns.find(columnsGroup);
     columnsGroup = group;
@@ -115,7 +117,7 @@ void NativeStreamWriter::turnToColumnsOf(std::size_t group) {
         return;
     }
     for (std::vector<double>& column : former->second) {
-        // That of a channel that no path shows still holds its values.
+        // The column of a channel that no path shows still holds values and is kept.
         if (column.empty()) {
             column = std::vector<double>();
         }
@@ -136,12 +138,12 @@ void NativeStreamWriter::writeData(std::size_t group) {
 }
 
 void NativeStreamWriter::appendColumn(const std::string& path, std::vector<double>& column) {
-    // Intended: a file that cannot be opened costs its own samples and is not reported.
+    // Intended: if a file cannot be opened, its samples of this batch are lost and not reported.
     write(path, reinterpret_cast<const char*>(column.data()), column.size() * sizeof(double));
     column.clear();
 }
 
-// An operation of the writer, as its callers know it.
+// A member, because it belongs to the writer's public operations.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 bool NativeStreamWriter::write(const std::string& path, const char* data, std::size_t bytes) {
     fl::filesystem::ofstream file(path, std::ios::out | std::ios::binary | std::ios::app);

@@ -26,11 +26,11 @@ const std::u16string& directory_prefix() {
     return *prefix;
 }
 
-/// The temporary directory where the host knows none.
+/// Returns the temporary directory to use if the host provides none.
 Path fallback_tempdir() {
     boost::filesystem::path directory = boost::filesystem::temp_directory_path();
     // GCOVR_EXCL_START: temp_directory_path() of Boost 1.74 to 1.85 throws instead of returning an
-    // empty path; LocationErrorsTest.fallbackWithAnEmptyVariableIsAnError checks the installed one.
+    // empty path; LocationErrorsTest.fallbackWithAnEmptyTmpdirThrows checks the installed one.
     if (directory.empty()) {
         directory = boost::filesystem::current_path();
     }
@@ -39,7 +39,7 @@ Path fallback_tempdir() {
     return make_native_form(foundation::utf8_string_to_ustring(directory.string()));
 }
 
-/// The login name of the real user, where there is one.
+/// Returns the login name of the real user, if there is one.
 std::optional<std::string> login_name() {
     std::vector<char> texts(1024);
     passwd entry{};
@@ -70,7 +70,7 @@ void StreamLocationCreator::setUniquePath() {
         try {
             fl::filesystem::create_directories(userDirectory);
         } catch (const fl::filesystem::FileExistsError&) {
-            // Another process or thread was faster.
+            // Another process or thread has created the directory in the meantime.
         }
     }
     uniquePath = concatenate_pathname(userDirectory, get_unique_id());
@@ -80,7 +80,7 @@ const Path& StreamLocationCreator::getUniquePath() const {
     return uniquePath;
 }
 
-// A member like the other questions, though it asks the host only.
+// A member like the other queries, although it uses no data member.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 Path StreamLocationCreator::tempdir() {
     std::u16string directory;

@@ -7,16 +7,17 @@
 
 namespace logging2::core {
 
-/// Chooses where a file-backed writer puts its files: in a directory of the user's below the
-/// system's temporary directory, under a name stem that no other writer has.
+/// Chooses where a file-backed writer puts its files: in a directory of the user below the system's
+/// temporary directory, under a name stem that no other writer has.
 ///
-/// Threads: creators on several threads, and in several processes, may share the directory.
+/// Threads: creators on several threads and in several processes may share the directory. One
+/// creator may be used by one thread at a time.
 class LOGGING2_EXPORT StreamLocationCreator {
 public:
-    /// Draws a unique path; throws what setUniquePath() throws.
+    /// Draws a unique path. Throws what setUniquePath() throws.
     StreamLocationCreator();
 
-    /// Removes neither files nor directories.
+    /// Leaves all files and directories in place.
     ~StreamLocationCreator();
 
     StreamLocationCreator(const StreamLocationCreator&) = default;
@@ -24,26 +25,30 @@ public:
     StreamLocationCreator& operator=(const StreamLocationCreator&) = default;
     StreamLocationCreator& operator=(StreamLocationCreator&&) = default;
 
-    /// Draws a new unique path: temporary directory / ("trakontmp." + user name) / UUID, and
-    /// creates the user's directory, for the user alone, where nothing of that name exists. What
-    /// exists is used as it is, whoever made it. Nothing is created at the unique path itself,
-    /// which is the beginning of file names.
+    /// Draws a new unique path: temporary directory / ("trakontmp." + user name) / UUID.
     ///
-    /// Throws std::filesystem::filesystem_error where the directory cannot be created and
-    /// boost::uuids::entropy_error where there is no random source; the former path stays then.
+    /// Creates the user's directory with mode 0700 if nothing of that name exists. If something
+    /// exists, it is used as it is, whoever created it. Nothing is created at the unique path
+    /// itself, which is only the beginning of file names.
+    ///
+    /// Throws std::filesystem::filesystem_error if the directory cannot be created,
+    /// boost::uuids::entropy_error if there is no random source, and what tempdir() throws. The
+    /// former path stays then.
     void setUniquePath();
 
-    /// The path that was drawn last; the same object on every call.
+    /// Returns the path that was drawn last. Every call returns the same object, which lives as
+    /// long as the creator.
     const fl::filesystem::basic_path<char, char16_t>& getUniquePath() const;
 
-    /// The host's temporary directory, also an empty one. Only where the host throws, the
-    /// directory that Boost.Filesystem finds, made canonical; its errors come out.
+    /// Returns the host's temporary directory, fl::filesystem::temp_directory_name(), even if it is
+    /// empty. If that function throws, returns the canonical form of the directory that
+    /// Boost.Filesystem finds, and throws what Boost.Filesystem throws.
     fl::filesystem::basic_path<char, char16_t> tempdir();
 
-    /// The login name of the real user, or "unknown" where the user has none.
+    /// Returns the login name of the real user, or "unknown" if the user has none.
     fl::filesystem::basic_path<char, char16_t> username() const;
 
-    /// A fresh unique identifier on every call; never the one in the unique path.
+    /// Returns a fresh unique identifier on every call. It is never the one in the unique path.
     fl::filesystem::basic_path<char, char16_t> uniqueId() const;
 
 private:

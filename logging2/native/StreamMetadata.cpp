@@ -47,7 +47,7 @@ std::ostream& operator<<(std::ostream& stream, const StreamMetadata& metadata) {
                << "};";
     }
     stream << " {";
-    // Intended: the entries of this section open no brace of their own.
+    // Intended: the entries of this section have no opening brace.
     for (const auto& [group, layout] : metadata.logBufferData()) {
         stream << group << ", ";
         for (const auto& [channel, width] : layout) {

@@ -9,7 +9,7 @@
 namespace cppmicroservices {
 namespace {
 
-/// Throws `std::invalid_argument` for what cannot be registered.
+/// Throws `std::invalid_argument` if an interface identifier is empty or an object is null.
 detail::ServiceSource source_of(const InterfaceMapConstPtr& objects) {
     detail::ServiceSource source{{}, objects, nullptr};
     for (const auto& [id, object] : *objects) {
@@ -22,7 +22,7 @@ detail::ServiceSource source_of(const InterfaceMapConstPtr& objects) {
     return source;
 }
 
-/// The object under the interface; null if there is none.
+/// Returns the object under the interface, or null if there is none.
 void* object_in(const InterfaceMapConstPtr& objects, const std::string& interfaceId) {
     if (!objects) {
         return nullptr;
@@ -72,8 +72,8 @@ std::vector<ServiceReferenceU> BundleContext::GetServiceReferences(const std::st
     return references;
 }
 
-// Intended: pointers that the caller gets share ownership of the use, not of what they point to.
-// A null one still owns its (empty) use, hence the count of 1.
+// Intended: the returned pointers share ownership of the use, not of the object that they point to.
+// A null pointer still owns its empty use, so its use_count() is 1.
 std::shared_ptr<void> BundleContext::objectOf(const ServiceReferenceBase& reference) const {
     const auto use = requireUse(reference);
     return {use, object_in(use->objects(), reference.interfaceId)};

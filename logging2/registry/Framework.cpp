@@ -35,7 +35,7 @@ FrameworkEvent Framework::WaitForStop(const std::chrono::milliseconds& timeout) 
     return requireCore().waitForStop(timeout);
 }
 
-// A member, as the API has it.
+// A member function, as in the API of CppMicroServices.
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static)
 Framework FrameworkFactory::NewFramework() {
     return Framework(std::make_shared<detail::FrameworkCore>());

@@ -5,10 +5,10 @@
 
 namespace logging2::core {
 
-/// An extra description of a writer's data stores: three words whose meaning belongs to the
-/// back-end that fills them. No built-in writer does.
+/// An extra description of a writer's data stores: three words whose meaning the back-end defines.
+/// No built-in writer returns one.
 struct DataStoreInfo {
-    /// The back-end's own; zeros unless it fills them.
+    /// The three words of the back-end. Each word is 0 unless the back-end sets it.
     std::array<std::uintptr_t, 3> words{};
 };
 

@@ -8,27 +8,32 @@
 
 namespace logging2::core {
 
-/// Gives back the stored data of one logged path.
+/// Returns the stored data of one logged path.
 ///
-/// With S samples and w doubles per sample, the times are S doubles in the order in which the
-/// samples were logged, and the values S·w doubles, sample-major: those of sample s are the
-/// elements s·w to s·w + w - 1. Times are in the host's unit.
+/// S is the number of samples and w the number of doubles that the path contributes to each sample.
+/// The times are S doubles in the order in which the samples were logged. The values are S·w
+/// doubles, sample-major: the values of sample s are the elements s·w to s·w + w - 1. Times are in
+/// the host's unit and are not converted.
 ///
-/// How long the data lives, and what may be read on several threads at once, is the concrete
-/// reader's to say.
+/// Threads: several threads may call the operations of one reader and of its clones at once.
 ///
-/// The order of the virtual operations is fixed: back-ends are built apart from the library.
+/// The concrete reader documents how long the data lives, when a reader may be destroyed and what
+/// the operations throw.
+///
+/// The order of the virtual operations never changes, because back-ends are compiled separately
+/// from the library.
 class LOGGING2_EXPORT StreamReader {
 public:
     virtual ~StreamReader();
 
-    /// A new reader of the same concrete type over the same data, which is shared, not copied.
+    /// Returns a new reader of the same concrete type. Both readers share the data; nothing is
+    /// copied. The clone stays valid after this reader is destroyed.
     virtual std::unique_ptr<StreamReader> clone() const = 0;
 
-    /// A copy of the logged times.
+    /// Returns a copy of the S logged times.
     virtual std::vector<double> times() const = 0;
 
-    /// A copy of the logged times (first) and of the path's values (second).
+    /// Returns copies of the S logged times (first) and of the path's S·w values (second).
     virtual std::pair<std::vector<double>, std::vector<double>> timeseries() const = 0;
 
 protected:

@@ -9,20 +9,25 @@
 
 namespace logging2::core {
 
-/// Makes the readers of one back-end.
+/// Creates the readers of one back-end.
 ///
-/// A back-end registers an object of this interface in the host's service registry, under the
-/// default interface identifier "logging2::core::StreamReaderService" and with the property
-/// `vtllogging_read_type_id()` holding the back-end's name as a std::string.
+/// A back-end registers an object that implements this interface in the host's service registry. It
+/// uses the default interface identifier "logging2::core::StreamReaderService" and sets the
+/// property `vtllogging_read_type_id()` to the back-end's name as a std::string. register_backend()
+/// does this for a back-end that is described by a Backend record.
 ///
-/// The order of the virtual operations is fixed: back-ends are built apart from the library.
+/// The order of the virtual operations never changes, because back-ends are compiled separately
+/// from the library.
 class LOGGING2_EXPORT StreamReaderService {
 public:
     virtual ~StreamReaderService();
 
-    /// A new reader of a store that a writer of the same back-end gave out. It must not depend on
-    /// the service staying alive. What this throws reaches the caller of get_stream_reader()
-    /// unchanged. It may be called on several threads at once.
+    /// Returns a new reader of a data store that a writer of the same back-end returned. An empty
+    /// any gives a reader without data. The caller owns the reader, which must keep working after
+    /// the service is gone.
+    ///
+    /// Throws boost::bad_any_cast if the any holds a store of another back-end. Every exception
+    /// reaches the caller of get_stream_reader() unchanged. Several threads may call this at once.
     virtual std::unique_ptr<StreamReader> createStreamReader(const boost::any& dataStore) = 0;
 
 protected:

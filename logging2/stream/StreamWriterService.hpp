@@ -11,19 +11,24 @@
 
 namespace logging2::core {
 
-/// Makes the writers of one back-end.
+/// Creates the writers of one back-end.
 ///
-/// A back-end registers an object of this interface in the host's service registry, under the
-/// default interface identifier "logging2::core::StreamWriterService" and with the property
-/// `vtllogging_write_type_id()` holding the back-end's name as a std::string.
+/// A back-end registers an object that implements this interface in the host's service registry. It
+/// uses the default interface identifier "logging2::core::StreamWriterService" and sets the
+/// property `vtllogging_write_type_id()` to the back-end's name as a std::string.
+/// register_backend() does this for a back-end that is described by a Backend record.
 ///
-/// The order of the virtual operations is fixed: back-ends are built apart from the library.
+/// The order of the virtual operations never changes, because back-ends are compiled separately
+/// from the library.
 class LOGGING2_EXPORT StreamWriterService {
 public:
     virtual ~StreamWriterService();
 
-    /// A new writer, which must not depend on the service staying alive. What this throws reaches
-    /// the caller of get_stream_writer() unchanged. It may be called on several threads at once.
+    /// Returns a new writer. The caller owns it, and it must keep working after the service is
+    /// gone.
+    ///
+    /// Every exception reaches the caller of get_stream_writer() unchanged. Several threads may
+    /// call this at once.
     virtual std::unique_ptr<StreamWriter>
     createStreamWriter(const StreamingAttributes& attributes,
                        const SequenceMap<Group, LoggedPathsSetupData>& setup) = 0;

@@ -8,23 +8,27 @@ namespace logging2::core {
 
 namespace detail {
 
-/// The object that times() returns. Only this library defines it, so all libraries of a process
-/// share it, also a library that hides its own symbols.
+/// Returns the string behind times(). It is defined in this library only, so all libraries of a
+/// process share one object, even a library that hides its own symbols.
 LOGGING2_EXPORT const std::u16string& times_stem();
 
-/// The object behind values(), likewise.
+/// Returns the string behind values(). All libraries of a process share one object.
 LOGGING2_EXPORT const std::u16string& values_stem();
 
 } // namespace detail
 
-/// The stem "times_" of the names of a file-backed stream's times files. Always the same object, in
-/// every library of the process; it is created on the first call, on any thread, and never
-/// destroyed.
+/// Returns "times_", the stem in the names of a native stream's times files.
+///
+/// Every call in every library of the process returns the same object. It is created on the first
+/// call and never destroyed. Any thread may call.
 inline const std::u16string& times() {
     return detail::times_stem();
 }
 
-/// The stem "values_" of the names of a file-backed stream's values files, likewise.
+/// Returns "values_", the stem in the names of a native stream's values files.
+///
+/// Every call in every library of the process returns the same object. It is created on the first
+/// call and never destroyed. Any thread may call.
 inline const std::u16string& values() {
     return detail::values_stem();
 }

@@ -4,7 +4,7 @@
 #include <memory>
 #include <type_traits>
 
-// That the sweep itself sees every form of operator new, and what becomes of a failure.
+// Tests that the sweep covers every form of operator new and reports what happens after a failure.
 
 namespace logging2::core::test {
 namespace {
@@ -15,7 +15,7 @@ struct alignas(64) Wide {
 
 void* volatile lastKept = nullptr;
 
-/// Lets no compiler leave out a pair of new and delete.
+/// Keeps the compiler from removing a pair of new and delete.
 template <class Value>
 std::unique_ptr<Value> kept(std::remove_extent_t<Value>* value) {
     lastKept = value;
@@ -38,7 +38,7 @@ TEST(AllocationSweepTest, everyThrowingFormFailsOnce) {
     EXPECT_EQ(counts.thrown, 4U);
 }
 
-TEST(AllocationSweepTest, everyNothrowFormFailsOnceWithANullPointer) {
+TEST(AllocationSweepTest, everyNothrowFormReturnsNullOnce) {
     const SweepCounts counts = sweep([] {
         const auto one = kept<int>(new (std::nothrow) int);
         const auto many = kept<int[]>(new (std::nothrow) int[3]);
@@ -49,7 +49,7 @@ TEST(AllocationSweepTest, everyNothrowFormFailsOnceWithANullPointer) {
     EXPECT_EQ(counts.absorbed(), 4U);
 }
 
-TEST(AllocationSweepTest, memoryOfEveryFormIsCountedUntilItIsFreed) {
+TEST(AllocationSweepTest, allocationsAreCountedUntilTheyAreFreed) {
     const std::size_t before = live_allocation_count();
     const auto wide = kept<Wide>(new Wide);
     auto text = kept<char[]>(new (std::nothrow) char[100]);
@@ -59,7 +59,7 @@ TEST(AllocationSweepTest, memoryOfEveryFormIsCountedUntilItIsFreed) {
     EXPECT_EQ(live_allocation_count(), before + 1);
 }
 
-TEST(AllocationSweepTest, anotherErrorObjectIsNotTheOneThatWasThrown) {
+TEST(AllocationSweepTest, onlyTheThrownObjectIsTheLastRefusal) {
     std::bad_alloc other;
     try {
         const AllocationFailure failure(0);

@@ -40,8 +40,8 @@ private:
     Value* value;
 };
 
-/// Runs the body in a child process, whose standard error nobody reads, and gives back its wait
-/// status; the exit code tells whether an expectation of the body failed.
+/// Runs the body in a child process whose standard error is discarded, and returns its wait status.
+/// The exit code says whether an expectation of the body failed.
 template <class Body>
 int status_of_child(Body body) {
     std::cout << std::flush;
@@ -58,7 +58,7 @@ int status_of_child(Body body) {
     return status;
 }
 
-inline bool endedWell(int status) {
+inline bool exitedWithSuccess(int status) {
     return WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
 }
 

@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-// Checked back-ends, while every allocation fails once.
+// Checked back-ends while every allocation fails once.
 
 namespace logging2::core::test {
 namespace {
@@ -34,7 +34,7 @@ protected:
     foundation::WarningHandler former;
 };
 
-TEST_F(CheckedSweepTest, registrationIsWholeOrNotThere) {
+TEST_F(CheckedSweepTest, failedRegistrationRegistersNothing) {
     const SweepCounts counts = for_every_failing_allocation(
         [] { return BackendRegistrations(); },
         [](BackendRegistrations& made) { made = register_checked_backend(context(), "native"); },
@@ -49,10 +49,10 @@ TEST_F(CheckedSweepTest, registrationIsWholeOrNotThere) {
         });
     EXPECT_LE(counts.absorbed(), 1U);
     print_sweep("register_checked_backend", counts,
-                "nothing stays registered; absorbed: room to sort by ranking");
+                "nothing stays registered; absorbed: the buffer for sorting by ranking");
 }
 
-TEST_F(CheckedSweepTest, writerIsWholeOrNotThere) {
+TEST_F(CheckedSweepTest, failedLookUpMakesNoWriter) {
     const SweepCounts counts = for_every_failing_allocation(
         [] { return std::unique_ptr<StreamWriter>(); },
         [](std::unique_ptr<StreamWriter>& made) { made = checkedWriter(); },
@@ -66,16 +66,16 @@ TEST_F(CheckedSweepTest, writerIsWholeOrNotThere) {
         });
     EXPECT_GT(counts.thrown, 30U);
     print_sweep("get_stream_writer \"checked:memory\"", counts,
-                "no writer; absorbed: room to sort by ranking");
+                "no writer; absorbed: the buffer for sorting by ranking");
 }
 
-TEST_F(CheckedSweepTest, refusedCallIsRefusedOrTheFailureComesOut) {
+TEST_F(CheckedSweepTest, refusedCallThrowsItsErrorOrBadAlloc) {
     const SweepCounts counts =
         for_every_failing_allocation([] { return checkedWriter(); },
                                      [](std::unique_ptr<StreamWriter>& writer) {
                                          try {
                                              write(*writer, 2, 1.0, {10.0});
-                                             ADD_FAILURE() << "accepted";
+                                             ADD_FAILURE() << "the write was accepted";
                                          } catch (const std::logic_error&) {
                                          }
                                      },
@@ -87,7 +87,7 @@ TEST_F(CheckedSweepTest, refusedCallIsRefusedOrTheFailureComesOut) {
     print_sweep("CheckedStreamWriter: write, unknown group", counts, "else std::logic_error");
 }
 
-TEST_F(CheckedSweepTest, destructorThatFlushesNeverThrows) {
+TEST_F(CheckedSweepTest, flushingDestructorNeverThrows) {
     const SweepCounts counts = for_every_failing_allocation(
         [] {
             auto writer = checkedWriter();

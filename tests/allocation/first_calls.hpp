@@ -9,13 +9,13 @@ namespace logging2::core::test {
 
 using FirstCallsSweepTest = NativeSweepTest;
 
-/// What a process found out about its first call of an operation.
+/// The result of a process's first call of an operation.
 struct FirstCall {
     Attempt attempt{};
     std::size_t liveCount = 0;
 };
 
-/// The first call, with a failure, and a second one that must succeed.
+/// Makes the first call with a failure and then a second call, which must succeed.
 template <class Act>
 FirstCall first_call(std::size_t before, Act act) {
     const Shared<FirstCall> call;
@@ -25,11 +25,12 @@ FirstCall first_call(std::size_t before, Act act) {
         EXPECT_NO_THROW(act());
         call->liveCount = live_allocation_count() - formerCount;
     });
-    EXPECT_TRUE(endedWell(status)) << status;
+    EXPECT_TRUE(exitedWithSuccess(status)) << status;
     return *call;
 }
 
-/// Whatever fails, as much stays for the life of the process as where nothing fails.
+/// Sweeps over the first call. The process must keep as many allocations after a failure as it
+/// keeps without one.
 template <class Act>
 SweepCounts sweep_first_call(const std::string& operation, const std::string& outcome, Act act) {
     const std::size_t liveCount = first_call(100000, act).liveCount;
@@ -37,7 +38,7 @@ SweepCounts sweep_first_call(const std::string& operation, const std::string& ou
     for (bool failed = true; failed && counts.failed < 1000;) {
         SCOPED_TRACE("failing allocation " + std::to_string(counts.failed));
         const FirstCall call = first_call(counts.failed, act);
-        EXPECT_EQ(call.liveCount, liveCount) << "a leak, or less than there should be";
+        EXPECT_EQ(call.liveCount, liveCount) << "memory leaked, or an object was not kept";
         failed = call.attempt.failed;
         counts.failed += call.attempt.failed ? 1 : 0;
         counts.thrown += call.attempt.threw ? 1 : 0;
@@ -47,7 +48,7 @@ SweepCounts sweep_first_call(const std::string& operation, const std::string& ou
 }
 
 template <class Act>
-void expect_every_first_failure_comes_out(const std::string& operation, Act act) {
+void expect_every_first_failure_propagates(const std::string& operation, Act act) {
     const SweepCounts counts = sweep_first_call(operation, "the next call succeeds", act);
     EXPECT_GT(counts.failed, 0U);
     EXPECT_EQ(counts.absorbed(), 0U);

@@ -9,14 +9,14 @@ namespace {
 
 using LocationSweepTest = NativeSweepTest;
 
-TEST(IdentifiersSweepTest, uniqueIdLetsEveryFailureOut) {
-    expect_every_failure_comes_out(
-        "get_unique_id", "the next call draws one", [] { return 0; },
+TEST(IdentifiersSweepTest, everyFailureOfUniqueIdPropagates) {
+    expect_every_failure_propagates(
+        "get_unique_id", "the next call makes one", [] { return 0; },
         [](int) { EXPECT_EQ(get_unique_id().text().size(), 36U); },
         [](int, Attempt) { EXPECT_EQ(get_unique_id().text().size(), 36U); });
 }
 
-TEST(IdentifiersSweepTest, constantTextsAskForNoMemoryAgain) {
+TEST(IdentifiersSweepTest, secondCallOfConstantTextsAllocatesNothing) {
     expect_no_allocation(
         "datastore_run_id, datastore_model_id, times, values, again", [] { return 0; },
         [](int) {
@@ -27,7 +27,7 @@ TEST(IdentifiersSweepTest, constantTextsAskForNoMemoryAgain) {
         });
 }
 
-/// One of the two directories that the location may be in.
+/// Expects the location in one of its two possible directories.
 void expect_location(const StreamLocationCreator& creator, const NativeSweepTest& test,
                      Attempt attempt) {
     const std::filesystem::path unique = native(creator.getUniquePath().text());
@@ -37,7 +37,7 @@ void expect_location(const StreamLocationCreator& creator, const NativeSweepTest
     EXPECT_TRUE(std::filesystem::is_directory(unique.parent_path()));
 }
 
-TEST_F(LocationSweepTest, creatorLetsEveryFailureOutButThatOfTheHostsDirectory) {
+TEST_F(LocationSweepTest, creatorAbsorbsOnlyFailuresOfTheHostDirectory) {
     const SweepCounts counts = for_every_failing_allocation(
         [] { return std::optional<StreamLocationCreator>(); },
         [](std::optional<StreamLocationCreator>& creator) { creator.emplace(); },
@@ -53,7 +53,7 @@ TEST_F(LocationSweepTest, creatorLetsEveryFailureOutButThatOfTheHostsDirectory) 
                 "no creator; absorbed: the host's directory name, the fallback is taken");
 }
 
-TEST_F(LocationSweepTest, newPathThatFailsLeavesTheFormerOne) {
+TEST_F(LocationSweepTest, failedSetUniquePathKeepsThePath) {
     struct Subject {
         StreamLocationCreator creator;
         std::u16string former = creator.getUniquePath().text();
@@ -65,13 +65,13 @@ TEST_F(LocationSweepTest, newPathThatFailsLeavesTheFormerOne) {
             expect_location(subject.creator, *this, attempt);
         });
     print_sweep("StreamLocationCreator: setUniquePath", counts,
-                "the former path stays; absorbed: as above");
+                "the previous path stays; absorbed: as above");
 }
 
-TEST_F(LocationSweepTest, fallbackDirectoryLetsEveryFailureOut) {
+TEST_F(LocationSweepTest, everyFailureOfTheFallbackDirectoryPropagates) {
     auto former = fl::filesystem::setTempDirectoryName([]() -> std::u16string { throw 1; });
-    expect_every_failure_comes_out(
-        "StreamLocationCreator: tempdir, fallback", "the next call answers",
+    expect_every_failure_propagates(
+        "StreamLocationCreator: tempdir, fallback", "the next call succeeds",
         [] { return StreamLocationCreator(); },
         [](StreamLocationCreator& creator) { EXPECT_FALSE(creator.tempdir().empty()); },
         [&](StreamLocationCreator& creator, Attempt) {
@@ -81,27 +81,27 @@ TEST_F(LocationSweepTest, fallbackDirectoryLetsEveryFailureOut) {
     fl::filesystem::setTempDirectoryName(std::move(former));
 }
 
-TEST_F(LocationSweepTest, userNameAndIdentifierLetEveryFailureOut) {
+TEST_F(LocationSweepTest, everyFailureOfUserNameAndIdentifierPropagates) {
     const std::u16string user = StreamLocationCreator().username().text();
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamLocationCreator: username", "never another name",
         [] { return StreamLocationCreator(); },
         [&](const StreamLocationCreator& creator) { EXPECT_EQ(creator.username().text(), user); },
         [](StreamLocationCreator&, Attempt) {});
-    expect_every_failure_comes_out(
-        "StreamLocationCreator: uniqueId", "the next call draws one",
+    expect_every_failure_propagates(
+        "StreamLocationCreator: uniqueId", "the next call makes one",
         [] { return StreamLocationCreator(); },
         [](const StreamLocationCreator& creator) { EXPECT_FALSE(creator.uniqueId().empty()); },
         [](StreamLocationCreator& creator, Attempt) { EXPECT_FALSE(creator.uniqueId().empty()); });
 }
 
-TEST_F(LocationSweepTest, copyThatFailsLeavesTheSource) {
+TEST_F(LocationSweepTest, failedCopyLeavesTheSource) {
     struct Pair {
         StreamLocationCreator from;
         StreamLocationCreator to;
         std::u16string path = from.getUniquePath().text();
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamLocationCreator: copy", "the source stays", [] { return Pair(); },
         [](const Pair& pair) { const StreamLocationCreator copy(pair.from); },
         [](const Pair& pair, Attempt) { EXPECT_EQ(pair.from.getUniquePath().text(), pair.path); });
@@ -113,7 +113,7 @@ TEST_F(LocationSweepTest, copyThatFailsLeavesTheSource) {
         });
 }
 
-TEST_F(LocationSweepTest, pathAndDestructorAskForNoMemory) {
+TEST_F(LocationSweepTest, pathAndDestructorAllocateNothing) {
     using Creator = std::optional<StreamLocationCreator>;
     const auto arrange = [] { return Creator(std::in_place); };
     expect_no_allocation("StreamLocationCreator: getUniquePath", arrange,

@@ -2,14 +2,14 @@
 
 #include <stdexcept>
 
-// The flush of the memory writers, and the stores behind it, while every allocation fails once.
+// The flush of the memory writers and their stores, while every allocation fails once.
 
 namespace logging2::core::test {
 namespace {
 
 TYPED_TEST_SUITE(MemoryWritersSweepTest, MemoryWriters, WriterNames);
 
-/// How many of the paths have their stores, each as it must be.
+/// The number of paths that have a store. Each store must be correct.
 template <class Writer>
 std::size_t store_count(const MemorySubject<Writer>& subject,
                         std::initializer_list<const char*> names) {
@@ -20,8 +20,8 @@ std::size_t store_count(const MemorySubject<Writer>& subject,
     return count;
 }
 
-/// The stores of the groups before the one in work are there, those behind it are not, and no
-/// store is half a store.
+/// Expects stores of all groups before the one that failed and none of the groups after it. No
+/// store may be incomplete.
 template <class Writer>
 void expect_whole_stores(MemorySubject<Writer>& subject, Attempt attempt) {
     const MemoryOracle before = subject.oracle;
@@ -44,17 +44,17 @@ MemorySubject<Writer> written() {
     return subject;
 }
 
-TYPED_TEST(MemoryWritersSweepTest, flushThatFailsKeepsTheStoresOfTheGroupsBefore) {
+TYPED_TEST(MemoryWritersSweepTest, failedFlushKeepsTheStoresOfEarlierGroups) {
     using Subject = MemorySubject<TypeParam>;
-    expect_every_failure_comes_out(
-        this->named("flush"), "the stores of the groups before stay, no store is half",
+    expect_every_failure_propagates(
+        this->named("flush"), "the stores of earlier groups stay, no store is incomplete",
         written<TypeParam>, [](Subject& subject) { subject.writer->flush(); },
         [](Subject& subject, Attempt attempt) { expect_whole_stores(subject, attempt); });
 }
 
-TYPED_TEST(MemoryWritersSweepTest, closeThatFailsCountsAsAFlush) {
+TYPED_TEST(MemoryWritersSweepTest, failedCloseCountsAsAFlush) {
     using Subject = MemorySubject<TypeParam>;
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("close"), "as flush; a second close does nothing", written<TypeParam>,
         [](Subject& subject) { subject.writer->close(); },
         [](Subject& subject, Attempt attempt) {
@@ -72,15 +72,15 @@ MemorySubject<Writer> flushed() {
     return subject;
 }
 
-TYPED_TEST(MemoryWritersSweepTest, dataStoreThatFailsLeavesTheStore) {
+TYPED_TEST(MemoryWritersSweepTest, failedDataStoreKeepsTheStore) {
     using Subject = MemorySubject<TypeParam>;
     const ValuePath path(widePath);
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("dataStore"), "the store stays", flushed<TypeParam>,
         [&](Subject& subject) { EXPECT_FALSE(subject.writer->dataStore(path).empty()); },
         [&](Subject& subject, Attempt) { EXPECT_TRUE(subject.hasStore(path)); });
-    expect_every_failure_comes_out(
-        this->named("dataStore, not stored"), "out_of_range where its text finds memory",
+    expect_every_failure_propagates(
+        this->named("dataStore, not stored"), "out_of_range if its text can be allocated",
         flushed<TypeParam>,
         [&](Subject& subject) {
             try {
@@ -91,7 +91,7 @@ TYPED_TEST(MemoryWritersSweepTest, dataStoreThatFailsLeavesTheStore) {
         [&](Subject& subject, Attempt) { EXPECT_TRUE(subject.hasStore(path)); });
 }
 
-TYPED_TEST(MemoryWritersSweepTest, closeAndDestructorAfterAFlushAskForNoMemory) {
+TYPED_TEST(MemoryWritersSweepTest, closeAndDestructorAfterFlushAllocateNothing) {
     using Subject = MemorySubject<TypeParam>;
     expect_no_allocation(this->named("close after flush"), flushed<TypeParam>,
                          [](Subject& subject) { subject.writer->close(); });

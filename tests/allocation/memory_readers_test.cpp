@@ -34,19 +34,19 @@ void expect_still_readable(ReaderSubject& subject, Attempt) {
     expect_readable(*subject.reader);
 }
 
-TEST(MemoryReaderSweepTest, constructorThatFailsLeavesTheStore) {
+TEST(MemoryReaderSweepTest, failedConstructorLeavesTheStore) {
     struct Inputs {
         boost::any given = store();
         std::optional<MemoryStreamReader> reader;
     };
-    expect_every_failure_comes_out(
-        "MemoryStreamReader: constructor", "the store serves again", [] { return Inputs(); },
+    expect_every_failure_propagates(
+        "MemoryStreamReader: constructor", "the store can be used again", [] { return Inputs(); },
         [](Inputs& inputs) { inputs.reader.emplace(inputs.given); },
         [](Inputs& inputs, Attempt attempt) {
             EXPECT_NE(inputs.reader.has_value(), attempt.threw);
             expect_readable(MemoryStreamReader(inputs.given));
         });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "MemoryStreamReader: constructor, no store", "no reader", [] { return boost::any(); },
         [](const boost::any& nothing) { const MemoryStreamReader reader(nothing); },
         [](const boost::any& nothing, Attempt) {
@@ -54,7 +54,7 @@ TEST(MemoryReaderSweepTest, constructorThatFailsLeavesTheStore) {
         });
 }
 
-TEST(MemoryReaderSweepTest, refusalOfAnotherStoreAsksForNoMemory) {
+TEST(MemoryReaderSweepTest, refusalOfAnotherStoreAllocatesNothing) {
     expect_no_allocation(
         "MemoryStreamReader: constructor, another store", [] { return boost::any(1); },
         [](const boost::any& other) {
@@ -62,37 +62,38 @@ TEST(MemoryReaderSweepTest, refusalOfAnotherStoreAsksForNoMemory) {
         });
 }
 
-TEST(MemoryReaderSweepTest, readingThatFailsMayBeTriedAgain) {
-    expect_every_failure_comes_out(
-        "MemoryStreamReader: clone", "the reader reads", makeReader,
+TEST(MemoryReaderSweepTest, failedReadCanBeRepeated) {
+    expect_every_failure_propagates(
+        "MemoryStreamReader: clone", "the reader still reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_NE(subject.reader->clone(), nullptr); },
         expect_still_readable);
-    expect_every_failure_comes_out(
-        "MemoryStreamReader: times", "the reader reads", makeReader,
+    expect_every_failure_propagates(
+        "MemoryStreamReader: times", "the reader still reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_EQ(subject.reader->times().size(), 2U); },
         expect_still_readable);
-    expect_every_failure_comes_out(
-        "MemoryStreamReader: timeseries", "the reader reads", makeReader,
+    expect_every_failure_propagates(
+        "MemoryStreamReader: timeseries", "the reader still reads", makeReader,
         [](ReaderSubject& subject) { EXPECT_EQ(subject.reader->timeseries().second.size(), 4U); },
         expect_still_readable);
 }
 
-TEST(MemoryReaderSweepTest, destructorAsksForNoMemory) {
+TEST(MemoryReaderSweepTest, destructorAllocatesNothing) {
     expect_no_allocation("MemoryStreamReader: destructor", makeReader,
                          [](ReaderSubject& subject) { subject.reader.reset(); });
 }
 
-TEST(MemoryReaderSweepTest, defaultReaderAndWriterLetEveryFailureOut) {
-    expect_every_failure_comes_out(
-        "get_default_stream_reader", "the store serves again", [] { return boost::any(store()); },
+TEST(MemoryReaderSweepTest, everyFailureOfDefaultReaderAndWriterPropagates) {
+    expect_every_failure_propagates(
+        "get_default_stream_reader", "the store can be used again",
+        [] { return boost::any(store()); },
         [](const boost::any& given) { EXPECT_NE(get_default_stream_reader(given), nullptr); },
         [](const boost::any& given, Attempt) { expect_readable(MemoryStreamReader(given)); });
     struct Inputs {
         StreamingAttributes attributes = fullAttributes();
         GroupSetup setup = twoGroups();
     };
-    expect_every_failure_comes_out(
-        "get_default_stream_writer", "the arguments serve again", [] { return Inputs(); },
+    expect_every_failure_propagates(
+        "get_default_stream_writer", "the arguments can be used again", [] { return Inputs(); },
         [](Inputs& inputs) {
             EXPECT_NE(get_default_stream_writer(inputs.attributes, inputs.setup), nullptr);
         },

@@ -12,7 +12,7 @@
 
 namespace logging2::core::test {
 
-/// A memory writer and the oracle of what it was given.
+/// A memory writer and the oracle of its samples.
 template <class Writer>
 struct MemorySubject {
     static constexpr bool isRestricted = std::is_same_v<Writer, MemoryStreamRestrictedWriter>;
@@ -22,7 +22,7 @@ struct MemorySubject {
           oracle(twoGroups(), rollbackOnTimeRegression,
                  isRestricted ? std::optional<std::size_t>(64) : std::nullopt) {}
 
-    /// To both, the oracle first.
+    /// Writes to both, to the oracle first.
     void write(std::size_t group, double time) {
         const std::vector<double> row = rowAt(group, time);
         oracle.write(group, time, row);
@@ -35,7 +35,7 @@ struct MemorySubject {
         }
     }
 
-    /// Whether the writer holds what the oracle does.
+    /// Expects the writer to hold the same samples as the oracle.
     void expectHeld() const {
         for (std::size_t group = 0; group < 2; ++group) {
             const auto& held = writer->times(group);
@@ -48,7 +48,7 @@ struct MemorySubject {
         }
     }
 
-    /// Whether the store of the path is what the oracle stored; not so where there is none.
+    /// Expects the store of the path to equal the oracle's; returns false if there is no store.
     bool hasStore(const ValuePath& path) const {
         try {
             const auto store = boost::any_cast<MemoryDatastore>(writer->dataStore(path));
@@ -60,7 +60,7 @@ struct MemorySubject {
         }
     }
 
-    /// Flushes both; everything is stored then.
+    /// Flushes both and expects every store.
     void expectStoredByFlush() {
         oracle.flush();
         writer->flush();
@@ -73,7 +73,7 @@ struct MemorySubject {
     MemoryOracle oracle;
 };
 
-/// What both memory writers promise.
+/// Tests that both memory writers must pass.
 template <class Writer>
 class MemoryWritersSweepTest : public ::testing::Test {
 protected:

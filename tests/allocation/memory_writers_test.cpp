@@ -4,21 +4,21 @@
 #include <optional>
 #include <stdexcept>
 
-// The memory writers while every allocation fails once: all but the flush.
+// The memory writers while every allocation fails once: all operations except the flush.
 
 namespace logging2::core::test {
 namespace {
 
 TYPED_TEST_SUITE(MemoryWritersSweepTest, MemoryWriters, WriterNames);
 
-TYPED_TEST(MemoryWritersSweepTest, constructorThatFailsLeavesItsArgumentsAlone) {
+TYPED_TEST(MemoryWritersSweepTest, failedConstructorLeavesItsArguments) {
     struct Inputs {
         StreamingAttributes attributes = fullAttributes();
         GroupSetup setup = twoGroups();
         std::optional<TypeParam> writer;
     };
-    expect_every_failure_comes_out(
-        this->named("constructor, two groups"), "the arguments serve again",
+    expect_every_failure_propagates(
+        this->named("constructor, two groups"), "the arguments can be used again",
         [] { return Inputs(); },
         [](Inputs& inputs) { inputs.writer.emplace(inputs.attributes, inputs.setup); },
         [](Inputs& inputs, Attempt attempt) {
@@ -31,7 +31,7 @@ TYPED_TEST(MemoryWritersSweepTest, constructorThatFailsLeavesItsArgumentsAlone) 
         });
 }
 
-TYPED_TEST(MemoryWritersSweepTest, movesAskForNoMemory) {
+TYPED_TEST(MemoryWritersSweepTest, movesAllocateNothing) {
     using Subject = MemorySubject<TypeParam>;
     const auto arrange = [] {
         Subject subject;
@@ -52,15 +52,15 @@ TYPED_TEST(MemoryWritersSweepTest, movesAskForNoMemory) {
         [](Pair& pair) { *pair.to.writer = std::move(*pair.from.writer); });
 }
 
-// From the empty containers over everything that makes them grow.
-TYPED_TEST(MemoryWritersSweepTest, writeThatFailsStoresNothing) {
+// The writes start with empty containers and cover every growth.
+TYPED_TEST(MemoryWritersSweepTest, failedWriteStoresNothing) {
     using Subject = MemorySubject<TypeParam>;
     struct Run {
         Subject subject;
         int written = 0;
     };
-    expect_every_failure_comes_out(
-        this->named("write, 60 samples"), "the sample alone is not stored", [] { return Run(); },
+    expect_every_failure_propagates(
+        this->named("write, 60 samples"), "only that sample is not stored", [] { return Run(); },
         [](Run& run) {
             for (; run.written < 60; ++run.written) {
                 const double row[] = {1.0 * run.written, run.written + 0.25, run.written + 0.5};
@@ -79,9 +79,9 @@ TYPED_TEST(MemoryWritersSweepTest, writeThatFailsStoresNothing) {
         });
 }
 
-TYPED_TEST(MemoryWritersSweepTest, writeToAFullContainerThatFailsOverwritesNothing) {
+TYPED_TEST(MemoryWritersSweepTest, failedWriteToAFullContainerOverwritesNothing) {
     using Subject = MemorySubject<TypeParam>;
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         this->named("write, 64 samples held"), "nothing is stored, nothing is overwritten",
         [] {
             Subject subject;
@@ -100,15 +100,15 @@ TYPED_TEST(MemoryWritersSweepTest, writeToAFullContainerThatFailsOverwritesNothi
         });
 }
 
-TYPED_TEST(MemoryWritersSweepTest, regressionThatFailsTakesBackOnlyWhereTheGrowthFails) {
+TYPED_TEST(MemoryWritersSweepTest, failedRegressionRollsBackOnlyIfTheGrowthFailed) {
     using Subject = MemorySubject<TypeParam>;
-    constexpr std::size_t ofTheRow = 1; // its handle lies in a block that is there
+    constexpr std::size_t ofTheRow = 1; // its handle fits into an existing block
     for (const auto& [time, name] : std::map<double, const char*>{
              {-1.0, "before the first"}, {10.0, "10"}, {31.0, "31"}, {31.5, "31.5"}}) {
         const double row[] = {time, time + 0.25, time + 0.5};
-        expect_every_failure_comes_out(
+        expect_every_failure_propagates(
             this->named(std::string("write, 33 samples held, back to time ") + name),
-            "nothing is stored; taken back only where the growth failed",
+            "nothing is stored; rolled back only if the growth failed",
             [] {
                 Subject subject(true);
                 subject.writeUpTo(0, 33);
@@ -132,7 +132,7 @@ TYPED_TEST(MemoryWritersSweepTest, regressionThatFailsTakesBackOnlyWhereTheGrowt
     }
 }
 
-TYPED_TEST(MemoryWritersSweepTest, whatOnlyAsksOrTakesBackAsksForNoMemory) {
+TYPED_TEST(MemoryWritersSweepTest, queriesAndRollbackAllocateNothing) {
     using Subject = MemorySubject<TypeParam>;
     const auto arrange = [] {
         Subject subject;

@@ -1,7 +1,7 @@
 #include <tests/allocation/native_subjects.hpp>
 
 // The flushes of the file-backed writer while every allocation of the caller's thread fails once:
-// nothing is lost, and the next call brings what is missing.
+// no sample is lost, and the next call writes what is missing.
 
 namespace logging2::core::test {
 namespace {
@@ -15,9 +15,9 @@ NativeSubject written() {
     return subject;
 }
 
-TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLosesNothing) {
-    expect_every_failure_comes_out(
-        "NativeStreamWriter: flushIntermediate", "the next flush brings every sample once", written,
+TEST_F(NativeFlushSweepTest, failedFlushIntermediateLosesNothing) {
+    expect_every_failure_propagates(
+        "NativeStreamWriter: flushIntermediate", "the next flush writes every sample once", written,
         [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
         [](NativeSubject& subject, Attempt) {
             subject.write(0, {3.0});
@@ -27,9 +27,9 @@ TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLosesNothing) {
         });
 }
 
-TEST_F(NativeFlushSweepTest, secondFlushIntermediateThatFailsLosesNothing) {
-    expect_every_failure_comes_out(
-        "NativeStreamWriter: flushIntermediate, the second", "the next call brings every sample",
+TEST_F(NativeFlushSweepTest, failedSecondFlushIntermediateLosesNothing) {
+    expect_every_failure_propagates(
+        "NativeStreamWriter: flushIntermediate, the second", "the next call writes every sample",
         [] {
             NativeSubject subject = written();
             subject.writer->flushIntermediate();
@@ -44,10 +44,10 @@ TEST_F(NativeFlushSweepTest, secondFlushIntermediateThatFailsLosesNothing) {
         });
 }
 
-TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLeavesTheRowsToTheThread) {
-    expect_every_failure_comes_out(
-        "NativeStreamWriter: flushIntermediate, beside the thread",
-        "the batches behind it bring every sample once",
+TEST_F(NativeFlushSweepTest, failedFlushIntermediateLeavesTheRowsToTheThread) {
+    expect_every_failure_propagates(
+        "NativeStreamWriter: flushIntermediate, while the thread runs",
+        "the batches after it contain every sample once",
         [] {
             NativeSubject subject;
             Access::setBufferSize(*subject.writer, 0, 3);
@@ -64,9 +64,9 @@ TEST_F(NativeFlushSweepTest, flushIntermediateThatFailsLeavesTheRowsToTheThread)
         });
 }
 
-TEST_F(NativeFlushSweepTest, flushThatFailsIsCompletedByTheNext) {
-    expect_every_failure_comes_out(
-        "NativeStreamWriter: flush", "a second flush brings what is missing", written,
+TEST_F(NativeFlushSweepTest, nextFlushCompletesAFailedFlush) {
+    expect_every_failure_propagates(
+        "NativeStreamWriter: flush", "a second flush writes what is missing", written,
         [](NativeSubject& subject) { subject.writer->flush(); },
         [](NativeSubject& subject, Attempt attempt) {
             if (attempt.threw) {
@@ -77,11 +77,11 @@ TEST_F(NativeFlushSweepTest, flushThatFailsIsCompletedByTheNext) {
         });
 }
 
-// The thread is gone then, and a second flush would join it again.
-TEST_F(NativeFlushSweepTest, flushBehindTheThreadThatFailsIsCompletedByFlushIntermediate) {
-    expect_every_failure_comes_out(
+// The thread has been joined then, and a second flush would join it again.
+TEST_F(NativeFlushSweepTest, flushIntermediateCompletesAFlushThatFailedAfterTheJoin) {
+    expect_every_failure_propagates(
         "NativeStreamWriter: flush, joining the thread",
-        "the thread is joined, flushIntermediate brings what is missing",
+        "the thread is joined, flushIntermediate writes what is missing",
         [] {
             NativeSubject subject;
             Access::setBufferSize(*subject.writer, 0, 2);
@@ -99,11 +99,11 @@ TEST_F(NativeFlushSweepTest, flushBehindTheThreadThatFailsIsCompletedByFlushInte
         });
 }
 
-// What is in no file goes: nothing of the batch that failed, or all of it, is in each file.
-TEST_F(NativeFlushSweepTest, clearBufferAfterAFailedFlushDropsWhatIsInNoFile) {
-    expect_every_failure_comes_out(
+// Samples that are in no file are dropped. Each file contains all or none of the batch that failed.
+TEST_F(NativeFlushSweepTest, clearBufferAfterAFailedFlushDropsUnwrittenSamples) {
+    expect_every_failure_propagates(
         "NativeStreamWriter: flushIntermediate, then clearBuffer",
-        "each file has the whole batch or nothing of it",
+        "each file has all or none of the batch",
         [] {
             NativeSubject subject;
             subject.write(1, {1.0, 2.0});
@@ -123,7 +123,7 @@ TEST_F(NativeFlushSweepTest, clearBufferAfterAFailedFlushDropsWhatIsInNoFile) {
         });
 }
 
-TEST_F(NativeFlushSweepTest, appendAsksForNoMemory) {
+TEST_F(NativeFlushSweepTest, appendAllocatesNothing) {
     const std::string file = (directory.path() / "a-file-whose-name-is-long").string();
     expect_no_allocation(
         "NativeStreamWriter: write to a file", [] { return NativeSubject(); },

@@ -28,11 +28,11 @@ protected:
         return {given, std::optional<NativeStreamReader>(std::in_place, given), nullptr};
     }
 
-    void expectEveryReadFailureComesOut(const std::string& operation,
-                                        void (*act)(ReaderSubject&)) const {
-        expect_every_failure_comes_out(
-            "NativeStreamReader: " + operation, "the reader reads", [this] { return makeReader(); },
-            act,
+    void expectEveryReadFailurePropagates(const std::string& operation,
+                                          void (*act)(ReaderSubject&)) const {
+        expect_every_failure_propagates(
+            "NativeStreamReader: " + operation, "the reader still reads",
+            [this] { return makeReader(); }, act,
             [this](ReaderSubject& subject, Attempt) {
                 EXPECT_EQ(subject.reader->timeseries(), std::pair(storedTimes, storedValues));
             });
@@ -44,9 +44,9 @@ protected:
     std::vector<double> storedValues{10.0, 11.0, 20.0, 21.0};
 };
 
-TEST_F(NativeReaderSweepTest, constructorThatFailsDeletesNothing) {
-    expect_every_failure_comes_out(
-        "NativeStreamReader: constructor", "no file is deleted, the store serves again",
+TEST_F(NativeReaderSweepTest, failedConstructorDeletesNothing) {
+    expect_every_failure_propagates(
+        "NativeStreamReader: constructor", "no file is deleted, the store can be used again",
         [this] {
             return ReaderSubject{store(), std::nullopt, nullptr};
         },
@@ -56,7 +56,7 @@ TEST_F(NativeReaderSweepTest, constructorThatFailsDeletesNothing) {
             const NativeStreamReader again(subject.given);
             EXPECT_EQ(again.times(), storedTimes);
         });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamReader: constructor, no store", "no reader", [] { return boost::any(); },
         [](const boost::any& nothing) { const NativeStreamReader reader(nothing); },
         [](const boost::any&, Attempt) {});
@@ -67,15 +67,15 @@ TEST_F(NativeReaderSweepTest, constructorThatFailsDeletesNothing) {
         });
 }
 
-TEST_F(NativeReaderSweepTest, readingThatFailsMayBeTriedAgain) {
-    expectEveryReadFailureComesOut(
+TEST_F(NativeReaderSweepTest, failedReadCanBeRepeated) {
+    expectEveryReadFailurePropagates(
         "times", [](ReaderSubject& subject) { EXPECT_EQ(subject.reader->times().size(), 2U); });
-    expectEveryReadFailureComesOut("timeseries", [](ReaderSubject& subject) {
+    expectEveryReadFailurePropagates("timeseries", [](ReaderSubject& subject) {
         EXPECT_EQ(subject.reader->timeseries().second.size(), 4U);
     });
 }
 
-TEST_F(NativeReaderSweepTest, readOfAFileThatFailsMayBeTriedAgain) {
+TEST_F(NativeReaderSweepTest, failedReadOfAFileCanBeRepeated) {
     struct Subject {
         NativeStreamReader reader;
         fl::filesystem::basic_path<char, char16_t> file;
@@ -84,7 +84,7 @@ TEST_F(NativeReaderSweepTest, readOfAFileThatFailsMayBeTriedAgain) {
     const std::u16string name = foundation::utf8_string_to_ustring(valuesFile.string());
     for (const std::u16string suffix : {u"", u"-that-is-missing"}) {
         const std::size_t count = suffix.empty() ? 4 : 0;
-        expect_every_failure_comes_out(
+        expect_every_failure_propagates(
             suffix.empty() ? "NativeStreamReader: read" : "NativeStreamReader: read, no file",
             "the next call reads",
             [&] {
@@ -98,10 +98,10 @@ TEST_F(NativeReaderSweepTest, readOfAFileThatFailsMayBeTriedAgain) {
     }
 }
 
-// A clone that is destroyed deletes the files, one that was never made does not.
-TEST_F(NativeReaderSweepTest, cloneThatFailsDeletesNothing) {
-    expect_every_failure_comes_out(
-        "NativeStreamReader: clone", "no file is deleted, the reader reads",
+// Destroying a clone deletes the files; a clone that was never made deletes nothing.
+TEST_F(NativeReaderSweepTest, failedCloneDeletesNothing) {
+    expect_every_failure_propagates(
+        "NativeStreamReader: clone", "no file is deleted, the reader still reads",
         [this] { return makeReader(); },
         [](ReaderSubject& subject) { subject.clone = subject.reader->clone(); },
         [this](ReaderSubject& subject, Attempt attempt) {
@@ -110,7 +110,7 @@ TEST_F(NativeReaderSweepTest, cloneThatFailsDeletesNothing) {
         });
 }
 
-TEST_F(NativeReaderSweepTest, destructorThatFindsNoMemoryLeavesOneFileAtMost) {
+TEST_F(NativeReaderSweepTest, destructorWithoutMemoryLeavesAtMostOneFile) {
     const SweepCounts counts = for_every_failing_allocation(
         [this] { return makeReader(); }, [](ReaderSubject& subject) { subject.reader.reset(); },
         [this](ReaderSubject&, Attempt attempt) {

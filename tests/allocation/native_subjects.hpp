@@ -22,8 +22,8 @@ inline bool isBelow(const std::filesystem::path& path, const std::filesystem::pa
            text.rfind(std::filesystem::canonical(directory).string() + '/', 0) == 0;
 }
 
-/// Gives the host's temporary directory and the one that the library falls back to, which are
-/// different directories of the test's own.
+/// Provides the host's temporary directory and the library's fallback directory. They are different
+/// directories that belong to the test.
 class NativeSweepTest : public ::testing::Test {
 public:
     SystemTempDirectory directory;
@@ -73,7 +73,7 @@ struct NativeSubject {
         return doublesOf(native(store(path).valuesLocation()));
     }
 
-    /// Whether the files hold the samples of these times and nothing else.
+    /// Expects the files to hold exactly the samples of these times.
     void expectInFiles(std::size_t group, const std::vector<double>& times) const {
         EXPECT_EQ(timesIn(group == 0 ? firstPath : secondGroupPath), times);
         std::vector<double> narrow;

@@ -3,21 +3,21 @@
 
 #include <memory>
 
-// The background thread while every allocation of its own fails once: the process ends, and the
-// files keep what was written before.
+// The background thread while each of its allocations fails once: the process ends, and the files
+// keep what was written before.
 
 namespace logging2::core::test {
 namespace {
 
 using NativeThreadSweepTest = NativeSweepTest;
 
-/// What the child process came to.
+/// The progress of the child process.
 struct Progress {
     std::size_t batchesTaken = 0;
     bool failed = false;
 };
 
-/// Lives on the background thread, and tells at its end whether the allocation was asked for.
+/// Lives on the background thread and reports at its end whether the allocation was requested.
 class FailureOnThread {
 public:
     FailureOnThread(std::size_t before, Progress& told) : failure(before), progress(told) {}
@@ -45,7 +45,7 @@ std::vector<double> first_of(const std::vector<double>& all, std::size_t count) 
     return {all.data(), all.data() + count};
 }
 
-/// The rows that the files hold: whole batches, in their order, of each column.
+/// Expects each file to hold whole batches in order.
 void expect_whole_batches(const NativeSubject& subject, std::size_t batchesTaken) {
     const std::vector<double> times = subject.timesIn(firstPath);
     const std::vector<double> all{1.0, 2.0, 3.0, 4.0};
@@ -60,7 +60,7 @@ void expect_whole_batches(const NativeSubject& subject, std::size_t batchesTaken
     EXPECT_GE(subject.valuesIn(widePath).size(), 4 * batchesTaken);
 }
 
-TEST_F(NativeThreadSweepTest, everyFailureEndsTheProcessAndKeepsWhatWasWritten) {
+TEST_F(NativeThreadSweepTest, everyFailureEndsTheProcessAndKeepsWrittenBatches) {
     SweepCounts counts;
     for (bool ended = true; ended && counts.failed < 1000;) {
         SCOPED_TRACE("failing allocation " + std::to_string(counts.failed));
@@ -69,8 +69,8 @@ TEST_F(NativeThreadSweepTest, everyFailureEndsTheProcessAndKeepsWhatWasWritten) 
         const int status =
             status_of_child([&] { write_two_batches(subject, counts.failed, *progress); });
         ended = wasAborted(status);
-        EXPECT_TRUE(ended || endedWell(status)) << status;
-        EXPECT_FALSE(progress->failed) << "a failure that nobody noticed";
+        EXPECT_TRUE(ended || exitedWithSuccess(status)) << status;
+        EXPECT_FALSE(progress->failed) << "the failure did not end the process";
         expect_whole_batches(subject, progress->batchesTaken);
         EXPECT_EQ(progress->batchesTaken == 2, !ended);
         counts.failed += ended ? 1 : 0;

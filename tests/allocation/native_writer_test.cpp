@@ -3,14 +3,14 @@
 #include <stdexcept>
 
 // The file-backed writer while every allocation of the caller's thread fails once: construction,
-// writing and what only asks. The flushes are in native_flush_test.cpp.
+// writing and queries. The flushes are in native_flush_test.cpp.
 
 namespace logging2::core::test {
 namespace {
 
 using NativeWriterSweepTest = NativeSweepTest;
 
-/// Before any failure: the writers of these tests get their files where the host says.
+/// A writer that is made before any failure, so its files are in the host's directory.
 NativeSubject written(const std::vector<double>& times, std::size_t bufferSize = 1000) {
     NativeSubject subject;
     Access::setBufferSize(*subject.writer, 0, bufferSize);
@@ -23,7 +23,7 @@ void write_one(NativeSubject& subject, double time) {
     subject.writer->write(0, time, row, 3);
 }
 
-TEST_F(NativeWriterSweepTest, constructorThatFailsLeavesItsArgumentsAlone) {
+TEST_F(NativeWriterSweepTest, failedConstructorLeavesItsArguments) {
     struct Inputs {
         StreamingAttributes attributes = fullAttributes();
         GroupSetup setup = twoGroups();
@@ -50,7 +50,7 @@ TEST_F(NativeWriterSweepTest, constructorThatFailsLeavesItsArgumentsAlone) {
                 "no writer; absorbed: the host's directory name, the fallback is taken");
 }
 
-TEST_F(NativeWriterSweepTest, movesAskForNoMemory) {
+TEST_F(NativeWriterSweepTest, movesAllocateNothing) {
     expect_no_allocation(
         "NativeStreamWriter: move constructor", [] { return written({1.0}); },
         [](NativeSubject& subject) { NativeStreamWriter moved(std::move(*subject.writer)); });
@@ -66,8 +66,8 @@ TEST_F(NativeWriterSweepTest, movesAskForNoMemory) {
         [](Pair& pair) { *pair.to.writer = std::move(*pair.from.writer); });
 }
 
-TEST_F(NativeWriterSweepTest, firstWriteThatFailsStoresNothing) {
-    expect_every_failure_comes_out(
+TEST_F(NativeWriterSweepTest, failedFirstWriteStoresNothing) {
+    expect_every_failure_propagates(
         "NativeStreamWriter: write, first of the group", "the sample is not stored",
         [] { return NativeSubject(); }, [](NativeSubject& subject) { write_one(subject, 1.0); },
         [](NativeSubject& subject, Attempt attempt) {
@@ -78,13 +78,13 @@ TEST_F(NativeWriterSweepTest, firstWriteThatFailsStoresNothing) {
         });
 }
 
-TEST_F(NativeWriterSweepTest, writeThatFailsToGrowStoresNothing) {
+TEST_F(NativeWriterSweepTest, failedGrowthStoresNothing) {
     struct Run {
         NativeSubject subject;
         std::vector<double> times;
     };
-    expect_every_failure_comes_out(
-        "NativeStreamWriter: write, 500 samples", "the sample alone is not stored",
+    expect_every_failure_propagates(
+        "NativeStreamWriter: write, 500 samples", "only that sample is not stored",
         [] {
             Run run;
             run.times.reserve(500);
@@ -108,8 +108,8 @@ TEST_F(NativeWriterSweepTest, writeThatFailsToGrowStoresNothing) {
         });
 }
 
-// Also where it is the thread that finds no memory: who offers the sample again stores it once.
-TEST_F(NativeWriterSweepTest, handOverThatFailsStoresNothing) {
+// This includes failures to start the thread. A caller that writes the sample again stores it once.
+TEST_F(NativeWriterSweepTest, failedHandOverStoresNothing) {
     const auto expectThree = [](NativeSubject& subject, Attempt attempt) {
         if (attempt.threw) {
             EXPECT_EQ(Access::rowCount(*subject.writer, 0), 2U);
@@ -119,8 +119,9 @@ TEST_F(NativeWriterSweepTest, handOverThatFailsStoresNothing) {
         subject.writer->flush();
         subject.expectInFiles(0, {1.0, 2.0, 3.0});
     };
-    const SweepCounts counts = expect_every_failure_comes_out(
-        "NativeStreamWriter: write, starting the thread", "the sample is not stored, once again is",
+    const SweepCounts counts = expect_every_failure_propagates(
+        "NativeStreamWriter: write, starting the thread",
+        "the sample is not stored; a second attempt stores it",
         [] {
             return written({1.0, 2.0}, 3);
         },
@@ -128,14 +129,14 @@ TEST_F(NativeWriterSweepTest, handOverThatFailsStoresNothing) {
     EXPECT_GE(counts.failed, 2U);
 }
 
-TEST_F(NativeWriterSweepTest, handOverToARunningThreadThatFailsStoresNothing) {
-    expect_every_failure_comes_out(
+TEST_F(NativeWriterSweepTest, failedHandOverToARunningThreadStoresNothing) {
+    expect_every_failure_propagates(
         "NativeStreamWriter: write, handing over to the thread", "the sample is not stored",
         [] {
             NativeSubject subject = written({1.0, 2.0, 3.0}, 3);
             Access::waitUntilTaken(*subject.writer);
             subject.write(0, {4.0, 5.0});
-            // Room for the time of the sixth sample, and for none of its values.
+            // Reserves space for the time of the sixth sample, but not for its values.
             std::vector<double>& buffer = Access::buffer(*subject.writer, 0);
             buffer.shrink_to_fit();
             buffer.reserve(buffer.size() + 1);
@@ -152,11 +153,11 @@ TEST_F(NativeWriterSweepTest, handOverToARunningThreadThatFailsStoresNothing) {
         });
 }
 
-TEST_F(NativeWriterSweepTest, rollbackThatFailsIssuesNoWarningAndKeepsTheSamples) {
+TEST_F(NativeWriterSweepTest, failedRollbackIssuesNoWarningAndKeepsTheSamples) {
     std::size_t warningCount = 0;
     auto former = foundation::setWarningHandler(
         [&warningCount](const foundation::Message&) { ++warningCount; });
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "NativeStreamWriter: rollback", "no warning, the samples stay",
         [] {
             return written({1.0, 2.0});
@@ -173,17 +174,17 @@ TEST_F(NativeWriterSweepTest, rollbackThatFailsIssuesNoWarningAndKeepsTheSamples
     foundation::setWarningHandler(std::move(former));
 }
 
-TEST_F(NativeWriterSweepTest, dataStoreThatFailsMayBeAskedAgain) {
+TEST_F(NativeWriterSweepTest, failedDataStoreCanBeRepeated) {
     const ValuePath path(widePath);
     const auto expectNamed = [](NativeSubject& subject, Attempt) {
         EXPECT_FALSE(subject.store(widePath).valuesLocation().empty());
     };
-    expect_every_failure_comes_out(
-        "NativeStreamWriter: dataStore", "the next call answers", [] { return NativeSubject(); },
+    expect_every_failure_propagates(
+        "NativeStreamWriter: dataStore", "the next call succeeds", [] { return NativeSubject(); },
         [&](NativeSubject& subject) { EXPECT_FALSE(subject.writer->dataStore(path).empty()); },
         expectNamed);
-    expect_every_failure_comes_out(
-        "NativeStreamWriter: dataStore, not logged", "out_of_range where its text finds memory",
+    expect_every_failure_propagates(
+        "NativeStreamWriter: dataStore, not logged", "out_of_range if its text can be allocated",
         [] { return NativeSubject(); },
         [&](NativeSubject& subject) {
             try {
@@ -194,7 +195,7 @@ TEST_F(NativeWriterSweepTest, dataStoreThatFailsMayBeAskedAgain) {
         expectNamed);
 }
 
-TEST_F(NativeWriterSweepTest, whatOnlyAsksOrDropsAsksForNoMemory) {
+TEST_F(NativeWriterSweepTest, queriesAndClearBufferAllocateNothing) {
     const auto expect = [&](const char* operation, auto act) {
         expect_no_allocation(
             std::string("NativeStreamWriter: ") + operation,

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <streambuf>
 
-// The records that cross the interfaces, and the handles, while every allocation fails once.
+// The records that cross the interfaces and the store handles, while every allocation fails once.
 
 namespace logging2::core::test {
 namespace {
@@ -22,17 +22,17 @@ StreamMetadata metadata() {
             {{0, 1}}};
 }
 
-TEST(RecordsSweepTest, attributesThatCannotBeCopiedStay) {
+TEST(RecordsSweepTest, failedCopyLeavesTheAttributes) {
     const auto expectFull = [](const StreamingAttributes& attributes, Attempt) {
         EXPECT_EQ(attributes.hostStrings, fullAttributes().hostStrings);
         EXPECT_EQ(std::string(attributes.name.data(), attributes.name.size()),
                   "a stream whose name is a long text");
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamingAttributes: copy", "the source stays", [] { return fullAttributes(); },
         [](const StreamingAttributes& attributes) { StreamingAttributes copy(attributes); },
         expectFull);
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamingAttributes: copy assignment", "the source stays", [] { return fullAttributes(); },
         [](const StreamingAttributes& attributes) {
             StreamingAttributes target;
@@ -47,8 +47,8 @@ TEST(RecordsSweepTest, attributesThatCannotBeCopiedStay) {
         });
 }
 
-TEST(RecordsSweepTest, nativeStoreThatCannotBeMadeLeavesNothing) {
-    expect_every_failure_comes_out(
+TEST(RecordsSweepTest, failedConstructorMakesNoNativeStore) {
+    expect_every_failure_propagates(
         "NativeDatastore: constructor", "no store", [] { return std::optional<NativeDatastore>(); },
         [](std::optional<NativeDatastore>& store) { store.emplace(timesName, valuesName); },
         [](std::optional<NativeDatastore>& store, Attempt attempt) {
@@ -56,7 +56,7 @@ TEST(RecordsSweepTest, nativeStoreThatCannotBeMadeLeavesNothing) {
         });
 }
 
-TEST(RecordsSweepTest, handlesAreCopiedAndMovedWithoutMemory) {
+TEST(RecordsSweepTest, copiesAndMovesOfStoresAllocateNothing) {
     expect_no_allocation("NativeDatastore: copies and moves", nativeStore,
                          [](NativeDatastore& store) {
                              NativeDatastore copy(store);
@@ -78,7 +78,7 @@ TEST(RecordsSweepTest, handlesAreCopiedAndMovedWithoutMemory) {
         });
 }
 
-TEST(RecordsSweepTest, metadataThatCannotBeMadeLeavesNothing) {
+TEST(RecordsSweepTest, failedConstructorMakesNoMetadata) {
     struct Inputs {
         std::map<ValuePath, ChannelProperties> channelMetadata = metadata().channelMetadata();
         SequenceMap<std::size_t, RowLayout> logBufferData = metadata().logBufferData();
@@ -88,7 +88,7 @@ TEST(RecordsSweepTest, metadataThatCannotBeMadeLeavesNothing) {
     const auto act = [](Inputs& inputs) {
         inputs.result.emplace(inputs.channelMetadata, inputs.logBufferData, inputs.groupChannels);
     };
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         "StreamMetadata: constructor", "the maps stay", [] { return Inputs(); }, act,
         [&](Inputs& inputs, Attempt attempt) {
             EXPECT_NE(inputs.result.has_value(), attempt.threw);
@@ -98,8 +98,8 @@ TEST(RecordsSweepTest, metadataThatCannotBeMadeLeavesNothing) {
         });
 }
 
-TEST(RecordsSweepTest, metadataIsMovedAndAskedWithoutMemory) {
-    expect_no_allocation("StreamMetadata: moves and questions", metadata,
+TEST(RecordsSweepTest, movesAndQueriesOfMetadataAllocateNothing) {
+    expect_no_allocation("StreamMetadata: moves and queries", metadata,
                          [](StreamMetadata& described) {
                              StreamMetadata moved(std::move(described));
                              EXPECT_TRUE(described.groupChannels().empty());
@@ -110,13 +110,13 @@ TEST(RecordsSweepTest, metadataIsMovedAndAskedWithoutMemory) {
                          });
 }
 
-/// Takes any text and keeps none, so that it asks for no memory.
+/// Accepts any text and discards it, so that it allocates nothing.
 class Nowhere : public std::streambuf {
     int_type overflow(int_type character) override { return traits_type::not_eof(character); }
 };
 
-// A stream of the host's that asks for memory itself swallows that failure, as any stream does.
-TEST(RecordsSweepTest, printingThatFailsLeavesTheStreamGood) {
+// A host's stream that allocates swallows such a failure, as every stream does.
+TEST(RecordsSweepTest, failedPrintingLeavesTheStreamGood) {
     Nowhere nowhere;
     const auto expectPrintable = [](auto&, Attempt) {};
     const auto print = [&](const auto& printed) {
@@ -124,8 +124,8 @@ TEST(RecordsSweepTest, printingThatFailsLeavesTheStreamGood) {
         stream << printed;
         EXPECT_TRUE(stream.good());
     };
-    expect_every_failure_comes_out("NativeDatastore: operator<<", "the stream stays good",
-                                   nativeStore, print, expectPrintable);
+    expect_every_failure_propagates("NativeDatastore: operator<<", "the stream stays good",
+                                    nativeStore, print, expectPrintable);
     expect_no_allocation("StreamMetadata: operator<<", metadata, print);
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 using cppmicroservices::ServiceProperties;
 
-/// The built-in back-ends are offered in the process's framework.
+/// The built-in back-ends are registered in the process's framework.
 class ServicesSweepTest : public NativeSweepTest {
 protected:
     ServicesSweepTest() {
@@ -38,7 +38,7 @@ struct WriterLookUp {
     std::optional<std::unique_ptr<StreamWriter>> found;
 };
 
-TEST_F(ServicesSweepTest, writerByNameIsWholeOrNotThere) {
+TEST_F(ServicesSweepTest, failedLookUpMakesNoWriter) {
     for (const BackendInfo& backend : builtin_backends()) {
         const std::string& name = backend.name;
         const auto lookUp = [&name](WriterLookUp& subject) {
@@ -56,12 +56,13 @@ TEST_F(ServicesSweepTest, writerByNameIsWholeOrNotThere) {
                 EXPECT_FALSE((*subject.found)->dataStore(ValuePath(secondGroupPath)).empty());
             });
         EXPECT_GT(counts.thrown, 20U);
-        print_sweep("get_stream_writer \"" + name + "\"", counts,
-                    "no writer; absorbed: room to sort by ranking, the host's directory name");
+        print_sweep(
+            "get_stream_writer \"" + name + "\"", counts,
+            "no writer; absorbed: the buffer for sorting by ranking, the host's directory name");
     }
 }
 
-TEST_F(ServicesSweepTest, readerByNameIsWholeOrNotThere) {
+TEST_F(ServicesSweepTest, failedLookUpMakesNoReader) {
     using Found = std::optional<std::unique_ptr<StreamReader>>;
     for (const BackendInfo& backend : builtin_backends()) {
         const std::string& name = backend.name;
@@ -74,12 +75,12 @@ TEST_F(ServicesSweepTest, readerByNameIsWholeOrNotThere) {
             });
         EXPECT_GT(counts.thrown, 10U);
         print_sweep("get_stream_reader \"" + name + "\"", counts,
-                    "no reader; absorbed: room to sort by ranking");
+                    "no reader; absorbed: the buffer for sorting by ranking");
     }
 }
 
-TEST_F(ServicesSweepTest, nameWithoutAServiceFindsNothing) {
-    expect_every_failure_comes_out(
+TEST_F(ServicesSweepTest, unknownNameFindsNothing) {
+    expect_every_failure_propagates(
         "get_stream_writer, unknown name", "the next call finds nothing",
         [] { return WriterLookUp(); },
         [](WriterLookUp& subject) {
@@ -88,13 +89,13 @@ TEST_F(ServicesSweepTest, nameWithoutAServiceFindsNothing) {
         [](WriterLookUp& subject, Attempt) { EXPECT_FALSE(subject.found.has_value()); });
 }
 
-/// Expects that the operation throws its error wherever no allocation fails.
+/// Expects the operation to throw its error in every run without a failing allocation.
 template <class Error, class Act>
 void expect_refusal(const std::string& operation, const std::string& outcome, Act act) {
     const auto actAndExpectError = [&](int) {
         try {
             act();
-            ADD_FAILURE() << "accepted";
+            ADD_FAILURE() << "the operation did not throw";
         } catch (const Error&) {
         }
     };
@@ -104,13 +105,13 @@ void expect_refusal(const std::string& operation, const std::string& outcome, Ac
     print_sweep(operation, counts, outcome);
 }
 
-TEST_F(ServicesSweepTest, nameThatBreaksTheFilterIsRefusedOrTheFailureComesOut) {
+TEST_F(ServicesSweepTest, malformedNameThrowsItsErrorOrBadAlloc) {
     expect_refusal<std::invalid_argument>("get_stream_reader, malformed name",
                                           "else std::invalid_argument",
                                           [] { get_stream_reader("a)b", boost::any()); });
 }
 
-/// A framework of its own, so that what was registered goes with it.
+/// Owns a framework, so that its registrations end with it.
 struct RegistrationRun {
     RegistrationRun() { framework.Start(); }
 
@@ -122,10 +123,10 @@ struct RegistrationRun {
     BackendRegistrations registrations;
 };
 
-/// Expects that the operation registers the services of its back-ends, two each, or none at all.
+/// Expects the operation to register two services for each back-end, or none at all.
 template <class Register>
 void expect_all_or_none(const std::string& operation, std::size_t backendCount, Register act) {
-    expect_every_failure_comes_out(
+    expect_every_failure_propagates(
         operation, "nothing is registered; the next call registers everything",
         [] { return std::make_unique<RegistrationRun>(); },
         [&](std::unique_ptr<RegistrationRun>& run) {
@@ -141,7 +142,7 @@ void expect_all_or_none(const std::string& operation, std::size_t backendCount, 
         });
 }
 
-TEST_F(ServicesSweepTest, registrationThatFailsLeavesNothingRegistered) {
+TEST_F(ServicesSweepTest, failedRegistrationLeavesNothingRegistered) {
     expect_all_or_none("register_backend", 1, [](cppmicroservices::BundleContext context) {
         return register_backend(std::move(context), builtin_backends().front());
     });
@@ -154,7 +155,7 @@ TEST_F(ServicesSweepTest, registrationThatFailsLeavesNothingRegistered) {
     });
 }
 
-TEST_F(ServicesSweepTest, badBackendIsRefusedOrTheFailureComesOut) {
+TEST_F(ServicesSweepTest, badBackendThrowsItsErrorOrBadAlloc) {
     const std::size_t formerCount = context().GetServiceReferences("").size();
     std::vector<Backend> backends = builtin_backends();
     backends.back().name = "a*b";
@@ -164,7 +165,7 @@ TEST_F(ServicesSweepTest, badBackendIsRefusedOrTheFailureComesOut) {
     EXPECT_EQ(context().GetServiceReferences("").size(), formerCount);
 }
 
-TEST_F(ServicesSweepTest, libraryIsRefusedOrTheFailureComesOut) {
+TEST_F(ServicesSweepTest, badLibraryThrowsItsErrorOrBadAlloc) {
     expect_refusal<std::runtime_error>("load_backends, no file", "else std::runtime_error",
                                        [] { load_backends("/nowhere/absent.so", context()); });
     expect_refusal<std::runtime_error>("load_backends, no function", "else std::runtime_error", [] {
@@ -172,7 +173,7 @@ TEST_F(ServicesSweepTest, libraryIsRefusedOrTheFailureComesOut) {
     });
 }
 
-TEST_F(ServicesSweepTest, listOfBackendsIsWholeOrNotThere) {
+TEST_F(ServicesSweepTest, listingIsCompleteOrThrows) {
     const SweepCounts counts = for_every_failing_allocation(
         [] { return std::vector<BackendInfo>(); },
         [](std::vector<BackendInfo>& backends) { backends = registered_backends(context()); },
@@ -180,13 +181,14 @@ TEST_F(ServicesSweepTest, listOfBackendsIsWholeOrNotThere) {
             EXPECT_EQ(backends.size(), attempt.threw ? 0U : 3U);
         });
     EXPECT_GT(counts.thrown, 10U);
-    print_sweep("registered_backends", counts, "no list; absorbed: room to sort by ranking");
+    print_sweep("registered_backends", counts,
+                "no list; absorbed: the buffer for sorting by ranking");
 }
 
-/// Hands out a service that exists already.
-class HandsOutService final : public cppmicroservices::ServiceFactory {
+/// Returns an existing service.
+class ExistingServiceFactory final : public cppmicroservices::ServiceFactory {
 public:
-    explicit HandsOutService(std::shared_ptr<StreamWriterService> given)
+    explicit ExistingServiceFactory(std::shared_ptr<StreamWriterService> given)
         : service(std::move(given)) {}
 
     cppmicroservices::InterfaceMapConstPtr
@@ -203,14 +205,15 @@ private:
     std::shared_ptr<StreamWriterService> service;
 };
 
-// The registry keeps the errors of a factory to itself, also this one.
-TEST_F(ServicesSweepTest, failureInsideAFactoryMeansThatThereIsNoService) {
+// The registry does not let the errors of a factory propagate, including this one.
+TEST_F(ServicesSweepTest, failureInsideAFactoryYieldsNoService) {
     ServiceProperties properties;
     properties[vtllogging_write_type_id()] = std::string("made");
     const auto service =
         context().GetService(context().GetServiceReferences<StreamWriterService>().front());
     registrations.push_back(context().RegisterService<StreamWriterService>(
-        cppmicroservices::ToFactory(std::make_shared<HandsOutService>(service)), properties));
+        cppmicroservices::ToFactory(std::make_shared<ExistingServiceFactory>(service)),
+        properties));
     std::size_t notFound = 0;
     const SweepCounts counts = for_every_failing_allocation(
         [] { return WriterLookUp(); },
@@ -220,13 +223,14 @@ TEST_F(ServicesSweepTest, failureInsideAFactoryMeansThatThereIsNoService) {
         [&](WriterLookUp& subject, Attempt attempt) {
             EXPECT_TRUE(subject.found.has_value() || attempt.failed);
             notFound += !subject.found && !attempt.threw ? 1 : 0;
-            // What the factory made stays with it until it has been used.
+            // The registry keeps what the factory made until it has been used.
             EXPECT_TRUE(get_stream_writer("made", subject.attributes, subject.setup).has_value());
         });
     EXPECT_GE(notFound, 3U);
     EXPECT_LE(counts.absorbed() - notFound, 1U);
     print_sweep("get_stream_writer, service made by a factory", counts,
-                "no writer; absorbed: the factory's failures are an event, the name finds nothing");
+                "no writer; absorbed: a failure of the factory is reported as an event and no "
+                "service is found");
 }
 
 } // namespace

@@ -9,7 +9,7 @@
 
 namespace logging2::core::test {
 
-/// Texts too long to be kept inside a std::string, so that each copy asks for memory.
+/// Texts that are too long for std::string's internal buffer, so that each copy allocates.
 constexpr const char* firstPath = "plant.reactor.jacket.temperature";
 constexpr const char* aliasPath = "plant.reactor.jacket.temperature.alias";
 constexpr const char* widePath = "plant.reactor.feed.composition";
@@ -23,7 +23,7 @@ inline GroupSetup twoGroups() {
     return GroupSetup{{Group(0), first}, {Group(1), second}};
 }
 
-/// Attributes of which every member that can own memory does, with room for 64 steps.
+/// Attributes in which every member that can own memory does, with a limit of 64 steps.
 inline StreamingAttributes fullAttributes(bool rollbackOnTimeRegression = false) {
     StreamingAttributes attributes;
     attributes.rollbackOnTimeRegression = rollbackOnTimeRegression;
@@ -33,7 +33,7 @@ inline StreamingAttributes fullAttributes(bool rollbackOnTimeRegression = false)
     return attributes;
 }
 
-/// The row of group 0 or 1 at the time: its values tell the time and the element.
+/// The row of group 0 or 1 at the time. Its values encode the time and the element.
 inline std::vector<double> rowAt(std::size_t group, double time) {
     return group == 0 ? std::vector<double>{time, time + 0.25, time + 0.5}
                       : std::vector<double>{-time};

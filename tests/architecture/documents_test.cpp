@@ -21,20 +21,20 @@ using ::testing::UnorderedElementsAreArray;
 
 const std::string root = LOGGING2_SOURCE_DIR;
 
-/// What the pattern's first group holds, wherever the pattern matches.
+/// The text of the pattern's first group at each match.
 std::vector<std::string> first_groups(const std::string& text, const std::string& pattern) {
     const std::regex regex(pattern);
     return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
 }
 
-TEST(DocumentsTest, everyLinkLeadsSomewhere) {
+TEST(DocumentsTest, everyLinkHasATarget) {
     std::size_t linkCount = 0;
     for (const std::string& document : documents_below(root)) {
         for (const std::string& target : link_targets(bytesOf(root + "/" + document))) {
             EXPECT_EQ(broken_link(root, document, target), "") << target << " in " << document;
             ++linkCount;
         }
-        // Nothing tells whether those lead somewhere.
+        // Nothing checks the targets of reference links.
         EXPECT_THAT(reference_links(bytesOf(root + "/" + document)), IsEmpty()) << document;
     }
     EXPECT_GT(linkCount, 40U);
@@ -54,13 +54,13 @@ TEST(DocumentsTest, plantedBrokenLinksAreFound) {
     EXPECT_EQ(documents_below(top), std::vector<std::string>{"a.md"});
 }
 
-TEST(DocumentsTest, linksInCodeAreNone) {
+TEST(DocumentsTest, linksInCodeAreIgnored) {
     EXPECT_THAT(link_targets("[one](a.md \"title\") and ![two](b.svg), `[no](c.md)`\n"
                              "```sh\n[no](d.md)\n```\n[`three`](e.md#f)\n"),
                 ElementsAre("a.md", "b.svg", "e.md#f"));
 }
 
-TEST(DocumentsTest, linksInHtmlAreSome) {
+TEST(DocumentsTest, linksInHtmlAreFound) {
     EXPECT_THAT(
         link_targets("<a href=\"a.md\">one</a> <img width=\"9\" src=\"b.svg\">\n`<img src=\"c\">`"),
         ElementsAre("a.md", "b.svg"));
@@ -73,7 +73,7 @@ TEST(DocumentsTest, plantedReferenceLinksAreFound) {
                 ElementsAre(use, definition));
 }
 
-TEST(DocumentsTest, documentsOfBuildFoldersAreNone) {
+TEST(DocumentsTest, documentsInBuildFoldersAreIgnored) {
     const TemporaryDirectory directory;
     const std::string top = directory.path().string();
     for (const char* folder :
@@ -85,22 +85,22 @@ TEST(DocumentsTest, documentsOfBuildFoldersAreNone) {
     EXPECT_THAT(documents_below(top), ElementsAre("docs/build/a.md"));
 }
 
-TEST(DocumentsTest, theTableOfOptionsHasEachOfThem) {
+TEST(DocumentsTest, optionTableListsEveryCMakeOption) {
     EXPECT_THAT(
-        first_groups(bytesOf(root + "/docs/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
+        first_groups(bytesOf(root + "/docs/using/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
         UnorderedElementsAreArray(first_groups(bytesOf(root + "/CMakeLists.txt"),
                                                R"(\n(?:\w*option|set)\((LOGGING2_\w+)\s)")));
 }
 
-TEST(DocumentsTest, decisionsAnswerTheSameQuestionsAndAreListed) {
-    const std::string folder = root + "/docs/decisions";
+TEST(DocumentsTest, everyDecisionIsListedAndHasTheSameHeadings) {
+    const std::string folder = root + "/docs/maintaining/decisions";
     const std::vector<std::string> pages = documents_below(folder);
     const std::vector<std::string> listed = link_targets(bytesOf(folder + "/README.md"));
     ASSERT_THAT(listed, SizeIs(pages.size() - 1));
     for (std::size_t i = 0; i < listed.size(); ++i) {
         EXPECT_THAT(listed[i], StartsWith((i < 9 ? "0" : "") + std::to_string(i + 1) + "-"));
         EXPECT_THAT(headings(bytesOf(folder + "/" + listed[i])),
-                    ElementsAre("The question", "What we do", "Why", "What else there was"))
+                    ElementsAre("Question", "Decision", "Reasons"))
             << listed[i];
     }
 }

@@ -13,15 +13,15 @@ struct Include {
     std::string header;
 };
 
-/// The rooms of the tree and those that each may include, beside itself. A room is a folder below
-/// logging2/; every back-end is a room of its own. The headers of the service registry, whichever
-/// is used, belong to "registry".
+/// The rooms of the tree, each with the rooms that it may include besides itself. A room is a
+/// folder below logging2/; every back-end is its own room. The headers of either service registry
+/// belong to "registry".
 const std::map<std::string, std::set<std::string>>& allowed_rooms();
 
-/// Why the include is not allowed; empty where it is.
+/// The reason why the include is forbidden; empty if it is allowed.
 std::string broken_rule(const Include& include);
 
-/// Every #include of the sources below the root, those of build folders left out.
+/// Every #include of the sources below the root, except those in build folders.
 std::vector<Include> includes_below(const std::string& root);
 
 } // namespace logging2::core::test

@@ -8,7 +8,7 @@
 namespace logging2::core::test {
 namespace {
 
-TEST(IncludeRulesTest, everyIncludeOfTheTreeKeepsThem) {
+TEST(IncludeRulesTest, everyIncludeKeepsTheRules) {
     const std::vector<Include> includes = includes_below(LOGGING2_SOURCE_DIR);
     EXPECT_GT(includes.size(), 300U);
     for (const Include& include : includes) {
@@ -66,8 +66,8 @@ TEST(IncludeRulesTest, plantedFaultsAreFound) {
     }
 }
 
-/// The room that each node of the picture stands for, by the node's name. The label of a room
-/// begins with its folder.
+/// The room of each node of the picture, by the node's name. The label of a room begins with its
+/// folder.
 std::map<std::string, std::string> drawn_rooms(const std::string& picture) {
     static const std::regex node(R"-(\n  (\w+) \[label="([a-z/]+)/(?:\\n|"))-");
     std::map<std::string, std::string> rooms;
@@ -78,7 +78,7 @@ std::map<std::string, std::string> drawn_rooms(const std::string& picture) {
     return rooms;
 }
 
-/// Which rooms are drawn to include which.
+/// The rooms that each room includes in the picture.
 std::map<std::string, std::set<std::string>> drawn_arrows(const std::string& picture) {
     static const std::regex arrow(R"(\n  (\w+) -> (\w+))");
     const std::map<std::string, std::string> rooms = drawn_rooms(picture);
@@ -113,7 +113,7 @@ const std::string& picture() {
     return text;
 }
 
-TEST(IncludeRulesTest, thePictureShowsNoArrowThatIsForbidden) {
+TEST(IncludeRulesTest, pictureShowsNoForbiddenArrow) {
     for (const auto& [from, targets] : drawn_arrows(picture())) {
         ASSERT_EQ(allowed_rooms().count(from), 1U) << from;
         for (const std::string& to : targets) {
@@ -122,7 +122,7 @@ TEST(IncludeRulesTest, thePictureShowsNoArrowThatIsForbidden) {
     }
 }
 
-TEST(IncludeRulesTest, thePictureLeadsFromEachRoomToAllThatItMayInclude) {
+TEST(IncludeRulesTest, pictureShowsAPathForEveryAllowedInclude) {
     const auto arrows = drawn_arrows(picture());
     for (const auto& [from, targets] : allowed_rooms()) {
         const std::set<std::string> reached = reached_from(from, arrows);

@@ -27,7 +27,7 @@ std::vector<std::string> open_lines(const std::string& text) {
     return result;
 }
 
-/// Likewise, without the code in the line.
+/// The lines outside fenced blocks, without their inline code.
 std::vector<std::string> lines_without_code(const std::string& text) {
     static const std::regex code("`[^`]*`");
     std::vector<std::string> result;
@@ -50,7 +50,7 @@ std::string anchor_of(const std::string& heading) {
     return result;
 }
 
-/// The texts behind the '#' signs of the lines that match.
+/// The texts after the '#' signs of the headings that match.
 std::vector<std::string> headings_like(const std::string& text, const std::regex& pattern) {
     std::vector<std::string> result;
     std::smatch match;
@@ -62,7 +62,7 @@ std::vector<std::string> headings_like(const std::string& text, const std::regex
     return result;
 }
 
-/// Folders that hold what was built, measured or drawn, or Git's own.
+/// Folders of build output, measurements and pictures, and Git's own folder.
 bool is_left_out(const std::filesystem::path& folder, int depth) {
     static const std::set<std::string> names{"bench", "demo", ".git"};
     const std::string name = folder.filename().string();

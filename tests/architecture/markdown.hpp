@@ -6,25 +6,24 @@
 
 namespace logging2::core::test {
 
-/// The targets of the links and pictures of a Markdown text, also in its HTML, in their order;
-/// those in code left out.
+/// The targets of the links and pictures of a Markdown text, including its HTML, in order. Links
+/// inside code are left out.
 std::vector<std::string> link_targets(const std::string& text);
 
-/// The lines that link by a label, and those that tell where a label leads: "[words][label]",
-/// "[label]: target".
+/// The lines that use or define a link label: "[words][label]", "[label]: target".
 std::vector<std::string> reference_links(const std::string& text);
 
-/// The level-two headings ("## ...") of a Markdown text, in their order; those in code left out.
+/// The level-two headings ("## ...") of a Markdown text, in order, except those inside code.
 std::vector<std::string> headings(const std::string& text);
 
-/// What a link may name behind '#' in a Markdown text: its headings in lower case, blanks as '-',
-/// punctuation left out.
+/// The anchors that a link may name after '#': the headings in lower case, with '-' for blanks and
+/// without punctuation.
 std::set<std::string> anchors(const std::string& text);
 
-/// The Markdown files below the root, relative to it, those of build folders left out.
+/// The Markdown files below the root, relative to it, except those in build folders.
 std::vector<std::string> documents_below(const std::string& root);
 
-/// Why the link of a document does not lead anywhere; empty where it does, and for web addresses.
+/// The reason why a document's link is broken; empty if the link works or is a web address.
 std::string broken_link(const std::string& root, const std::string& document,
                         const std::string& target);
 

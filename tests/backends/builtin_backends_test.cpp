@@ -44,7 +44,7 @@ TEST_F(BuiltinBackendsTest, offersEachWriterByName) {
     EXPECT_NE(dynamic_cast<MemoryStreamRestrictedWriter*>(restricted.get()), nullptr);
 }
 
-TEST_F(BuiltinBackendsTest, everyNameThatIsListedIsRegistered) {
+TEST_F(BuiltinBackendsTest, everyListedNameIsRegistered) {
     EXPECT_EQ(registrations.size(), 2 * builtin_backends().size());
     std::vector<std::string> names;
     for (const BackendInfo& backend :
@@ -55,7 +55,7 @@ TEST_F(BuiltinBackendsTest, everyNameThatIsListedIsRegistered) {
     EXPECT_THAT(names, ElementsAre("memory", "memory-restricted", "native"));
 }
 
-TEST_F(BuiltinBackendsTest, registrationsCanBeTakenBack) {
+TEST_F(BuiltinBackendsTest, registrationsCanBeRemoved) {
     unregister(registrations);
     EXPECT_FALSE(get_stream_writer("memory", StreamingAttributes{}, scalarSetup()).has_value());
     EXPECT_FALSE(get_stream_reader("memory", boost::any()).has_value());

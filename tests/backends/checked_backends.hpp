@@ -21,7 +21,8 @@ namespace logging2::core::test {
 
 using Series = std::pair<std::vector<double>, std::vector<double>>;
 
-/// The text of the std::logic_error that the call throws, or what happened instead.
+/// The text of the std::logic_error that the call throws, or a description of what happened
+/// instead.
 template <class Function>
 std::string mistake_of(Function call) {
     try {
@@ -46,7 +47,7 @@ inline GroupSetup groups_of(const std::vector<std::size_t>& ids) {
     return setup;
 }
 
-/// The built-in back-ends and their checked ones are registered in the process's framework.
+/// Registers the built-in back-ends and their checked variants in the process's framework.
 class CheckedBackendsTest : public ::testing::Test {
 protected:
     CheckedBackendsTest() {
@@ -62,15 +63,15 @@ protected:
         return foundation::get_global_bundle_context();
     }
 
-    /// Unregisters them at the end of the test.
+    /// Keeps registrations until the end of the test.
     void keep(BackendRegistrations some) {
         for (auto& registration : some) {
             registrations.push_back(std::move(registration));
         }
     }
 
-    /// Offers the inner back-end and "checked:" + its name.
-    void offer(const Backend& inner, const CheckedOptions& options = {}) {
+    /// Registers the inner back-end and "checked:" + its name.
+    void registerWithChecks(const Backend& inner, const CheckedOptions& options = {}) {
         keep(register_backend(context(), inner));
         keep(register_checked_backend(context(), inner.name, options));
     }
@@ -98,7 +99,7 @@ protected:
     BackendRegistrations registrations;
 };
 
-/// The tests that hold for every built-in back-end; the parameter is its name.
+/// Tests that every built-in back-end must pass; the parameter is its name.
 class CheckedBackendTest : public CheckedBackendsTest,
                            public ::testing::WithParamInterface<std::string> {
 protected:
@@ -114,7 +115,7 @@ protected:
     }
 };
 
-/// What the writers of the back-end "double" do in a call, and how often they were called.
+/// The behaviour of the writers of the back-end "double" and the numbers of their calls.
 struct Script {
     std::function<void()> onCreate = [] {};
     std::function<void()> onWrite = [] {};

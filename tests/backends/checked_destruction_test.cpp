@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-// What becomes of a checked writer that is destroyed without a flush.
+// The destruction of a checked writer that was not flushed.
 
 namespace logging2::core::test {
 namespace {
@@ -14,7 +14,7 @@ using ::testing::SizeIs;
 
 class CheckedDestructionTest : public CheckedBackendsTest {
 protected:
-    CheckedDestructionTest() { offer(double_backend(script)); }
+    CheckedDestructionTest() { registerWithChecks(double_backend(script)); }
 
     const std::shared_ptr<Script> script = std::make_shared<Script>();
 };
@@ -30,7 +30,7 @@ std::vector<std::string> keys_of(const WarningRecorder& recorder) {
     return keys;
 }
 
-/// The lengths of all files below the directory, in bytes.
+/// The sizes of all files below the directory, in bytes.
 std::vector<std::uintmax_t> file_sizes(const std::filesystem::path& directory) {
     std::vector<std::uintmax_t> sizes;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
@@ -41,7 +41,7 @@ std::vector<std::uintmax_t> file_sizes(const std::filesystem::path& directory) {
     return sizes;
 }
 
-/// One scalar channel under so many paths that the file-backed writer's buffer has 1024 rows.
+/// One scalar channel with so many paths that the file-backed writer's buffer holds 1024 rows.
 GroupSetup many_aliases() {
     constexpr std::size_t pathCount = 64 * 1024 * 1024 / (8 * 1024) - 1;
     std::vector<LoggedPath> aliases;
@@ -51,7 +51,8 @@ GroupSetup many_aliases() {
     return GroupSetup{{Group(0), LoggedPathsSetupData(aliases, channels({{0, 1}}))}};
 }
 
-/// Writes until the file-backed writer has started its thread, and gives up on the run.
+/// Writes until the file-backed writer has started its thread, and then abandons the run with an
+/// exception.
 void abandon_a_run(const std::string& name) {
     const auto writer = get_stream_writer(name, {}, many_aliases());
     for (int step = 0; step < 1025; ++step) {
@@ -67,13 +68,13 @@ TEST_P(CheckedBackendTest, unflushedWriterIsFlushedWithAWarning) {
     EXPECT_THAT(recorder.warnings.front().arguments(), ElementsAre(u"größe"));
 }
 
-TEST_P(CheckedBackendTest, flushedWriterGoesSilently) {
+TEST_P(CheckedBackendTest, destroyingAFlushedWriterIssuesNoWarning) {
     const WarningRecorder recorder;
     checkedWriter()->flush();
     EXPECT_THAT(keys_of(recorder), IsEmpty());
 }
 
-TEST_P(CheckedBackendTest, exceptionComesOutThoughAWriterIsUnflushed) {
+TEST_P(CheckedBackendTest, exceptionPropagatesDespiteAnUnflushedWriter) {
     const auto run = [name = checkedName()] {
         const WarningRecorder recorder;
         try {
@@ -84,10 +85,10 @@ TEST_P(CheckedBackendTest, exceptionComesOutThoughAWriterIsUnflushed) {
         }
         EXPECT_THAT(keys_of(recorder), ElementsAre("DestroyedWithoutFlush"));
     };
-    EXPECT_TRUE(endedWell(status_of_child(run)));
+    EXPECT_TRUE(exitedWithSuccess(status_of_child(run)));
 }
 
-TEST_F(CheckedDestructionTest, withoutTheChecksSuchAnExceptionEndsTheProcess) {
+TEST_F(CheckedDestructionTest, exceptionEndsTheProcessWithoutTheChecks) {
     const auto run = [] {
         try {
             abandon_a_run("native");
@@ -97,7 +98,7 @@ TEST_F(CheckedDestructionTest, withoutTheChecksSuchAnExceptionEndsTheProcess) {
     EXPECT_TRUE(wasAborted(status_of_child(run)));
 }
 
-TEST_F(CheckedDestructionTest, samplesOfFilesAreWritten) {
+TEST_F(CheckedDestructionTest, unflushedSamplesAreWrittenToFiles) {
     {
         const WarningRecorder recorder;
         const auto target = writer("checked:native", scalarSetup());
@@ -116,19 +117,19 @@ TEST_F(CheckedDestructionTest, flushHappensOnce) {
     EXPECT_THAT(recorder.warnings, SizeIs(1));
 }
 
-TEST_F(CheckedDestructionTest, closedMemoryWriterGoesSilently) {
+TEST_F(CheckedDestructionTest, destroyingAClosedMemoryWriterIssuesNoWarning) {
     const WarningRecorder recorder;
     writer("checked:memory")->close();
     EXPECT_THAT(keys_of(recorder), IsEmpty());
 }
 
-TEST_F(CheckedDestructionTest, closedWriterOfFilesIsFlushed) {
+TEST_F(CheckedDestructionTest, closedFileWriterIsFlushed) {
     const WarningRecorder recorder;
     writer("checked:native")->close();
     EXPECT_THAT(keys_of(recorder), ElementsAre("DestroyedWithoutFlush"));
 }
 
-TEST_F(CheckedDestructionTest, flushThatThrowsBecomesAWarning) {
+TEST_F(CheckedDestructionTest, failedFlushBecomesAWarning) {
     const WarningRecorder recorder;
     script->onFlush = [] { throw std::runtime_error("the disk is full"); };
     writer("checked:double");
@@ -136,7 +137,7 @@ TEST_F(CheckedDestructionTest, flushThatThrowsBecomesAWarning) {
     EXPECT_THAT(recorder.warnings.back().arguments(), ElementsAre(u"größe", u"the disk is full"));
 }
 
-TEST_F(CheckedDestructionTest, anythingThatIsThrownBecomesAWarning) {
+TEST_F(CheckedDestructionTest, exceptionOfAnyTypeBecomesAWarning) {
     const WarningRecorder recorder;
     script->onFlush = [] { throw 1; };
     writer("checked:double");
@@ -144,7 +145,7 @@ TEST_F(CheckedDestructionTest, anythingThatIsThrownBecomesAWarning) {
                 ElementsAre(u"größe", u"an exception of an unknown type"));
 }
 
-TEST_F(CheckedDestructionTest, writerWhoseFlushThrewIsNotFlushedAgain) {
+TEST_F(CheckedDestructionTest, failedFlushIsNotRepeated) {
     const WarningRecorder recorder;
     script->onFlush = [] { throw std::bad_alloc(); };
     EXPECT_THROW(writer("checked:double")->flush(), std::bad_alloc);
@@ -152,7 +153,7 @@ TEST_F(CheckedDestructionTest, writerWhoseFlushThrewIsNotFlushedAgain) {
     EXPECT_THAT(keys_of(recorder), IsEmpty());
 }
 
-TEST_F(CheckedDestructionTest, warningHandlerThatThrowsDoesNotMatter) {
+TEST_F(CheckedDestructionTest, exceptionOfTheWarningHandlerIsIgnored) {
     const WarningRecorder recorder;
     foundation::setWarningHandler(
         [](const foundation::Message&) { throw std::runtime_error("no log"); });

@@ -1,6 +1,6 @@
 #include <tests/backends/checked_backends.hpp>
 
-// What a checked back-end demands of flush, close and what follows them.
+// The rules of a checked back-end for flush, close and the calls after them.
 
 namespace logging2::core::test {
 namespace {
@@ -10,7 +10,7 @@ using ::testing::Pair;
 
 class CheckedEndingTest : public CheckedBackendsTest {
 protected:
-    CheckedEndingTest() { offer(double_backend(script)); }
+    CheckedEndingTest() { registerWithChecks(double_backend(script)); }
 
     const std::shared_ptr<Script> script = std::make_shared<Script>();
 };
@@ -24,7 +24,7 @@ std::string mistake_of_store(const StreamWriter& writer, const char* path) {
     return mistake_of([&] { writer.dataStore(ValuePath(path)); });
 }
 
-/// All three calls that add or discard samples.
+/// Expects a refusal of all three calls that add or discard samples.
 void expect_ended(StreamWriter& writer) {
     EXPECT_EQ(mistake_of([&] { writer.write(0, 0.1, row, 3); }),
               "write: a sample of group 0 at time 0.1 was passed after flush or close");
@@ -60,7 +60,7 @@ TEST_P(CheckedBackendTest, secondFlushIsRefused) {
     EXPECT_EQ(mistake_of([&] { target->flush(); }), flushedBefore);
 }
 
-TEST_P(CheckedBackendTest, nothingMayChangeAfterTheFlush) {
+TEST_P(CheckedBackendTest, changesAreRefusedAfterTheFlush) {
     const auto target = checkedWriter();
     target->write(0, 1.0, row, 3);
     target->flush();
@@ -68,14 +68,14 @@ TEST_P(CheckedBackendTest, nothingMayChangeAfterTheFlush) {
     EXPECT_THAT(read(*target, "a"), Pair(ElementsAre(1.0), ElementsAre(1.0)));
 }
 
-TEST_P(CheckedBackendTest, nothingMayChangeAfterClose) {
+TEST_P(CheckedBackendTest, changesAreRefusedAfterClose) {
     const auto target = checkedWriter();
     target->close();
     expect_ended(*target);
     target->close();
 }
 
-TEST_P(CheckedBackendTest, closeAfterTheFlushIsNoMistake) {
+TEST_P(CheckedBackendTest, closeAfterTheFlushIsAllowed) {
     const auto target = checkedWriter();
     target->flush();
     EXPECT_EQ(mistake_of([&] { target->close(); }), noError);
@@ -83,7 +83,7 @@ TEST_P(CheckedBackendTest, closeAfterTheFlushIsNoMistake) {
     EXPECT_EQ(mistake_of([&] { target->flush(); }), flushedBefore);
 }
 
-TEST_F(CheckedBackendsTest, closeOfMemoryIsAFlush) {
+TEST_F(CheckedBackendsTest, closeFlushesMemoryWriters) {
     for (const std::string name : {"checked:memory", "checked:memory-restricted"}) {
         const auto target = writer(name);
         target->write(0, 1.0, row, 3);
@@ -93,7 +93,7 @@ TEST_F(CheckedBackendsTest, closeOfMemoryIsAFlush) {
     }
 }
 
-TEST_F(CheckedBackendsTest, closeOfFilesLeavesTheFlushToDo) {
+TEST_F(CheckedBackendsTest, closeDoesNotFlushFileWriters) {
     const auto target = writer("checked:native");
     target->write(0, 1.0, row, 3);
     target->close();
@@ -104,7 +104,7 @@ TEST_F(CheckedBackendsTest, closeOfFilesLeavesTheFlushToDo) {
     EXPECT_THAT(series, Pair(ElementsAre(1.0), ElementsAre(1.0)));
 }
 
-TEST_F(CheckedEndingTest, callsGoThroughOnce) {
+TEST_F(CheckedEndingTest, callsAreForwardedOnce) {
     const auto target = writer("checked:double");
     EXPECT_EQ(target->dataStoreInfo()->words, (std::array<std::uintptr_t, 3>{1, 2, 3}));
     target->flushIntermediate();
@@ -117,7 +117,7 @@ TEST_F(CheckedEndingTest, callsGoThroughOnce) {
     EXPECT_EQ(boost::any_cast<std::string>(target->dataStore(ValuePath("a"))), "a store");
 }
 
-TEST_F(CheckedEndingTest, refusedCallsDoNotGoThrough) {
+TEST_F(CheckedEndingTest, refusedCallsAreNotForwarded) {
     const auto target = writer("checked:double");
     target->flush();
     expect_ended(*target);
@@ -127,7 +127,7 @@ TEST_F(CheckedEndingTest, refusedCallsDoNotGoThrough) {
     EXPECT_EQ(script->flushCount, 1);
 }
 
-TEST_F(CheckedEndingTest, flushThatThrowsCounts) {
+TEST_F(CheckedEndingTest, failedFlushCountsAsAFlush) {
     const auto target = writer("checked:double");
     script->onFlush = [] { throw std::bad_alloc(); };
     EXPECT_THROW(target->flush(), std::bad_alloc);
@@ -136,11 +136,11 @@ TEST_F(CheckedEndingTest, flushThatThrowsCounts) {
     EXPECT_THROW(target->rollback(0, 1.0), std::logic_error);
 }
 
-TEST_F(CheckedEndingTest, closeThatThrowsCountsAsAFlushIfItFlushes) {
+TEST_F(CheckedEndingTest, failedCloseCountsAsAFlushIfItFlushes) {
     CheckedOptions options;
     options.closeFlushes = true;
     unregister();
-    offer(double_backend(script), options);
+    registerWithChecks(double_backend(script), options);
     const auto target = writer("checked:double");
     script->onClose = [] { throw std::bad_alloc(); };
     EXPECT_THROW(target->close(), std::bad_alloc);
@@ -148,7 +148,7 @@ TEST_F(CheckedEndingTest, closeThatThrowsCountsAsAFlushIfItFlushes) {
     EXPECT_EQ(mistake_of([&] { target->flushIntermediate(); }), noError);
 }
 
-TEST_F(CheckedEndingTest, closeThatThrowsStillEndsWriting) {
+TEST_F(CheckedEndingTest, failedCloseStillEndsWriting) {
     const auto target = writer("checked:double");
     script->onClose = [] { throw std::bad_alloc(); };
     EXPECT_THROW(target->close(), std::bad_alloc);
@@ -157,7 +157,7 @@ TEST_F(CheckedEndingTest, closeThatThrowsStillEndsWriting) {
     EXPECT_EQ(script->flushCount, 1);
 }
 
-TEST_F(CheckedEndingTest, whatWasSavedByAFlushThatThrowsCanBeHad) {
+TEST_F(CheckedEndingTest, storesAreAvailableAfterAFailedFlush) {
     const auto target = writer("checked:double");
     script->onFlush = [] { throw std::bad_alloc(); };
     EXPECT_THROW(target->flush(), std::bad_alloc);

@@ -8,7 +8,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// For the tests of all files.
+// The instances for the parameterized tests of all files.
 INSTANTIATE_TEST_SUITE_P(Builtin, CheckedBackendTest,
                          ::testing::Values("memory", "memory-restricted", "native"),
                          [](const auto& tested) {
@@ -44,7 +44,7 @@ TEST_P(CheckedBackendTest, isFoundByItsName) {
     EXPECT_THAT(reader(checkedName(), boost::any())->times(), IsEmpty());
 }
 
-TEST_P(CheckedBackendTest, storesAreThoseOfTheInnerBackend) {
+TEST_P(CheckedBackendTest, storesAreReadableByTheInnerBackend) {
     const auto target = checkedWriter();
     const double row[] = {1.0, 2.0, 3.0};
     target->write(0, 1.0, row, 3);
@@ -57,7 +57,7 @@ TEST_P(CheckedBackendTest, storeOfAnotherBackendIsRefused) {
 }
 
 TEST_F(CheckedRegistrationTest, descriptionAndFlagsComeFromTheInnerBackend) {
-    offer(double_backend(std::make_shared<Script>()));
+    registerWithChecks(double_backend(std::make_shared<Script>()));
     const BackendInfo memory = info_of("checked:memory");
     EXPECT_EQ(memory.description, "keeps every step in memory; checks every call");
     EXPECT_TRUE(memory.supportsRollback);
@@ -80,36 +80,37 @@ TEST_F(CheckedRegistrationTest, unknownInnerNameIsRefused) {
     EXPECT_THAT(registered_backends(context()), IsEmpty());
 }
 
-TEST_F(CheckedRegistrationTest, registrationsCanBeTakenBack) {
-    offer(double_backend(std::make_shared<Script>()));
+TEST_F(CheckedRegistrationTest, registrationsCanBeRemoved) {
+    registerWithChecks(double_backend(std::make_shared<Script>()));
     unregister();
     EXPECT_FALSE(get_stream_writer("checked:double", {}, scalarSetup()).has_value());
     EXPECT_FALSE(get_stream_reader("checked:double", boost::any()).has_value());
 }
 
-TEST_F(CheckedRegistrationTest, innerBackendThatIsGoneIsNamed) {
+TEST_F(CheckedRegistrationTest, errorNamesAnUnregisteredInnerBackend) {
     const auto inner = register_backend(context(), double_backend(std::make_shared<Script>()));
     keep(register_checked_backend(context(), "double"));
     for (auto registration : inner) {
         registration.Unregister();
     }
-    const std::string text = "not a logic error: the back-end \"double\", which is to be checked, "
-                             "is no longer registered";
+    const std::string text =
+        "not a logic error: the back-end \"checked:double\" needs the back-end "
+        "\"double\", which is not registered in the host's service framework";
     EXPECT_EQ(mistake_of([] { writer("checked:double"); }), text);
     EXPECT_EQ(mistake_of([] { reader("checked:double", boost::any()); }), text);
 }
 
-TEST_F(CheckedRegistrationTest, innerBackendThatMakesNothingMakesNothing) {
+TEST_F(CheckedRegistrationTest, nullFromTheInnerBackendStaysNull) {
     Backend nothing = double_backend(std::make_shared<Script>());
     nothing.createWriter = [](const StreamingAttributes&, const GroupSetup&) { return nullptr; };
-    offer(nothing);
+    registerWithChecks(nothing);
     EXPECT_EQ(writer("checked:double"), nullptr);
     EXPECT_EQ(reader("checked:double", boost::any()), nullptr);
 }
 
-TEST_F(CheckedRegistrationTest, whatTheInnerConstructorThrowsComesOut) {
+TEST_F(CheckedRegistrationTest, exceptionOfTheInnerConstructorPropagates) {
     const auto script = std::make_shared<Script>();
-    offer(double_backend(script));
+    registerWithChecks(double_backend(script));
     script->onCreate = [] { throw std::bad_alloc(); };
     EXPECT_THROW(writer("checked:double"), std::bad_alloc);
 }

@@ -1,6 +1,6 @@
 #include <tests/backends/checked_backends.hpp>
 
-// What a checked back-end demands of a setup, when the writer is made.
+// The rules of a checked back-end for the setup of a writer.
 
 namespace logging2::core::test {
 namespace {
@@ -47,7 +47,7 @@ TEST_P(CheckedBackendTest, setupMayListAPathTwice) {
     EXPECT_EQ(mistake_of([&] { checkedWriter(setup)->flush(); }), noError);
 }
 
-TEST_F(CheckedSetupTest, groupIdsOfMemoryMustCountFromZero) {
+TEST_F(CheckedSetupTest, memoryGroupIdsMustCountFromZero) {
     for (const std::string name : {"memory", "memory-restricted"}) {
         EXPECT_EQ(mistake("checked:" + name, groups_of({5, 0, 2})),
                   "setup: the groups are 0, 2 and 5, but the back-end \"" + name +
@@ -60,13 +60,13 @@ TEST_F(CheckedSetupTest, groupIdsOfMemoryMustCountFromZero) {
     }
 }
 
-TEST_F(CheckedSetupTest, channelOfFilesMustBelongToOneGroup) {
+TEST_F(CheckedSetupTest, fileChannelMustBelongToOneGroup) {
     EXPECT_EQ(mistake("checked:native", channel_5_in_two_groups()),
               "setup: channel 5 is in group 0 and in group 1, but the back-end \"native\" needs "
               "channel numbers that are listed once, in one group");
 }
 
-TEST_F(CheckedSetupTest, channelOfFilesMustBeListedOnce) {
+TEST_F(CheckedSetupTest, fileChannelMustBeListedOnce) {
     const GroupSetup setup{
         {Group(0), LoggedPathsSetupData(paths({{"x", 5}}), channels({{5, 1}, {4, 1}, {5, 2}}))}};
     EXPECT_EQ(mistake("checked:native", setup),
@@ -74,8 +74,8 @@ TEST_F(CheckedSetupTest, channelOfFilesMustBeListedOnce) {
               "channel numbers that are listed once, in one group");
 }
 
-// The other group's rows would go into the file that the path names.
-TEST_F(CheckedSetupTest, pathOfFilesMustNotShowAnotherGroupsChannel) {
+// Otherwise the other group's rows would be written to the file of this path.
+TEST_F(CheckedSetupTest, filePathMustNotShowAnotherGroupsChannel) {
     const GroupSetup setup = two_groups(paths({{"x", 1}, {"y", 2}}), channels({{1, 1}}),
                                         paths({{"z", 2}}), channels({{2, 1}}));
     EXPECT_EQ(mistake("checked:native", setup),
@@ -83,39 +83,39 @@ TEST_F(CheckedSetupTest, pathOfFilesMustNotShowAnotherGroupsChannel) {
               "channel numbers that are listed once, in one group");
 }
 
-TEST_F(CheckedSetupTest, channelsOfMemoryMayRepeat) {
+TEST_F(CheckedSetupTest, memoryChannelsMayRepeat) {
     EXPECT_EQ(mistake("checked:memory", channel_5_in_two_groups()), noError);
     EXPECT_EQ(mistake("checked:memory-restricted", channel_5_in_two_groups()), noError);
 }
 
-TEST_F(CheckedSetupTest, otherBackendsMakeNoFurtherDemands) {
-    offer(double_backend(std::make_shared<Script>()));
+TEST_F(CheckedSetupTest, otherBackendsHaveNoFurtherRules) {
+    registerWithChecks(double_backend(std::make_shared<Script>()));
     EXPECT_EQ(mistake("checked:double", channel_5_in_two_groups()), noError);
     EXPECT_EQ(mistake("checked:double", groups_of({3, 9})), noError);
 }
 
-TEST_F(CheckedSetupTest, optionsMakeDemandsOfOtherBackends) {
+TEST_F(CheckedSetupTest, optionsAddRulesForOtherBackends) {
     CheckedOptions options;
     options.groupIdsAreIndices = true;
     options.channelsAreUnique = true;
-    offer(double_backend(std::make_shared<Script>()), options);
+    registerWithChecks(double_backend(std::make_shared<Script>()), options);
     EXPECT_NE(mistake("checked:double", channel_5_in_two_groups()), noError);
     EXPECT_NE(mistake("checked:double", groups_of({3, 9})), noError);
 }
 
-TEST_F(CheckedSetupTest, optionsOverruleWhatIsKnownOfABackend) {
+TEST_F(CheckedSetupTest, optionsOverrideTheRulesOfKnownBackends) {
     CheckedOptions options;
     options.channelsAreUnique = false;
     unregister();
-    offer(builtin_backends().back(), options);
+    registerWithChecks(builtin_backends().back(), options);
     EXPECT_EQ(mistake("checked:native", channel_5_in_two_groups()), noError);
 }
 
-TEST_F(CheckedSetupTest, noInnerWriterIsMadeForARefusedSetup) {
+TEST_F(CheckedSetupTest, refusedSetupMakesNoInnerWriter) {
     const auto script = std::make_shared<Script>();
     CheckedOptions options;
     options.groupIdsAreIndices = true;
-    offer(double_backend(script), options);
+    registerWithChecks(double_backend(script), options);
     script->onCreate = [] { ADD_FAILURE() << "a writer was made"; };
     EXPECT_NE(mistake("checked:double", groups_of({3})), noError);
 }

@@ -3,7 +3,7 @@
 #include <future>
 #include <thread>
 
-// A checked writer notices a second thread, and only that.
+// A checked writer detects a second thread, and reports nothing else as one.
 
 namespace logging2::core::test {
 namespace {
@@ -15,11 +15,12 @@ const double row[] = {1.0, 2.0, 3.0};
 class CheckedThreadsTest : public CheckedBackendsTest {
 protected:
     CheckedThreadsTest() {
-        offer(double_backend(script));
+        registerWithChecks(double_backend(script));
         target = writer("checked:double");
     }
 
-    /// Calls while another thread is inside `write` of the inner writer. Once per test.
+    /// Makes the call while another thread is inside `write` of the inner writer. May be used once
+    /// per test.
     template <class Function>
     void whileAnotherThreadWrites(Function call) {
         script->onWrite = [this] {
@@ -40,7 +41,7 @@ protected:
     std::promise<void> leave;
 };
 
-TEST_F(CheckedThreadsTest, everyCallIsRefusedWhileAnotherThreadIsInside) {
+TEST_F(CheckedThreadsTest, everyCallIsRefusedDuringACallOfAnotherThread) {
     const std::vector<std::pair<std::string, std::function<void()>>> calls{
         {"write", [&] { target->write(0, 2.0, row, 3); }},
         {"rollback", [&] { target->rollback(0, 1.0); }},
@@ -52,8 +53,9 @@ TEST_F(CheckedThreadsTest, everyCallIsRefusedWhileAnotherThreadIsInside) {
     whileAnotherThreadWrites([&] {
         for (const auto& [name, call] : calls) {
             EXPECT_EQ(mistake_of(call),
-                      name + ": another thread is inside a call of this writer, which one thread "
-                             "at a time may use");
+                      name +
+                          ": another thread is inside a call of this writer, but only one thread "
+                          "at a time may use it");
         }
     });
     EXPECT_EQ(script->writeCount, 1);
@@ -61,7 +63,7 @@ TEST_F(CheckedThreadsTest, everyCallIsRefusedWhileAnotherThreadIsInside) {
     target->flush();
 }
 
-TEST_F(CheckedThreadsTest, writerGoesOnAfterARefusedCall) {
+TEST_F(CheckedThreadsTest, writerStaysUsableAfterARefusedCall) {
     whileAnotherThreadWrites([&] { EXPECT_THROW(target->flush(), std::logic_error); });
     EXPECT_TRUE(target->write(0, 2.0, row, 3));
     target->flush();
@@ -80,20 +82,20 @@ TEST_F(CheckedThreadsTest, writerMayMoveBetweenThreads) {
     target->flush();
 }
 
-TEST_F(CheckedThreadsTest, callThatThrowsIsOver) {
+TEST_F(CheckedThreadsTest, failedCallEndsTheThreadsUse) {
     script->onWrite = [] { throw std::bad_alloc(); };
     EXPECT_THROW(target->write(0, 1.0, row, 3), std::bad_alloc);
     EXPECT_THROW(target->write(0, 1.0, row, 2), std::logic_error);
     std::thread([&] { EXPECT_EQ(mistake_of([&] { target->flush(); }), "no error"); }).join();
 }
 
-TEST_F(CheckedThreadsTest, callOutOfACallIsNoOtherThread) {
+TEST_F(CheckedThreadsTest, nestedCallOfTheSameThreadIsAllowed) {
     script->onWrite = [&] { EXPECT_EQ(mistake_of([&] { target->dataStoreInfo(); }), "no error"); };
     EXPECT_TRUE(target->write(0, 1.0, row, 3));
     target->flush();
 }
 
-TEST_F(CheckedThreadsTest, callOutOfACallDoesNotEndIt) {
+TEST_F(CheckedThreadsTest, nestedCallDoesNotEndTheOuterCall) {
     script->onWrite = [&] {
         target->dataStoreInfo();
         std::thread([&] { EXPECT_THROW(target->flush(), std::logic_error); }).join();

@@ -2,7 +2,8 @@
 
 #include <numeric>
 
-// `write` and `rollback` of checked back-ends: what is refused, and that nothing else changes.
+// The rules of checked back-ends for `write` and `rollback`: which calls are refused, and that
+// refusals change nothing.
 
 namespace logging2::core::test {
 namespace {
@@ -24,17 +25,17 @@ TEST_P(CheckedBackendTest, writeRefusesAnUnknownGroup) {
               "write: group 3 is not in the setup (the groups are 0, 1 and 2)");
 }
 
-TEST_P(CheckedBackendTest, messageAboutOneGroupNamesIt) {
+TEST_P(CheckedBackendTest, messageNamesTheOnlyGroup) {
     EXPECT_EQ(mistake_of_write(*checkedWriter(), 1, row, 3),
               "write: group 1 is not in the setup (the only group is 0)");
 }
 
-TEST_P(CheckedBackendTest, messageAboutNoGroupsSaysSo) {
+TEST_P(CheckedBackendTest, messageSaysThatThereAreNoGroups) {
     EXPECT_EQ(mistake_of_write(*checkedWriter(GroupSetup()), 0, row, 1),
               "write: group 0 is not in the setup (there are no groups)");
 }
 
-TEST_P(CheckedBackendTest, messageAboutManyGroupsShowsTheFirst) {
+TEST_P(CheckedBackendTest, messageNamesTheFirstOfManyGroups) {
     std::vector<std::size_t> ids(9);
     std::iota(ids.begin(), ids.end(), std::size_t{0});
     EXPECT_EQ(mistake_of_write(*checkedWriter(groups_of(ids)), 9, row, 1),
@@ -62,7 +63,7 @@ TEST_P(CheckedBackendTest, writeRefusesANullRow) {
               "write: a row of group 0 has 3 values, but a null pointer was passed");
 }
 
-TEST_P(CheckedBackendTest, nullRowWithoutValuesIsNoMistake) {
+TEST_P(CheckedBackendTest, nullRowIsAllowedForRowsWithoutValues) {
     const auto target = checkedWriter(
         GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"x", 1}}), channels({{1, 0}}))}});
     EXPECT_TRUE(target->write(0, 1.5, nullptr, 0));
@@ -104,7 +105,7 @@ Series series_after_a_run(const std::string& name, StreamWriter& target) {
     return (*get_stream_reader(name, target.dataStore(ValuePath("b"))))->timeseries();
 }
 
-TEST_P(CheckedBackendTest, correctUseGivesWhatTheInnerBackendGives) {
+TEST_P(CheckedBackendTest, correctUseGivesTheInnerBackendsResult) {
     std::vector<std::size_t> warningCounts;
     std::vector<Series> results;
     for (const std::string& name : {GetParam(), checkedName()}) {
@@ -117,7 +118,7 @@ TEST_P(CheckedBackendTest, correctUseGivesWhatTheInnerBackendGives) {
     EXPECT_EQ(warningCounts[0], warningCounts[1]);
 }
 
-TEST_F(CheckedBackendsTest, groupIdsOfFilesMayBeAnyNumbers) {
+TEST_F(CheckedBackendsTest, fileGroupIdsMayBeAnyNumbers) {
     const auto target = writer("checked:native", groups_of({1000000, 7, 1}));
     for (const std::size_t group : {1U, 7U, 1000000U}) {
         EXPECT_TRUE(target->write(group, 1.0, row, 1));
@@ -142,7 +143,7 @@ TEST_F(CheckedBackendsTest, unsupportedRollbackOnlyWarnsByDefault) {
 TEST_F(CheckedBackendsTest, unsupportedRollbackIsRefusedOnRequest) {
     CheckedOptions options;
     options.refuseUnsupportedRollback = true;
-    offer(double_backend(std::make_shared<Script>()), options);
+    registerWithChecks(double_backend(std::make_shared<Script>()), options);
     EXPECT_EQ(mistake_of([] { writer("checked:double")->rollback(0, 0.1); }),
               "rollback: the back-end \"double\" cannot discard samples, but group 0 was to go "
               "back to time 0.1");
@@ -152,7 +153,7 @@ TEST_F(CheckedBackendsTest, supportedRollbackIsNotRefused) {
     CheckedOptions options;
     options.refuseUnsupportedRollback = true;
     unregister();
-    offer(builtin_backends().front(), options);
+    registerWithChecks(builtin_backends().front(), options);
     const auto target = writer("checked:memory", scalarSetup());
     target->write(0, 1.0, row, 1);
     target->write(0, 2.0, row, 1);
@@ -161,9 +162,9 @@ TEST_F(CheckedBackendsTest, supportedRollbackIsNotRefused) {
     EXPECT_THAT(*memoryStore(*target, "x").times, ElementsAre(1.0));
 }
 
-TEST_F(CheckedBackendsTest, whatTheInnerWriterThrowsComesOut) {
+TEST_F(CheckedBackendsTest, exceptionOfTheInnerWriterPropagates) {
     const auto script = std::make_shared<Script>();
-    offer(double_backend(script));
+    registerWithChecks(double_backend(script));
     const auto target = writer("checked:double");
     script->onWrite = [] { throw std::bad_alloc(); };
     EXPECT_THROW(target->write(0, 1.0, row, 3), std::bad_alloc);

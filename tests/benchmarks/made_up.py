@@ -1,4 +1,4 @@
-"""Results as the contenders would tell them."""
+"""Made-up results in the contenders' format."""
 
 from benchmarks.compare.results import Results
 
@@ -15,6 +15,7 @@ def failed_run(name: str) -> dict:
 
 
 def results(*runs: dict, scale: float = 1) -> Results:
-    context = {"scale": scale, "processor": "a processor", "memory": "some", "system": "a system",
+    context = {"date": "2026-01-02T03:04:05", "scale": scale, "processor": "a processor",
+               "num_cpus": 2, "memory": "some", "system": "a system", "compiler": "a compiler",
                "file_system": "ext4"}
     return Results({"context": context, "benchmarks": list(runs)})

@@ -14,7 +14,7 @@ def question(workloads: list[str], contenders: list[str], **others) -> Question:
 
 
 class RepetitionsTest(unittest.TestCase):
-    def test_question_that_wants_most_counts(self):
+    def test_highest_wanted_number_is_used(self):
         wanted = repetitions_of([question(["W1"], ["a", "b"], most_repetitions=2),
                                  question(["W1"], ["a"])], 5)
         self.assertEqual(wanted, {("a", "W1"): 5, ("b", "W1"): 2})
@@ -27,7 +27,7 @@ class RepetitionsTest(unittest.TestCase):
 class RoundsTest(unittest.TestCase):
     rounds = rounds_of(repetitions_of(QUESTIONS, 5))
 
-    def test_have_each_pair_as_often_as_wanted(self):
+    def test_have_each_pair_the_wanted_number_of_times(self):
         wanted = repetitions_of(QUESTIONS, 5)
         counts = {pair: sum(pairs.count(pair) for pairs in self.rounds) for pair in wanted}
         self.assertEqual(counts, wanted)
@@ -39,7 +39,7 @@ class RoundsTest(unittest.TestCase):
             changes = sum(one != next_one for one, next_one in zip(workloads, workloads[1:]))
             self.assertEqual(changes, len(set(workloads)) - 1)
 
-    def test_have_different_orders_of_workloads_and_contenders(self):
+    def test_differ_in_the_order_of_workloads_and_contenders(self):
         pairs = [("a", "W1"), ("b", "W1"), ("c", "W1"), ("d", "W1")]
         others = [(name, workload) for name, workload in zip("aaaa", ["W2", "W3", "W4", "W5"])]
         for wanted in (pairs, others):
@@ -75,7 +75,7 @@ class MeasureTest(unittest.TestCase):
         document = self.measured('cat <<END\n{"context": {}, "benchmarks": [{}]}\nEND\nexit 4')
         self.assertTrue(document["benchmarks"][0]["error_occurred"])
 
-    def test_run_that_no_program_has_is_a_failed_run(self):
+    def test_unknown_run_is_a_failed_run(self):
         self.assertTrue(self.measured("exit 0")["benchmarks"][0]["error_occurred"])
 
 

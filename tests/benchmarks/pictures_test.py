@@ -31,7 +31,7 @@ class PanelTest(unittest.TestCase):
         axes = self.panel_of(run("ours/W1", 20), run("floor/W1", 10))
         self.assertEqual(self.floor_lines(axes), [10])
 
-    def test_draws_no_floor_where_something_was_faster(self):
+    def test_draws_no_floor_if_a_contender_was_faster(self):
         axes = self.panel_of(run("ours/W1", 9), run("floor/W1", 10))
         self.assertEqual(self.floor_lines(axes), [])
 
@@ -45,13 +45,33 @@ class DrawTest(unittest.TestCase):
 
     def test_names_everything_in_the_picture(self):
         text = self.drawn(QUESTION, run("ours/W1", 20), run("floor/W1", 10), run("ours/W2", 1234))
-        for word in ["MemoryStreamWriter", "a copy", "W1: a shape", "W2: a shape", "1234"]:
+        for word in ["MemoryStreamWriter", "a copy", "W1: a shape", "W2: a shape", "1,234"]:
             self.assertIn(word, text)
+
+    def test_title_names_the_floor_only_if_it_is_drawn(self):
+        def title(*runs: dict) -> str:
+            return self.drawn(QUESTION, *runs)
+
+        self.assertIn("floor (a copy)", title(run("ours/W1", 20), run("floor/W1", 10)))
+        self.assertNotIn("floor (a copy)", title(run("ours/W1", 9), run("floor/W1", 10)))
 
     def test_growth_names_its_lines(self):
         growth = Question("id", "Growth", ["3x10", "3x20"], ENTRIES[:1], is_growth=True)
         text = self.drawn(growth, run("ours/3x10", 6, rows=10), run("ours/3x20", 9, rows=20))
         self.assertIn("MemoryStreamWriter", text)
+
+
+class SideBySideTest(unittest.TestCase):
+    def test_names_contenders_once_and_shows_row_widths(self):
+        with tempfile.TemporaryDirectory() as directory:
+            path = Path(directory) / "picture.svg"
+            pictures.draw_side_by_side(
+                QUESTION, results(run("ours/W1", 20), run("floor/W1", 10), run("ours/W2", 30),
+                                  run("floor/W2", 10)), path)
+            text = path.read_text(encoding="utf-8")
+        self.assertEqual(text.count(">MemoryStreamWriter<"), 1)
+        self.assertIn("W1: 3 doubles per row", text)
+        self.assertIn("W2: 3 doubles per row", text)
 
 
 if __name__ == "__main__":

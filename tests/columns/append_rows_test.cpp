@@ -14,8 +14,8 @@ using ::testing::SizeIs;
 using Columns = std::deque<std::vector<double>>;
 using Doubles = std::vector<double>;
 
-/// Row by row and value by value, as one would do it by hand.
-Columns byHand(const Doubles& rows, std::size_t rowWidth, const ChannelWidths& widths) {
+/// The expected columns, filled row by row and value by value.
+Columns oracleColumns(const Doubles& rows, std::size_t rowWidth, const ChannelWidths& widths) {
     Columns columns(widths.size() + 1);
     for (std::size_t i = 0; i < rows.size(); i += 1 + rowWidth) {
         columns[0].push_back(rows[i]);
@@ -53,7 +53,8 @@ TEST(AppendRowsTest, appendsToWhatTheColumnsHold) {
     EXPECT_THAT(columns[1], ElementsAre(8.0, 7.0, 2.0));
 }
 
-/// How often the column needs new memory while rows of one value are appended batch by batch.
+/// The number of times that the column is reallocated while rows of one value are appended batch by
+/// batch.
 std::size_t growthsWhileAppending(std::size_t batchCount, Columns& columns) {
     std::size_t growths = 0;
     for (std::size_t batch = 0; batch < batchCount; ++batch) {
@@ -64,20 +65,20 @@ std::size_t growthsWhileAppending(std::size_t batchCount, Columns& columns) {
     return growths;
 }
 
-TEST(AppendRowsTest, columnThatKeepsItsValuesGrowsGeometrically) {
+TEST(AppendRowsTest, columnGrowsGeometrically) {
     Columns columns(2);
     EXPECT_LE(growthsWhileAppending(20000, columns), 16U);
     EXPECT_THAT(columns[1], SizeIs(20000U));
 }
 
-TEST(AppendRowsTest, emptyColumnGetsExactlyTheRoomThatItNeeds) {
+TEST(AppendRowsTest, emptyColumnReservesExactlyWhatItNeeds) {
     Columns columns(2);
     columns[1].reserve(3);
     append_rows({1.0, 2.0, 1.0, 2.0, 1.0, 2.0, 1.0, 2.0}, 1, {1}, columns);
     EXPECT_EQ(columns[1].capacity(), 4U);
 }
 
-TEST(AppendRowsTest, growsToOneColumnPerChannelAndTheTimes) {
+TEST(AppendRowsTest, missingColumnsAreAddedAndSpareColumnsStayEmpty) {
     Columns columns;
     append_rows({1.0, 2.0, 3.0}, 2, {1, 1}, columns);
     EXPECT_EQ(columns.size(), 3U);
@@ -87,26 +88,26 @@ TEST(AppendRowsTest, growsToOneColumnPerChannelAndTheTimes) {
     EXPECT_THAT(more[2], IsEmpty());
 }
 
-TEST(AppendRowsTest, rowsWithoutValuesAreTimesOnly) {
+TEST(AppendRowsTest, rowsWithoutValuesFillOnlyTheTimes) {
     Columns columns;
     append_rows({1.0, 2.0, 3.0}, 0, {1, 2}, columns);
     EXPECT_THAT(columns, ElementsAre(ElementsAre(1.0, 2.0, 3.0), IsEmpty(), IsEmpty()));
 }
 
-TEST(AppendRowsTest, channelBeyondItsRowGetsWhatTheRowHas) {
+TEST(AppendRowsTest, channelIsCutAtTheEndOfItsRow) {
     Columns columns;
     append_rows({1.0, 10.0, 11.0, 2.0, 20.0, 21.0}, 2, {1, 3, 1}, columns);
     EXPECT_THAT(columns, ElementsAre(ElementsAre(1.0, 2.0), ElementsAre(10.0, 20.0),
                                      ElementsAre(11.0, 21.0), IsEmpty()));
 }
 
-TEST(AppendRowsTest, valuesBehindTheLastChannelAreLeftOut) {
+TEST(AppendRowsTest, valuesAfterTheLastChannelAreIgnored) {
     Columns columns;
     append_rows({1.0, 10.0, 11.0, 2.0, 20.0, 21.0}, 2, {1}, columns);
     EXPECT_THAT(columns, ElementsAre(ElementsAre(1.0, 2.0), ElementsAre(10.0, 20.0)));
 }
 
-TEST(AppendRowsTest, lastRowMayBeCutShort) {
+TEST(AppendRowsTest, lastRowMayBeIncomplete) {
     Columns columns;
     append_rows({1.0, 10.0, 11.0, 12.0, 2.0, 20.0}, 3, {1, 2}, columns);
     EXPECT_THAT(columns, ElementsAre(ElementsAre(1.0, 2.0), ElementsAre(10.0, 20.0),
@@ -116,7 +117,7 @@ TEST(AppendRowsTest, lastRowMayBeCutShort) {
     EXPECT_THAT(onlyTime, ElementsAre(ElementsAre(1.0, 2.0), ElementsAre(10.0)));
 }
 
-TEST(AppendRowsTest, agreesWithTheWorkByHandForOddSizes) {
+TEST(AppendRowsTest, matchesTheOracleForOddSizes) {
     for (const std::size_t rowCount :
          {0U, 1U, 7U, 8U, 9U, 63U, 64U, 65U, 127U, 128U, 129U, 1000U}) {
         for (std::size_t width = 1; width <= 17; ++width) {
@@ -127,13 +128,14 @@ TEST(AppendRowsTest, agreesWithTheWorkByHandForOddSizes) {
                 const Doubles rows = numbered(rowCount * (rowWidth + 1));
                 Columns columns;
                 append_rows(rows, rowWidth, widths, columns);
-                ASSERT_EQ(columns, byHand(rows, rowWidth, widths)) << rowCount << " " << width;
+                ASSERT_EQ(columns, oracleColumns(rows, rowWidth, widths))
+                    << rowCount << " " << width;
             }
         }
     }
 }
 
-TEST(AppendRowsTest, agreesWithTheWorkByHandForAnyLengthsAndLayouts) {
+TEST(AppendRowsTest, matchesTheOracleForRandomLengthsAndLayouts) {
     std::mt19937 random(20);
     const auto below = [&random](std::size_t end) {
         return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
@@ -147,7 +149,7 @@ TEST(AppendRowsTest, agreesWithTheWorkByHandForAnyLengthsAndLayouts) {
         const std::size_t rowWidth = below(9);
         Columns columns;
         append_rows(rows, rowWidth, widths, columns);
-        ASSERT_EQ(columns, byHand(rows, rowWidth, widths)) << "round " << i;
+        ASSERT_EQ(columns, oracleColumns(rows, rowWidth, widths)) << "round " << i;
     }
 }
 

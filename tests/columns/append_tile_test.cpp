@@ -7,7 +7,7 @@ namespace {
 
 using Doubles = std::vector<double>;
 
-TEST(AppendTileTest, appendsTheElementsOfEachRowInRowOrder) {
+TEST(AppendTileTest, appendsASliceOfEachRowInRowOrder) {
     const Doubles first{1.0, 2.0, 3.0};
     const Doubles second{4.0, 5.0, 6.0};
     const double* const rows[] = {first.data(), second.data()};
@@ -16,7 +16,7 @@ TEST(AppendTileTest, appendsTheElementsOfEachRowInRowOrder) {
     EXPECT_THAT(column, ::testing::ElementsAre(9.0, 2.0, 3.0, 5.0, 6.0));
 }
 
-/// A tile of rows of forty elements, each different.
+/// A tile whose rows have forty elements, all different.
 struct Tile {
     static constexpr std::size_t rowLength = 40;
 
@@ -41,7 +41,8 @@ struct Tile {
     std::vector<const double*> rows;
 };
 
-/// Appends slices of these offsets and widths at once, and expects each column to hold its own.
+/// Appends slices with these offsets and widths in one call and expects each column to hold its own
+/// slice.
 void expectSlices(std::size_t rowCount,
                   const std::vector<std::pair<std::size_t, std::size_t>>& offsetsAndWidths) {
     const Tile tile(rowCount);
@@ -57,7 +58,7 @@ void expectSlices(std::size_t rowCount,
     }
 }
 
-TEST(AppendTileTest, agreesWithTheWorkByHandForOddSizes) {
+TEST(AppendTileTest, matchesTheOracleForOddSizes) {
     for (const std::size_t rowCount : {0U, 1U, 7U, 8U, 9U, 63U, 64U}) {
         for (std::size_t width = 0; width <= 17; ++width) {
             for (const std::size_t offset : {0U, 1U, 23U}) {
@@ -67,7 +68,7 @@ TEST(AppendTileTest, agreesWithTheWorkByHandForOddSizes) {
     }
 }
 
-TEST(AppendTileTest, scalarsSideBySideEachGetTheirOwn) {
+TEST(AppendTileTest, adjacentScalarsReachTheirOwnColumns) {
     for (const std::size_t rowCount : {0U, 1U, 7U, 8U, 9U, 63U, 64U}) {
         for (std::size_t scalarCount = 1; scalarCount <= 26; ++scalarCount) {
             std::vector<std::pair<std::size_t, std::size_t>> scalars;
@@ -79,7 +80,7 @@ TEST(AppendTileTest, scalarsSideBySideEachGetTheirOwn) {
     }
 }
 
-TEST(AppendTileTest, scalarsThatAreNotSideBySideAreNotTakenTogether) {
+TEST(AppendTileTest, scatteredScalarsReachTheirOwnColumns) {
     std::vector<std::pair<std::size_t, std::size_t>> scalars;
     for (std::size_t k = 0; k < 16; ++k) {
         scalars.emplace_back(2 * k, 1);

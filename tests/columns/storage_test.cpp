@@ -21,7 +21,8 @@ std::vector<Advice> advices;
 
 } // namespace
 
-/// In place of the C library's: takes a note, and refuses, which must change nothing.
+/// Replaces madvise of the C library: records the call and refuses it. A refusal must change
+/// nothing.
 extern "C" int madvise(void* first, std::size_t byteCount, int what) noexcept {
     advices.push_back({reinterpret_cast<std::uintptr_t>(first), byteCount, what});
     errno = EINVAL;
@@ -43,7 +44,7 @@ Doubles counted(std::size_t count) {
     return result;
 }
 
-TEST(StorageTest, reservesExactlyWhatIsAskedForAndKeepsTheElements) {
+TEST(StorageTest, reserveGivesTheExactCapacityAndKeepsTheElements) {
     for (const std::size_t count :
          {std::size_t{0}, std::size_t{1}, std::size_t{1000}, largeCount}) {
         Doubles elements = counted(7);
@@ -54,7 +55,7 @@ TEST(StorageTest, reservesExactlyWhatIsAskedForAndKeepsTheElements) {
     }
 }
 
-TEST(StorageTest, whatNoVectorCanHoldIsALengthErrorAndChangesNothing) {
+TEST(StorageTest, impossibleCapacityThrowsLengthErrorAndChangesNothing) {
     Doubles elements = counted(7);
     const double* const first = elements.data();
     EXPECT_THROW(reserve_large(elements, elements.max_size() + 1), std::length_error);
@@ -70,7 +71,7 @@ TEST(StorageTest, reservingLessMovesNothing) {
     EXPECT_EQ(elements.size(), largeCount);
 }
 
-TEST(StorageTest, roomThatIsThereStaysAsItIs) {
+TEST(StorageTest, sufficientCapacityIsLeftAlone) {
     Doubles elements;
     elements.reserve(10);
     elements.resize(4);
@@ -78,7 +79,7 @@ TEST(StorageTest, roomThatIsThereStaysAsItIs) {
     EXPECT_EQ(elements.capacity(), 10U);
 }
 
-TEST(StorageTest, roomDoubles) {
+TEST(StorageTest, capacityDoubles) {
     for (const std::size_t count : {std::size_t{10}, largeCount}) {
         Doubles elements = counted(count);
         elements.shrink_to_fit();
@@ -88,7 +89,7 @@ TEST(StorageTest, roomDoubles) {
     }
 }
 
-TEST(StorageTest, roomForMoreThanTwiceIsWhatIsNeeded) {
+TEST(StorageTest, capacityIsExactIfDoublingIsNotEnough) {
     Doubles elements = counted(10);
     elements.shrink_to_fit();
     make_room(elements, 100);
@@ -103,7 +104,7 @@ TEST(StorageTest, largeStorageCanBeWrittenToItsEnd) {
     EXPECT_THAT(elements, ::testing::Each(2.5));
 }
 
-TEST(StorageTest, largePagesAreWelcomeInTheWholePagesOfLargeStorage) {
+TEST(StorageTest, largeStorageRequestsHugePagesForItsWholePages) {
     Doubles elements;
     advices.clear();
     reserve_large(elements, largeCount + 3);
@@ -121,7 +122,7 @@ TEST(StorageTest, largePagesAreWelcomeInTheWholePagesOfLargeStorage) {
     EXPECT_LT(end - (firstPage + byteCount), pageByteCount);
 }
 
-TEST(StorageTest, smallStorageIsLeftToTheSystem) {
+TEST(StorageTest, smallStorageRequestsNoHugePages) {
     Doubles elements;
     advices.clear();
     reserve_large(elements, largeCount / 2 - 1);

@@ -1,7 +1,7 @@
 #include <logging2/backends/checked/checked.hpp>
 #include <tests/conformance/builtin_subjects.hpp>
 
-// A checked back-end keeps the promises that its inner back-end makes.
+// A checked back-end keeps the promises of its inner back-end.
 
 namespace logging2::core::conformance {
 namespace {

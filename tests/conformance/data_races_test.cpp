@@ -8,13 +8,13 @@
 #include <cstdlib>
 #include <ostream>
 
-// Under ThreadSanitizer the suite finds data races, also those that never change a result. Built
-// with ThreadSanitizer only.
+// Under ThreadSanitizer the suite finds data races, including those that never change a result.
+// This is built only with ThreadSanitizer.
 
 namespace logging2::core::conformance {
 namespace {
 
-// Here the promises are checked without it.
+// The promises are checked here without ConformanceTest.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ConformanceTest);
 
 constexpr int statusOfThreadSanitizer = 66;
@@ -32,7 +32,7 @@ struct Race {
 };
 
 const Race table[] = {
-    {"countsWritersMade", "writersAreMadeOnSeveralThreadsAtOnce",
+    {"countsWritersMade", "severalThreadsMayMakeWritersAtOnce",
      [](Faults& faults, const std::shared_ptr<int>& counter) {
          faults.making = [counter](StreamingAttributes&, GroupSetup&) { ++*counter; };
      }},
@@ -68,14 +68,14 @@ const Race table[] = {
              return target.dataStore(path);
          };
      }},
-    {"countsReadersMade", "readersAreMadeOnSeveralThreadsAtOnce",
+    {"countsReadersMade", "severalThreadsMayMakeReadersAtOnce",
      [](Faults& faults, const std::shared_ptr<int>& counter) {
          faults.opening = [counter](const boost::any& store) {
              ++*counter;
              return store;
          };
      }},
-    {"marksStoresAsRead", "aStoreIsCopiedAndReadOnSeveralThreads",
+    {"marksStoresAsRead", "severalThreadsMayCopyAndReadAStore",
      [](Faults& faults, const std::shared_ptr<int>&) {
          faults.opening = [](const boost::any& store) {
              std::vector<double>& times = *boost::any_cast<const MemoryDatastore&>(store).times;
@@ -84,28 +84,28 @@ const Race table[] = {
              return store;
          };
      }},
-    {"countsClones", "oneReaderServesSeveralThreads",
+    {"countsClones", "severalThreadsMayUseOneReader",
      [](Faults& faults, const std::shared_ptr<int>& counter) {
          faults.clone = [counter](const StreamReader& target) {
              ++*counter;
              return target.clone();
          };
      }},
-    {"countsReadingsOfTimes", "oneReaderServesSeveralThreads",
+    {"countsReadingsOfTimes", "severalThreadsMayUseOneReader",
      [](Faults& faults, const std::shared_ptr<int>& counter) {
          faults.times = [counter](const StreamReader& target) {
              ++*counter;
              return target.times();
          };
      }},
-    {"countsReadings", "oneReaderServesSeveralThreads",
+    {"countsReadings", "severalThreadsMayUseOneReader",
      [](Faults& faults, const std::shared_ptr<int>& counter) {
          faults.timeseries = [counter](Series series) {
              ++*counter;
              return series;
          };
      }},
-    {"readsWhatIsBeingWritten", "readingGoesOnBesideWriting",
+    {"readsWhatIsBeingWritten", "readingMayOverlapWriting",
      [](Faults& faults, const std::shared_ptr<int>& counter) {
          faults.write = [counter](StreamWriter& target, auto... arguments) {
              ++*counter;
@@ -129,7 +129,7 @@ class DataRacesTest : public testing::TestWithParam<Race> {};
     std::exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
 }
 
-TEST_P(DataRacesTest, areReported) {
+TEST_P(DataRacesTest, plantedDataRaceIsReported) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(check_and_exit(GetParam()), testing::ExitedWithCode(statusOfThreadSanitizer),
                 "ThreadSanitizer: data race");

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <set>
 
-// The suite is able to fail: each promise finds a back-end that breaks it.
+// Tests that the suite can fail: each promise finds a back-end that breaks it.
 
 namespace logging2::core::conformance {
 namespace {
@@ -23,7 +23,7 @@ std::vector<Mutant> mutants() {
     return all;
 }
 
-/// How often the check failed, on whatever thread; an exception is a failure as well.
+/// The number of failures of the check on all threads. An exception counts as a failure.
 int failure_count(const Promise& promise, const Subject& subject) {
     testing::TestPartResultArray failures;
     const testing::ScopedFakeTestPartResultReporter reporter(
@@ -37,12 +37,12 @@ int failure_count(const Promise& promise, const Subject& subject) {
     return failures.size();
 }
 
-// Here the promises are checked without it.
+// The promises are checked here without ConformanceTest.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ConformanceTest);
 
 class MutantsTest : public testing::TestWithParam<Mutant> {};
 
-TEST_P(MutantsTest, isFoundByThePromiseThatItBreaks) {
+TEST_P(MutantsTest, brokenPromiseFindsTheFault) {
     const Mutant& mutant = GetParam();
     Faults faults;
     Subject declared = declared_by(mutant.base);
@@ -52,11 +52,11 @@ TEST_P(MutantsTest, isFoundByThePromiseThatItBreaks) {
     EXPECT_GT(failure_count(promise, faulty(mutant.base, declared, faults)), 0);
 }
 
-TEST_P(MutantsTest, isFoundForItsFaultAlone) {
+TEST_P(MutantsTest, soundBackendKeepsThePromise) {
     const Mutant& mutant = GetParam();
     const Promise promise = promise_named(mutant.brokenPromise);
     const Subject declared = declared_by(mutant.base);
-    // Otherwise what the back-end declares is the fault.
+    // Otherwise the declaration of the back-end is the fault.
     if (promise.isMadeBy(declared)) {
         EXPECT_EQ(failure_count(promise, faulty(mutant.base, declared, Faults())), 0);
     }
@@ -65,7 +65,7 @@ TEST_P(MutantsTest, isFoundForItsFaultAlone) {
 INSTANTIATE_TEST_SUITE_P(Planted, MutantsTest, testing::ValuesIn(mutants()),
                          [](const auto& tested) { return tested.param.fault; });
 
-TEST(PromisesTest, eachIsBrokenByAMutant) {
+TEST(PromisesTest, everyPromiseIsBrokenByAMutant) {
     std::set<std::string> broken;
     for (const Mutant& mutant : mutants()) {
         broken.insert(mutant.brokenPromise);

@@ -6,8 +6,7 @@
 #include <set>
 #include <string>
 
-// A header that was forgotten when it was added, in the list of what is installed or in the one
-// that includes all, is found here.
+// Finds headers that are missing from the list of installed headers or from their library's header.
 
 namespace logging2::core::test {
 namespace {
@@ -29,7 +28,7 @@ bool is_internal(const std::string& header) {
     return header.find("/detail/") != std::string::npos || starts_with(header, "logging2/columns/");
 }
 
-/// Where it is below the folder of our headers; empty for one of somebody else.
+/// The header's path below the folder of our headers; empty for other headers.
 std::string own_name(const std::string& header) {
     if (LOGGING2_OWN_REGISTRY != 0 && starts_with(header, "cppmicroservices/")) {
         return services + header;
@@ -60,7 +59,7 @@ Names public_headers_of_the_tree() {
     return result;
 }
 
-/// The headers, those of ours that they include, and so on.
+/// The headers and all of ours that they include, directly or indirectly.
 Names reached_from(Names headers, const std::string& root) {
     const std::vector<Include> includes = includes_below(root);
     for (std::size_t before = 0; before != headers.size();) {
@@ -75,12 +74,12 @@ Names reached_from(Names headers, const std::string& root) {
     return headers;
 }
 
-TEST(InstalledHeadersTest, arePublicOnesAndWhatTheyInclude) {
+TEST(InstalledHeadersTest, arePublicHeadersAndTheirIncludes) {
     EXPECT_THAT(headers_below(installed),
                 ContainerEq(reached_from(public_headers_of_the_tree(), tree)));
 }
 
-TEST(InstalledHeadersTest, eachIsReachedFromTheHeaderOfItsLibrary) {
+TEST(InstalledHeadersTest, areAllIncludedByTheHeaderOfTheirLibrary) {
     Names left;
     const Names reached = reached_from(
         {"logging2/logging2.hpp", "logging2/backends/builtin/builtin_backends.hpp",

@@ -8,8 +8,8 @@
 
 namespace logging2::core::test {
 
-/// Reads a script of numbers and choices from bytes. Behind the end every byte is 0, so that any
-/// bytes are a script and none is read too many.
+/// Reads a script of numbers and choices from bytes. After the end every byte is 0, so that any
+/// bytes form a script and no read goes past them.
 class ByteScript {
 public:
     ByteScript(const std::uint8_t* bytes, std::size_t count) : next(bytes), end(bytes + count) {}
@@ -32,7 +32,7 @@ public:
         return elements[below(count)];
     }
 
-    /// Up to `limit` - 1 bytes as they are.
+    /// Up to `limit` - 1 bytes, unchanged.
     std::string text(std::size_t limit) {
         std::string result;
         for (std::size_t left = below(limit); left > 0 && !atEnd(); --left) {
@@ -50,8 +50,8 @@ public:
         return doubleOf(bits);
     }
 
-    /// Mostly of a coarse grid, so that times repeat and go backwards; or near the last one; or
-    /// one that is no ordinary number.
+    /// Usually a time on a coarse grid, so that times repeat and go backwards; sometimes a time
+    /// near the last one, or a special number.
     double time(double last) {
         using Limits = std::numeric_limits<double>;
         static constexpr double steps[] = {0.0, 0.25, 1.0, -0.25, -1.0};

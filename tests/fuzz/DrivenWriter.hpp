@@ -12,11 +12,11 @@
 
 namespace logging2::core::test {
 
-/// A file-backed writer whose thread takes batches when a script lets it, so that nothing depends
-/// on its speed. Flushed at the latest at its end.
+/// A file-backed writer whose thread takes batches only when a script lets it, so that the result
+/// does not depend on its speed. The destructor flushes it if necessary.
 class DrivenWriter {
 public:
-    /// With `moved` the writer is one that was assigned and constructed from others.
+    /// With `moved` the writer was assigned and constructed from other writers.
     DrivenWriter(const StreamingAttributes& attributes, const GroupSetup& setup, bool moved)
         : writer(std::make_unique<NativeStreamWriter>(attributes, setup)) {
         if (moved) {
@@ -36,7 +36,7 @@ public:
     NativeStreamWriter* operator->() const { return writer.get(); }
     NativeStreamWriter& operator*() const { return *writer; }
 
-    /// The thread takes nothing until the gate opens.
+    /// Makes the thread take nothing until the gate opens.
     void holdThread() {
         gate.emplace();
         Access::startBehindGate(*writer, gate->get_future());
@@ -49,7 +49,7 @@ public:
         }
     }
 
-    /// Returns when the thread, unless it is held, has written what was handed to it.
+    /// Waits until the thread has written what was handed to it, unless the thread is held.
     void settle() {
         if (!gate && Access::hasThread(*writer)) {
             Access::waitUntilTaken(*writer);

@@ -7,16 +7,17 @@
 
 namespace logging2::core::test {
 
-/// What the registry knows of a service. One that is not named has the name under another key.
+/// The registry's knowledge of a service. A service that is not named has its name under another
+/// key.
 struct NamedService {
     std::string name;
     int ranking = 0;
     bool isNamed = true;
 };
 
-/// What a look-up by name is to find among services in the order of their registration, of which
-/// some are gone: said from the grammar of a filter's value, where `*` stands for any text and a
-/// backslash takes the next character as it is.
+/// The expected result of a look-up by name among services in the order of their registration, some
+/// of which were removed. It follows the grammar of a filter's value: `*` stands for any text, and
+/// a backslash escapes the next character.
 class NameOracle {
 public:
     using Services = std::vector<std::optional<NamedService>>;
@@ -38,7 +39,7 @@ public:
         wellFormed = wellFormed && depth == 0;
     }
 
-    /// A malformed name is only noticed where there is a service to compare it with.
+    /// A malformed name is refused only if there is a service to compare it with.
     bool isRefused(const Services& services) const {
         bool any = false;
         for (const auto& service : services) {
@@ -66,7 +67,7 @@ private:
         bool isAnyText;
     };
 
-    /// The registry's own mark for `*` is the delete character, which cannot be escaped.
+    /// The registry represents `*` by the delete character, which cannot be escaped.
     static bool isWildcard(char character, bool isEscaped) {
         return character == '\x7f' || (character == '*' && !isEscaped);
     }

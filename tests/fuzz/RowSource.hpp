@@ -8,8 +8,8 @@
 
 namespace logging2::core::test {
 
-/// Rows that cost a script no bytes: every double has bits of its own, NaN payloads among them, so
-/// that a value at a wrong place shows.
+/// Rows that need no bytes of the script. Every double has different bits, including NaN payloads,
+/// so that misplaced values are detected.
 class RowSource {
 public:
     std::vector<double> row(std::size_t length) {

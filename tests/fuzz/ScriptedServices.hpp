@@ -26,23 +26,23 @@ namespace logging2::core::test {
 using cppmicroservices::ServiceProperties;
 using cppmicroservices::ServiceRegistrationU;
 
-/// What a service does when it is asked; `none` is a registration that yields no service.
+/// The behaviour of a service when it is used; `none` is a registration without a service object.
 enum class Answer { object, null, exception, none };
 
-/// The service that was asked last, by the number of its registration.
-inline std::optional<std::size_t> asked;
+/// The service that was used last, by the number of its registration.
+inline std::optional<std::size_t> used;
 
 template <class Object, class Make>
 std::unique_ptr<Object> answer(std::size_t number, Answer what, const Make& make) {
-    expect(!asked, "a second service is asked");
-    asked = number;
+    expect(!used, "a second service is used");
+    used = number;
     if (what == Answer::exception) {
         throw std::domain_error("no licence");
     }
     return what == Answer::null ? nullptr : make();
 }
 
-/// A back-end whose writers and readers are scripted alike.
+/// A back-end whose writers and readers follow the same script.
 inline Backend scriptedBackend(std::size_t number, Answer what) {
     return {{"scripted", "", true, false},
             [=](const StreamingAttributes& attributes, const GroupSetup& setup) {
@@ -56,12 +56,12 @@ inline Backend scriptedBackend(std::size_t number, Answer what) {
             }};
 }
 
-/// Writers or readers: how they are registered, and how they are asked for.
+/// The writers' or the readers' side: how its services are registered and looked up.
 struct WriterSide {
     using Interface = StreamWriterService;
     static constexpr std::size_t place = 0; // among the registrations of a back-end
     static std::string key() { return vtllogging_write_type_id(); }
-    static auto ask(const std::string& name) {
+    static auto lookUp(const std::string& name) {
         return get_stream_writer(name, StreamingAttributes{}, scalarSetup());
     }
     static const std::type_info& builtin(std::size_t number) {
@@ -75,13 +75,13 @@ struct ReaderSide {
     using Interface = StreamReaderService;
     static constexpr std::size_t place = 1;
     static std::string key() { return vtllogging_read_type_id(); }
-    static auto ask(const std::string& name) { return get_stream_reader(name, boost::any()); }
+    static auto lookUp(const std::string& name) { return get_stream_reader(name, boost::any()); }
     static const std::type_info& builtin(std::size_t number) {
         return number < 2 ? typeid(MemoryStreamReader) : typeid(NativeStreamReader);
     }
 };
 
-/// All services of one side, as they were registered and as they are expected.
+/// All services of one side, registered and expected.
 template <class Side>
 class Services {
 public:
@@ -111,7 +111,7 @@ public:
         answersOf.push_back(Answer::object);
     }
 
-    /// Another name, ranking or key for a service that stays registered.
+    /// Changes the name, ranking or key of a registered service.
     void change(ByteScript& script, const std::string& name) {
         if (!expected.empty()) {
             const std::size_t number = script.below(expected.size());
@@ -133,23 +133,23 @@ public:
     }
 
     void lookUp(const std::string& name) const {
-        asked.reset();
+        used.reset();
         const NameOracle oracle(name);
         if (oracle.isRefused(expected)) {
-            expectThrows<std::invalid_argument>([&] { Side::ask(name); }, "malformed ", name);
+            expectThrows<std::invalid_argument>([&] { Side::lookUp(name); }, "malformed ", name);
             return;
         }
         const std::optional<std::size_t> chosen = oracle.chosen(expected);
         if (!chosen || answersOf[*chosen] == Answer::none) {
-            expect(!Side::ask(name).has_value(), "something is found by ", name);
+            expect(!Side::lookUp(name).has_value(), "a service is found by ", name);
         } else if (answersOf[*chosen] == Answer::exception) {
-            expectThrows<std::domain_error>([&] { Side::ask(name); }, "service found by ", name);
+            expectThrows<std::domain_error>([&] { Side::lookUp(name); }, "service found by ", name);
         } else {
-            compareObject(Side::ask(name), *chosen, name);
+            compareObject(Side::lookUp(name), *chosen, name);
             return;
         }
-        const bool isAsked = chosen && answersOf[*chosen] == Answer::exception;
-        expect(asked == (isAsked ? chosen : std::nullopt), "another service is asked for ", name);
+        const bool isUsed = chosen && answersOf[*chosen] == Answer::exception;
+        expect(used == (isUsed ? chosen : std::nullopt), "another service is used for ", name);
     }
 
     const std::vector<std::optional<NamedService>>& all() const { return expected; }
@@ -190,13 +190,13 @@ private:
     void compareObject(const Found& found, std::size_t chosen, const std::string& name) const {
         expect(found.has_value(), "nothing is found by ", name);
         if (isBuiltin(chosen)) {
-            expect(!asked && *found != nullptr, "no built-in back-end is found by ", name);
+            expect(!used && *found != nullptr, "no built-in back-end is found by ", name);
             const auto& object = **found;
             expect(typeid(object) == Side::builtin(chosen - *builtinFrom),
                    "another built-in back-end is found by ", name);
             return;
         }
-        expect(asked == chosen, "another service is asked for ", name);
+        expect(used == chosen, "another service is used for ", name);
         expectEqual(*found == nullptr, answersOf[chosen] == Answer::null, "null for ", name);
     }
 

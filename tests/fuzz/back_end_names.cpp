@@ -9,11 +9,11 @@
 #include <optional>
 #include <string>
 
-// Arbitrary names through the look-up, with scripted services and the built-in ones registered,
-// compared with an oracle that says which service is asked, if any.
+// Looks up arbitrary names among scripted and built-in services and compares the result with an
+// oracle, which says which service is used, if any.
 //
-// The framework is started once and never stopped: it would stay stopped in this process. Each
-// script takes its services away at its end.
+// The framework is started once and never stopped, because it could not be started again in this
+// process. Each script removes its services at its end.
 
 namespace logging2::core::test {
 namespace {
@@ -58,7 +58,7 @@ private:
         }
     }
 
-    /// Fresh bytes, or a name that is registered, as it is or a little changed.
+    /// New bytes, or a registered name, unchanged or slightly changed.
     std::string scriptedName() {
         const std::string former = formerName();
         const std::size_t place = former.empty() ? 0 : script.below(former.size());

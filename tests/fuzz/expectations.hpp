@@ -8,14 +8,14 @@
 
 namespace logging2::core::test {
 
-/// What the library does is not what was expected. An exception, so that the files of the run are
-/// removed on its way out.
+/// The library's behaviour differs from the expected one. An exception, so that the run's files are
+/// removed during unwinding.
 class Difference : public std::logic_error {
 public:
     using std::logic_error::logic_error;
 };
 
-/// Throws a Difference that says what was looked at, given in parts, unless it holds.
+/// Throws a Difference with a message made of the parts if `holds` is false.
 template <class... Parts>
 void expect(bool holds, const Parts&... what) {
     if (!holds) {
@@ -31,7 +31,8 @@ void expectEqual(const Actual& actual, const Expected& expected, const Parts&...
     expect(actual == expected, what..., " is ", actual, ", not ", expected);
 }
 
-/// Where the bits of two lists of one length differ first; their length where they do not.
+/// The index of the first difference in bits between two lists of the same length; their length if
+/// there is none.
 inline std::size_t firstDifference(const std::vector<double>& actual,
                                    const std::vector<double>& expected) {
     const auto differ = [&](std::size_t from, std::size_t count) {
@@ -47,7 +48,7 @@ inline std::size_t firstDifference(const std::vector<double>& actual,
     return place;
 }
 
-/// Bit for bit, so that NaN equals itself and -0.0 is told from 0.0.
+/// Compares bit for bit, so that NaN equals itself and -0.0 differs from 0.0.
 template <class... Parts>
 void expectSameBits(const std::vector<double>& actual, const std::vector<double>& expected,
                     const Parts&... what) {
@@ -57,7 +58,7 @@ void expectSameBits(const std::vector<double>& actual, const std::vector<double>
     }
 }
 
-/// Expects that the call throws the exception, or one that is derived from it.
+/// Expects the call to throw the exception or one that is derived from it.
 template <class Exception, class Call, class... Parts>
 void expectThrows(const Call& call, const Parts&... what) {
     try {

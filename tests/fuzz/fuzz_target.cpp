@@ -8,11 +8,11 @@
 #include <exception>
 #include <iostream>
 
-// The entry that libFuzzer and the replay call, the same for all targets.
+// The entry point for libFuzzer and for the replay, the same for all targets.
 
 namespace {
 
-/// Files of a run cost least where no disk is asked.
+/// The files of a run are fastest if no disk is involved.
 bool prefer_memory_for_files() {
     const char* const directory = "/dev/shm";
     return access(directory, W_OK | X_OK) == 0 && setenv("TMPDIR", directory, 0) == 0;

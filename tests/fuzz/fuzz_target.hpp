@@ -4,8 +4,8 @@
 
 namespace logging2::core::test {
 
-/// What a target is: runs one script and throws a Difference where the library does not do what is
-/// expected. Defined once per target.
+/// Runs one script and throws a Difference if the library does not behave as expected. Every target
+/// defines it once.
 void runScript(ByteScript& script);
 
 } // namespace logging2::core::test

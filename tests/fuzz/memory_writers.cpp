@@ -13,15 +13,15 @@
 #include <stdexcept>
 #include <type_traits>
 
-// Scripts of operations on a memory writer, and on further ones that it is moved to, compared with
-// the plain oracle in everything that can be read.
+// Scripts of operations on a memory writer and on other writers that it is moved to. Everything
+// that can be read is compared with the plain oracle.
 
 namespace logging2::core::test {
 namespace {
 
 using Doubles = std::vector<double>;
 
-/// One to three groups, or none; inserted in the order of their ids or against it.
+/// Up to three groups, inserted in ascending or descending order of their ids.
 GroupSetup scriptedSetup(ByteScript& script) {
     GroupSetup setup;
     const std::size_t groupCount = (script.below(4) + 1) % 4;
@@ -80,7 +80,7 @@ private:
 
     Subject& subject() { return subjects[current]; }
 
-    /// Whether there is a group to work with, which is then chosen.
+    /// Chooses a group; returns false if there is none.
     bool chooseGroup() {
         const std::size_t groupCount = subject().oracle.setup.size();
         group = groupCount == 0 ? 0 : script.below(groupCount);
@@ -93,7 +93,7 @@ private:
     }
 
     std::size_t chosenRowLength() {
-        // Values behind the last channel are kept and belong to nobody.
+        // Values after the last channel are kept but belong to no channel.
         const std::size_t surplus = script.below(4) == 3 ? 2 : 0;
         return surplus + rowLength(subject().oracle.setup.find(Group(group))->second);
     }
@@ -128,7 +128,7 @@ private:
         }
     }
 
-    /// Enough rows for a few tiles cost four bytes.
+    /// Writes enough rows for a few tiles with four bytes of the script.
     void writeMany() {
         if (!chooseGroup()) {
             return;
@@ -143,7 +143,7 @@ private:
         }
     }
 
-    /// The values lie in a row that the writer itself holds.
+    /// Writes values that lie in a row of the writer itself.
     void writeHeldRow() {
         if (!chooseGroup() || subject().oracle.rows[group].empty() || rowsLeft == 0) {
             return;
@@ -174,7 +174,7 @@ private:
         }
     }
 
-    /// The ring's times stay at a flush while its rows go, so a ring is flushed once.
+    /// A flush removes a ring's rows but keeps its times, so a ring is flushed only once.
     void flush() {
         if (!isRestricted || !subject().oracle.flushed) {
             subject().writer->flush();
@@ -233,12 +233,12 @@ private:
         }
     }
 
-    /// One that was moved from has no groups, and still answers for its stores.
+    /// A moved-from writer has no groups but keeps its stores.
     static void compare(const Subject& each) {
         for (std::size_t g = 0; g < each.oracle.times.size(); ++g) {
             compareGroup(*each.writer, each.oracle, g);
         }
-        expect(!each.writer->dataStoreInfo(), "there is an information on the stores");
+        expect(!each.writer->dataStoreInfo(), "dataStoreInfo has a value");
         for (const auto& expected : each.oracle.stores) {
             compareSeries(MemoryStreamReader(each.writer->dataStore(expected.first)), expected);
         }
@@ -255,7 +255,7 @@ private:
         }
     }
 
-    /// Once in a script, because exceptions are dear.
+    /// Called once per script, because exceptions are slow.
     void refuseUnknownPaths() const {
         for (const Subject& each : subjects) {
             for (std::size_t p = 0; p < scriptedPathCount; ++p) {

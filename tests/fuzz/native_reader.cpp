@@ -12,15 +12,15 @@
 #include <typeinfo>
 #include <utility>
 
-// Files of arbitrary bytes under readers of one store and their clones, compared with copies of the
-// bytes.
+// Files of arbitrary bytes, read by readers of one store and their clones. The results are compared
+// with copies of the bytes.
 
 namespace logging2::core::test {
 namespace {
 
 using Doubles = std::vector<double>;
 
-/// A file as it is expected to be; no bytes where it is missing.
+/// The expected state of a file; no bytes if it is missing.
 struct ExpectedFile {
     std::filesystem::path path;
     std::unique_ptr<std::string> bytes;
@@ -38,7 +38,7 @@ Doubles wholeDoubles(const ExpectedFile& file) {
 class ReaderScript {
 public:
     explicit ReaderScript(ByteScript& bytes) : script(bytes) {
-        // One location may stand for both files, or name none.
+        // Both locations may be the same file, or name no file.
         timesFile = script.below(8) == 7 ? nowhere : 0;
         const std::size_t pick = script.below(8);
         valuesFile = pick == 7 ? nowhere : pick == 6 ? 0 : 1;
@@ -78,7 +78,7 @@ private:
 
     NativeDatastore store() const { return {locationOf(timesFile), locationOf(valuesFile)}; }
 
-    /// A few bytes of the script, or as many as a script cannot hold.
+    /// A few bytes of the script, or more bytes than a script can hold.
     std::string scriptedBytes() {
         if (script.flag()) {
             return script.text(80);
@@ -130,7 +130,7 @@ private:
         readers.push_back(std::make_unique<NativeStreamReader>(boost::any(store())));
     }
 
-    /// Takes both files along, whoever else reads them.
+    /// Destroys a reader, which deletes both files even if other readers use them.
     void destroyReader() {
         const std::size_t doomed = script.below(readers.size());
         readers.erase(readers.begin() + static_cast<std::ptrdiff_t>(doomed));

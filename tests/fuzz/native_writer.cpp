@@ -16,8 +16,9 @@
 #include <stdexcept>
 #include <utility>
 
-// Scripts of operations on the file-backed writer, the files compared with the plain oracle, then
-// read back. When the thread takes a batch is part of the script, so nothing depends on its speed.
+// Scripts of operations on the file-backed writer. The files are compared with the plain oracle and
+// then read back. The script decides when the thread takes a batch, so the result does not depend
+// on its speed.
 
 namespace logging2::core::test {
 namespace {
@@ -40,7 +41,7 @@ StreamingAttributes named(const std::string& name) {
     return attributes;
 }
 
-/// Each byte as a signed number.
+/// Widens each byte as a signed number.
 std::u16string widened(const std::string& bytes) {
     std::u16string text;
     for (const char byte : bytes) {
@@ -102,7 +103,7 @@ private:
         (this->*script.oneOf(operations))();
     }
 
-    /// Mostly as long as the channels say, now and then of another length.
+    /// Usually the channels' total width, sometimes another length.
     std::size_t chosenRowLength(const LoggedPathsSetupData& data) {
         return script.below(8) == 7 ? script.below(24) : rowLength(data);
     }
@@ -156,14 +157,14 @@ private:
         expect(message.arguments() == std::vector{widened(name)}, "the warning has another name");
     }
 
-    /// From here on the thread takes each batch at once.
+    /// From here on, the thread takes each batch at once.
     void letTake() {
         writer.openGate();
         writer.settle();
         oracle.startTaking();
     }
 
-    /// What is written afterwards creates the files anew.
+    /// Later writes create the files again.
     void removeFiles() {
         for (const auto& [file, doubles] : filesIn(directory)) {
             std::filesystem::remove(pathOf(file));
@@ -188,7 +189,7 @@ private:
         return {};
     }
 
-    /// Without the unique stem: "times_0" or "values_0_1".
+    /// The name without the unique stem: "times_0" or "values_0_1".
     static std::string shortName(const std::filesystem::path& file) {
         const std::string name = file.filename();
         return name.substr(name.find('_') + 1);
@@ -200,8 +201,7 @@ private:
             if (!entry.is_directory()) {
                 const std::string name = shortName(entry.path());
                 expectEqual(entry.file_size() % sizeof(double), 0U, "odd bytes of ", name);
-                expect(files.emplace(name, doublesOf(entry.path())).second, name,
-                       " is there twice");
+                expect(files.emplace(name, doublesOf(entry.path())).second, name, " exists twice");
             }
         }
         return files;
@@ -237,7 +237,7 @@ private:
         return found == oracle.files.end() ? Doubles() : found->second;
     }
 
-    /// All readers live until all have read, because each deletes its files.
+    /// All readers live until all of them have read, because each deletes its files.
     void readBack() const {
         std::vector<std::unique_ptr<StreamReader>> readers;
         auto left = oracle.files;
@@ -255,7 +255,7 @@ private:
         const auto files = filesIn(directory);
         expectEqual(files.size(), left.size(), "number of files that no reader deletes");
         for (const auto& [file, doubles] : left) {
-            expect(files.count(file) == 1, file, " was deleted and belongs to no reader");
+            expect(files.count(file) == 1, file, " was deleted although it belongs to no reader");
         }
     }
 

@@ -7,15 +7,15 @@
 #include <iterator>
 #include <string>
 
-// Runs a fuzz target once on every file of the directories that are given, in a build without
-// libFuzzer. A directory that is missing or empty is an error.
+// Runs a fuzz target once on every file of the given directories, in a build without libFuzzer. A
+// missing or empty directory is an error.
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t count);
 
 namespace {
 
 void replay(const std::filesystem::path& file) {
-    // Told before, because a target that finds something ends the process.
+    // Printed before the run, because a target that finds something ends the process.
     std::clog << file.string() << '\n';
     std::ifstream stream(file, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(stream), {}};

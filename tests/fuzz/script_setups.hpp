@@ -15,8 +15,8 @@ inline ValuePath scriptedPath(std::size_t number) {
     return ValuePath("p" + std::to_string(number));
 }
 
-/// Channels that are listed twice, wide and empty ones, aliases, channels without paths, paths of
-/// foreign channels, and paths that several groups share.
+/// Channels that are listed twice, wide and empty channels, aliases, channels without paths, paths
+/// of foreign channels, and paths in several groups.
 inline LoggedPathsSetupData scriptedGroup(ByteScript& script) {
     static constexpr std::size_t widths[] = {1, 1, 2, 3, 0, 8, 9, 17};
     constexpr std::size_t channelNumberCount = 6;
@@ -32,7 +32,7 @@ inline LoggedPathsSetupData scriptedGroup(ByteScript& script) {
     return {paths, channels};
 }
 
-/// The number of doubles that the group's channels take.
+/// The total width of the group's channels.
 inline std::size_t rowLength(const LoggedPathsSetupData& data) {
     std::size_t length = 0;
     for (const LoggedChannel& channel : data.coreIds()) {

@@ -18,13 +18,13 @@
 namespace logging2::core {
 namespace {
 
-// Each case runs in a process of its own: the descriptor stays open once it could be opened.
-TEST(EntropyTest, deviceThatCannotBeOpenedIsAnErrorAndIsTriedAgain) {
+// Each case runs in its own process, because the descriptor stays open once it has been opened.
+TEST(EntropyTest, failedOpenThrowsAndIsRetriedOnTheNextCall) {
     {
         const test::NoDescriptors none;
         try {
             get_unique_id();
-            ADD_FAILURE() << "an identifier without a random source";
+            ADD_FAILURE() << "made an identifier without a random source";
         } catch (const boost::uuids::entropy_error& error) {
             EXPECT_EQ(std::string(error.what()), "open /dev/urandom");
             EXPECT_EQ(error.errcode(), EMFILE);
@@ -46,7 +46,7 @@ int deviceDescriptor() {
     return -1;
 }
 
-TEST(EntropyTest, deviceThatCannotBeReadIsAnError) {
+TEST(EntropyTest, failedReadThrows) {
     get_unique_id();
     const int descriptor = deviceDescriptor();
     ASSERT_GE(descriptor, 0);
@@ -55,7 +55,7 @@ TEST(EntropyTest, deviceThatCannotBeReadIsAnError) {
     close(descriptor);
     try {
         get_unique_id();
-        ADD_FAILURE() << "an identifier without a random source";
+        ADD_FAILURE() << "made an identifier without a random source";
     } catch (const boost::uuids::entropy_error& error) {
         EXPECT_EQ(std::string(error.what()), "read");
         EXPECT_EQ(error.errcode(), EBADF);

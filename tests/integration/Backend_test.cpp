@@ -31,48 +31,49 @@ std::string reader_error(const std::string& name) {
     return "no error";
 }
 
-TEST(BackendTest, aNameThatIsNotRegisteredListsThoseThereAre) {
+TEST(BackendTest, unknownNameListsTheRegisteredNames) {
     EXPECT_EQ(writer_error("nowhere").find(
-                  "no such back-end: \"nowhere\" (there are: memory, memory-restricted, native, "
+                  "there is no back-end \"nowhere\" (the back-ends are: memory, memory-restricted, "
+                  "native, "
                   "checked:memory, checked:memory-restricted, checked:native, declining, "
                   "single-use, "),
               0u);
 }
 
-TEST(BackendTest, aNameIsNotTakenForAPattern) {
+TEST(BackendTest, nameIsNotUsedAsAPattern) {
     for (const std::string name : {"*", "mem*", "a)b", "(memory", "mem\\ory", "\x7f", ""}) {
-        EXPECT_EQ(writer_error(name).find("no such back-end"), 0u) << name;
+        EXPECT_EQ(writer_error(name).find("there is no back-end"), 0u) << name;
     }
 }
 
-TEST(BackendTest, aBackendThatMakesNoWriterHasFailed) {
+TEST(BackendTest, missingWriterIsAnError) {
     EXPECT_EQ(writer_error("makes-nothing"),
-              "the back-end \"makes-nothing\" failed: it made no writer");
+              "the back-end \"makes-nothing\" failed: it created no writer");
 }
 
-TEST(BackendTest, aBackendThatThrowsHasFailed) {
+TEST(BackendTest, exceptionOfTheBackendIsReported) {
     EXPECT_EQ(writer_error("throws"), "the back-end \"throws\" failed: the cable is out");
 }
 
-TEST(BackendTest, aPointLimitThatMemoryCannotGiveIsNamed) {
+TEST(BackendTest, errorNamesAPointLimitThatExceedsMemory) {
     EXPECT_EQ(writer_error("out-of-memory", 77),
-              "the back-end \"out-of-memory\" failed: a point limit of 77 is more than memory can "
-              "give");
+              "the back-end \"out-of-memory\" failed: a point limit of 77 is too large for the "
+              "memory");
     EXPECT_EQ(writer_error("memory-restricted", std::size_t{1} << 60),
               "the back-end \"memory-restricted\" failed: a point limit of 1152921504606846976 is "
-              "more than memory can give");
+              "too large for the memory");
 }
 
-TEST(BackendTest, aBackendThatMakesNoReaderHasFailed) {
+TEST(BackendTest, missingReaderIsAnError) {
     EXPECT_EQ(reader_error("makes-nothing"),
-              "the back-end \"makes-nothing\" failed: it made no reader");
+              "the back-end \"makes-nothing\" failed: it created no reader");
 }
 
-TEST(BackendTest, aBackendWithoutReadersIsNotThereForReading) {
-    EXPECT_EQ(reader_error("no-reader").find("no such back-end: \"no-reader\""), 0u);
+TEST(BackendTest, backendWithoutAReaderServiceIsUnknownForReading) {
+    EXPECT_EQ(reader_error("no-reader").find("there is no back-end \"no-reader\""), 0u);
 }
 
-TEST(BackendTest, theDefaultGivesWriterAndReader) {
+TEST(BackendTest, defaultBackendMakesWriterAndReader) {
     const Backend backend;
     EXPECT_EQ(backend.label(), "default");
     EXPECT_NE(backend.openWriter({}, {}), nullptr);

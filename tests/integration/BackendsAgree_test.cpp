@@ -63,21 +63,21 @@ LoggedRun without_rejected(LoggedRun run) {
     return run;
 }
 
-TEST_P(BackendsAgreeTest, memoryGivesTheSameDoublesAsTheDefault) {
+TEST_P(BackendsAgreeTest, memoryGivesTheSameValuesAsTheDefault) {
     expect_same(run(Backend("memory")), run(Backend()));
 }
 
-TEST_P(BackendsAgreeTest, aLimitThatIsNotReachedGivesTheSameDoubles) {
+TEST_P(BackendsAgreeTest, unreachedLimitGivesTheSameValues) {
     expect_same(run(Backend("memory-restricted")), run(Backend()));
 }
 
-TEST_P(BackendsAgreeTest, aLimitLeavesTheEndOfTheRun) {
+TEST_P(BackendsAgreeTest, limitKeepsTheEndOfTheRun) {
     const LoggedRun full = run(Backend());
     const LoggedRun limited = run(Backend("memory-restricted"), smallLimit);
     for (std::size_t group = 0; group < full.groups.size(); ++group) {
         const auto& info = full.groups[group].info;
         const auto& times = limited.groups[group].times;
-        // A step that was taken back leaves its place in the ring empty until the next one.
+        // A step that was taken back leaves its place in the ring empty until the next step.
         ASSERT_LE(times.size(), smallLimit);
         ASSERT_GE(times.size(), smallLimit - limited.counts.takenBack);
         EXPECT_TRUE(integration::same_bits(times, last(full.groups[group].times, times.size())));
@@ -89,13 +89,13 @@ TEST_P(BackendsAgreeTest, aLimitLeavesTheEndOfTheRun) {
     }
 }
 
-TEST_P(BackendsAgreeTest, filesGiveTheSameDoublesApartFromStepsThatTheyKeep) {
+TEST_P(BackendsAgreeTest, filesGiveTheSameValuesPlusRejectedSteps) {
     const LoggedRun native = run(Backend("native"));
     EXPECT_EQ(native.counts.takenBack, 0u);
     expect_same(without_rejected(native), run(Backend()));
 }
 
-TEST_P(BackendsAgreeTest, aSecondRunGivesTheSameDoubles) {
+TEST_P(BackendsAgreeTest, secondRunGivesTheSameValues) {
     expect_same(run(Backend()), run(Backend()));
 }
 

@@ -12,12 +12,12 @@ namespace {
 using integration::LoggedRun;
 using simulate::BouncingBall;
 
-// A flight is a quadratic, which the method solves without truncation error: what remains is
-// round-off and, once per bounce, the 1e-12 s to which an impact is located.
+// A flight is a quadratic function, which the method solves without truncation error. What remains
+// is round-off and, once per bounce, the 1e-12 s to which an impact is located.
 constexpr double locationTolerance = 1e-12; // s
 constexpr double bounceTolerance = 1e-10;   // s, m, m/s; 28 bounces
 
-/// The closed form: the time of each impact and the rebound speed after it.
+/// The closed form of the solution: the time of each impact and the rebound speed after it.
 struct Bounce {
     double time;
     double rebound;
@@ -73,7 +73,7 @@ TEST(BouncingBallTest, bothSidesOfAnImpactAreLogged) {
     }
 }
 
-TEST(BouncingBallTest, everyFlightReachesTheHeightOfTheClosedForm) {
+TEST(BouncingBallTest, everyFlightReachesTheExpectedHeight) {
     const LoggedRun run = full_run();
     const auto& times = run.groups[0].times;
     const auto& height = integration::values_of(run, "ball.height");
@@ -112,16 +112,16 @@ TEST(BouncingBallTest, timesStrictlyIncreaseBetweenImpacts) {
     EXPECT_EQ(repeats, run.events.size());
 }
 
-TEST(BouncingBallTest, whatWasTakenBackIsNotInTheResult) {
+TEST(BouncingBallTest, rejectedStepsAreNotInTheResult) {
     const BouncingBall model;
     integration::SpyWriter writer(simulate::logging_setup(model.groups()));
     const simulate::RollbackWarnings warnings;
     simulate::Recorder recorder(writer, warnings);
     model.run(recorder, {5, 1e-9});
     const LoggedRun run = full_run();
-    ASSERT_EQ(writer.takenBack.size(), run.events.size());
+    ASSERT_EQ(writer.discarded.size(), run.events.size());
     const auto& times = run.groups[0].times;
-    for (const auto& [time, row] : writer.takenBack) {
+    for (const auto& [time, row] : writer.discarded) {
         EXPECT_LE(row[0], 0) << "a step that ends above the floor was taken back";
         EXPECT_EQ(std::count(times.begin(), times.end(), time), 0);
     }
@@ -134,20 +134,20 @@ TEST(BouncingBallTest, noSampleIsBelowTheFloor) {
     EXPECT_GE(*std::min_element(height.begin(), height.end()), 0);
 }
 
-TEST(BouncingBallTest, countsOneStepTakenBackPerImpact) {
+TEST(BouncingBallTest, countsOneRejectedStepPerImpact) {
     const LoggedRun run = full_run();
     EXPECT_EQ(run.counts.takenBack, run.events.size());
     EXPECT_EQ(run.counts.declined, 0u);
     EXPECT_EQ(run.counts.logged - run.counts.takenBack, run.groups[0].times.size());
 }
 
-TEST(BouncingBallTest, endsAtTheStopTimeInFlight) {
+TEST(BouncingBallTest, runEndsAtTheStopTimeInFlight) {
     const LoggedRun run = integration::run_model(BouncingBall(), 0.7);
     EXPECT_EQ(run.groups[0].times.back(), 0.7);
     EXPECT_GT(integration::values_of(run, "ball.height").back(), 0.1);
 }
 
-TEST(BouncingBallTest, aBallAtRestStaysSoForTheRestOfALongRun) {
+TEST(BouncingBallTest, restingBallStaysAtRestInALongRun) {
     const LoggedRun run = integration::run_model(BouncingBall(), 1e6);
     EXPECT_EQ(run.groups[0].times.back(), 1e6);
     EXPECT_EQ(integration::values_of(run, "ball.height").back(), 0);

@@ -31,7 +31,7 @@ std::vector<std::vector<double>> parse(const std::string& text) {
     return rows;
 }
 
-/// The row that the file is to hold: the time, then component by component of path by path.
+/// The expected row of the file: the time, then each component of each path.
 std::vector<double> expected_row(const GroupResult& group, std::size_t sample) {
     std::vector<double> row{group.times[sample]};
     for (std::size_t path = 0; path < group.values.size(); ++path) {
@@ -43,7 +43,7 @@ std::vector<double> expected_row(const GroupResult& group, std::size_t sample) {
     return row;
 }
 
-TEST(CsvTest, contentIsReadBackBitForBit) {
+TEST(CsvTest, contentIsExact) {
     const logging2::core::test::TemporaryDirectory directory;
     const auto run = integration::run_model(simulate::DcMotor(), 0.5);
     for (const GroupResult& group : run.groups) {
@@ -66,7 +66,7 @@ TEST(CsvTest, headerNamesEveryColumnWithItsUnit) {
               "controller.output [V],motor.voltage [V]");
 }
 
-TEST(CsvTest, numbersKeepAllTheirDigits) {
+TEST(CsvTest, numbersKeepAllDigits) {
     using Limits = std::numeric_limits<double>;
     for (const double value : {0.0, -0.0, 0.1, 1.0 / 3, -2e300, Limits::denorm_min(), Limits::max(),
                                Limits::infinity(), 123456789.123456789}) {
@@ -76,14 +76,14 @@ TEST(CsvTest, numbersKeepAllTheirDigits) {
     }
 }
 
-TEST(CsvTest, anEmptyResultIsAHeader) {
+TEST(CsvTest, emptyResultWritesOnlyAHeader) {
     const logging2::core::test::TemporaryDirectory directory;
     const simulate::GroupInfo info{0, "g", false, {{"a", 0, {{"", "length", "m"}}}}, {}};
     simulate::write_csv({info, {}, {{}}}, "s", directory.path() / "file.csv");
     EXPECT_EQ(logging2::core::test::bytesOf(directory.path() / "file.csv"), "time [s],a [m]\n");
 }
 
-TEST(CsvTest, aFullDiskIsAnError) {
+TEST(CsvTest, fullDiskIsAnError) {
     const simulate::GroupInfo info{0, "g", false, {{"a", 0, {{"", "length", "m"}}}}, {}};
     EXPECT_THROW(simulate::write_csv({info, {1}, {{2}}}, "s", "/dev/full"), simulate::HostError);
 }

@@ -68,7 +68,7 @@ TEST(DcMotorTest, loadStepSlowsTheMotor) {
     EXPECT_GT(slowest, 0.8 * DcMotor::setPoint);
 }
 
-TEST(DcMotorTest, loadStepIsLoggedOnBothSidesAtItsExactTime) {
+TEST(DcMotorTest, bothSidesOfTheLoadStepAreLogged) {
     const LoggedRun run = full_run();
     const auto& times = motor_times(run);
     const auto [first, last] = std::equal_range(times.begin(), times.end(), DcMotor::loadStepTime);
@@ -80,7 +80,7 @@ TEST(DcMotorTest, loadStepIsLoggedOnBothSidesAtItsExactTime) {
     EXPECT_EQ(run.events[0].time, DcMotor::loadStepTime);
 }
 
-TEST(DcMotorTest, motorTimesStrictlyIncreaseButForTheLoadStep) {
+TEST(DcMotorTest, motorTimesStrictlyIncreaseExceptAtTheLoadStep) {
     const LoggedRun run = full_run();
     const auto& times = motor_times(run);
     for (std::size_t k = 1; k < times.size(); ++k) {
@@ -100,7 +100,7 @@ TEST(DcMotorTest, controllerSamplesAtItsOwnFixedRate) {
     }
 }
 
-TEST(DcMotorTest, motorIsLoggedAtEverySamplingInstantWithTheSpeedThatIsMeasured) {
+TEST(DcMotorTest, motorIsLoggedAtEverySampleOfTheController) {
     const LoggedRun run = full_run();
     const auto& times = motor_times(run);
     const auto speed = component(run, "motor.state", 3, 1);
@@ -121,7 +121,7 @@ TEST(DcMotorTest, aliasesShowTheSameChannel) {
                                         values_of(run, "controller.measured")));
 }
 
-TEST(DcMotorTest, aStopTimeBetweenSamplingInstantsIsHit) {
+TEST(DcMotorTest, stopTimeMayLieBetweenSamplingInstants) {
     const LoggedRun run = integration::run_model(DcMotor(), 0.0123);
     EXPECT_EQ(motor_times(run).back(), 0.0123);
     EXPECT_EQ(controller_times(run), (std::vector<double>{0, 0.005, 0.01}));

@@ -14,7 +14,7 @@ namespace {
 using integration::LoggedRun;
 using simulate::Backend;
 
-TEST(LogSessionTest, readsEveryPathBeforeItLetsGoOfAReader) {
+TEST(LogSessionTest, readsEveryPathBeforeItDestroysAReader) {
     const LoggedRun kept = integration::run_model(simulate::DcMotor(), 0.1);
     const LoggedRun singleUse =
         integration::run_model(simulate::DcMotor(), 0.1, 1e-9, Backend("single-use"));
@@ -30,10 +30,10 @@ TEST(LogSessionTest, flushesOnceAndOpensOneReaderPerPath) {
     const auto after = integration::single_use_counts();
     EXPECT_EQ(after.flushes - before.flushes, 1u);
     EXPECT_EQ(after.readersOpened - before.readersOpened, 6u);
-    EXPECT_EQ(after.readersGone - before.readersGone, 6u);
+    EXPECT_EQ(after.readersDestroyed - before.readersDestroyed, 6u);
 }
 
-TEST(LogSessionTest, anAbandonedSessionLetsTheBackendCleanUp) {
+TEST(LogSessionTest, abandonedSessionLetsTheBackendCleanUp) {
     integration::register_test_backends();
     const auto before = integration::single_use_counts();
     {
@@ -42,26 +42,26 @@ TEST(LogSessionTest, anAbandonedSessionLetsTheBackendCleanUp) {
     }
     const auto after = integration::single_use_counts();
     EXPECT_EQ(after.flushes - before.flushes, 1u);
-    EXPECT_EQ(after.readersGone - before.readersGone, 2u);
+    EXPECT_EQ(after.readersDestroyed - before.readersDestroyed, 2u);
 }
 
-TEST(LogSessionTest, aBackendThatGivesBackTooLittleIsFoundOut) {
+TEST(LogSessionTest, missingValuesAreDetected) {
     EXPECT_THROW(integration::run_model(simulate::BouncingBall(), 1, 1e-9, Backend("short")),
                  simulate::HostError);
 }
 
-TEST(LogSessionTest, stepsThatABackendKeepsAreCountedAndStayInTheResult) {
-    const LoggedRun obeyed = integration::run_model(simulate::BouncingBall(), 5);
+TEST(LogSessionTest, rejectedStepsOfADecliningBackendAreCountedAndKept) {
+    const LoggedRun rolledBack = integration::run_model(simulate::BouncingBall(), 5);
     const LoggedRun declined =
         integration::run_model(simulate::BouncingBall(), 5, 1e-9, Backend("declining"));
-    EXPECT_EQ(declined.counts.declined, obeyed.counts.takenBack);
+    EXPECT_EQ(declined.counts.declined, rolledBack.counts.takenBack);
     EXPECT_EQ(declined.counts.takenBack, 0u);
     EXPECT_EQ(declined.groups[0].times.size(),
-              obeyed.groups[0].times.size() + declined.counts.declined);
+              rolledBack.groups[0].times.size() + declined.counts.declined);
 }
 
-TEST(LogSessionTest, withoutTheKeptStepsTheResultIsThatOfAnObedientBackend) {
-    const LoggedRun obeyed = integration::run_model(simulate::BouncingBall(), 5);
+TEST(LogSessionTest, acceptedStepsOfADecliningBackendAreExact) {
+    const LoggedRun rolledBack = integration::run_model(simulate::BouncingBall(), 5);
     const LoggedRun declined =
         integration::run_model(simulate::BouncingBall(), 5, 1e-9, Backend("declining"));
     const auto& times = declined.groups[0].times;
@@ -70,7 +70,7 @@ TEST(LogSessionTest, withoutTheKeptStepsTheResultIsThatOfAnObedientBackend) {
     for (const std::size_t sample : simulate::accepted_samples(times)) {
         accepted.push_back(times[sample]);
     }
-    EXPECT_TRUE(integration::same_bits(accepted, obeyed.groups[0].times));
+    EXPECT_TRUE(integration::same_bits(accepted, rolledBack.groups[0].times));
 }
 
 } // namespace

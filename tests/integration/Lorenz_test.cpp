@@ -20,7 +20,7 @@ State moved(const State& x, const State& direction, double length) {
             x[2] + length * direction[2]};
 }
 
-/// The classical Runge-Kutta method with small fixed steps: nothing of the host's solver in it.
+/// The classical Runge-Kutta method with small fixed steps. It uses nothing of the host's solver.
 State reference(double time) {
     constexpr int stepCount = 20000;
     const double h = time / stepCount;
@@ -35,7 +35,7 @@ State reference(double time) {
     return x;
 }
 
-TEST(LorenzTest, samplesHoldTheThreeComponentsInTheirOrder) {
+TEST(LorenzTest, samplesHoldTheThreeComponentsInOrder) {
     const LoggedRun run = integration::run_model(Lorenz(), 2, 1e-11);
     const auto& values = integration::values_of(run, "lorenz.state");
     const std::size_t sampleCount = run.groups[0].times.size();
@@ -59,13 +59,13 @@ TEST(LorenzTest, timesStrictlyIncreaseFromZeroToTheStopTime) {
     EXPECT_EQ(run.counts.logged, times.size());
 }
 
-TEST(LorenzTest, aTighterToleranceTakesMoreSteps) {
+TEST(LorenzTest, tighterToleranceTakesMoreSteps) {
     const std::size_t coarse = integration::run_model(Lorenz(), 10, 1e-6).counts.logged;
     const std::size_t fine = integration::run_model(Lorenz(), 10, 1e-12).counts.logged;
     EXPECT_GT(fine, 5 * coarse);
 }
 
-TEST(LorenzTest, aLongRunGivesManyRows) {
+TEST(LorenzTest, longRunGivesManyRows) {
     EXPECT_GT(integration::run_model(Lorenz(), 500).counts.logged, 50000u);
 }
 

@@ -14,7 +14,7 @@ using logging2::core::test::writeBytes;
 using simulate::OutputDirectory;
 using Names = std::vector<std::string>;
 
-TEST(OutputDirectoryTest, filesAppearTogetherWithCommit) {
+TEST(OutputDirectoryTest, commitPlacesAllFilesTogether) {
     const TemporaryDirectory parent;
     const auto directory = parent.path() / "a";
     OutputDirectory output(directory);
@@ -25,7 +25,7 @@ TEST(OutputDirectoryTest, filesAppearTogetherWithCommit) {
     EXPECT_EQ(bytesOf(directory / "y"), "1");
 }
 
-TEST(OutputDirectoryTest, leavesNothingButTheFiles) {
+TEST(OutputDirectoryTest, commitLeavesOnlyTheFiles) {
     const TemporaryDirectory parent;
     {
         OutputDirectory output(parent.path());
@@ -35,7 +35,7 @@ TEST(OutputDirectoryTest, leavesNothingButTheFiles) {
     EXPECT_EQ(parent.names(), Names{"x"});
 }
 
-TEST(OutputDirectoryTest, withoutCommitNothingRemains) {
+TEST(OutputDirectoryTest, nothingRemainsWithoutCommit) {
     const TemporaryDirectory parent;
     {
         const OutputDirectory output(parent.path() / "a" / "b" / "c/");
@@ -45,7 +45,7 @@ TEST(OutputDirectoryTest, withoutCommitNothingRemains) {
     EXPECT_EQ(parent.names(), Names{});
 }
 
-TEST(OutputDirectoryTest, withoutCommitFormerFilesRemain) {
+TEST(OutputDirectoryTest, existingFilesRemainWithoutCommit) {
     const TemporaryDirectory parent;
     writeBytes(parent.path() / "x", "former");
     {
@@ -56,7 +56,7 @@ TEST(OutputDirectoryTest, withoutCommitFormerFilesRemain) {
     EXPECT_EQ(parent.names(), Names{"x"});
 }
 
-TEST(OutputDirectoryTest, commitReplacesFormerFiles) {
+TEST(OutputDirectoryTest, commitReplacesExistingFiles) {
     const TemporaryDirectory parent;
     writeBytes(parent.path() / "x", "former");
     OutputDirectory output(parent.path());
@@ -65,7 +65,7 @@ TEST(OutputDirectoryTest, commitReplacesFormerFiles) {
     EXPECT_EQ(bytesOf(parent.path() / "x"), "new");
 }
 
-TEST(OutputDirectoryTest, aDirectoryInTheWayIsFoundBeforeAnyFileMoves) {
+TEST(OutputDirectoryTest, obstructingDirectoryIsDetectedBeforeAnyFileMoves) {
     const TemporaryDirectory parent;
     std::filesystem::create_directory(parent.path() / "z");
     {
@@ -77,7 +77,7 @@ TEST(OutputDirectoryTest, aDirectoryInTheWayIsFoundBeforeAnyFileMoves) {
     EXPECT_EQ(parent.names(), Names{"z"});
 }
 
-TEST(OutputDirectoryTest, aFileIsNoDirectory) {
+TEST(OutputDirectoryTest, fileIsRefusedAsADirectory) {
     const TemporaryDirectory parent;
     writeBytes(parent.path() / "file", "");
     EXPECT_THROW(OutputDirectory(parent.path() / "file"), simulate::HostError);

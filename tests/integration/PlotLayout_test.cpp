@@ -26,7 +26,7 @@ std::vector<std::string> y_labels(const Plot& plot) {
     return labels;
 }
 
-TEST(PlotLayoutTest, everyQuantityHasAPanelOfItsOwn) {
+TEST(PlotLayoutTest, everyQuantityHasItsOwnPanel) {
     const LoggedRun run = integration::run_model(simulate::DcMotor(), 0.1);
     EXPECT_EQ(y_labels(plot_of(run, 0)), (std::vector<std::string>{"current [A]", "speed [rad/s]",
                                                                    "angle [rad]", "torque [N m]"}));
@@ -34,7 +34,7 @@ TEST(PlotLayoutTest, everyQuantityHasAPanelOfItsOwn) {
               (std::vector<std::string>{"speed [rad/s]", "voltage [V]"}));
 }
 
-TEST(PlotLayoutTest, aliasesAreOneCurveWithBothNames) {
+TEST(PlotLayoutTest, aliasesShareACurveWithBothNames) {
     const LoggedRun run = integration::run_model(simulate::DcMotor(), 0.1);
     const Plot plot = plot_of(run, 1);
     EXPECT_TRUE(plot.held);
@@ -65,7 +65,7 @@ TEST(PlotLayoutTest, eventsOutsideTheTimeAxisAreLeftOut) {
     EXPECT_EQ(plot.events[0].label, "impact");
 }
 
-TEST(PlotLayoutTest, stepsThatABackendKeptAreMarkedAndNotPartOfTheCurve) {
+TEST(PlotLayoutTest, rejectedStepsAreMarkedOutsideTheCurve) {
     integration::run_model(simulate::BouncingBall(), 1);
     const LoggedRun run =
         integration::run_model(simulate::BouncingBall(), 1, 1e-9, simulate::Backend("declining"));
@@ -76,7 +76,7 @@ TEST(PlotLayoutTest, stepsThatABackendKeptAreMarkedAndNotPartOfTheCurve) {
     EXPECT_NE(simulate::plot_script(plot, "x").find("rejected step"), std::string::npos);
 }
 
-TEST(PlotLayoutTest, aPhasePlotShowsTheEndOfTheRun) {
+TEST(PlotLayoutTest, phasePlotShowsTheEndOfTheRun) {
     const LoggedRun run = integration::run_model(simulate::Lorenz(), 150);
     const Plot plot = plot_of(run, 0, "1");
     ASSERT_EQ(plot.phase.size(), 1u);
@@ -87,13 +87,13 @@ TEST(PlotLayoutTest, aPhasePlotShowsTheEndOfTheRun) {
     EXPECT_EQ(plot.series.size(), 3u);
 }
 
-TEST(PlotLayoutTest, aLongRunIsThinned) {
+TEST(PlotLayoutTest, longRunIsThinned) {
     const LoggedRun run = integration::run_model(simulate::DcMotor(), 60);
     EXPECT_LE(plot_of(run, 1).series[0].curves[0].points.size(), 4002u);
     EXPECT_GT(run.groups[1].times.size(), 10000u);
 }
 
-TEST(PlotLayoutTest, aSingleSampleHasAxes) {
+TEST(PlotLayoutTest, singleSampleHasAxes) {
     const simulate::GroupInfo info{0, "g", false, {{"a", 0, {{"", "length", "m"}}}}, {}};
     const Plot plot = lay_out_plot({info, {5}, {{3}}}, {"", "", "s", {{4, "early"}}});
     EXPECT_LT(plot.series[0].x.low, 5);

@@ -14,7 +14,7 @@ using logging2::core::test::TemporaryDirectory;
 using logging2::core::test::writeBytes;
 using Names = std::vector<std::string>;
 
-/// Exit status 2, nothing on standard output, and one line that says what was wrong.
+/// Expects exit status 2, nothing on standard output, and one line that says what was wrong.
 void expect_error(const ProcessResult& result, const std::string& text) {
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.out, "");
@@ -32,12 +32,12 @@ struct BadCommand {
 TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
     const std::vector<BadCommand> commands{
         {"", "no model given"},
-        {"nope", "no such model: \"nope\" (there are: bouncing-ball, dc-motor, lorenz)"},
-        {"\"$(printf 'a\\nb')\"", "no such model: \"a?b\""},
+        {"nope", "there is no model \"nope\" (the models are: bouncing-ball, dc-motor, lorenz)"},
+        {"\"$(printf 'a\\nb')\"", "there is no model \"a?b\""},
         {"lorenz extra", "extra"},
         {"lorenz --bogus", "--bogus"},
-        {"lorenz --backend nope", "no such back-end: \"nope\" (there are: memory, "},
-        {"lorenz --backend 'mem*'", "no such back-end: \"mem*\""},
+        {"lorenz --backend nope", "there is no back-end \"nope\" (the back-ends are: memory, "},
+        {"lorenz --backend 'mem*'", "there is no back-end \"mem*\""},
         {"lorenz --backend memory --default", "--default"},
         {"lorenz --backend-library ./absent.so", "cannot load back-ends from \"./absent.so\": "},
         {"lorenz --checked --default", "--default"},
@@ -61,8 +61,8 @@ TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
         {"lorenz --point-limit 1.5", "--point-limit: \"1.5\" is not a whole number"},
         {"lorenz --point-limit 99999999999999999999", "is out of range"},
         {"lorenz --backend memory-restricted --point-limit 1152921504606846976",
-         "the back-end \"memory-restricted\" failed: a point limit of 1152921504606846976 is more "
-         "than memory can give"}};
+         "the back-end \"memory-restricted\" failed: a point limit of 1152921504606846976 is too "
+         "large for the memory"}};
     for (const BadCommand& command : commands) {
         SCOPED_TRACE(command.arguments);
         const TemporaryDirectory directory;
@@ -71,7 +71,7 @@ TEST(ProgramErrorsTest, badCommandLinesAreRefusedInOneLine) {
     }
 }
 
-TEST(ProgramErrorsTest, anOutputDirectoryThatIsAFileIsRefused) {
+TEST(ProgramErrorsTest, fileIsRefusedAsOutputDirectory) {
     const TemporaryDirectory directory;
     writeBytes(directory.path() / "file", "mine");
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 1 --out file"), "\"file\"");
@@ -80,15 +80,15 @@ TEST(ProgramErrorsTest, anOutputDirectoryThatIsAFileIsRefused) {
     EXPECT_EQ(directory.names(), Names{"file"});
 }
 
-TEST(ProgramErrorsTest, anOutputFileThatCannotBePlacedLeavesNothing) {
+TEST(ProgramErrorsTest, obstructedOutputFileLeavesNoOutput) {
     const TemporaryDirectory directory;
     std::filesystem::create_directory(directory.path() / "dc-motor_motor.csv");
     expect_error(run_simulate(directory.path(), "dc-motor --no-plots --out ."),
-                 "\"dc-motor_motor.csv\" is in the way");
+                 "\"dc-motor_motor.csv\" in it is a directory");
     EXPECT_EQ(directory.names(), Names{"dc-motor_motor.csv"});
 }
 
-TEST(ProgramErrorsTest, aFileThatCannotBeWrittenWholeLeavesNothing) {
+TEST(ProgramErrorsTest, incompleteOutputFileLeavesNoOutput) {
     const TemporaryDirectory directory;
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 100 --no-plots",
                               "trap '' XFSZ; ulimit -f 64;"),
@@ -96,34 +96,34 @@ TEST(ProgramErrorsTest, aFileThatCannotBeWrittenWholeLeavesNothing) {
     EXPECT_EQ(directory.names(), Names{});
 }
 
-TEST(ProgramErrorsTest, standardOutputThatIsFullIsAnError) {
+TEST(ProgramErrorsTest, fullStandardOutputIsAnError) {
     const TemporaryDirectory directory;
     const auto result = run_simulate(directory.path(), "--list >/dev/full");
     expect_error(result, "cannot write to standard output");
 }
 
-TEST(ProgramErrorsTest, aMissingGnuplotIsToldBeforeTheRun) {
+TEST(ProgramErrorsTest, missingGnuplotIsReportedBeforeTheRun) {
     const TemporaryDirectory directory;
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 1e6", "PATH=/nowhere"),
-                 "gnuplot is not installed (not found on PATH); --no-plots does without");
+                 "gnuplot is not on the PATH; install it, or use --no-plots");
     EXPECT_EQ(directory.names(), Names{});
 }
 
-TEST(ProgramErrorsTest, withoutPlotsGnuplotIsNotNeeded) {
+TEST(ProgramErrorsTest, gnuplotIsNotNeededWithoutPlots) {
     const TemporaryDirectory directory;
     const auto result =
         run_simulate(directory.path(), "lorenz --stop-time 1 --no-plots", "PATH=/nowhere");
     EXPECT_EQ(result.status, 0) << result.err;
 }
 
-/// A directory with a program "gnuplot" that does what the shell text says.
+/// Makes a program "gnuplot" that runs the shell text.
 void make_gnuplot(const std::filesystem::path& directory, const std::string& text) {
     std::filesystem::create_directory(directory / "bin");
     writeBytes(directory / "bin" / "gnuplot", "#!/bin/sh\n" + text + '\n');
     std::filesystem::permissions(directory / "bin" / "gnuplot", std::filesystem::perms::owner_all);
 }
 
-TEST(ProgramErrorsTest, whatGnuplotSaysIsPassedOn) {
+TEST(ProgramErrorsTest, messageOfGnuplotIsShown) {
     const TemporaryDirectory directory;
     make_gnuplot(directory.path(), "cat >/dev/null; echo no terminal of that kind >&2; exit 1");
     expect_error(run_simulate(directory.path(), "bouncing-ball", "PATH=$PWD/bin:$PATH"),
@@ -131,7 +131,7 @@ TEST(ProgramErrorsTest, whatGnuplotSaysIsPassedOn) {
     EXPECT_EQ(directory.names(), Names{"bin"});
 }
 
-TEST(ProgramErrorsTest, aGnuplotThatDoesNotReadIsAnError) {
+TEST(ProgramErrorsTest, gnuplotThatDoesNotReadIsAnError) {
     const TemporaryDirectory directory;
     make_gnuplot(directory.path(), "exit 3");
     expect_error(run_simulate(directory.path(), "lorenz --stop-time 200", "PATH=$PWD/bin:$PATH"),
@@ -139,7 +139,7 @@ TEST(ProgramErrorsTest, aGnuplotThatDoesNotReadIsAnError) {
     EXPECT_EQ(directory.names(), Names{"bin"});
 }
 
-TEST(ProgramErrorsTest, aPictureThatIsNotWholeIsAnError) {
+TEST(ProgramErrorsTest, incompletePictureIsAnError) {
     const TemporaryDirectory directory;
     make_gnuplot(directory.path(), "cat >/dev/null; echo '<svg>' >bouncing-ball_ball.svg");
     expect_error(run_simulate(directory.path(), "bouncing-ball", "PATH=$PWD/bin:$PATH"),

@@ -57,7 +57,7 @@ TEST(ProgramTest, printsTheTable) {
     EXPECT_TRUE(std::regex_match(result.out, format)) << result.out;
 }
 
-TEST(ProgramTest, leavesOneCsvPerGroup) {
+TEST(ProgramTest, writesOneCsvPerGroup) {
     const TemporaryDirectory directory;
     EXPECT_EQ(run_simulate(directory.path(), "dc-motor --no-plots --out .").status, 0);
     EXPECT_EQ(directory.names(), (Names{"dc-motor_controller.csv", "dc-motor_motor.csv"}));
@@ -117,14 +117,14 @@ TEST(ProgramTest, checkedRunsOfEveryModelWriteTheSameCsv) {
     }
 }
 
-/// How many files are anywhere below the directory.
+/// The number of files below the directory, at any depth.
 std::ptrdiff_t file_count(const std::filesystem::path& directory) {
     const std::filesystem::recursive_directory_iterator entries(directory);
     return std::count_if(begin(entries), end(entries),
                          [](const auto& entry) { return entry.is_regular_file(); });
 }
 
-TEST(ProgramTest, theFilesOfABackendOnFilesAreGoneAfterTheRun) {
+TEST(ProgramTest, filesOfTheBackendAreDeletedAfterTheRun) {
     const TemporaryDirectory directory;
     const TemporaryDirectory backendFiles;
     const auto result =
@@ -135,7 +135,7 @@ TEST(ProgramTest, theFilesOfABackendOnFilesAreGoneAfterTheRun) {
     EXPECT_EQ(file_count(backendFiles.path()), 0);
 }
 
-TEST(ProgramTest, tellsOfStepsThatTheBackendKept) {
+TEST(ProgramTest, summaryReportsRejectedStepsThatWereKept) {
     const TemporaryDirectory directory;
     const auto result = run_simulate(directory.path(), "bouncing-ball --no-plots --backend native");
     EXPECT_EQ(result.status, 0);
@@ -186,8 +186,9 @@ TEST(ProgramTest, drawsASingleSample) {
 }
 
 #ifndef INTEGRATION_WITH_SANITIZERS
-// 5.2 million rows, 166 MB, of which 134 MB are one full buffer; what is read back is 166 MB again.
-TEST(ProgramTest, aRunLargerThanABufferStaysBelow448MiB) {
+// The run has 5.2 million rows or 166 MB, of which 134 MB are one full buffer. Reading them back
+// takes 166 MB again.
+TEST(ProgramTest, runLargerThanABufferStaysBelow448MiB) {
     const TemporaryDirectory directory;
     const auto result =
         run_simulate(directory.path(), "lorenz --backend native --stop-time 30000 --no-plots");

@@ -20,7 +20,7 @@ protected:
     std::ostringstream out;
 };
 
-TEST_F(ProgressBarTest, aShortRunShowsNothing) {
+TEST_F(ProgressBarTest, shortRunShowsNothing) {
     {
         ProgressBar bar(out, true, 10, clock());
         time += 900ms;
@@ -29,7 +29,7 @@ TEST_F(ProgressBarTest, aShortRunShowsNothing) {
     EXPECT_EQ(out.str(), "");
 }
 
-TEST_F(ProgressBarTest, aRunOfMoreThanASecondShowsHowFarItIs) {
+TEST_F(ProgressBarTest, runLongerThanASecondShowsItsProgress) {
     ProgressBar bar(out, true, 10, clock());
     time += 1100ms;
     bar.show(5);
@@ -60,7 +60,7 @@ TEST_F(ProgressBarTest, isErasedAtTheEnd) {
     EXPECT_EQ(out.str().substr(out.str().size() - erase.size()), erase);
 }
 
-TEST_F(ProgressBarTest, showsNothingWhereThereIsNoTerminal) {
+TEST_F(ProgressBarTest, showsNothingWithoutATerminal) {
     {
         ProgressBar bar(out, false, 10, clock());
         time += 5s;

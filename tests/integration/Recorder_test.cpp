@@ -20,7 +20,7 @@ foundation::Message message(const std::string& key) {
     return {"catalog", key, {}};
 }
 
-TEST(RecorderTest, passesStepsOnAndCountsThem) {
+TEST(RecorderTest, forwardsAndCountsSteps) {
     SpyWriter writer(setup());
     const RollbackWarnings warnings;
     Recorder recorder(writer, warnings);
@@ -33,7 +33,7 @@ TEST(RecorderTest, passesStepsOnAndCountsThem) {
     EXPECT_EQ(recorder.counts().declined, 0u);
 }
 
-TEST(RecorderTest, aRefusedSampleEndsTheRun) {
+TEST(RecorderTest, refusedSampleEndsTheRun) {
     SpyWriter writer(setup());
     writer.accepts = false;
     const RollbackWarnings warnings;
@@ -41,7 +41,7 @@ TEST(RecorderTest, aRefusedSampleEndsTheRun) {
     EXPECT_THROW(recorder.step(0, 1.0, std::array{10.0}), simulate::HostError);
 }
 
-TEST(RecorderTest, reportsProgressNowAndThen) {
+TEST(RecorderTest, reportsProgressEvery4096Steps) {
     SpyWriter writer(setup());
     const RollbackWarnings warnings;
     std::vector<double> reports;
@@ -52,7 +52,7 @@ TEST(RecorderTest, reportsProgressNowAndThen) {
     EXPECT_EQ(reports, (std::vector<double>{4096, 8192}));
 }
 
-TEST(RollbackWarningsTest, countsDeclinedRollbacksOnly) {
+TEST(RollbackWarningsTest, countsOnlyDeclinedRollbacks) {
     const auto former = foundation::setWarningHandler([](const foundation::Message&) {});
     const RollbackWarnings warnings;
     foundation::issueWarning(message("RollbackNotSupported"));
@@ -62,7 +62,7 @@ TEST(RollbackWarningsTest, countsDeclinedRollbacksOnly) {
     foundation::setWarningHandler(former);
 }
 
-TEST(RollbackWarningsTest, passesOtherWarningsOnAndRestoresTheHandler) {
+TEST(RollbackWarningsTest, forwardsOtherWarningsAndRestoresTheHandler) {
     std::vector<std::string> seen;
     const auto former = foundation::setWarningHandler(
         [&](const foundation::Message& warning) { seen.push_back(warning.key()); });

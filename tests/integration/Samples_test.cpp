@@ -10,7 +10,7 @@ namespace {
 
 using Indices = std::vector<std::size_t>;
 
-TEST(SamplesTest, rejectedSamplesAreThoseBehindALaterOne) {
+TEST(SamplesTest, sampleFollowedByAnEarlierTimeIsRejected) {
     struct Case {
         std::vector<double> times;
         Indices rejected;
@@ -32,7 +32,7 @@ TEST(SamplesTest, acceptedSamplesAreTheOthers) {
     EXPECT_EQ(simulate::accepted_samples({0, 1, 3, 2, 2, 4}), (Indices{0, 1, 3, 4, 5}));
 }
 
-TEST(SamplesTest, componentsAreTakenOutOfSampleMajorValues) {
+TEST(SamplesTest, componentsAreExtractedFromSampleMajorValues) {
     EXPECT_EQ(simulate::component_of({1, 2, 3, 4, 5, 6}, 3, 1), (std::vector<double>{2, 5}));
     EXPECT_EQ(simulate::component_of({1, 2}, 1, 0), (std::vector<double>{1, 2}));
     EXPECT_TRUE(simulate::component_of({}, 3, 2).empty());
@@ -42,7 +42,7 @@ TEST(SamplesTest, fewSamplesAreNotThinned) {
     EXPECT_EQ(simulate::thin_samples({3, 4, 7}, std::vector<double>(8), 3), (Indices{3, 4, 7}));
 }
 
-TEST(SamplesTest, thinningKeepsEndsAndExtremesAndTheOrder) {
+TEST(SamplesTest, thinningKeepsEndsExtremesAndOrder) {
     std::vector<double> values(10000);
     for (std::size_t k = 0; k < values.size(); ++k) {
         values[k] = std::sin(static_cast<double>(k) / 100);

@@ -28,7 +28,7 @@ TEST(TableTest, hasOneLinePerComponent) {
               "point.y            3          0.5         2.25           10           30  V\n");
 }
 
-TEST(TableTest, aGroupWithoutSamplesHasDashes) {
+TEST(TableTest, groupWithoutSamplesShowsDashes) {
     GroupResult group = wide_group();
     group.times.clear();
     group.values = {{}, {}};
@@ -40,7 +40,7 @@ TEST(TableTest, aGroupWithoutSamplesHasDashes) {
         << out.str();
 }
 
-TEST(TableTest, summaryTellsStepsAndRate) {
+TEST(TableTest, summaryReportsStepsAndRate) {
     std::ostringstream out;
     simulate::print_summary(out, {{1000, 12, 0}, 0.5});
     EXPECT_EQ(out.str(), "steps logged      1000\n"
@@ -48,7 +48,7 @@ TEST(TableTest, summaryTellsStepsAndRate) {
                          "rows per second   2000 (solving and logging: 0.5 s)\n");
 }
 
-TEST(TableTest, summaryTellsStepsThatABackendKept) {
+TEST(TableTest, summaryReportsRejectedStepsThatWereKept) {
     std::ostringstream out;
     simulate::print_summary(out, {{1000, 0, 12}, 0.5});
     EXPECT_NE(out.str().find("steps kept        12 (RollbackNotSupported: "), std::string::npos);

@@ -25,7 +25,7 @@ protected:
         return foundation::get_global_bundle_context();
     }
 
-    /// The services of every interface.
+    /// The number of services of all interfaces.
     static std::size_t serviceCount() { return context().GetServiceReferences("").size(); }
 };
 
@@ -43,7 +43,7 @@ inline auto readerNamed(const std::string& name) {
     return get_stream_reader(name, boost::any());
 }
 
-/// Gives both services of a back-end a ranking; they keep their other properties.
+/// Sets the ranking of both services of a back-end and keeps their other properties.
 inline void setRanking(BackendRegistrations& registrations, const BackendInfo& info, int ranking) {
     const std::string nameKeys[] = {vtllogging_write_type_id(), vtllogging_read_type_id()};
     for (std::size_t i = 0; i < registrations.size(); ++i) {
@@ -57,7 +57,7 @@ inline void setRanking(BackendRegistrations& registrations, const BackendInfo& i
     }
 }
 
-/// Removes all properties of a service but this one.
+/// Removes all properties of a service and sets this one.
 inline void setProperty(cppmicroservices::ServiceRegistrationU& registration,
                         const std::string& key, const cppmicroservices::Any& value) {
     cppmicroservices::ServiceProperties properties;

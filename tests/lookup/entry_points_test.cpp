@@ -11,7 +11,7 @@ namespace {
 
 using cppmicroservices::ServiceProperties;
 
-/// How often the functions of a back-end were called.
+/// The number of calls of a back-end's functions.
 struct Calls {
     int writers = 0;
     int readers = 0;
@@ -36,7 +36,7 @@ protected:
         return calls;
     }
 
-    /// Registers a service of the interface that has no service object.
+    /// Registers a service of the interface without a service object.
     template <class Interface>
     static void addNull(const std::string& key, const std::string& name, int ranking) {
         ServiceProperties properties;
@@ -46,11 +46,11 @@ protected:
             cppmicroservices::ToFactory(std::make_shared<NullServiceFactory>()), properties);
     }
 
-    /// Of the back-end that was added last.
+    /// The registrations of the back-end that was added last.
     BackendRegistrations registrations;
 };
 
-TEST_F(EntryPointsTest, nameOfNoServiceGivesTheEmptyOptional) {
+TEST_F(EntryPointsTest, unknownNameGivesAnEmptyOptional) {
     EXPECT_FALSE(writerNamed("absent").has_value());
     EXPECT_FALSE(readerNamed("absent").has_value());
     add("present");
@@ -69,7 +69,7 @@ TEST_F(EntryPointsTest, serviceIsFoundByItsName) {
     EXPECT_EQ(other->readers, 0);
 }
 
-TEST_F(EntryPointsTest, writerAndReaderServicesAreToldApartByTheirKeys) {
+TEST_F(EntryPointsTest, writerAndReaderServicesAreFoundByTheirOwnKeys) {
     add("n");
     ServiceProperties readerName;
     readerName[vtllogging_read_type_id()] = std::string("n");
@@ -113,7 +113,7 @@ TEST_F(EntryPointsTest, onlyTheFirstReferenceIsTried) {
     EXPECT_EQ(good->readers, 0);
 }
 
-TEST_F(EntryPointsTest, servicesAreReleasedAndTheirProductsOutliveThem) {
+TEST_F(EntryPointsTest, writersAndReadersOutliveTheirServices) {
     const std::weak_ptr<const Calls> watched = add("n");
     const auto writer = writerNamed("n");
     const auto reader = readerNamed("n");
@@ -126,7 +126,7 @@ TEST_F(EntryPointsTest, servicesAreReleasedAndTheirProductsOutliveThem) {
     EXPECT_TRUE((*reader)->times().empty());
 }
 
-TEST_F(EntryPointsTest, nameGoesIntoTheFilterUnescaped) {
+TEST_F(EntryPointsTest, nameIsNotEscapedInTheFilter) {
     const auto service = add("memory-fast");
     EXPECT_TRUE(writerNamed("memory*").has_value());
     EXPECT_TRUE(writerNamed("memory\\-fast").has_value());
@@ -135,13 +135,13 @@ TEST_F(EntryPointsTest, nameGoesIntoTheFilterUnescaped) {
     EXPECT_EQ(service->readers, 1);
 }
 
-TEST_F(EntryPointsTest, nameOfSpecialCharactersIsFoundWhereItIsEscaped) {
+TEST_F(EntryPointsTest, escapedSpecialCharactersFindTheService) {
     add("n");
     setProperty(registrations[0], vtllogging_write_type_id(), std::string("a)b*"));
     EXPECT_TRUE(writerNamed("a\\)b\\*").has_value());
 }
 
-TEST_F(EntryPointsTest, malformedNameIsRefusedOnlyWhereAServiceIsRegistered) {
+TEST_F(EntryPointsTest, malformedNameThrowsOnlyIfAServiceIsRegistered) {
     EXPECT_FALSE(writerNamed("a)b").has_value());
     EXPECT_FALSE(readerNamed("a)b").has_value());
     add("n");
@@ -157,14 +157,14 @@ TEST_F(EntryPointsTest, emptyNameFindsNothing) {
     EXPECT_FALSE(readerNamed("").has_value());
 }
 
-TEST_F(EntryPointsTest, stoppedFrameworkGivesTheEmptyOptional) {
+TEST_F(EntryPointsTest, stoppedFrameworkGivesAnEmptyOptional) {
     add("n");
     foundation::stop_vantrel_core();
     EXPECT_FALSE(writerNamed("n").has_value());
     EXPECT_FALSE(readerNamed("n").has_value());
 }
 
-TEST_F(EntryPointsTest, namedLookUpWorksOnManyThreads) {
+TEST_F(EntryPointsTest, manyThreadsMayLookUpNames) {
     register_backend(context(), memoryBackend("n"));
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
@@ -181,7 +181,7 @@ TEST_F(EntryPointsTest, namedLookUpWorksOnManyThreads) {
     }
 }
 
-TEST_F(EntryPointsTest, defaultsAreTheMemoryBackEndWhateverIsRegistered) {
+TEST_F(EntryPointsTest, defaultsIgnoreRegisteredBackends) {
     const auto calls = add("memory", 100);
     const auto writer = get_default_stream_writer(StreamingAttributes{}, scalarSetup());
     EXPECT_NE(dynamic_cast<MemoryStreamWriter*>(writer.get()), nullptr);
@@ -205,19 +205,19 @@ TEST(DefaultEntryPointsTest, workWithoutAFramework) {
     EXPECT_FALSE(foundation::get_global_bundle_context());
 }
 
-TEST(DefaultEntryPointsTest, readerOfAnotherStoreIsABadAnyCast) {
+TEST(DefaultEntryPointsTest, readerOfAnotherStoreThrowsBadAnyCast) {
     EXPECT_THROW(get_default_stream_reader(boost::any(1)), boost::bad_any_cast);
     EXPECT_THAT(get_default_stream_reader(boost::any())->times(), ::testing::IsEmpty());
 }
 
-TEST(NamedEntryPointsTest, startTheFramework) {
+TEST(NamedEntryPointsTest, writersStartTheFramework) {
     EXPECT_FALSE(foundation::get_global_bundle_context());
     EXPECT_FALSE(writerNamed("absent").has_value());
     EXPECT_TRUE(foundation::get_global_bundle_context());
     foundation::stop_vantrel_core();
 }
 
-TEST(NamedEntryPointsTest, readersStartTheFrameworkToo) {
+TEST(NamedEntryPointsTest, readersStartTheFramework) {
     EXPECT_FALSE(readerNamed("absent").has_value());
     EXPECT_TRUE(foundation::get_global_bundle_context());
     foundation::stop_vantrel_core();

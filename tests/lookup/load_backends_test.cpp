@@ -20,7 +20,7 @@ using ::testing::ThrowsMessage;
 
 using LoadBackendsTest = LookUpTest;
 
-/// The path of a shared library that was built beside this test.
+/// The path of a shared library that is built with this test.
 std::string module_file(const std::string& name) {
     return LOGGING2_TEST_MODULES "/" + name + ".so";
 }
@@ -33,8 +33,7 @@ bool is_loaded(const std::string& file) {
     return library != nullptr;
 }
 
-/// Expects a std::runtime_error that names the file and says the reason, and that nothing is
-/// registered.
+/// Expects a std::runtime_error that names the file and the reason, and no registered service.
 void expect_not_loaded(const std::string& file, const std::string& reason) {
     EXPECT_THAT(
         [&] { load_backends(file, foundation::get_global_bundle_context()); },
@@ -69,7 +68,7 @@ TEST_F(LoadBackendsTest, writerOfTheLibraryOutlivesItsRegistration) {
     EXPECT_THAT(*memoryStore(**writer, "x").values, ::testing::ElementsAre(1.0, 2.0));
 }
 
-TEST_F(LoadBackendsTest, libraryThatIsLoadedTwiceIsRegisteredTwice) {
+TEST_F(LoadBackendsTest, libraryLoadedTwiceIsRegisteredTwice) {
     BackendRegistrations first = load_backends(module_file("two_backends"), context());
     load_backends(module_file("two_backends"), context());
     EXPECT_EQ(serviceCount(), 8U);
@@ -81,7 +80,7 @@ TEST_F(LoadBackendsTest, missingFileIsRefused) {
     expect_not_loaded("/nowhere/absent.so", "No such file or directory");
 }
 
-TEST_F(LoadBackendsTest, fileThatIsNoLibraryIsRefused) {
+TEST_F(LoadBackendsTest, fileThatIsNotALibraryIsRefused) {
     const TemporaryDirectory directory;
     const std::string file = (directory.path() / "text.so").string();
     writeBytes(file, "This is a text, and it is longer than the header of a shared library.\n");
@@ -94,18 +93,18 @@ TEST_F(LoadBackendsTest, libraryWithoutTheFunctionIsRefusedAndStaysLoaded) {
     EXPECT_TRUE(is_loaded(module_file("no_function")));
 }
 
-TEST_F(LoadBackendsTest, nameWithoutASlashIsLookedUpInTheSystemsDirectories) {
+TEST_F(LoadBackendsTest, nameWithoutASlashIsSearchedInSystemDirectories) {
     expect_not_loaded("libm.so.6", "it does not export the function logging2_backends");
     expect_not_loaded("two_backends.so", "cannot open shared object file");
 }
 
-TEST_F(LoadBackendsTest, exceptionOfTheLibraryReachesTheCallerUnchanged) {
+TEST_F(LoadBackendsTest, exceptionOfTheLibraryPropagatesUnchanged) {
     EXPECT_THAT([] { load_backends(module_file("throwing"), context()); },
                 ThrowsMessage<std::domain_error>("no licence"));
     EXPECT_EQ(serviceCount(), 0U);
 }
 
-TEST_F(LoadBackendsTest, badBackendRegistersNoneOfTheLibrary) {
+TEST_F(LoadBackendsTest, badBackendPreventsAllRegistrationsOfItsLibrary) {
     EXPECT_THAT([] { load_backends(module_file("bad_backend"), context()); },
                 ThrowsMessage<std::invalid_argument>(
                     "register_backend: the name of the back-end \"a*b\" contains * ( ) \\ or the "
@@ -118,7 +117,7 @@ TEST_F(LoadBackendsTest, invalidContextIsRefused) {
                  cppmicroservices::IllegalStateException);
 }
 
-TEST_F(LoadBackendsTest, threadsLoadAtOnce) {
+TEST_F(LoadBackendsTest, threadsMayLoadAtOnce) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([] {

@@ -4,12 +4,12 @@
 #include <exception>
 #include <thread>
 
-// A back-end comes and goes while another thread looks it up.
+// A back-end is registered and unregistered while another thread looks it up.
 
 namespace logging2::core::test {
 namespace {
 
-/// How the look-ups of a run ended.
+/// The results of the look-ups in a run.
 struct Outcomes {
     int found = 0;
     int notFound = 0;
@@ -19,10 +19,10 @@ struct Outcomes {
 
 class LookUpRaceTest : public LookUpTest {
 protected:
-    /// Looks up until the back-end was both found and not found often enough, or an exception came
-    /// out.
+    /// Looks up until the back-end was found and not found often enough, or an exception was
+    /// thrown.
     template <class LookUp>
-    static Outcomes lookUpWhileBackendComesAndGoes(LookUp lookUp) {
+    static Outcomes lookUpDuringRegistrations(LookUp lookUp) {
         std::atomic<bool> done{false};
         std::thread registering([&done] {
             while (!done) {
@@ -46,14 +46,14 @@ protected:
     }
 };
 
-TEST_F(LookUpRaceTest, writerIsFoundOrNotAndNothingIsThrown) {
-    const Outcomes outcomes = lookUpWhileBackendComesAndGoes([] { return writerNamed("n"); });
+TEST_F(LookUpRaceTest, concurrentRegistrationNeverBreaksWriterLookUps) {
+    const Outcomes outcomes = lookUpDuringRegistrations([] { return writerNamed("n"); });
     EXPECT_EQ(outcomes.error, "");
     EXPECT_EQ(outcomes.nulls, 0);
 }
 
-TEST_F(LookUpRaceTest, readerIsFoundOrNotAndNothingIsThrown) {
-    const Outcomes outcomes = lookUpWhileBackendComesAndGoes([] { return readerNamed("n"); });
+TEST_F(LookUpRaceTest, concurrentRegistrationNeverBreaksReaderLookUps) {
+    const Outcomes outcomes = lookUpDuringRegistrations([] { return readerNamed("n"); });
     EXPECT_EQ(outcomes.error, "");
     EXPECT_EQ(outcomes.nulls, 0);
 }

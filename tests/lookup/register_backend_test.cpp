@@ -20,7 +20,7 @@ const std::vector<char> refusedCharacters{'*', '(', ')', '\\', '\x7f'};
 
 class RegisterBackendTest : public LookUpTest {
 protected:
-    /// The message of the std::invalid_argument with which the back-end is refused.
+    /// The message of the std::invalid_argument that refuses the back-end.
     static std::string refusal(const Backend& backend) {
         try {
             register_backend(context(), backend);
@@ -51,7 +51,7 @@ TEST_F(RegisterBackendTest, functionsGetTheCallersArguments) {
     Backend backend = memoryBackend("n");
     backend.createWriter = [&](const StreamingAttributes& given, const GroupSetup& groups) {
         EXPECT_EQ(given.pointLimit, 17U);
-        EXPECT_EQ(groups.begin(), setup.begin()) << "another setup's block";
+        EXPECT_EQ(groups.begin(), setup.begin()) << "the setup was copied";
         return std::make_unique<MemoryStreamWriter>(given, groups);
     };
     const boost::any dataStore = MemoryDatastore();
@@ -98,7 +98,7 @@ TEST_F(RegisterBackendTest, emptyNameIsRefused) {
     EXPECT_EQ(serviceCount(), 0U);
 }
 
-TEST_F(RegisterBackendTest, charactersOfFiltersAreRefusedAnywhereInTheName) {
+TEST_F(RegisterBackendTest, filterCharactersAreRefusedAnywhereInTheName) {
     for (const char character : refusedCharacters) {
         for (const std::string& name :
              {std::string(1, character), character + std::string("b"),
@@ -120,18 +120,18 @@ TEST_F(RegisterBackendTest, everyOtherCharacterFindsItsOwnBackend) {
             names.push_back(character + std::string("b") + character);
         }
     }
-    std::string asked;
+    std::string found;
     for (const std::string& name : names) {
         Backend backend = memoryBackend(name);
-        backend.createWriter = [&asked, name](auto&&...) {
-            asked = name;
+        backend.createWriter = [&found, name](auto&&...) {
+            found = name;
             return nullptr;
         };
         register_backend(context(), backend);
     }
     for (const std::string& name : names) {
         EXPECT_TRUE(writerNamed(name).has_value());
-        EXPECT_EQ(asked, name);
+        EXPECT_EQ(found, name);
     }
 }
 
@@ -149,7 +149,7 @@ TEST_F(RegisterBackendTest, invalidContextIsRefused) {
     EXPECT_THROW(register_backends({}, {memoryBackend("n")}), IllegalStateException);
 }
 
-TEST_F(RegisterBackendTest, exceptionsOfTheFunctionsReachTheCallerUnchanged) {
+TEST_F(RegisterBackendTest, exceptionsOfTheFunctionsPropagateUnchanged) {
     Backend backend = memoryBackend("n");
     backend.createWriter = [](auto&&...) -> std::unique_ptr<StreamWriter> {
         throw std::domain_error("no licence");
@@ -161,7 +161,7 @@ TEST_F(RegisterBackendTest, exceptionsOfTheFunctionsReachTheCallerUnchanged) {
     EXPECT_THROW(readerNamed("n"), int);
 }
 
-TEST_F(RegisterBackendTest, nullOfTheFunctionsIsAnOptionalWithANullPointer) {
+TEST_F(RegisterBackendTest, nullFromAFunctionGivesAnOptionalNullPointer) {
     Backend backend = memoryBackend("n");
     backend.createWriter = [](auto&&...) { return nullptr; };
     backend.createReader = [](auto&&) { return nullptr; };
@@ -174,7 +174,7 @@ TEST_F(RegisterBackendTest, nullOfTheFunctionsIsAnOptionalWithANullPointer) {
     EXPECT_EQ(*reader, nullptr);
 }
 
-TEST_F(RegisterBackendTest, listIsRegisteredWithTwoServicesPerBackend) {
+TEST_F(RegisterBackendTest, everyListedBackendGetsTwoServices) {
     const BackendRegistrations registrations =
         register_backends(context(), {memoryBackend("a"), memoryBackend("b")});
     EXPECT_EQ(registrations.size(), 4U);
@@ -196,7 +196,7 @@ TEST_F(RegisterBackendTest, listWithABadBackendRegistersNone) {
     EXPECT_EQ(serviceCount(), 0U);
 }
 
-TEST_F(RegisterBackendTest, threadsRegisterAndUnregisterAtOnce) {
+TEST_F(RegisterBackendTest, threadsMayRegisterAndUnregisterAtOnce) {
     std::vector<std::thread> threads;
     for (const std::string name : {"a", "b"}) {
         threads.emplace_back([name] {
@@ -216,8 +216,8 @@ TEST_F(RegisterBackendTest, threadsRegisterAndUnregisterAtOnce) {
     EXPECT_EQ(serviceCount(), 0U);
 }
 
-// A framework of its own, because a stopped one stays stopped.
-TEST(RegisterBackendInAStoppingFrameworkTest, isDoneOrRefused) {
+// Uses its own framework, because a stopped framework stays stopped.
+TEST(RegisterBackendInAStoppingFrameworkTest, registrationSucceedsOrIsRefused) {
     for (int i = 0; i < 50; ++i) {
         cppmicroservices::Framework framework = cppmicroservices::FrameworkFactory().NewFramework();
         framework.Start();

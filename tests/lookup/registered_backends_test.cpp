@@ -29,7 +29,7 @@ void expect_info(const BackendInfo& actual, const BackendInfo& expected) {
     EXPECT_EQ(actual.isPersistent, expected.isPersistent);
 }
 
-TEST_F(RegisteredBackendsTest, nothingIsRegisteredAtFirst) {
+TEST_F(RegisteredBackendsTest, listIsEmptyAtFirst) {
     EXPECT_THAT(registered_backends(context()), IsEmpty());
 }
 
@@ -65,7 +65,7 @@ TEST_F(RegisteredBackendsTest, highestRankingComesFirst) {
     EXPECT_THAT(names(registered_backends(context())), ElementsAre("high", "a", "b", "low"));
 }
 
-TEST_F(RegisteredBackendsTest, nameIsListedOnceAsTheLookUpFindsIt) {
+TEST_F(RegisteredBackendsTest, duplicateNameIsListedAsTheLookUpFindsIt) {
     Backend first = memoryBackend("n");
     first.description = "first";
     Backend second = memoryBackend("n");
@@ -83,7 +83,7 @@ TEST_F(RegisteredBackendsTest, nameIsListedOnceAsTheLookUpFindsIt) {
     EXPECT_EQ(writerNamed("n").value(), nullptr);
 }
 
-TEST_F(RegisteredBackendsTest, serviceRegisteredByHandHasANameOnly) {
+TEST_F(RegisteredBackendsTest, serviceRegisteredByHandHasOnlyAName) {
     register_backend(context(), memoryBackend("helper"));
     const auto service =
         context().GetService(context().GetServiceReferences<StreamWriterService>().front());
@@ -113,7 +113,7 @@ TEST_F(RegisteredBackendsTest, invalidContextIsRefused) {
     EXPECT_THROW(registered_backends({}), cppmicroservices::IllegalStateException);
 }
 
-TEST_F(RegisteredBackendsTest, listIsWholeWhileAnotherThreadRegisters) {
+TEST_F(RegisteredBackendsTest, listIsConsistentWhileAnotherThreadRegisters) {
     register_backend(context(), memoryBackend("kept"));
     std::thread registering([] {
         for (int i = 0; i < 500; ++i) {

@@ -68,7 +68,7 @@ TEST(MemoryStreamReaderTest, emptyAnyGivesEmptyVectors) {
     EXPECT_THAT(reader.clone()->times(), IsEmpty());
 }
 
-TEST(MemoryStreamReaderTest, storeOfAnotherTypeIsABadAnyCast) {
+TEST(MemoryStreamReaderTest, storeOfAnotherTypeThrowsBadAnyCast) {
     for (const boost::any& other : {boost::any(1), boost::any(std::make_shared<MemoryDatastore>()),
                                     boost::any(Doubles{1.0})}) {
         try {
@@ -125,7 +125,7 @@ TEST(MemoryStreamReaderTest, dataOutlivesTheWriter) {
     EXPECT_THAT(reader.timeseries().second, ElementsAre(2.0));
 }
 
-TEST(MemoryStreamReaderTest, clonesMayBeReadOnSeveralThreads) {
+TEST(MemoryStreamReaderTest, severalThreadsMayReadClones) {
     const MemoryStreamReader reader(boost::any(store(Doubles(1000, 1.0), Doubles(1000, 2.0))));
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {

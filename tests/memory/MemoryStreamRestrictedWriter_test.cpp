@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-// What the restricted writer does otherwise than the one without limit.
+// Rules of the restricted writer that differ from those of the unrestricted one.
 
 namespace logging2::core::test {
 namespace {
@@ -40,7 +40,7 @@ TEST(MemoryStreamRestrictedWriterTest, keepsTheMostRecentSteps) {
     EXPECT_THAT(*memoryStore(writer, "x").values, ElementsAre(30.0, 40.0, 50.0));
 }
 
-TEST(MemoryStreamRestrictedWriterTest, limitCountsStepsOfEachGroupNotValues) {
+TEST(MemoryStreamRestrictedWriterTest, limitCountsTheStepsOfEachGroup) {
     auto writer = restricted(
         2, false,
         GroupSetup{{Group(0),
@@ -57,7 +57,7 @@ TEST(MemoryStreamRestrictedWriterTest, limitCountsStepsOfEachGroupNotValues) {
     EXPECT_EQ(memoryStore(writer, "b").values->size(), 2U);
 }
 
-TEST(MemoryStreamRestrictedWriterTest, overwrittenStepsDoNotComeBack) {
+TEST(MemoryStreamRestrictedWriterTest, rollbackDoesNotRestoreOverwrittenSteps) {
     auto writer = restricted(3);
     writeTimes(writer, {1.0, 2.0, 3.0, 4.0});
     writer.rollback(0, 3.5);
@@ -74,7 +74,7 @@ TEST(MemoryStreamRestrictedWriterTest, rollbackFreesRoomInTheRing) {
     EXPECT_THAT(heldTimes(writer), ElementsAre(2.0, 5.0, 6.0));
 }
 
-TEST(MemoryStreamRestrictedWriterTest, overwritingReleasesTheRowUnlessItIsHeldElsewhere) {
+TEST(MemoryStreamRestrictedWriterTest, overwritingReleasesTheRowUnlessItIsShared) {
     auto writer = restricted(1);
     writeTimes(writer, {1.0});
     const std::weak_ptr<std::vector<double>> first = writer.data(0)[0];
@@ -99,7 +99,7 @@ TEST(MemoryStreamRestrictedWriterTest, limitZeroDiscardsEveryStep) {
     EXPECT_THAT(*memoryStore(writer, "x").values, IsEmpty());
 }
 
-TEST(MemoryStreamRestrictedWriterTest, bothRingsHaveTheLimitAsTheirCapacity) {
+TEST(MemoryStreamRestrictedWriterTest, limitIsTheCapacityOfBothRings) {
     auto writer = restricted(5, false,
                              GroupSetup{{Group(0), LoggedPathsSetupData({}, {})},
                                         {Group(1), LoggedPathsSetupData({}, {})}});
@@ -117,13 +117,13 @@ TEST(MemoryStreamRestrictedWriterTest, repeatedTimeReplacesTheNewestStepOfAFullR
     EXPECT_THAT(*writer.data(0)[2], ElementsAre(99.0));
 }
 
-TEST(MemoryStreamRestrictedWriterTest, regressionBehindTheRingsHistoryEmptiesIt) {
+TEST(MemoryStreamRestrictedWriterTest, regressionBeforeTheOldestStepEmptiesTheRing) {
     auto writer = restricted(2, true);
     writeTimes(writer, {1.0, 2.0, 3.0, 1.0});
     EXPECT_THAT(heldTimes(writer), ElementsAre(1.0));
 }
 
-TEST(MemoryStreamRestrictedWriterTest, flushKeepsTheTimesAndTakesTheRows) {
+TEST(MemoryStreamRestrictedWriterTest, flushKeepsTheTimesAndRemovesTheRows) {
     auto writer = restricted(3);
     writeTimes(writer, {1.0, 2.0, 3.0, 4.0});
     writer.flush();
@@ -141,7 +141,7 @@ TEST(MemoryStreamRestrictedWriterTest, flushKeepsTheRowsOfAGroupWithoutChannels)
     EXPECT_EQ(writer.data(0).size(), 2U);
 }
 
-TEST(MemoryStreamRestrictedWriterTest, storesAreApartFromTheRing) {
+TEST(MemoryStreamRestrictedWriterTest, storesDoNotShareMemoryWithTheRing) {
     auto writer = restricted(3);
     writeTimes(writer, {1.0});
     writer.flush();
@@ -149,8 +149,8 @@ TEST(MemoryStreamRestrictedWriterTest, storesAreApartFromTheRing) {
     EXPECT_THAT(*memoryStore(writer, "x").times, ElementsAre(1.0));
 }
 
-// The times of flushed steps have no rows any more, so a rollback finds fewer rows than times.
-TEST(MemoryStreamRestrictedWriterTest, rollbackAfterTheFlushTakesTheRowsThereAre) {
+// The times of flushed steps have no rows left, so a rollback finds fewer rows than times.
+TEST(MemoryStreamRestrictedWriterTest, rollbackAfterTheFlushRemovesTheRemainingRows) {
     auto writer = restricted(4);
     writeTimes(writer, {1.0, 2.0, 3.0});
     writer.flush();
@@ -172,7 +172,7 @@ TEST(MemoryStreamRestrictedWriterTest, regressionAfterTheFlushReplacesTheFlushed
     EXPECT_THAT(*writer.data(0)[0], ElementsAre(20.0));
 }
 
-TEST(MemoryStreamRestrictedWriterTest, limitBeyondARingIsALengthError) {
+TEST(MemoryStreamRestrictedWriterTest, impossibleLimitThrowsLengthError) {
     for (const std::size_t limit :
          {std::size_t{1} << 60U, std::size_t{1} << 61U, ~std::size_t{0}}) {
         try {

@@ -1,6 +1,6 @@
 #include <tests/memory/memory_writers.hpp>
 
-// What the writer without limit does otherwise than the restricted one.
+// Rules of the unrestricted writer that differ from those of the restricted one.
 
 namespace logging2::core::test {
 namespace {
@@ -21,7 +21,7 @@ TEST(MemoryStreamWriterTest, keepsEverySample) {
     }
 }
 
-TEST(MemoryStreamWriterTest, flushTakesTheTimesOfEveryGroup) {
+TEST(MemoryStreamWriterTest, flushRemovesTheTimesOfEveryGroup) {
     MemoryStreamWriter writer(
         StreamingAttributes{},
         GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"x", 0}}), channels({{0, 1}}))},
@@ -55,7 +55,7 @@ TEST(MemoryStreamWriterTest, secondFlushReplacesNoStore) {
 }
 
 // The second writer's setup has a path that the first flush has not stored.
-TEST(MemoryStreamWriterTest, secondFlushAddsStoresForPathsThatHadNone) {
+TEST(MemoryStreamWriterTest, secondFlushAddsStoresForNewPaths) {
     MemoryStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writer.flush();
     MemoryStreamWriter other(StreamingAttributes{}, mixedWidthSetup());

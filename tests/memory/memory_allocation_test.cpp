@@ -4,7 +4,7 @@
 #include <new>
 #include <stdexcept>
 
-// What the memory writers and their reader allocate.
+// The allocations of the memory writers and their reader.
 
 namespace logging2::core::test {
 namespace {
@@ -39,21 +39,21 @@ TEST(MemoryAllocationTest, writeAllocatesTheRowAndAmortisedGrowth) {
         EXPECT_GE(count, 1U);
         more += count - 1;
     }
-    // The times double 13 times up to 4096; the queue takes a block for every 32 handles and
-    // doubles its directory of blocks; every 63 rows have a block for their handles.
+    // The times double 13 times up to 4096. The queue allocates a block for every 32 handles and
+    // doubles its directory of blocks. Every 63 rows need a block for their handles.
     EXPECT_LE(more, 13U + 4096U / 32U + 8U + 4096U / 63U + 1U);
 }
 
-TEST(MemoryAllocationTest, restrictedWriteAllocatesTheRowAndABlockForThe63rdHandleUntilItTurns) {
+TEST(MemoryAllocationTest, restrictedWriteAllocatesTheRowAndReusesBlocks) {
     MemoryStreamRestrictedWriter writer(limited(100), wideSetup());
     for (int i = 0; i < 1000; ++i) {
-        // From the 189th on, all rows of the oldest of three blocks have been replaced.
+        // From the 189th write on, all rows of the oldest of three blocks have been replaced.
         EXPECT_EQ(allocationsOfOneWrite(writer, i), i < 189 && i % 63 == 0 ? 2U : 1U);
     }
 }
 
-/// Of rowCount steps, each is tried in a hundred smaller ones before; then allocations that are
-/// left.
+/// Writes rowCount steps. A hundred smaller trial steps precede each and are taken back. Returns
+/// the number of allocations that are left.
 template <class TakeBackAndWrite>
 std::size_t allocations_left_by_trials(int rowCount, TakeBackAndWrite takeBackAndWrite) {
     StreamingAttributes attributes = limited(1000);
@@ -86,7 +86,7 @@ TEST(MemoryAllocationTest, rowsKeptBetweenLongRegressionsShareTheirBlocks) {
         200U + 4U);
 }
 
-TEST(MemoryAllocationTest, flushLeavesNothingOfTheRows) {
+TEST(MemoryAllocationTest, flushFreesTheRowsCompletely) {
     MemoryStreamRestrictedWriter writer(
         limited(500), GroupSetup{{Group(0), LoggedPathsSetupData({}, channels({{0, rowLength}}))}});
     const std::size_t before = live_allocation_count();
@@ -97,7 +97,7 @@ TEST(MemoryAllocationTest, flushLeavesNothingOfTheRows) {
     EXPECT_EQ(live_allocation_count(), before);
 }
 
-TEST(MemoryAllocationTest, restrictedRingsStayWhereTheyAre) {
+TEST(MemoryAllocationTest, restrictedRingsAreNeverReallocated) {
     MemoryStreamRestrictedWriter writer(limited(3), wideSetup());
     const double* const storage = writer.times(0).array_one().first;
     write(writer, 0, 0.0, row);
@@ -109,7 +109,7 @@ TEST(MemoryAllocationTest, restrictedRingsStayWhereTheyAre) {
     EXPECT_EQ(first, storage);
 }
 
-TEST(MemoryAllocationTest, ringsAreAllocatedInFullByTheConstructor) {
+TEST(MemoryAllocationTest, constructorAllocatesTheRingsInFull) {
     const AllocationCounter counter;
     const MemoryStreamRestrictedWriter writer(limited(1000), wideSetup());
     EXPECT_EQ(counter.countOfSize(1000 * sizeof(double)), 1U);
@@ -147,7 +147,7 @@ TEST(MemoryAllocationTest, cloneCopiesNoData) {
     EXPECT_LE(counter.byteCount(), 64U);
 }
 
-TEST(MemoryAllocationTest, readingAllocatesResultsOfExactSizeOnly) {
+TEST(MemoryAllocationTest, readingAllocatesOnlyResultsOfExactSize) {
     MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
     for (int i = 0; i < 10; ++i) {
         write(writer, 0, i, row);
@@ -160,7 +160,7 @@ TEST(MemoryAllocationTest, readingAllocatesResultsOfExactSizeOnly) {
     EXPECT_EQ(counter.byteCount(), (10 + 70) * sizeof(double));
 }
 
-TEST(MemoryAllocationTest, limitThatMemoryCannotGiveIsABadAllocWithoutALeak) {
+TEST(MemoryAllocationTest, limitBeyondMemoryThrowsBadAllocWithoutALeak) {
     for (const std::size_t limit : {std::size_t{1} << 45U, (std::size_t{1} << 60U) - 1}) {
         const GroupSetup setup = wideSetup();
         const std::size_t before = live_allocation_count();
@@ -169,7 +169,7 @@ TEST(MemoryAllocationTest, limitThatMemoryCannotGiveIsABadAllocWithoutALeak) {
     }
 }
 
-TEST(MemoryAllocationTest, constructorThatRunsOutOfMemoryFreesTheRingsThatWereMade) {
+TEST(MemoryAllocationTest, constructorWithoutMemoryFreesItsRings) {
     const GroupSetup setup = wideSetup();
     const StreamingAttributes attributes = limited(100);
     bool failed = true;
@@ -186,7 +186,7 @@ TEST(MemoryAllocationTest, constructorThatRunsOutOfMemoryFreesTheRingsThatWereMa
     }
 }
 
-/// So many samples that the next one needs a new block for the handles.
+/// Writes enough samples that the next one needs a new block of handles.
 template <class Writer>
 void fillABlock(Writer& writer) {
     for (int i = 0; i < 63; ++i) {
@@ -208,12 +208,12 @@ void expectFailedWriteStoresNothing() {
     }
 }
 
-TEST(MemoryAllocationTest, writeThatRunsOutOfMemoryStoresNothing) {
+TEST(MemoryAllocationTest, writeWithoutMemoryStoresNothing) {
     expectFailedWriteStoresNothing<MemoryStreamWriter>();
     expectFailedWriteStoresNothing<MemoryStreamRestrictedWriter>();
 }
 
-TEST(MemoryAllocationTest, anyAllocationMayFailAndTimesAndRowsStayParallel) {
+TEST(MemoryAllocationTest, timesAndRowsStayParallelAfterAnyFailedAllocation) {
     bool failed = true;
     for (std::size_t n = 0; failed; ++n) {
         MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
@@ -232,7 +232,7 @@ TEST(MemoryAllocationTest, anyAllocationMayFailAndTimesAndRowsStayParallel) {
 }
 
 template <class Writer>
-void expectFailedRegressionTakesNothingBack() {
+void expectFailedRegressionRollsNothingBack() {
     StreamingAttributes attributes = limited(100);
     attributes.rollbackOnTimeRegression = true;
     for (std::size_t n = 0; n < 2; ++n) {
@@ -244,12 +244,12 @@ void expectFailedRegressionTakesNothingBack() {
     }
 }
 
-TEST(MemoryAllocationTest, regressionWhoseRowFindsNoMemoryTakesNothingBack) {
-    expectFailedRegressionTakesNothingBack<MemoryStreamWriter>();
-    expectFailedRegressionTakesNothingBack<MemoryStreamRestrictedWriter>();
+TEST(MemoryAllocationTest, regressionWithoutMemoryForItsRowRollsNothingBack) {
+    expectFailedRegressionRollsNothingBack<MemoryStreamWriter>();
+    expectFailedRegressionRollsNothingBack<MemoryStreamRestrictedWriter>();
 }
 
-TEST(MemoryAllocationTest, flushThatFailsCountsAsAFlush) {
+TEST(MemoryAllocationTest, failedFlushCountsAsAFlush) {
     MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
     write(writer, 0, 1.0, row);
     {
@@ -261,7 +261,7 @@ TEST(MemoryAllocationTest, flushThatFailsCountsAsAFlush) {
     EXPECT_EQ(counter.count(), 0U);
 }
 
-TEST(MemoryAllocationTest, flushThatFailsKeepsTheStoresOfTheGroupsBefore) {
+TEST(MemoryAllocationTest, failedFlushKeepsTheStoresOfEarlierGroups) {
     const LoggedPathsSetupData one(paths({{"one", 0}}), channels({{0, 1}}));
     const LoggedPathsSetupData two(paths({{"two", 0}}), channels({{0, 1000}}));
     bool failedLate = false;
@@ -282,10 +282,10 @@ TEST(MemoryAllocationTest, flushThatFailsKeepsTheStoresOfTheGroupsBefore) {
         } catch (const std::out_of_range&) {
         }
     }
-    EXPECT_TRUE(failedLate) << "no failure hit the second group only";
+    EXPECT_TRUE(failedLate) << "no failure hit only the second group";
 }
 
-TEST(MemoryAllocationTest, readerOfAnotherStoreAllocatesNothingButTheError) {
+TEST(MemoryAllocationTest, readerOfAnotherStoreAllocatesOnlyTheError) {
     const boost::any other = 1;
     std::size_t errorCount = 0;
     {

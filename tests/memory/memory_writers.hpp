@@ -18,7 +18,7 @@ namespace logging2::core::test {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-/// Attributes with which both writers behave alike, as long as no group gets more than 64 steps.
+/// Attributes with which both writers behave alike, as long as no group has more than 64 steps.
 inline StreamingAttributes attributes(bool rollbackOnTimeRegression = false) {
     StreamingAttributes result;
     result.rollbackOnTimeRegression = rollbackOnTimeRegression;
@@ -26,7 +26,7 @@ inline StreamingAttributes attributes(bool rollbackOnTimeRegression = false) {
     return result;
 }
 
-/// The rules that both memory writers share run as one suite over both.
+/// The rules that both memory writers share. One typed suite tests both.
 template <class Writer>
 class MemoryWritersTest : public ::testing::Test {
 protected:
@@ -50,7 +50,7 @@ protected:
         return result;
     }
 
-    /// Writes scalar samples; the value tells the position of the call, counted from 1.
+    /// Writes scalar samples whose values count the calls from 1.
     static void writeTimes(Writer& writer, const std::vector<double>& times) {
         double call = 0.0;
         for (const double time : times) {

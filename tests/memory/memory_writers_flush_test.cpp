@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <thread>
 
-// What flush, close and the moves do with the stores.
+// The effect of flush, close and moves on the stores.
 
 namespace logging2::core::test {
 namespace {
@@ -28,7 +28,7 @@ TYPED_TEST(MemoryWritersFlushTest, columnsAreSampleMajorInChannelOrder) {
                 ElementsAre(10.0, 100.0, 20.0, 200.0, 30.0, 300.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, channelsAreLaidOutByTheSetupNotByTheirNumbers) {
+TYPED_TEST(MemoryWritersFlushTest, setupDefinesTheChannelOrder) {
     auto writer =
         this->make(GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"low", 1}, {"high", 9}}),
                                                               channels({{9, 1}, {1, 1}}))}});
@@ -38,7 +38,7 @@ TYPED_TEST(MemoryWritersFlushTest, channelsAreLaidOutByTheSetupNotByTheirNumbers
     EXPECT_THAT(*memoryStore(writer, "low").values, ElementsAre(10.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, aliasesShareOneColumnAndTheGroupOneTimes) {
+TYPED_TEST(MemoryWritersFlushTest, aliasesShareTheirColumnAndTheGroupSharesItsTimes) {
     auto writer = this->make(
         GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"a", 7}, {"b", 9}, {"alias", 7}}),
                                                    channels({{7, 1}, {9, 1}}))}});
@@ -50,7 +50,7 @@ TYPED_TEST(MemoryWritersFlushTest, aliasesShareOneColumnAndTheGroupOneTimes) {
     EXPECT_EQ(memoryStore(writer, "a").times, memoryStore(writer, "b").times);
 }
 
-TYPED_TEST(MemoryWritersFlushTest, groupsHaveTimesOfTheirOwn) {
+TYPED_TEST(MemoryWritersFlushTest, everyGroupHasItsOwnTimes) {
     auto writer = this->make(
         GroupSetup{{Group(1), LoggedPathsSetupData(paths({{"one", 0}}), channels({{0, 1}}))},
                    {Group(0), LoggedPathsSetupData(paths({{"zero", 0}}), channels({{0, 1}}))}});
@@ -84,7 +84,7 @@ TYPED_TEST(MemoryWritersFlushTest, channelOfWidthZeroGivesAnEmptyColumn) {
     EXPECT_THAT(*memoryStore(writer, "x").values, ElementsAre(5.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, valuesBehindTheChannelsAreLeftOut) {
+TYPED_TEST(MemoryWritersFlushTest, valuesAfterTheLastChannelAreIgnored) {
     auto writer = this->make();
     write(writer, 0, 1.0, {1.0, 8.0});
     write(writer, 0, 2.0, {2.0, 9.0});
@@ -133,7 +133,7 @@ TYPED_TEST(MemoryWritersFlushTest, pathOfAForeignChannelGetsNoStore) {
     EXPECT_THAT(*memoryStore(writer, "x").values, IsEmpty());
 }
 
-TYPED_TEST(MemoryWritersFlushTest, channelWithoutPathsOnlyTakesItsPlaceInTheRow) {
+TYPED_TEST(MemoryWritersFlushTest, channelWithoutPathsKeepsItsPlaceInTheRow) {
     auto writer = this->make(GroupSetup{
         {Group(0), LoggedPathsSetupData(paths({{"x", 3}}), channels({{1, 2}, {2, 1}, {3, 1}}))}});
     write(writer, 0, 1.0, {1.0, 2.0, 3.0, 4.0});
@@ -150,7 +150,7 @@ TYPED_TEST(MemoryWritersFlushTest, channelListedTwiceGivesItsFirstColumn) {
 }
 
 // Within a group the channel order decides, not the order of the paths.
-TYPED_TEST(MemoryWritersFlushTest, pathListedForTwoChannelsShowsTheFirstChannelOfTheRow) {
+TYPED_TEST(MemoryWritersFlushTest, pathOfTwoChannelsShowsTheFirstOfTheRow) {
     auto writer = this->make(GroupSetup{
         {Group(0), LoggedPathsSetupData(paths({{"x", 2}, {"x", 1}}), channels({{1, 1}, {2, 1}}))}});
     write(writer, 0, 1.0, {10.0, 20.0});
@@ -158,7 +158,7 @@ TYPED_TEST(MemoryWritersFlushTest, pathListedForTwoChannelsShowsTheFirstChannelO
     EXPECT_THAT(*memoryStore(writer, "x").values, ElementsAre(10.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, pathOfTwoGroupsShowsTheGroupThatWasInsertedFirst) {
+TYPED_TEST(MemoryWritersFlushTest, pathOfTwoGroupsShowsTheFirstGroup) {
     const LoggedPathsSetupData scalar(paths({{"x", 0}}), channels({{0, 1}}));
     auto writer = this->make(GroupSetup{{Group(1), scalar}, {Group(0), scalar}});
     write(writer, 0, 1.0, {10.0});
@@ -168,7 +168,7 @@ TYPED_TEST(MemoryWritersFlushTest, pathOfTwoGroupsShowsTheGroupThatWasInsertedFi
     EXPECT_THAT(*memoryStore(writer, "x").values, ElementsAre(20.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, fewerRowsThanTimesGiveTheRowsThereAre) {
+TYPED_TEST(MemoryWritersFlushTest, missingRowsShortenTheColumns) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 2.0, 3.0});
     writer.data(0).pop_back();
@@ -177,7 +177,7 @@ TYPED_TEST(MemoryWritersFlushTest, fewerRowsThanTimesGiveTheRowsThereAre) {
     EXPECT_THAT(*memoryStore(writer, "x").values, ElementsAre(1.0, 2.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, moreRowsThanTimesLeaveTheRestInPlace) {
+TYPED_TEST(MemoryWritersFlushTest, rowsWithoutTimesStayInTheWriter) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 2.0, 3.0});
     writer.times(0).pop_back();
@@ -186,7 +186,7 @@ TYPED_TEST(MemoryWritersFlushTest, moreRowsThanTimesLeaveTheRestInPlace) {
     EXPECT_THAT(this->firstValues(writer), ElementsAre(3.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, storeBeforeTheFlushIsOutOfRange) {
+TYPED_TEST(MemoryWritersFlushTest, dataStoreBeforeTheFlushThrowsOutOfRange) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0});
     EXPECT_THROW(writer.dataStore(ValuePath("x")), std::out_of_range);
@@ -219,7 +219,7 @@ public:
     int flushes = 0;
 };
 
-TYPED_TEST(MemoryWritersFlushTest, closeCallsTheVirtualFlushOnlyWhileItIsNotFlushed) {
+TYPED_TEST(MemoryWritersFlushTest, closeCallsTheVirtualFlushOnce) {
     FlushCountingWriter<TypeParam> writer(attributes(), scalarSetup());
     writer.close();
     writer.close();
@@ -233,7 +233,7 @@ TYPED_TEST(MemoryWritersFlushTest, closeAfterFlushDoesNothing) {
     EXPECT_EQ(writer.flushes, 1);
 }
 
-TYPED_TEST(MemoryWritersFlushTest, closeTakesNothingFromSamplesWrittenAfterTheFlush) {
+TYPED_TEST(MemoryWritersFlushTest, closeLeavesSamplesWrittenAfterTheFlush) {
     auto writer = this->make();
     writer.flush();
     this->writeTimes(writer, {1.0});
@@ -241,7 +241,7 @@ TYPED_TEST(MemoryWritersFlushTest, closeTakesNothingFromSamplesWrittenAfterTheFl
     EXPECT_EQ(writer.data(0).size(), 1U);
 }
 
-TYPED_TEST(MemoryWritersFlushTest, samplesMayBeTakenBackAfterTheFlush) {
+TYPED_TEST(MemoryWritersFlushTest, laterSamplesCanBeRolledBackAfterTheFlush) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 2.0});
     writer.flush();
@@ -265,7 +265,7 @@ TYPED_TEST(MemoryWritersFlushTest, storesOutliveTheWriterAndItsThread) {
     EXPECT_THAT(seen, ElementsAre(1.0, 2.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, moveConstructionTakesTheSamplesAndLeavesTheStores) {
+TYPED_TEST(MemoryWritersFlushTest, moveConstructionLeavesTheStoresInTheSource) {
     auto source = this->make();
     this->writeTimes(source, {1.0});
     source.flush();
@@ -275,7 +275,7 @@ TYPED_TEST(MemoryWritersFlushTest, moveConstructionTakesTheSamplesAndLeavesTheSt
     EXPECT_THAT(*memoryStore(source, "x").values, ElementsAre(1.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, moveConstructionBeforeTheFlushTakesEverything) {
+TYPED_TEST(MemoryWritersFlushTest, moveConstructionBeforeTheFlushMovesEverything) {
     auto source = this->make(scalarSetup(), true);
     this->writeTimes(source, {1.0, 2.0});
     TypeParam target(std::move(source));
@@ -286,7 +286,7 @@ TYPED_TEST(MemoryWritersFlushTest, moveConstructionBeforeTheFlushTakesEverything
     EXPECT_THAT(*memoryStore(target, "x").values, ElementsAre(1.0, 1.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, movesCarryWhetherItWasFlushed) {
+TYPED_TEST(MemoryWritersFlushTest, movesKeepWhetherTheWriterWasFlushed) {
     FlushCountingWriter<TypeParam> source(attributes(), scalarSetup());
     source.flush();
     FlushCountingWriter<TypeParam> target(std::move(source));
@@ -300,7 +300,7 @@ TYPED_TEST(MemoryWritersFlushTest, movesCarryWhetherItWasFlushed) {
     EXPECT_EQ(assigned.flushes, 0);
 }
 
-TYPED_TEST(MemoryWritersFlushTest, moveAssignmentLeavesTheStoresOfBoth) {
+TYPED_TEST(MemoryWritersFlushTest, moveAssignmentLeavesTheStoresOfBothWriters) {
     auto source = this->make();
     this->writeTimes(source, {1.0});
     source.flush();
@@ -318,7 +318,7 @@ TYPED_TEST(MemoryWritersFlushTest, moveAssignmentLeavesTheStoresOfBoth) {
     EXPECT_THAT(*memoryStore(source, "x").values, ElementsAre(1.0));
 }
 
-TYPED_TEST(MemoryWritersFlushTest, moveAssignmentTakesMoreGroupsThanTheTargetHad) {
+TYPED_TEST(MemoryWritersFlushTest, moveAssignmentCanMoveMoreGroupsThanTheTargetHad) {
     auto source = this->make(
         GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"y", 0}}), channels({{0, 1}}))},
                    {Group(1), LoggedPathsSetupData(paths({{"z", 1}}), channels({{1, 1}}))}});
@@ -330,8 +330,9 @@ TYPED_TEST(MemoryWritersFlushTest, moveAssignmentTakesMoreGroupsThanTheTargetHad
     EXPECT_THAT(*memoryStore(target, "z").values, ElementsAre(10.0, 20.0));
 }
 
-// Rows are turned into columns 64 at a time; those that are spent are gone before the next.
-TYPED_TEST(MemoryWritersFlushTest, rowsAreFreedBeforeTheRowBehindTheirTileIsTaken) {
+// Rows are turned into columns 64 at a time. Each tile's rows are freed before the next tile is
+// read.
+TYPED_TEST(MemoryWritersFlushTest, rowsAreFreedBeforeTheNextTileIsRead) {
     StreamingAttributes wide = attributes();
     wide.pointLimit = 100;
     TypeParam writer(wide, scalarSetup());
@@ -348,7 +349,7 @@ TYPED_TEST(MemoryWritersFlushTest, rowsAreFreedBeforeTheRowBehindTheirTileIsTake
 }
 
 // Rows of half a MiB are turned into columns one at a time.
-TYPED_TEST(MemoryWritersFlushTest, wideRowsAreFreedBeforeTheNextRowIsTaken) {
+TYPED_TEST(MemoryWritersFlushTest, wideRowsAreFreedBeforeTheNextRowIsRead) {
     constexpr std::size_t width = 65536;
     TypeParam writer(
         attributes(),
@@ -368,7 +369,7 @@ TYPED_TEST(MemoryWritersFlushTest, wideRowsAreFreedBeforeTheNextRowIsTaken) {
     EXPECT_EQ(memoryStore(writer, "x").values->at(2 * width), 0.0);
 }
 
-TYPED_TEST(MemoryWritersFlushTest, movesTakeTheAttributes) {
+TYPED_TEST(MemoryWritersFlushTest, assignmentMovesTheAttributes) {
     TypeParam source(attributes(true), scalarSetup());
     auto target = this->make();
     target = std::move(source);
@@ -376,7 +377,7 @@ TYPED_TEST(MemoryWritersFlushTest, movesTakeTheAttributes) {
     EXPECT_EQ(target.numSteps(0), 1U);
 }
 
-TYPED_TEST(MemoryWritersFlushTest, movedFromWriterHasNoGroupsLeftToFlush) {
+TYPED_TEST(MemoryWritersFlushTest, movedFromWriterFlushesNothing) {
     auto source = this->make();
     this->writeTimes(source, {1.0});
     TypeParam target(std::move(source));

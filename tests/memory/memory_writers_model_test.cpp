@@ -12,7 +12,7 @@ namespace logging2::core::test {
 namespace {
 
 constexpr unsigned sequenceCount = 20000;
-// One of so many sequences is long enough for the blocks that rows lie in.
+// One in this many sequences is long enough to fill several blocks of rows.
 constexpr std::size_t longSequenceEvery = 50;
 constexpr std::size_t longFactor = 25;
 
@@ -36,8 +36,8 @@ Doubles randomRow(Random& random, std::size_t length) {
     return row;
 }
 
-/// Widths 0 to 3, channels that are listed twice, aliases, paths of foreign channels, and paths
-/// that several groups share.
+/// Widths 0 to 3, channels that are listed twice, aliases, paths of foreign channels, and paths in
+/// several groups.
 LoggedPathsSetupData randomGroup(Random& random) {
     std::vector<LoggedChannel> channels;
     std::vector<LoggedPath> paths;
@@ -51,7 +51,7 @@ LoggedPathsSetupData randomGroup(Random& random) {
     return {paths, channels};
 }
 
-/// One to three groups, inserted in the order of their ids or against it.
+/// One to three groups, inserted in ascending or descending order of their ids.
 GroupSetup randomSetup(Random& random) {
     GroupSetup setup;
     const std::size_t groupCount = 1 + below(random, 3);
@@ -97,7 +97,7 @@ protected:
         operate(random, writer, oracle, below(random, 10));
         writer.close();
         oracle.close();
-        // A second flush is allowed to the writer that gives its times away.
+        // A second flush is allowed for the unrestricted writer, whose flush removes the times.
         if (!isRestricted && below(random, 4) == 0) {
             writer.flush();
             oracle.flush();
@@ -112,7 +112,7 @@ private:
         }
     }
 
-    /// Any time, or one that a group whose times ascend may get, as from a solver.
+    /// Any time, or a time like a solver's: the last time of the group or one soon after it.
     double nextTime(Random& random, const Doubles& held) const {
         const double any = randomTime(random);
         return ascending && !held.empty() && below(random, 20 * length) != 0
@@ -189,13 +189,13 @@ private:
         EXPECT_TRUE(sameBits(series.second, expected->second.second));
     }
 
-    std::size_t length = 1; // how much longer than usual
-    bool ascending = false; // whether most times follow the one before
+    std::size_t length = 1; // factor of the sequence's length
+    bool ascending = false; // whether most times are not before the previous one
 };
 
 TYPED_TEST_SUITE(MemoryWritersModelTest, MemoryWriters, WriterNames);
 
-TYPED_TEST(MemoryWritersModelTest, randomSequencesEndAsTheOracleDoes) {
+TYPED_TEST(MemoryWritersModelTest, randomSequencesMatchTheOracle) {
     for (unsigned seed = 1; seed <= sequenceCount && !this->HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         this->runSequence(seed);

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <ctime>
 
-// What a rollback costs, what it does to times that the caller may change, and what an override of
-// it may do.
+// The cost of a rollback, its effect on times that the caller changed, and what an override may do.
 
 namespace logging2::core::test {
 namespace {
@@ -16,7 +15,7 @@ template <class Writer>
 class MemoryWritersRollbackTest : public MemoryWritersTest<Writer> {};
 TYPED_TEST_SUITE(MemoryWritersRollbackTest, MemoryWriters, WriterNames);
 
-/// Does more than its base class when samples are discarded.
+/// Calls an action after each rollback by time.
 template <class Writer>
 class OverridingWriter : public Writer {
 public:
@@ -81,14 +80,14 @@ TYPED_TEST(MemoryWritersRollbackTest, overriddenRollbackMayWriteInAWrite) {
     }
 }
 
-TYPED_TEST(MemoryWritersRollbackTest, timesChangedByTheCallerAreScannedFromTheFront) {
+TYPED_TEST(MemoryWritersRollbackTest, rollbackScansTimesChangedByTheCallerFromTheFront) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 2.0, 3.0, 4.0});
     auto& times = writer.times(0);
     times[1] = 9.0;
     writer.rollback(0, 5.0);
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0));
-    // The reference is still good for changes after further samples.
+    // The reference remains valid after further samples.
     const double value = 5.0;
     for (const double time : {6.0, 7.0, 8.0}) {
         writer.write(0, time, &value, 1);
@@ -98,7 +97,7 @@ TYPED_TEST(MemoryWritersRollbackTest, timesChangedByTheCallerAreScannedFromTheFr
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0));
 }
 
-TYPED_TEST(MemoryWritersRollbackTest, accessAnyTimeBeforeCountsAfterAMoveToo) {
+TYPED_TEST(MemoryWritersRollbackTest, rollbackScansTimesChangedBeforeAMove) {
     auto source = this->make();
     this->writeTimes(source, {1.0, 2.0, 3.0});
     source.times(0)[0] = 9.0;
@@ -113,19 +112,19 @@ TYPED_TEST(MemoryWritersRollbackTest, accessAnyTimeBeforeCountsAfterAMoveToo) {
     EXPECT_EQ(target.numSteps(0), 0U);
 }
 
-TYPED_TEST(MemoryWritersRollbackTest, oneTimeOutOfOrderIsSeenByEveryLaterRollback) {
+TYPED_TEST(MemoryWritersRollbackTest, everyLaterRollbackFindsATimeOutOfOrder) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 5.0, 2.0, 3.0, 4.0});
     writer.rollback(0, 4.5);
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0));
-    // An emptied group begins anew.
+    // An emptied group starts again.
     writer.rollback(0, 0.0);
     this->writeTimes(writer, {1.0, 2.0, 3.0});
     writer.rollback(0, 2.5);
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0));
 }
 
-TYPED_TEST(MemoryWritersRollbackTest, nanTimesNeverCountAsLaterWhereverTheyStand) {
+TYPED_TEST(MemoryWritersRollbackTest, nanTimesNeverCountAsLater) {
     for (const std::vector<double>& times :
          {std::vector<double>{nan, 1.0, 2.0}, std::vector<double>{1.0, nan, 2.0},
           std::vector<double>{1.0, 2.0, nan}}) {
@@ -143,14 +142,14 @@ TYPED_TEST(MemoryWritersRollbackTest, nanTimesNeverCountAsLaterWhereverTheyStand
 
 enum class Rejects { nothing, byRollback, byRegression };
 
-/// Of a run of 100,000 steps one in sixteen is rejected and solved anew.
+/// Seconds of processor time of 100,000 steps. One step in sixteen is rejected and solved again.
 template <class Writer>
 double secondsOfARun(Rejects rejects) {
     constexpr int stepCount = 100000;
     StreamingAttributes settings = attributes(rejects == Rejects::byRegression);
     settings.pointLimit = stepCount / 2; // the rings are full for half of the run
     Writer writer(settings, scalarSetup());
-    const std::clock_t start = std::clock(); // of the processor, whatever else is running
+    const std::clock_t start = std::clock(); // processor time, independent of other processes
     for (int step = 0; step < stepCount; ++step) {
         const double value = step;
         writer.write(0, step, &value, 1);
@@ -164,7 +163,7 @@ double secondsOfARun(Rejects rejects) {
     return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
-/// The least of five, because other processes only ever make a run longer.
+/// The shortest of five runs, because other processes can only make a run longer.
 template <class Writer>
 double leastSecondsOfARun(Rejects rejects) {
     double least = secondsOfARun<Writer>(rejects);
@@ -174,9 +173,9 @@ double leastSecondsOfARun(Rejects rejects) {
     return least;
 }
 
-// A scan of the whole history takes more than a hundred times as long. scripts/bench measures how
-// close to 1 the ratios are.
-TYPED_TEST(MemoryWritersRollbackTest, rollbackCostsWhatItDropsNotWhatIsHeld) {
+// A scan of the whole history would take more than a hundred times as long. scripts/bench measures
+// the ratios exactly.
+TYPED_TEST(MemoryWritersRollbackTest, rollbackCostDependsOnlyOnTheDroppedSamples) {
     const double without = leastSecondsOfARun<TypeParam>(Rejects::nothing);
     EXPECT_LT(leastSecondsOfARun<TypeParam>(Rejects::byRollback), 20.0 * without);
     EXPECT_LT(leastSecondsOfARun<TypeParam>(Rejects::byRegression), 20.0 * without);

@@ -1,11 +1,12 @@
 #include <tests/memory/memory_writers.hpp>
 
-// Writing and taking back. What the flush builds is tested in memory_writers_flush_test.cpp.
+// Writing and rollback. memory_writers_flush_test.cpp tests the stores that flush makes.
 
 namespace logging2::core::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 TYPED_TEST_SUITE(MemoryWritersTest, MemoryWriters, WriterNames);
@@ -50,14 +51,14 @@ TYPED_TEST(MemoryWritersTest, groupsAreIndependent) {
     EXPECT_THAT(this->firstValues(writer, 1), ElementsAre(50.0));
 }
 
-TYPED_TEST(MemoryWritersTest, timesAreAppendedAsTheyComeWithoutRollbackOnTimeRegression) {
+TYPED_TEST(MemoryWritersTest, anyTimeIsAppendedWithoutRollbackOnTimeRegression) {
     auto writer = this->make();
     this->writeTimes(writer, {3.0, 3.0, 1.0, 2.0});
     EXPECT_THAT(this->times(writer), ElementsAre(3.0, 3.0, 1.0, 2.0));
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 3.0, 4.0));
 }
 
-TYPED_TEST(MemoryWritersTest, backwardTimeReplacesEverythingFromItOn) {
+TYPED_TEST(MemoryWritersTest, earlierTimeReplacesAllSamplesFromThere) {
     auto writer = this->makeRollingBack();
     this->writeTimes(writer, {0.0, 1.0, 2.0, 1.0});
     EXPECT_THAT(this->times(writer), ElementsAre(0.0, 1.0));
@@ -71,14 +72,14 @@ TYPED_TEST(MemoryWritersTest, repeatedTimeReplacesTheSample) {
     EXPECT_THAT(this->firstValues(writer), ElementsAre(2.0));
 }
 
-TYPED_TEST(MemoryWritersTest, timeBetweenSamplesDropsOnlyTheLaterOnes) {
+TYPED_TEST(MemoryWritersTest, timeBetweenSamplesDropsOnlyLaterSamples) {
     auto writer = this->makeRollingBack();
     this->writeTimes(writer, {0.0, 1.0, 2.0, 1.5});
     EXPECT_THAT(this->times(writer), ElementsAre(0.0, 1.0, 1.5));
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 4.0));
 }
 
-TYPED_TEST(MemoryWritersTest, timeBeforeEverySampleEmptiesTheGroupFirst) {
+TYPED_TEST(MemoryWritersTest, timeBeforeEverySampleReplacesTheWholeGroup) {
     auto writer = this->makeRollingBack();
     this->writeTimes(writer, {1.0, 2.0, 3.0, 0.5});
     EXPECT_THAT(this->times(writer), ElementsAre(0.5));
@@ -91,16 +92,16 @@ TYPED_TEST(MemoryWritersTest, laterTimesAreAppendedWithRollbackOnTimeRegression)
     EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0, 3.0));
 }
 
-TYPED_TEST(MemoryWritersTest, nanTimesTakeNothingBack) {
+TYPED_TEST(MemoryWritersTest, nanTimesRollNothingBack) {
     auto writer = this->makeRollingBack();
     this->writeTimes(writer, {2.0, nan, 1.0});
     EXPECT_EQ(writer.numSteps(0), 3U);
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 3.0));
 }
 
-// Behind a NaN the samples out of order stay: the scan for the first later time goes from the
+// After a NaN, samples may stay out of order: the scan for the first later time starts at the
 // front, and only one sample of the repeated time is replaced.
-TYPED_TEST(MemoryWritersTest, regressionBehindANanFollowsItsStepsNotItsEffect) {
+TYPED_TEST(MemoryWritersTest, regressionAfterANanMayLeaveTimesOutOfOrder) {
     auto writer = this->makeRollingBack();
     this->writeTimes(writer, {1.0, nan, 1.0, 1.0});
     ASSERT_EQ(writer.numSteps(0), 3U);
@@ -132,7 +133,7 @@ public:
     int rollbacks = 0;
 };
 
-TYPED_TEST(MemoryWritersTest, regressionRollsBackThroughTheVirtualOperation) {
+TYPED_TEST(MemoryWritersTest, regressionCallsTheVirtualRollback) {
     CountingWriter<TypeParam> writer(attributes(true), scalarSetup());
     this->writeTimes(writer, {1.0, 2.0, 2.0, 1.5});
     EXPECT_EQ(writer.rollbacks, 2);
@@ -146,7 +147,7 @@ TYPED_TEST(MemoryWritersTest, rollbackKeepsSamplesAtEqualTime) {
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0, 3.0));
 }
 
-TYPED_TEST(MemoryWritersTest, rollbackDropsEarlierTimesBehindALaterOne) {
+TYPED_TEST(MemoryWritersTest, rollbackDropsEarlierTimesAfterALaterOne) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 3.0, 2.0});
     writer.rollback(0, 2.0);
@@ -154,7 +155,7 @@ TYPED_TEST(MemoryWritersTest, rollbackDropsEarlierTimesBehindALaterOne) {
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0));
 }
 
-TYPED_TEST(MemoryWritersTest, rollbackScansOverNanTimes) {
+TYPED_TEST(MemoryWritersTest, rollbackSkipsNanTimes) {
     auto writer = this->make();
     this->writeTimes(writer, {nan, 1.0, nan, 2.0, nan});
     writer.rollback(0, 1.0);
@@ -163,7 +164,7 @@ TYPED_TEST(MemoryWritersTest, rollbackScansOverNanTimes) {
     EXPECT_EQ(writer.numSteps(0), 3U);
 }
 
-TYPED_TEST(MemoryWritersTest, rollbackToTheLastTimeOrBehindItChangesNothing) {
+TYPED_TEST(MemoryWritersTest, rollbackToTheLastTimeOrLaterChangesNothing) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 2.0});
     writer.rollback(0, 2.0);
@@ -203,7 +204,7 @@ TYPED_TEST(MemoryWritersTest, rollbackByZeroKeepsRowsWithoutTimes) {
     EXPECT_EQ(writer.data(0).size(), 2U);
 }
 
-TYPED_TEST(MemoryWritersTest, rollbackByTheNumberOfSamplesOrMoreEmptiesTheGroup) {
+TYPED_TEST(MemoryWritersTest, rollbackByAllSamplesOrMoreEmptiesTheGroup) {
     for (const std::size_t count : {2U, 3U, 1000U}) {
         auto writer = this->make();
         this->writeTimes(writer, {1.0, 2.0});
@@ -251,7 +252,7 @@ TYPED_TEST(MemoryWritersTest, sharesTheSetupOfItsCaller) {
     EXPECT_EQ(memoryStore(writer, "b").values->size(), 2U);
 }
 
-TYPED_TEST(MemoryWritersTest, tellsNoDataStoreInfo) {
+TYPED_TEST(MemoryWritersTest, hasNoDataStoreInfo) {
     auto writer = this->make();
     EXPECT_FALSE(writer.dataStoreInfo().has_value());
     writer.flush();
@@ -268,7 +269,7 @@ TYPED_TEST(MemoryWritersTest, destructionThroughTheInterfaceReleasesTheRows) {
     EXPECT_TRUE(row.expired());
 }
 
-TYPED_TEST(MemoryWritersTest, countOfEveryTimeReleasesRowsThatHaveNoTimeToo) {
+TYPED_TEST(MemoryWritersTest, rollbackByEveryTimeReleasesRowsWithoutTimes) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 2.0, 3.0});
     writer.times(0).pop_back();
@@ -276,12 +277,22 @@ TYPED_TEST(MemoryWritersTest, countOfEveryTimeReleasesRowsThatHaveNoTimeToo) {
     EXPECT_TRUE(writer.data(0).empty());
 }
 
-TYPED_TEST(MemoryWritersTest, valuesMayLieInTheRowThatIsReplaced) {
+TYPED_TEST(MemoryWritersTest, valuesMayPointIntoTheReplacedRow) {
     auto writer = this->makeRollingBack();
     this->writeTimes(writer, {1.0, 2.0});
     writer.write(0, 2.0, writer.data(0).back()->data(), 1);
     EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0));
     EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 2.0));
+}
+
+TYPED_TEST(MemoryWritersTest, errorForAPathWithoutDataNamesThePath) {
+    const auto writer = this->make();
+    try {
+        writer.dataStore(ValuePath("far"));
+        FAIL() << "nothing was thrown";
+    } catch (const std::out_of_range& error) {
+        EXPECT_THAT(error.what(), HasSubstr("the path \"far\""));
+    }
 }
 
 template <class Writer>
@@ -292,8 +303,9 @@ public:
     void rollback(std::size_t, double) override {}
 };
 
-// A host's own rollback may keep samples; then only one of exactly the same time is replaced.
-TYPED_TEST(MemoryWritersTest, regressionReplacesOnlyAnEqualTimeWhereRollbackDeclines) {
+// A host's override of rollback may keep samples. Then only a sample of exactly the same time is
+// replaced.
+TYPED_TEST(MemoryWritersTest, regressionReplacesOnlyAnEqualTimeIfRollbackDeclines) {
     DecliningWriter<TypeParam> writer(attributes(true), scalarSetup());
     this->writeTimes(writer, {1.0, 2.0, 1.5, 1.5});
     EXPECT_THAT(this->times(writer), ElementsAre(1.0, 2.0, 1.5));

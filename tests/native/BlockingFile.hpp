@@ -10,14 +10,14 @@
 
 namespace logging2::core::test {
 
-/// A pipe in place of a file: the thread that appends to it stands still until it is read.
+/// A pipe in place of a file. A thread that appends to it blocks until the pipe is read.
 class BlockingFile {
 public:
     explicit BlockingFile(std::filesystem::path pipePath) : path(std::move(pipePath)) {
         mkfifo(path.c_str(), 0600);
     }
 
-    /// Lets the append go on and returns what was appended.
+    /// Unblocks the append and returns what was appended.
     std::vector<double> drain() const { return doublesOf(path); }
 
     std::filesystem::path path;

@@ -34,7 +34,7 @@ TEST(NativeDatastoreTest, printsBothLocations) {
     EXPECT_EQ(printed({u"/t/\u00fc", u"/t/\u20ac"}), "{/t/\xc3\xbc; /t/\xe2\x82\xac}");
 }
 
-TEST(NativeDatastoreTest, copiesShareTheRecordAndOutliveTheFirst) {
+TEST(NativeDatastoreTest, copiesShareTheRecordAndOutliveTheOriginal) {
     std::optional<NativeDatastore> first(std::in_place, u"/t/times", u"/t/values");
     const boost::any copy = *first;
     EXPECT_EQ(&boost::any_cast<const NativeDatastore&>(copy).timesLocation(),
@@ -44,14 +44,14 @@ TEST(NativeDatastoreTest, copiesShareTheRecordAndOutliveTheFirst) {
     EXPECT_EQ(boost::any_cast<const NativeDatastore&>(copy).valuesLocation(), u"/t/values");
 }
 
-TEST(NativeDatastoreTest, aMovedFromStoreStillHasItsLocations) {
+TEST(NativeDatastoreTest, movedFromStoreKeepsItsLocations) {
     NativeDatastore store(u"/t/times", u"/t/values");
     const NativeDatastore moved = std::move(store);
     EXPECT_EQ(store.timesLocation(), u"/t/times"); // NOLINT(bugprone-use-after-move)
     EXPECT_EQ(moved.timesLocation(), u"/t/times");
 }
 
-TEST(NativeDatastoreTest, handlesMayBeCopiedAndDroppedOnSeveralThreads) {
+TEST(NativeDatastoreTest, severalThreadsMayCopyAndDropHandles) {
     const NativeDatastore store(u"/t/times", u"/t/values");
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
@@ -67,7 +67,7 @@ TEST(NativeDatastoreTest, handlesMayBeCopiedAndDroppedOnSeveralThreads) {
     }
 }
 
-TEST(NativeDatastoreTest, hasNoDefault) {
+TEST(NativeDatastoreTest, hasNoDefaultConstructor) {
     EXPECT_FALSE(std::is_default_constructible_v<NativeDatastore>);
 }
 

@@ -31,7 +31,7 @@ protected:
     std::filesystem::path values = directory.path() / "u_values_0_0";
 };
 
-TEST_F(NativeStreamReaderTest, returnsWhatTheFilesHold) {
+TEST_F(NativeStreamReaderTest, returnsTheContentOfTheFiles) {
     writeDoubles(times, {1.0, 2.0});
     writeDoubles(values, {1.0, 2.0, 3.0, 4.0, 5.0, 6.0});
     const NativeStreamReader reader{boost::any(store())};
@@ -41,7 +41,7 @@ TEST_F(NativeStreamReaderTest, returnsWhatTheFilesHold) {
     EXPECT_THAT(series.second, ElementsAre(1.0, 2.0, 3.0, 4.0, 5.0, 6.0));
 }
 
-TEST_F(NativeStreamReaderTest, everyCallReadsTheFilesAnew) {
+TEST_F(NativeStreamReaderTest, everyCallReadsTheFilesAgain) {
     writeDoubles(times, {1.0});
     const NativeStreamReader reader{boost::any(store())};
     EXPECT_THAT(reader.times(), ElementsAre(1.0));
@@ -49,7 +49,7 @@ TEST_F(NativeStreamReaderTest, everyCallReadsTheFilesAnew) {
     EXPECT_THAT(reader.times(), ElementsAre(1.0, 2.0));
 }
 
-TEST_F(NativeStreamReaderTest, bytesBehindTheLastWholeDoubleAreLeftOut) {
+TEST_F(NativeStreamReaderTest, bytesAfterTheLastWholeDoubleAreIgnored) {
     writeDoubles(times, {1.0, 2.0, 3.0});
     writeDoubles(values, {1.0, 2.0, 3.0, 4.0, 5.0, 6.0});
     std::ofstream(values, std::ios::binary | std::ios::app) << "1234";
@@ -58,7 +58,7 @@ TEST_F(NativeStreamReaderTest, bytesBehindTheLastWholeDoubleAreLeftOut) {
     EXPECT_THAT(reader.timeseries().second, ElementsAre(1.0, 2.0, 3.0, 4.0, 5.0, 6.0));
 }
 
-TEST_F(NativeStreamReaderTest, fileShorterThanADoubleIsEmpty) {
+TEST_F(NativeStreamReaderTest, fileShorterThanADoubleGivesAnEmptyVector) {
     writeBytes(times, "1234567");
     writeBytes(values, "");
     const NativeStreamReader reader{boost::any(store())};
@@ -66,7 +66,7 @@ TEST_F(NativeStreamReaderTest, fileShorterThanADoubleIsEmpty) {
     EXPECT_THAT(reader.timeseries().second, IsEmpty());
 }
 
-TEST_F(NativeStreamReaderTest, missingFilesAreEmpty) {
+TEST_F(NativeStreamReaderTest, missingFilesGiveEmptyVectors) {
     const NativeStreamReader reader{boost::any(store())};
     EXPECT_THAT(reader.times(), IsEmpty());
     EXPECT_THAT(reader.timeseries().first, IsEmpty());
@@ -81,8 +81,8 @@ TEST_F(NativeStreamReaderTest, readsAnyFile) {
     EXPECT_THAT(reader.read({}), IsEmpty());
 }
 
-// A socket exists and cannot be opened, whoever asks.
-TEST_F(NativeStreamReaderTest, fileThatCannotBeOpenedIsABadAlloc) {
+// A socket exists and cannot be opened by any user.
+TEST_F(NativeStreamReaderTest, failedOpenThrowsBadAlloc) {
     const std::filesystem::path current = std::filesystem::current_path();
     std::filesystem::current_path(directory.path());
     const int socketDescriptor = socket(AF_UNIX, SOCK_STREAM, 0);
@@ -101,7 +101,7 @@ TEST_F(NativeStreamReaderTest, fileThatCannotBeOpenedIsABadAlloc) {
     close(socketDescriptor);
 }
 
-TEST_F(NativeStreamReaderTest, emptyAnyIsAReaderWithoutFiles) {
+TEST_F(NativeStreamReaderTest, emptyAnyMakesAReaderWithoutFiles) {
     writeDoubles(times, {1.0});
     {
         const NativeStreamReader reader{boost::any()};
@@ -112,7 +112,7 @@ TEST_F(NativeStreamReaderTest, emptyAnyIsAReaderWithoutFiles) {
     EXPECT_TRUE(std::filesystem::exists(times));
 }
 
-TEST_F(NativeStreamReaderTest, storeOfAnotherTypeIsABadAnyCast) {
+TEST_F(NativeStreamReaderTest, storeOfAnotherTypeThrowsBadAnyCast) {
     EXPECT_THROW(NativeStreamReader{boost::any(MemoryDatastore{})}, boost::bad_any_cast);
     EXPECT_THROW(NativeStreamReader{boost::any(1)}, boost::bad_any_cast);
 }
@@ -138,7 +138,7 @@ TEST_F(NativeStreamReaderTest, cloneReadsTheSameFiles) {
     EXPECT_THAT(clone->timeseries().second, ElementsAre(2.0));
 }
 
-TEST_F(NativeStreamReaderTest, destroyingOneCloneTakesTheDataFromTheOthers) {
+TEST_F(NativeStreamReaderTest, destroyingOneCloneDeletesTheFilesOfAll) {
     writeDoubles(times, {1.0});
     writeDoubles(values, {2.0});
     const NativeStreamReader reader{boost::any(store())};
@@ -149,15 +149,16 @@ TEST_F(NativeStreamReaderTest, destroyingOneCloneTakesTheDataFromTheOthers) {
     EXPECT_THAT(reader.timeseries().second, IsEmpty());
 }
 
-TEST_F(NativeStreamReaderTest, filesThatAreGoneAlreadyAreNoErrorAtTheEnd) {
+TEST_F(NativeStreamReaderTest, destructorIgnoresMissingFiles) {
     writeDoubles(times, {1.0});
     auto reader = std::make_unique<NativeStreamReader>(boost::any(store()));
     std::filesystem::remove(times);
     EXPECT_NO_THROW(reader.reset());
 }
 
-// A full directory cannot be removed: the times file fails, and the values file still goes.
-TEST_F(NativeStreamReaderTest, fileThatCannotBeDeletedDoesNotSaveTheOther) {
+// A directory that is not empty cannot be removed: deleting the times file fails, and the values
+// file is still deleted.
+TEST_F(NativeStreamReaderTest, failedDeletionOfOneFileStillDeletesTheOther) {
     std::filesystem::create_directories(times / "inner");
     writeDoubles(values, {1.0});
     auto reader = std::make_unique<NativeStreamReader>(boost::any(store()));
@@ -166,7 +167,7 @@ TEST_F(NativeStreamReaderTest, fileThatCannotBeDeletedDoesNotSaveTheOther) {
     EXPECT_FALSE(std::filesystem::exists(values));
 }
 
-TEST_F(NativeStreamReaderTest, directoryInPlaceOfAFileStays) {
+TEST_F(NativeStreamReaderTest, directoryInPlaceOfAFileIsNotDeleted) {
     std::filesystem::create_directory(times);
     writeDoubles(values, {1.0});
     auto reader = std::make_unique<NativeStreamReader>(boost::any(store()));
@@ -175,7 +176,8 @@ TEST_F(NativeStreamReaderTest, directoryInPlaceOfAFileStays) {
     EXPECT_FALSE(std::filesystem::exists(values));
 }
 
-// A values file that exists only while the times file does: it is gone when its turn comes.
+// The values file can be reached only while the times file exists, so it is out of reach if the
+// times file is deleted first.
 TEST_F(NativeStreamReaderTest, timesFileIsDeletedBeforeTheValuesFile) {
     std::filesystem::create_directory(directory.path() / "d");
     writeDoubles(directory.path() / "d" / "values", {1.0});
@@ -205,8 +207,8 @@ TEST_F(NativeStreamReaderTest, severalThreadsMayReadThroughClones) {
     }
 }
 
-// Whether a name of 300 characters exists cannot be found out.
-TEST_F(NativeStreamReaderTest, locationThatCannotBeLookedUpIsAnErrorAndHoldsUpNoDeletion) {
+// A name of 300 characters makes the check for existence fail.
+TEST_F(NativeStreamReaderTest, failedExistenceCheckThrowsAndDoesNotPreventDeletion) {
     times = directory.path() / std::string(300, 't');
     writeDoubles(values, {1.0});
     {

@@ -14,7 +14,8 @@
 
 namespace logging2::core::test {
 
-/// Small thresholds, and a hand-off that is driven step by step.
+/// Access to a writer's internals, so that tests can set small thresholds and drive the hand-off
+/// step by step.
 struct NativeStreamWriterAccess {
     static void setBufferSize(NativeStreamWriter& writer, std::size_t group, std::size_t rows) {
         writer.bufferSizes[group] = rows;
@@ -58,7 +59,8 @@ struct NativeStreamWriterAccess {
         writer.stopRequested = true;
     }
 
-    /// Runs the writer's thread body where `prepare` made something that lives as long.
+    /// Runs the writer's thread body on a thread that first calls `prepare` and keeps its result
+    /// until the end.
     template <class Prepare>
     static void startPrepared(NativeStreamWriter& writer, Prepare prepare) {
         writer.writerThread = std::make_unique<std::thread>([&writer, prepare] {
@@ -84,15 +86,15 @@ struct NativeStreamWriterAccess {
         return !lock.owns_lock();
     }
 
-    /// Returns when the thread has written what was handed to it.
+    /// Returns when the thread has written the batch that was handed to it.
     static void waitUntilTaken(NativeStreamWriter& writer) {
         while (isReady(writer)) {
             std::this_thread::yield();
         }
     }
 
-    /// Puts a thread in the place of the one that the first hand-over would start; it runs the
-    /// writer's own thread body as soon as the gate opens.
+    /// Starts the writer's thread in place of the first hand-over. It runs the writer's own thread
+    /// body as soon as the gate opens.
     static void startBehindGate(NativeStreamWriter& writer, std::future<void> gate) {
         writer.writerThread = std::make_unique<std::thread>([&writer, open = std::move(gate)] {
             open.wait();
@@ -100,7 +102,7 @@ struct NativeStreamWriterAccess {
         });
     }
 
-    /// The same with a gate that opens when flush() asks the thread to stop.
+    /// Likewise, but the thread starts its body when flush() requests its stop.
     static void startWhenStopIsRequested(NativeStreamWriter& writer) {
         writer.writerThread = std::make_unique<std::thread>([&writer] {
             while (!stopRequested(writer)) {

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-// The samples' way into the buffers, and when a buffer is handed over.
+// How samples are stored in the buffers, and when a buffer is handed over.
 
 namespace logging2::core::test {
 namespace {
@@ -12,7 +12,7 @@ using ::testing::IsEmpty;
 
 class NativeStreamWriterBuffersTest : public NativeStreamWriterTest {};
 
-TEST_F(NativeStreamWriterBuffersTest, rowsLieBackToBackWithTheirTimeFirst) {
+TEST_F(NativeStreamWriterBuffersTest, bufferHoldsContiguousRowsWithTheTimeFirst) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     const std::vector<double> row{1.0, 2.0, 3.0};
     EXPECT_TRUE(writer.write(0, 0.5, row.data(), 3));
@@ -37,7 +37,7 @@ void expectHandOverAt(NativeStreamWriter& writer, std::size_t rowLength, std::si
     Access::waitUntilTaken(writer);
 }
 
-TEST_F(NativeStreamWriterBuffersTest, onePathHandsOverWithRow4194304) {
+TEST_F(NativeStreamWriterBuffersTest, onePathHandsOverAtRow4194304) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     expectHandOverAt(writer, 1, 4194304);
     EXPECT_EQ(std::filesystem::file_size(timesFile(writer, "x")), 4194304 * sizeof(double));
@@ -50,7 +50,7 @@ TEST_F(NativeStreamWriterBuffersTest, onePathHandsOverWithRow4194304) {
     writer.flush();
 }
 
-TEST_F(NativeStreamWriterBuffersTest, twoPathsHandOverWithRow2796202) {
+TEST_F(NativeStreamWriterBuffersTest, twoPathsHandOverAtRow2796202) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     expectHandOverAt(writer, 3, 2796202);
     EXPECT_EQ(std::filesystem::file_size(valuesFile(writer, "b")), 2 * 2796202 * sizeof(double));
@@ -69,7 +69,7 @@ TEST_F(NativeStreamWriterBuffersTest, bufferOfOneRowHandsOverEveryRow) {
     EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0, 3.0));
 }
 
-TEST_F(NativeStreamWriterBuffersTest, groupsAreCountedApart) {
+TEST_F(NativeStreamWriterBuffersTest, rowsAreCountedPerGroup) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
     Access::setBufferSize(writer, 0, 3);
     Access::setBufferSize(writer, 1, 3);
@@ -90,13 +90,14 @@ TEST_F(NativeStreamWriterBuffersTest, firstWidthOfAGroupSplitsAllItsRows) {
     write(writer, 0, 2.0, {20.0, 21.0});
     write(writer, 0, 3.0, {30.0, 31.0});
     writer.flush();
-    // The elements are 1 10 11 12 | 2 20 21 3 | 30 31: rows of three values, the last cut short.
+    // The elements are 1 10 11 12 | 2 20 21 3 | 30 31: rows of three values, the last one
+    // incomplete.
     EXPECT_THAT(timesIn(writer, "a"), ElementsAre(1.0, 2.0, 30.0));
     EXPECT_THAT(valuesIn(writer, "a"), ElementsAre(10.0, 20.0, 31.0));
     EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(11.0, 12.0, 21.0, 3.0));
 }
 
-TEST_F(NativeStreamWriterBuffersTest, firstWidthHoldsBeyondHandOvers) {
+TEST_F(NativeStreamWriterBuffersTest, firstWidthStaysValidAfterHandOvers) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     Access::setBufferSize(writer, 0, 1);
     write(writer, 0, 1.0, {10.0, 11.0, 12.0});
@@ -109,7 +110,7 @@ TEST_F(NativeStreamWriterBuffersTest, firstWidthHoldsBeyondHandOvers) {
     EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(11.0, 12.0));
 }
 
-TEST_F(NativeStreamWriterBuffersTest, everyGroupHasAWidthOfItsOwn) {
+TEST_F(NativeStreamWriterBuffersTest, everyGroupHasItsOwnWidth) {
     NativeStreamWriter writer(
         StreamingAttributes{},
         GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"a", 0}}), channels({{0, 2}}))},
@@ -122,7 +123,7 @@ TEST_F(NativeStreamWriterBuffersTest, everyGroupHasAWidthOfItsOwn) {
     EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(30.0, 31.0, 32.0));
 }
 
-// Were a lock taken, this would not come to an end.
+// This test would hang if the write took a lock.
 TEST_F(NativeStreamWriterBuffersTest, writeBelowTheThresholdTakesNoLock) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     const std::lock_guard lock(Access::mutex(writer));
@@ -130,7 +131,7 @@ TEST_F(NativeStreamWriterBuffersTest, writeBelowTheThresholdTakesNoLock) {
     EXPECT_EQ(Access::rowCount(writer, 0), 3U);
 }
 
-TEST_F(NativeStreamWriterBuffersTest, clearBufferDropsWhatIsNotInFiles) {
+TEST_F(NativeStreamWriterBuffersTest, clearBufferDropsUnwrittenSamples) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writeTimes(writer, 0, {1.0, 2.0});
     writer.clearBuffer();
@@ -141,7 +142,7 @@ TEST_F(NativeStreamWriterBuffersTest, clearBufferDropsWhatIsNotInFiles) {
     EXPECT_THAT(fileNames(), IsEmpty());
 }
 
-TEST_F(NativeStreamWriterBuffersTest, samplesThatWereNotFlushedAreLostWithTheWriter) {
+TEST_F(NativeStreamWriterBuffersTest, destructionDropsUnflushedSamples) {
     {
         NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
         writeTimes(writer, 0, {1.0});
@@ -149,8 +150,9 @@ TEST_F(NativeStreamWriterBuffersTest, samplesThatWereNotFlushedAreLostWithTheWri
     EXPECT_THAT(fileNames(), IsEmpty());
 }
 
-TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadRunsEndsTheProcess) {
-    // A fork, so that the child uses this test's directory and leaves none of its own.
+TEST_F(NativeStreamWriterBuffersTest, destructionWithARunningThreadEndsTheProcess) {
+    // The style "fast" forks, so that the child uses this test's directory and leaves none of its
+    // own.
     ::testing::FLAGS_gtest_death_test_style = "fast";
     EXPECT_DEATH(
         {
@@ -161,9 +163,8 @@ TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadRunsEndsThePro
         "terminate");
 }
 
-// The thread that waits must not keep the writer from being destroyed. The alarm ends a child that
-// hangs.
-TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadWaitsEndsTheProcess) {
+// A waiting thread must not block the destruction of the writer. The alarm ends a child that hangs.
+TEST_F(NativeStreamWriterBuffersTest, destructionWithAWaitingThreadEndsTheProcess) {
     ::testing::FLAGS_gtest_death_test_style = "fast";
     EXPECT_DEATH(
         {
@@ -171,13 +172,13 @@ TEST_F(NativeStreamWriterBuffersTest, destroyingAWriterWhoseThreadWaitsEndsThePr
             NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
             Access::setBufferSize(writer, 0, 1);
             writeTimes(writer, 0, {1.0});
-            // The mutex was free and nothing is ready: the thread waits for the condition.
+            // The mutex was free and no batch is ready: the thread waits for the condition.
             Access::waitUntilTaken(writer);
         },
         "terminate");
 }
 
-TEST_F(NativeStreamWriterBuffersTest, clearBufferDropsABatchThatWaits) {
+TEST_F(NativeStreamWriterBuffersTest, clearBufferDropsAWaitingBatch) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 2);
     Access::startWhenStopIsRequested(writer);
@@ -188,7 +189,7 @@ TEST_F(NativeStreamWriterBuffersTest, clearBufferDropsABatchThatWaits) {
     EXPECT_THAT(fileNames(), IsEmpty());
 }
 
-TEST_F(NativeStreamWriterBuffersTest, widthOfAGroupThatFirstWritesAfterClearBufferIsRecorded) {
+TEST_F(NativeStreamWriterBuffersTest, groupWrittenFirstAfterClearBufferGetsItsWidth) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
     writeTimes(writer, 0, {1.0});
     writer.clearBuffer();
@@ -198,8 +199,7 @@ TEST_F(NativeStreamWriterBuffersTest, widthOfAGroupThatFirstWritesAfterClearBuff
     EXPECT_THAT(valuesIn(writer, "x1"), ElementsAre(20.0, 30.0));
 }
 
-TEST_F(NativeStreamWriterBuffersTest,
-       flushIntermediateAndClearBufferLoseNothingHoweverSlowTheThread) {
+TEST_F(NativeStreamWriterBuffersTest, flushIntermediateWithClearBufferLosesNothing) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 4);
     for (int i = 0; i < 10; ++i) {
@@ -214,8 +214,8 @@ TEST_F(NativeStreamWriterBuffersTest,
     EXPECT_EQ(valuesIn(writer, "x").back(), 290.0);
 }
 
-// The row counts go on, so the fourth row is handed over alone, and dropped with the next call.
-TEST_F(NativeStreamWriterBuffersTest, flushIntermediateAloneMayLoseAHandOver) {
+// The row counts are not reset, so the fourth row is handed over alone, and the next call drops it.
+TEST_F(NativeStreamWriterBuffersTest, flushIntermediateAloneMayLoseABatch) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 4);
     Access::startWhenStopIsRequested(writer);

@@ -7,7 +7,7 @@
 #include <system_error>
 #include <thread>
 
-// The samples' way from the buffers into the files.
+// How samples are written from the buffers into the files.
 
 namespace logging2::core::test {
 namespace {
@@ -31,7 +31,7 @@ TEST_F(NativeStreamWriterFilesTest, flushWritesEverySampleInOrder) {
     EXPECT_FALSE(Access::hasThread(writer));
 }
 
-TEST_F(NativeStreamWriterFilesTest, batchesAreAppendedInHandOffOrderAndTheRestLast) {
+TEST_F(NativeStreamWriterFilesTest, batchesAreAppendedInHandOffOrder) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 2);
     for (const double time : {1.0, 3.0, 5.0}) {
@@ -44,7 +44,7 @@ TEST_F(NativeStreamWriterFilesTest, batchesAreAppendedInHandOffOrderAndTheRestLa
     EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0, 30.0, 40.0, 50.0, 60.0, 70.0));
 }
 
-/// The files' appends seen as a sequence, through one pipe in place of all files.
+/// One pipe in place of all files, which shows the appends as one sequence.
 class AppendOrder {
 public:
     explicit AppendOrder(const std::filesystem::path& pipePath) : path(pipePath) {
@@ -68,8 +68,8 @@ private:
     int descriptor;
 };
 
-// Group 5 comes first in the setup, group 2 in the order of appends.
-TEST_F(NativeStreamWriterFilesTest, groupsAscendAndTimesComeBeforeTheChannelsInRowOrder) {
+// Group 5 is first in the setup, but group 2 is appended first.
+TEST_F(NativeStreamWriterFilesTest, groupsAscendAndTimesPrecedeTheChannels) {
     NativeStreamWriter writer(
         StreamingAttributes{},
         GroupSetup{{Group(5), LoggedPathsSetupData(paths({{"c", 1}}), channels({{1, 1}}))},
@@ -104,7 +104,7 @@ TEST_F(NativeStreamWriterFilesTest, groupWithoutRowsGetsNoFile) {
     EXPECT_THAT(reader.timeseries().second, IsEmpty());
 }
 
-TEST_F(NativeStreamWriterFilesTest, anyGroupIdWillDo) {
+TEST_F(NativeStreamWriterFilesTest, groupIdsMayBeAnyNumbers) {
     constexpr std::size_t large = std::size_t{1} << 32U;
     NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({12, 200, large}));
     writeTimes(writer, large, {1.0});
@@ -116,7 +116,7 @@ TEST_F(NativeStreamWriterFilesTest, anyGroupIdWillDo) {
     EXPECT_THAT(valuesIn(writer, "x200"), ElementsAre(30.0));
 }
 
-TEST_F(NativeStreamWriterFilesTest, samplesWithoutValuesWriteTimesAndEmptyValuesFiles) {
+TEST_F(NativeStreamWriterFilesTest, samplesWithoutValuesMakeEmptyValuesFiles) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     writer.write(0, 1.0, nullptr, 0);
     writer.write(0, 2.0, nullptr, 0);
@@ -127,8 +127,8 @@ TEST_F(NativeStreamWriterFilesTest, samplesWithoutValuesWriteTimesAndEmptyValues
     EXPECT_EQ(std::filesystem::file_size(valuesFile(writer, "b")), 0U);
 }
 
-// Otherwise each group would keep the memory of its largest batch for the whole run.
-TEST_F(NativeStreamWriterFilesTest, onlyTheGroupThatWasAppendedLastKeepsTheMemoryOfItsColumns) {
+// Otherwise each group would keep the memory of its largest batch until the end of the run.
+TEST_F(NativeStreamWriterFilesTest, onlyTheLastAppendedGroupKeepsItsColumnMemory) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
     Access::setBufferSize(writer, 1, 2);
     const auto capacities = [&writer](std::size_t group) {
@@ -145,14 +145,14 @@ TEST_F(NativeStreamWriterFilesTest, onlyTheGroupThatWasAppendedLastKeepsTheMemor
     writer.flush();
 }
 
-TEST_F(NativeStreamWriterFilesTest, everyFormerGroupGivesTheMemoryOfItsColumnsBack) {
+TEST_F(NativeStreamWriterFilesTest, everyEarlierGroupFreesItsColumnMemory) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1, 2}));
     for (const std::size_t group : {0U, 1U, 2U}) {
         writeTimes(writer, group, {1.0, 2.0});
         writer.flushIntermediate();
         for (std::size_t other = 0; other <= 2; ++other) {
             EXPECT_EQ(Access::columns(writer, other)[1].capacity(), other == group ? 2U : 0U)
-                << "group " << other << " behind an append of group " << group;
+                << "group " << other << " after an append of group " << group;
         }
     }
 }
@@ -167,7 +167,7 @@ TEST_F(NativeStreamWriterFilesTest, flushLeavesNoMemoryInTheSlot) {
     EXPECT_EQ(Access::slot(writer).capacity(), 0U);
 }
 
-TEST_F(NativeStreamWriterFilesTest, channelWithoutAPathStaysInMemoryWhileOtherGroupsAreAppended) {
+TEST_F(NativeStreamWriterFilesTest, appendsOfOtherGroupsKeepAChannelWithoutAPath) {
     GroupSetup setup = scalarGroups({0, 1});
     setup.insert(Group(2), LoggedPathsSetupData({}, channels({{2, 1}})));
     NativeStreamWriter writer(StreamingAttributes{}, setup);
@@ -179,7 +179,7 @@ TEST_F(NativeStreamWriterFilesTest, channelWithoutAPathStaysInMemoryWhileOtherGr
     writer.flush();
 }
 
-TEST_F(NativeStreamWriterFilesTest, channelWithoutAPathStaysInMemoryUntilTheBuffersAreCleared) {
+TEST_F(NativeStreamWriterFilesTest, channelWithoutAPathStaysInMemoryUntilTheFlush) {
     NativeStreamWriter writer(
         StreamingAttributes{},
         GroupSetup{
@@ -207,7 +207,7 @@ TEST_F(NativeStreamWriterFilesTest, morePathsThanChannelsWriteEachChannelOnce) {
     EXPECT_THAT(valuesIn(writer, "c"), ElementsAre(10.0, 20.0));
 }
 
-TEST_F(NativeStreamWriterFilesTest, rowsShorterThanTheirChannelsAreNeverReadPastTheirEnd) {
+TEST_F(NativeStreamWriterFilesTest, shortRowsAreNotReadPastTheirEnd) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     write(writer, 0, 1.0, {10.0, 11.0});
     write(writer, 0, 2.0, {20.0, 21.0});
@@ -217,7 +217,7 @@ TEST_F(NativeStreamWriterFilesTest, rowsShorterThanTheirChannelsAreNeverReadPast
     EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(11.0, 21.0));
 }
 
-// Paths are visited in their order: "a" of group 1 names the file of channel 7 for both groups.
+// Paths are visited in ascending order: "a" of group 1 names the file of channel 7 for both groups.
 TEST_F(NativeStreamWriterFilesTest, collidingChannelNumbersShareTheFileOfTheFirstPath) {
     NativeStreamWriter writer(
         StreamingAttributes{},
@@ -242,7 +242,7 @@ TEST_F(NativeStreamWriterFilesTest, flushIntermediateMakesTheSamplesReadable) {
     EXPECT_FALSE(Access::hasThread(writer));
 }
 
-TEST_F(NativeStreamWriterFilesTest, flushIntermediateLeavesTheRowCountsSoTheNextHandOverIsSooner) {
+TEST_F(NativeStreamWriterFilesTest, flushIntermediateDoesNotResetTheRowCounts) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 4);
     writeTimes(writer, 0, {1.0, 2.0, 3.0});
@@ -264,7 +264,7 @@ TEST_F(NativeStreamWriterFilesTest, secondFlushIntermediateWritesNothingNew) {
     EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0));
 }
 
-TEST_F(NativeStreamWriterFilesTest, emptyAppendsCreateFilesAnewThatAReaderDeleted) {
+TEST_F(NativeStreamWriterFilesTest, emptyAppendsRecreateFilesThatAReaderDeleted) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writeTimes(writer, 0, {1.0});
     writer.flushIntermediate();
@@ -275,7 +275,7 @@ TEST_F(NativeStreamWriterFilesTest, emptyAppendsCreateFilesAnewThatAReaderDelete
     EXPECT_EQ(std::filesystem::file_size(timesFile(writer, "x")), 0U);
 }
 
-TEST_F(NativeStreamWriterFilesTest, flushIntermediateOfAFreshWriterWritesNothing) {
+TEST_F(NativeStreamWriterFilesTest, flushIntermediateOfANewWriterWritesNothing) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writer.flushIntermediate();
     EXPECT_THAT(fileNames(), IsEmpty());
@@ -290,7 +290,7 @@ TEST_F(NativeStreamWriterFilesTest, secondFlushWithoutAThreadWritesNothing) {
     EXPECT_THAT(fileNames(), IsEmpty());
 }
 
-TEST_F(NativeStreamWriterFilesTest, secondFlushAfterAThreadIsASystemError) {
+TEST_F(NativeStreamWriterFilesTest, secondFlushAfterAThreadThrowsSystemError) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 1);
     writeTimes(writer, 0, {1.0});
@@ -309,7 +309,7 @@ TEST_F(NativeStreamWriterFilesTest, closeDoesNothing) {
     EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0));
 }
 
-TEST_F(NativeStreamWriterFilesTest, fileThatCannotBeOpenedCostsItsOwnSamplesOnly) {
+TEST_F(NativeStreamWriterFilesTest, failedOpenLosesOnlyTheSamplesOfThatFile) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     std::filesystem::create_directory(valuesFile(writer, "a"));
     write(writer, 0, 1.0, {1.0, 2.0, 3.0});
@@ -323,7 +323,7 @@ TEST_F(NativeStreamWriterFilesTest, fileThatCannotBeOpenedCostsItsOwnSamplesOnly
     EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(2.0, 3.0, 5.0, 6.0));
 }
 
-TEST_F(NativeStreamWriterFilesTest, appendingTellsWhetherTheFileCouldBeOpened) {
+TEST_F(NativeStreamWriterFilesTest, appendReturnsWhetherTheFileWasOpened) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     const std::string file = directory.path() / "file";
     EXPECT_TRUE(writer.write(file, "ab\n", 3));
@@ -335,7 +335,7 @@ TEST_F(NativeStreamWriterFilesTest, appendingTellsWhetherTheFileCouldBeOpened) {
     EXPECT_TRUE(writer.write("/dev/full", "a", 1)) << "other errors are not reported";
 }
 
-TEST_F(NativeStreamWriterFilesTest, writerLeavesItsFilesToTheReaders) {
+TEST_F(NativeStreamWriterFilesTest, writerLeavesTheDeletionOfFilesToReaders) {
     std::filesystem::path file;
     boost::any dataStore;
     {
@@ -353,7 +353,7 @@ TEST_F(NativeStreamWriterFilesTest, writerLeavesItsFilesToTheReaders) {
     EXPECT_THAT(fileNames(), IsEmpty());
 }
 
-TEST_F(NativeStreamWriterFilesTest, readerOfOnePathTakesTheTimesFromTheGroupsOtherPaths) {
+TEST_F(NativeStreamWriterFilesTest, readerOfOnePathDeletesTheTimesOfItsGroup) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     write(writer, 0, 1.0, {1.0, 2.0, 3.0});
     writer.flush();

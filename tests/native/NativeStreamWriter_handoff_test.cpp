@@ -3,8 +3,8 @@
 
 #include <future>
 
-// What a batch in the slot can meet, each brought about step by step. That the caller waits for a
-// batch that is being written is tested in waiting_test.cpp.
+// What can happen to a batch in the slot. Each test drives the threads step by step.
+// waiting_test.cpp tests that the caller waits for a batch that is being written.
 
 namespace logging2::core::test {
 namespace {
@@ -19,14 +19,14 @@ protected:
         Access::setBufferSize(writer, 1, 2);
     }
 
-    /// Lets the writer hand over to a thread that starts its first pass when the gate opens.
+    /// Makes the writer hand over to a thread that starts its first pass when the gate opens.
     void holdThread() { Access::startBehindGate(writer, gate.get_future()); }
 
     NativeStreamWriter writer{StreamingAttributes{}, scalarGroups({0, 1})};
     std::promise<void> gate;
 };
 
-TEST_F(NativeStreamWriterHandOffTest, batchThatIsTakenInTimeIsWritten) {
+TEST_F(NativeStreamWriterHandOffTest, batchTakenInTimeIsWritten) {
     writeTimes(writer, 0, {1.0, 2.0});
     Access::waitUntilTaken(writer);
     writeTimes(writer, 1, {3.0, 4.0});
@@ -37,7 +37,7 @@ TEST_F(NativeStreamWriterHandOffTest, batchThatIsTakenInTimeIsWritten) {
     EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0, 4.0));
 }
 
-TEST_F(NativeStreamWriterHandOffTest, batchThatWasNotTakenIsReplaced) {
+TEST_F(NativeStreamWriterHandOffTest, nextBatchReplacesABatchThatWasNotTaken) {
     holdThread();
     writeTimes(writer, 0, {1.0, 2.0});
     EXPECT_TRUE(Access::isReady(writer));
@@ -48,8 +48,8 @@ TEST_F(NativeStreamWriterHandOffTest, batchThatWasNotTakenIsReplaced) {
     EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(30.0, 40.0, 50.0));
 }
 
-// Groups of one size that are written alternately fill up one right after the other.
-TEST_F(NativeStreamWriterHandOffTest, batchOfOneGroupReplacesThatOfAnother) {
+// If groups of the same size are written alternately, their buffers fill on consecutive calls.
+TEST_F(NativeStreamWriterHandOffTest, batchOfOneGroupReplacesABatchOfAnother) {
     holdThread();
     writeTimes(writer, 0, {1.0});
     writeTimes(writer, 1, {1.0});
@@ -69,20 +69,20 @@ TEST_F(NativeStreamWriterHandOffTest, stopBeforeTheFirstPassStillWritesTheBatch)
     EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(10.0, 20.0, 30.0));
 }
 
-TEST_F(NativeStreamWriterHandOffTest, stopBeforeTheFirstPassWithoutABatchEndsTheThread) {
+TEST_F(NativeStreamWriterHandOffTest, stopWithoutABatchEndsTheThread) {
     Access::startWhenStopIsRequested(writer);
     writer.flush();
     EXPECT_THAT(fileNames(), IsEmpty());
 }
 
-TEST_F(NativeStreamWriterHandOffTest, stopOfAThreadThatWaitsEndsIt) {
+TEST_F(NativeStreamWriterHandOffTest, stopEndsAWaitingThread) {
     writeTimes(writer, 0, {1.0, 2.0});
     Access::waitUntilTaken(writer);
     writer.flush();
     EXPECT_THAT(timesIn(writer, "x0"), ElementsAre(1.0, 2.0));
 }
 
-TEST_F(NativeStreamWriterHandOffTest, flushIntermediateDropsAWaitingBatchWhereAGroupHasRows) {
+TEST_F(NativeStreamWriterHandOffTest, flushIntermediateDropsAWaitingBatchIfRowsExist) {
     holdThread();
     writeTimes(writer, 0, {1.0, 2.0});
     writeTimes(writer, 1, {3.0});
@@ -94,7 +94,7 @@ TEST_F(NativeStreamWriterHandOffTest, flushIntermediateDropsAWaitingBatchWhereAG
     EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0));
 }
 
-TEST_F(NativeStreamWriterHandOffTest, flushIntermediateLeavesAWaitingBatchToTheThreadOtherwise) {
+TEST_F(NativeStreamWriterHandOffTest, flushIntermediateWithoutRowsKeepsAWaitingBatch) {
     holdThread();
     writeTimes(writer, 0, {1.0, 2.0});
     writer.flushIntermediate();
@@ -106,8 +106,9 @@ TEST_F(NativeStreamWriterHandOffTest, flushIntermediateLeavesAWaitingBatchToTheT
     writer.flush();
 }
 
-// A group that was written before has a count and no rows: that is enough to drop the batch.
-TEST_F(NativeStreamWriterHandOffTest, countWithoutRowsDropsAWaitingBatchToo) {
+// A group that was flushed before has a row count but no rows. The count suffices to drop the
+// batch.
+TEST_F(NativeStreamWriterHandOffTest, rowCountWithoutRowsDropsAWaitingBatch) {
     holdThread();
     writeTimes(writer, 1, {3.0});
     writer.flushIntermediate();
@@ -118,8 +119,8 @@ TEST_F(NativeStreamWriterHandOffTest, countWithoutRowsDropsAWaitingBatchToo) {
     EXPECT_THAT(fileNames(), ElementsAre("times_1", "values_1_1"));
 }
 
-// The first row of group 1 records its width while the thread reads that of group 0.
-TEST_F(NativeStreamWriterHandOffTest, widthOfANewGroupIsRecordedWhileABatchIsBeingWritten) {
+// The first row of group 1 records its width while the thread reads the width of group 0.
+TEST_F(NativeStreamWriterHandOffTest, newGroupGetsItsWidthWhileABatchIsWritten) {
     const BlockingFile file(directory.path() / "pipe");
     Access::setTimesPath(writer, 0, file.path);
     writeTimes(writer, 0, {1.0, 2.0});
@@ -131,8 +132,8 @@ TEST_F(NativeStreamWriterHandOffTest, widthOfANewGroupIsRecordedWhileABatchIsBei
     EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0));
 }
 
-// Nothing is driven here: whatever the thread does in between, whole batches arrive in order.
-TEST_F(NativeStreamWriterHandOffTest, undrivenRunWritesWholeBatchesInOrder) {
+// This test does not drive the thread. Under any timing, whole batches arrive in order.
+TEST_F(NativeStreamWriterHandOffTest, wholeBatchesAreWrittenInOrder) {
     for (int i = 0; i < 2000; ++i) {
         writeTimes(writer, 0, {static_cast<double>(i)});
     }

@@ -10,7 +10,7 @@ using ::testing::IsEmpty;
 
 class NativeStreamWriterMovesTest : public NativeStreamWriterTest {};
 
-TEST_F(NativeStreamWriterMovesTest, writerThatWasMovedBeforeItsFirstSampleWorks) {
+TEST_F(NativeStreamWriterMovesTest, writerMovedBeforeItsFirstSampleWorks) {
     NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
     const std::filesystem::path times = timesFile(source, "a");
     NativeStreamWriter writer(std::move(source));
@@ -26,8 +26,8 @@ TEST_F(NativeStreamWriterMovesTest, writerThatWasMovedBeforeItsFirstSampleWorks)
     EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(2.0, 3.0, 5.0, 6.0, 8.0, 9.0));
 }
 
-// The group has a count but no rows, and no column yet.
-TEST_F(NativeStreamWriterMovesTest, flushIntermediateOfAMovedWriterFindsItsColumns) {
+// The group has a row count but no rows and no column yet.
+TEST_F(NativeStreamWriterMovesTest, flushIntermediateOfAMovedWriterCreatesItsColumns) {
     NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
     write(source, 0, 1.0, {1.0, 2.0, 3.0});
     source.flushIntermediate();
@@ -58,7 +58,7 @@ TEST_F(NativeStreamWriterMovesTest, movedFromWriterFlushesNothing) {
     writer.flush();
 }
 
-TEST_F(NativeStreamWriterMovesTest, moveKeepsWhetherTheThreadIsToLook) {
+TEST_F(NativeStreamWriterMovesTest, moveKeepsTheReadyFlag) {
     NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
     source.flushIntermediate();
     ASSERT_TRUE(Access::isReady(source));
@@ -66,7 +66,7 @@ TEST_F(NativeStreamWriterMovesTest, moveKeepsWhetherTheThreadIsToLook) {
     EXPECT_TRUE(Access::isReady(writer));
 }
 
-TEST_F(NativeStreamWriterMovesTest, assignmentTakesSetupAndFiles) {
+TEST_F(NativeStreamWriterMovesTest, assignmentMovesSetupAndFiles) {
     NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
     const std::filesystem::path times = timesFile(source, "a");
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
@@ -77,8 +77,8 @@ TEST_F(NativeStreamWriterMovesTest, assignmentTakesSetupAndFiles) {
     EXPECT_THAT(valuesIn(writer, "b"), ElementsAre(2.0, 3.0));
 }
 
-// The row widths stay with their writers: rows are split as the target's first row was.
-TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsRowWidths) {
+// Row widths do not move: rows are split by the width of the target's first row.
+TEST_F(NativeStreamWriterMovesTest, assignmentKeepsTheRowWidthsOfTheTarget) {
     NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writeTimes(writer, 0, {9.0});
@@ -90,8 +90,8 @@ TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsRowWidths) {
     EXPECT_THAT(valuesIn(writer, "b"), IsEmpty());
 }
 
-// A width that the target does not have is that of the next row, whatever the buffer holds.
-TEST_F(NativeStreamWriterMovesTest, groupWhoseRowsCameByAssignmentGetsTheWidthOfItsNextRow) {
+// If the target has no width for the group, its next row sets the width, whatever the buffer holds.
+TEST_F(NativeStreamWriterMovesTest, nextRowSetsTheWidthOfAnAssignedGroup) {
     NativeStreamWriter source(StreamingAttributes{}, scalarGroups({5, 6}));
     NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
     writeTimes(writer, 0, {9.0});
@@ -106,7 +106,7 @@ TEST_F(NativeStreamWriterMovesTest, groupWhoseRowsCameByAssignmentGetsTheWidthOf
     EXPECT_THAT(valuesIn(writer, "x6"), ElementsAre(10.0, 20.0));
 }
 
-TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsColumns) {
+TEST_F(NativeStreamWriterMovesTest, assignmentKeepsTheColumnsOfTheTarget) {
     NativeStreamWriter source(StreamingAttributes{}, mixedWidthSetup());
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writer = std::move(source);
@@ -116,7 +116,7 @@ TEST_F(NativeStreamWriterMovesTest, assignmentLeavesTheTargetsColumns) {
     EXPECT_EQ(Access::columns(writer, 0).size(), 3U);
 }
 
-TEST_F(NativeStreamWriterMovesTest, assignmentTakesCountsSizesNameAndFlags) {
+TEST_F(NativeStreamWriterMovesTest, assignmentMovesCountsSizesNameAndFlags) {
     StreamingAttributes named;
     named.name = BasicTableString<char>("named");
     NativeStreamWriter source(named, scalarSetup());
@@ -138,7 +138,7 @@ TEST_F(NativeStreamWriterMovesTest, assignmentTakesCountsSizesNameAndFlags) {
     EXPECT_EQ(name, u"named");
 }
 
-TEST_F(NativeStreamWriterMovesTest, constructionTakesTheFlagsAndLeavesColumnsAndWidths) {
+TEST_F(NativeStreamWriterMovesTest, moveConstructionCopiesFlagsButNotColumnsOrWidths) {
     NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
     write(source, 0, 1.0, {10.0, 11.0, 12.0});
     source.flushIntermediate();
@@ -153,7 +153,7 @@ TEST_F(NativeStreamWriterMovesTest, constructionTakesTheFlagsAndLeavesColumnsAnd
     EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0, 30.0));
 }
 
-TEST_F(NativeStreamWriterMovesTest, threadAndSlotStayWithTheirWriters) {
+TEST_F(NativeStreamWriterMovesTest, movesLeaveThreadAndSlotInPlace) {
     NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
     Access::startWhenStopIsRequested(source);
     NativeStreamWriter writer(std::move(source));
@@ -170,7 +170,7 @@ TEST_F(NativeStreamWriterMovesTest, threadAndSlotStayWithTheirWriters) {
     target.flush();
 }
 
-TEST_F(NativeStreamWriterMovesTest, batchThatWaitsInAMovedFromWriterIsTakenAndInNoFile) {
+TEST_F(NativeStreamWriterMovesTest, batchWaitingInAMovedFromWriterIsLost) {
     NativeStreamWriter source(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(source, 0, 1);
     Access::startWhenStopIsRequested(source);

@@ -3,13 +3,14 @@
 
 #include <stdexcept>
 
-// What a writer answers from its setup, before anything is written.
+// What a writer derives from its setup before anything is written.
 
 namespace logging2::core::test {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class NativeStreamWriterSetupTest : public NativeStreamWriterTest {
@@ -32,7 +33,7 @@ TEST_F(NativeStreamWriterSetupTest, storesNameTheFilesOfGroupAndChannel) {
     EXPECT_EQ(stem.substr(0, stem.size() - 9) + "_values_3_1", valuesFile(writer, "c").string());
 }
 
-TEST_F(NativeStreamWriterSetupTest, constructionCreatesTheUsersDirectoryAndNoFile) {
+TEST_F(NativeStreamWriterSetupTest, constructionCreatesTheUserDirectoryAndNoFile) {
     const auto writer = make(scalarSetup());
     EXPECT_TRUE(std::filesystem::is_directory(timesFile(writer, "x").parent_path()));
     EXPECT_THAT(fileNames(), IsEmpty());
@@ -45,7 +46,7 @@ TEST_F(NativeStreamWriterSetupTest, aliasesShareBothFiles) {
     EXPECT_EQ(timesFile(writer, "a"), timesFile(writer, "b"));
 }
 
-TEST_F(NativeStreamWriterSetupTest, pathOfTwoGroupsBelongsToTheOneInsertedFirst) {
+TEST_F(NativeStreamWriterSetupTest, pathOfTwoGroupsBelongsToTheFirstGroup) {
     const auto writer =
         make(GroupSetup{{Group(5), LoggedPathsSetupData(paths({{"x", 1}}), channels({{1, 1}}))},
                         {Group(2), LoggedPathsSetupData(paths({{"x", 8}}), channels({{8, 1}}))}});
@@ -53,9 +54,14 @@ TEST_F(NativeStreamWriterSetupTest, pathOfTwoGroupsBelongsToTheOneInsertedFirst)
     EXPECT_THAT(timesFile(writer, "x").string(), EndsWith("_times_5"));
 }
 
-TEST_F(NativeStreamWriterSetupTest, pathThatIsNotLoggedIsOutOfRange) {
+TEST_F(NativeStreamWriterSetupTest, unknownPathThrowsOutOfRangeThatNamesIt) {
     const auto writer = make(scalarSetup());
-    EXPECT_THROW(writer.dataStore(ValuePath("y")), std::out_of_range);
+    try {
+        writer.dataStore(ValuePath("y"));
+        FAIL() << "nothing was thrown";
+    } catch (const std::out_of_range& error) {
+        EXPECT_THAT(error.what(), HasSubstr("the path \"y\""));
+    }
 }
 
 TEST_F(NativeStreamWriterSetupTest, storesOfOnePathShareTheirRecord) {
@@ -72,7 +78,7 @@ TEST_F(NativeStreamWriterSetupTest, twoWritersNeverShareFiles) {
     EXPECT_NE(timesFile(first, "x"), timesFile(second, "x"));
 }
 
-TEST_F(NativeStreamWriterSetupTest, buffersAreSizedByTheNumberOfPaths) {
+TEST_F(NativeStreamWriterSetupTest, numberOfPathsSetsTheBufferSize) {
     const auto writer = make(GroupSetup{
         {Group(0), LoggedPathsSetupData(paths({{"a", 1}}), channels({{1, 50}, {2, 1}}))},
         {Group(200), LoggedPathsSetupData(paths({{"b", 3}, {"c", 3}}), channels({{3, 1}}))},
@@ -87,11 +93,11 @@ TEST_F(NativeStreamWriterSetupTest, buffersAreSizedByTheNumberOfPaths) {
     EXPECT_THROW(writer.numChannels(1), std::out_of_range);
 }
 
-TEST_F(NativeStreamWriterSetupTest, tellsNoDataStoreInfo) {
+TEST_F(NativeStreamWriterSetupTest, hasNoDataStoreInfo) {
     EXPECT_FALSE(make(scalarSetup()).dataStoreInfo().has_value());
 }
 
-TEST_F(NativeStreamWriterSetupTest, nonAsciiTemporaryDirectorySpoilsTheTimesLocationOnly) {
+TEST_F(NativeStreamWriterSetupTest, nonAsciiTemporaryDirectoryCorruptsOnlyTheTimesLocation) {
     const SystemTempDirectory umlaut("-\xc3\xbc");
     auto writer = make(scalarSetup());
     writeTimes(writer, 0, {1.0});
@@ -121,13 +127,13 @@ TEST_F(NativeStreamWriterSetupTest, rollbackOnlyWarns) {
     writer.rollback(77, 0.0);
     EXPECT_EQ(recorder.warnings.size(), 2U);
     writeTimes(writer, 0, {1.0});
-    EXPECT_EQ(recorder.warnings.size(), 2U) << "a time regression is no rollback here";
+    EXPECT_EQ(recorder.warnings.size(), 2U) << "a time regression causes no rollback here";
     writer.flush();
     EXPECT_THAT(timesIn(writer, "x"), ElementsAre(1.0, 2.0, 1.0));
     EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0, 10.0));
 }
 
-TEST_F(NativeStreamWriterSetupTest, whatTheWarningHandlerThrowsComesOut) {
+TEST_F(NativeStreamWriterSetupTest, exceptionOfTheWarningHandlerPropagates) {
     auto writer = make(scalarSetup());
     const auto former = foundation::setWarningHandler(
         [](const foundation::Message&) { throw std::domain_error("strict host"); });
@@ -135,7 +141,7 @@ TEST_F(NativeStreamWriterSetupTest, whatTheWarningHandlerThrowsComesOut) {
     foundation::setWarningHandler(former);
 }
 
-TEST_F(NativeStreamWriterSetupTest, columnsStartWithOnePerPathAndTheTimes) {
+TEST_F(NativeStreamWriterSetupTest, everyPathStartsWithAColumnBesidesTheTimes) {
     auto writer = make(GroupSetup{
         {Group(0), LoggedPathsSetupData(paths({{"a", 1}, {"b", 1}, {"c", 1}}), channels({{1, 1}}))},
         {Group(1), LoggedPathsSetupData({}, channels({{2, 1}, {3, 1}}))}});

@@ -26,7 +26,7 @@ std::filesystem::path uniquePath(const StreamLocationCreator& creator) {
     return native(creator.getUniquePath().text());
 }
 
-TEST(StreamLocationCreatorTest, pathIsUsersDirectoryAndUuid) {
+TEST(StreamLocationCreatorTest, pathIsTheUserDirectoryAndAUuid) {
     const SystemTempDirectory directory;
     const StreamLocationCreator creator;
     const std::filesystem::path path = uniquePath(creator);
@@ -35,7 +35,7 @@ TEST(StreamLocationCreatorTest, pathIsUsersDirectoryAndUuid) {
                                  std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}")));
 }
 
-TEST(StreamLocationCreatorTest, createsTheUsersDirectoryAndNothingInIt) {
+TEST(StreamLocationCreatorTest, createsAnEmptyUserDirectory) {
     const SystemTempDirectory directory;
     const StreamLocationCreator creator;
     const std::filesystem::path path = uniquePath(creator);
@@ -43,7 +43,7 @@ TEST(StreamLocationCreatorTest, createsTheUsersDirectoryAndNothingInIt) {
     EXPECT_TRUE(std::filesystem::is_empty(path.parent_path()));
 }
 
-TEST(StreamLocationCreatorTest, usersDirectoryIsForTheUserAlone) {
+TEST(StreamLocationCreatorTest, userDirectoryIsPrivateUnderAnyUmask) {
     for (const mode_t mask : {0U, 022U, 0777U}) {
         const SystemTempDirectory directory;
         const Umask umask(mask);
@@ -54,7 +54,7 @@ TEST(StreamLocationCreatorTest, usersDirectoryIsForTheUserAlone) {
     }
 }
 
-TEST(StreamLocationCreatorTest, existingDirectoryOfTheUserKeepsItsRights) {
+TEST(StreamLocationCreatorTest, existingUserDirectoryKeepsItsPermissions) {
     const SystemTempDirectory directory;
     const std::filesystem::path existing = directory.path() / ("trakontmp." + user());
     std::filesystem::create_directory(existing);
@@ -74,7 +74,7 @@ TEST(StreamLocationCreatorTest, createsMissingParents) {
     fl::filesystem::setTempDirectoryName(former);
 }
 
-TEST(StreamLocationCreatorTest, twoCreatorsShareTheDirectoryAndNothingElse) {
+TEST(StreamLocationCreatorTest, twoCreatorsShareTheDirectoryButNotThePath) {
     const SystemTempDirectory directory;
     const StreamLocationCreator first;
     const StreamLocationCreator second;
@@ -82,7 +82,7 @@ TEST(StreamLocationCreatorTest, twoCreatorsShareTheDirectoryAndNothingElse) {
     EXPECT_NE(uniquePath(first), uniquePath(second));
 }
 
-TEST(StreamLocationCreatorTest, pathStaysUntilANewOneIsDrawn) {
+TEST(StreamLocationCreatorTest, pathStaysUntilSetUniquePath) {
     const SystemTempDirectory directory;
     StreamLocationCreator creator;
     const auto* const path = &creator.getUniquePath();
@@ -93,7 +93,7 @@ TEST(StreamLocationCreatorTest, pathStaysUntilANewOneIsDrawn) {
     EXPECT_NE(creator.getUniquePath().text(), former);
 }
 
-TEST(StreamLocationCreatorTest, uniqueIdIsFreshOnEveryCall) {
+TEST(StreamLocationCreatorTest, uniqueIdIsNewOnEveryCall) {
     const SystemTempDirectory directory;
     const StreamLocationCreator creator;
     const std::u16string id = creator.uniqueId().text();
@@ -102,22 +102,22 @@ TEST(StreamLocationCreatorTest, uniqueIdIsFreshOnEveryCall) {
     EXPECT_EQ(creator.getUniquePath().text().find(id), std::u16string::npos);
 }
 
-TEST(StreamLocationCreatorTest, anythingUnderTheUsersNameCountsAsExisting) {
+TEST(StreamLocationCreatorTest, anyFileOfTheDirectoryNameCountsAsExisting) {
     const SystemTempDirectory directory;
     writeBytes(directory.path() / ("trakontmp." + user()), "a file");
     const StreamLocationCreator creator;
     EXPECT_EQ(bytesOf(uniquePath(creator).parent_path()), "a file");
 }
 
-// A link that leads nowhere does not exist, yet cannot be created: so it is for a creator whose
-// neighbour was faster.
-TEST(StreamLocationCreatorTest, directoryThatAppearsMeanwhileIsNoError) {
+// A dangling link does not exist, but its name cannot be created. A creator sees the same if
+// another process creates the directory first.
+TEST(StreamLocationCreatorTest, directoryCreatedMeanwhileIsAccepted) {
     const SystemTempDirectory directory;
     std::filesystem::create_symlink("nowhere", directory.path() / ("trakontmp." + user()));
     EXPECT_NO_THROW(StreamLocationCreator());
 }
 
-TEST(StreamLocationCreatorTest, creatorsOnManyThreadsRaceForTheDirectory) {
+TEST(StreamLocationCreatorTest, manyThreadsMayCreateTheDirectoryAtOnce) {
     for (int round = 0; round < 20; ++round) {
         const SystemTempDirectory directory;
         std::vector<std::thread> threads;
@@ -131,7 +131,7 @@ TEST(StreamLocationCreatorTest, creatorsOnManyThreadsRaceForTheDirectory) {
     }
 }
 
-TEST(StreamLocationCreatorTest, directoryThatCannotBeCreatedIsAnErrorAndKeepsThePath) {
+TEST(StreamLocationCreatorTest, failedDirectoryCreationThrowsAndKeepsThePath) {
     const SystemTempDirectory directory;
     StreamLocationCreator creator;
     const std::u16string former = creator.getUniquePath().text();
@@ -144,7 +144,7 @@ TEST(StreamLocationCreatorTest, directoryThatCannotBeCreatedIsAnErrorAndKeepsThe
     fl::filesystem::setTempDirectoryName(restore);
 }
 
-TEST(StreamLocationCreatorTest, destructionLeavesDirectoryAndFiles) {
+TEST(StreamLocationCreatorTest, destructionKeepsDirectoryAndFiles) {
     const SystemTempDirectory directory;
     std::filesystem::path file;
     {
@@ -155,7 +155,7 @@ TEST(StreamLocationCreatorTest, destructionLeavesDirectoryAndFiles) {
     EXPECT_TRUE(std::filesystem::exists(file));
 }
 
-TEST(StreamLocationCreatorTest, hostsTemporaryDirectoryIsTakenAsItIs) {
+TEST(StreamLocationCreatorTest, temporaryDirectoryOfTheHostIsUsedUnchanged) {
     const SystemTempDirectory directory;
     StreamLocationCreator creator;
     const auto former = fl::filesystem::setTempDirectoryName([] { return u"/not/there/../x"; });
@@ -163,8 +163,8 @@ TEST(StreamLocationCreatorTest, hostsTemporaryDirectoryIsTakenAsItIs) {
     fl::filesystem::setTempDirectoryName(former);
 }
 
-// An empty answer is an answer: the user's directory is then below the current one.
-TEST(StreamLocationCreatorTest, emptyTemporaryDirectoryIsNoReasonToFallBack) {
+// An empty name is valid: the user's directory is then below the current directory.
+TEST(StreamLocationCreatorTest, emptyTemporaryDirectoryCausesNoFallback) {
     const SystemTempDirectory directory;
     const std::filesystem::path current = std::filesystem::current_path();
     std::filesystem::current_path(directory.path());
@@ -176,7 +176,7 @@ TEST(StreamLocationCreatorTest, emptyTemporaryDirectoryIsNoReasonToFallBack) {
     std::filesystem::current_path(current);
 }
 
-TEST(StreamLocationCreatorTest, hostWithoutTemporaryDirectoryFallsBackToTheCanonicalOne) {
+TEST(StreamLocationCreatorTest, hostWithoutATemporaryDirectoryGetsTheCanonicalOne) {
     const SystemTempDirectory directory("-\xc3\xbc");
     std::filesystem::create_directory_symlink(directory.path(), directory.path() / "link");
     setenv("TMPDIR", (directory.path() / "link").c_str(), 1);

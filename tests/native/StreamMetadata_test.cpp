@@ -19,7 +19,7 @@ std::string printed(const StreamMetadata& metadata) {
     return stream.str();
 }
 
-TEST(StreamMetadataTest, printsNothingAsItsBraces) {
+TEST(StreamMetadataTest, printsEmptyMetadataAsBraces) {
     EXPECT_EQ(printed(StreamMetadata({}, {}, {})), "{ { {}");
 }
 
@@ -37,7 +37,7 @@ TEST(StreamMetadataTest, printsGroupsAscendingAndLayoutsAsInserted) {
               "{ {Group: 3, 0};  {Group: 5, 1};  { {x, 5, 2}; {5, 2->1:}; 3, }; }");
 }
 
-TEST(StreamMetadataTest, numbersFollowTheStreamsFormat) {
+TEST(StreamMetadataTest, numbersUseTheFormatOfTheStream) {
     std::ostringstream stream;
     stream << std::hex << StreamMetadata({}, Layouts{{255, {{16, 10}}}}, {});
     EXPECT_EQ(stream.str(), "{ { {ff, 10->a:}; }");
@@ -64,7 +64,7 @@ TEST(StreamMetadataTest, accessorsReturnTheSameObjectsOnEveryCall) {
     EXPECT_EQ(&metadata.groupChannels(), &metadata.groupChannels());
 }
 
-TEST(StreamMetadataTest, movingTakesTheBlockAndLeavesNothing) {
+TEST(StreamMetadataTest, moveLeavesTheSourceEmpty) {
     StreamMetadata metadata({}, {}, {{1, 1}});
     const Counts* const counts = &metadata.groupChannels();
     const StreamMetadata moved = std::move(metadata);

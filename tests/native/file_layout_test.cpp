@@ -3,7 +3,7 @@
 #include <iomanip>
 #include <sstream>
 
-// The worked example of docs/file-layout.md.
+// The example of docs/using/files.md.
 
 namespace logging2::core::test {
 namespace {
@@ -19,7 +19,7 @@ std::string hex(const std::string& bytes) {
 
 class FileLayoutTest : public NativeStreamWriterTest {};
 
-TEST_F(FileLayoutTest, workedExampleHoldsTheseBytes) {
+TEST_F(FileLayoutTest, workedExampleHasTheDocumentedBytes) {
     NativeStreamWriter writer(
         StreamingAttributes{},
         GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"ball.height", 0}, {"ball.spin", 1}}),

@@ -1,7 +1,8 @@
 #include <tests/allocation/ChildProcess.hpp>
 #include <tests/native/native_writers.hpp>
 
-// What a child process has of a writer. docs/threads.md tells hosts to keep away from it there.
+// The effect of fork on a writer. docs/using/threads.md tells hosts not to use a writer in a
+// child process.
 
 namespace logging2::core::test {
 namespace {
@@ -10,7 +11,7 @@ using ::testing::ElementsAre;
 
 class NativeForkTest : public NativeStreamWriterTest {
 protected:
-    /// Three samples, the first two in files, and a thread that waits.
+    /// Writes three samples, the first two of them to files, and leaves a waiting thread.
     void startThread() {
         Access::setBufferSize(*writer, 0, 2);
         writeTimes(*writer, 0, {1.0, 2.0});
@@ -22,9 +23,9 @@ protected:
         std::make_unique<NativeStreamWriter>(StreamingAttributes{}, scalarSetup());
 };
 
-TEST_F(NativeForkTest, childThatLeavesTheWriterAloneDoesNoHarm) {
+TEST_F(NativeForkTest, childThatIgnoresTheWriterDoesNoHarm) {
     startThread();
-    EXPECT_TRUE(endedWell(status_of_child([] {})));
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([] {})));
     writer->flush();
     EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 3.0));
     EXPECT_THAT(valuesIn(*writer, "x"), ElementsAre(10.0, 20.0, 30.0));
@@ -32,7 +33,7 @@ TEST_F(NativeForkTest, childThatLeavesTheWriterAloneDoesNoHarm) {
 
 TEST_F(NativeForkTest, childThatFlushesAppendsItsCopyOfTheSamples) {
     writeTimes(*writer, 0, {1.0});
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         writeTimes(*writer, 0, {2.0});
         writer->flush();
     })));
@@ -41,19 +42,19 @@ TEST_F(NativeForkTest, childThatFlushesAppendsItsCopyOfTheSamples) {
     EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 1.0, 3.0));
 }
 
-TEST_F(NativeForkTest, batchesThatAChildHandsOverAreWrittenByNobody) {
+TEST_F(NativeForkTest, batchesThatAChildHandsOverAreLost) {
     startThread();
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         writeTimes(*writer, 0, {4.0, 5.0, 6.0, 7.0, 8.0});
     })));
     writer->flush();
     EXPECT_THAT(timesIn(*writer, "x"), ElementsAre(1.0, 2.0, 3.0));
 }
 
-TEST_F(NativeForkTest, childThatDestroysAWriterWithAThreadIsEnded) {
+TEST_F(NativeForkTest, destructionInAChildEndsTheChild) {
     startThread();
     EXPECT_TRUE(wasAborted(status_of_child([this] {
-        alarm(20); // for a child that hangs
+        alarm(20); // ends a child that hangs
         writer.reset();
     })));
     writer->flush();

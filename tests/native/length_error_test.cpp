@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-// Lengths that no array has; a sanitizer would stop at the end of the array that they speak of.
+// Lengths that no array has. A sanitizer would stop at the end of the array that is passed.
 
 namespace logging2::core::test {
 namespace {
@@ -11,7 +11,7 @@ using ::testing::ElementsAre;
 
 class NativeLengthErrorTest : public NativeStreamWriterTest {};
 
-TEST_F(NativeLengthErrorTest, rowTooLongForAnyVectorIsALengthErrorAndLeavesNoTrace) {
+TEST_F(NativeLengthErrorTest, impossibleRowLengthThrowsLengthErrorAndStoresNothing) {
     for (const std::size_t length : {std::size_t{1} << 60U, ~std::size_t{0}}) {
         NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
         const double value = 0.0;

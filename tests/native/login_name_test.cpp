@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-// This executable answers for the system's list of users, and who runs it.
+// This executable replaces the system's list of users and the id of the running user.
 
 namespace {
 
@@ -24,9 +24,9 @@ enum class Answer { name, noEntry, nullName, error };
 
 Answer answer = Answer::name;
 std::string loginName = "ann";
-std::size_t wantedRoom = 0;
+std::size_t requiredByteCount = 0;
 int interruptions = 0;
-std::vector<std::string> questions;
+std::vector<std::string> calls;
 
 } // namespace
 
@@ -34,14 +34,15 @@ extern "C" uid_t getuid() noexcept {
     return runningUser;
 }
 
-extern "C" int getpwuid_r(uid_t user, passwd* entry, char*, std::size_t room, passwd** result) {
+extern "C" int getpwuid_r(uid_t user, passwd* entry, char*, std::size_t byteCount,
+                          passwd** result) {
     *result = nullptr;
-    questions.emplace_back("user");
+    calls.emplace_back("user");
     if (interruptions > 0) {
         --interruptions;
         return EINTR;
     }
-    if (room < wantedRoom) {
+    if (byteCount < requiredByteCount) {
         return ERANGE;
     }
     if (answer == Answer::noEntry || user != runningUser) {
@@ -62,7 +63,7 @@ std::string directoryName() {
     return native(StreamLocationCreator().getUniquePath().text()).parent_path().filename();
 }
 
-TEST(LoginNameTest, isPartOfTheDirectorysName) {
+TEST(LoginNameTest, isPartOfTheDirectoryName) {
     const SystemTempDirectory directory;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
 }
@@ -78,33 +79,33 @@ TEST(LoginNameTest, userWithoutAnEntryIsUnknown) {
 
 TEST(LoginNameTest, entryOfAnyLengthIsFound) {
     const SystemTempDirectory directory;
-    wantedRoom = 100000;
+    requiredByteCount = 100000;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
-    wantedRoom = 0;
+    requiredByteCount = 0;
 }
 
-TEST(LoginNameTest, questionThatIsInterruptedIsAskedAgain) {
+TEST(LoginNameTest, interruptedQueryIsRepeated) {
     const SystemTempDirectory directory;
     interruptions = 3;
     EXPECT_EQ(directoryName(), "trakontmp.ann");
     EXPECT_EQ(interruptions, 0);
 }
 
-TEST(LoginNameTest, isAskedForAfterTheTemporaryDirectory) {
+TEST(LoginNameTest, isQueriedAfterTheTemporaryDirectory) {
     const SystemTempDirectory directory;
     StreamLocationCreator creator;
     auto host = fl::filesystem::setTempDirectoryName({});
     fl::filesystem::setTempDirectoryName([&host] {
-        questions.emplace_back("directory");
+        calls.emplace_back("directory");
         return host();
     });
-    questions.clear();
+    calls.clear();
     creator.setUniquePath();
-    EXPECT_EQ(questions, (std::vector<std::string>{"directory", "user"}));
+    EXPECT_EQ(calls, (std::vector<std::string>{"directory", "user"}));
     fl::filesystem::setTempDirectoryName(std::move(host));
 }
 
-// The user whose rights count is the one that getuid() is not asked for.
+// Permissions depend on the effective user, which getuid() does not return.
 TEST(LoginNameTest, directoryIsPrivateToTheEffectiveUser) {
     const SystemTempDirectory directory;
     const StreamLocationCreator creator;
@@ -113,8 +114,8 @@ TEST(LoginNameTest, directoryIsPrivateToTheEffectiveUser) {
         foundation::utf8_string_to_ustring(path.c_str()))));
 }
 
-// The stem of the times file is widened byte by byte and names no file then.
-TEST(LoginNameTest, nonAsciiNameSpoilsTheTimesLocationOnly) {
+// The stem of the times file is widened byte by byte, so it names no existing file.
+TEST(LoginNameTest, nonAsciiNameCorruptsOnlyTheTimesLocation) {
     const SystemTempDirectory directory;
     loginName = "J\xc3\xbcrgen";
     EXPECT_EQ(directoryName(), "trakontmp.J\xc3\xbcrgen");

@@ -5,14 +5,14 @@
 #include <memory>
 #include <new>
 
-// What the file-backed writer and its reader allocate.
+// The allocations of the file-backed writer and its reader.
 
 namespace logging2::core::test {
 namespace {
 
 class NativeAllocationTest : public NativeStreamWriterTest {};
 
-TEST_F(NativeAllocationTest, writeBelowTheThresholdAllocatesNothingButTheBuffersGrowth) {
+TEST_F(NativeAllocationTest, writeBelowTheThresholdAllocatesOnlyToGrowTheBuffer) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarGroups({0, 1}));
     // The first sample of a group records its width.
     writeTimes(writer, 0, {0.0});
@@ -34,13 +34,13 @@ TEST_F(NativeAllocationTest, writeBelowTheThresholdAllocatesNothingButTheBuffers
     EXPECT_LE(growths, 18U);
 }
 
-// Rows of different lengths, so that the growth that fails is now that of the time, now that of the
-// values.
-TEST_F(NativeAllocationTest, writeThatRunsOutOfMemoryStoresNothing) {
+// The rows have different lengths, so that the growth fails sometimes for the time and sometimes
+// for the values.
+TEST_F(NativeAllocationTest, writeWithoutMemoryStoresNothing) {
     NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
     const std::vector<double> row(7, 1.0);
     write(writer, 0, 0.0, row);
-    std::size_t failuresBehindTheTime = 0;
+    std::size_t failuresAfterTheTime = 0;
     for (std::size_t i = 0; i < 200; ++i) {
         const std::size_t n = 1 + i % 7;
         const std::size_t formerSize = Access::buffer(writer, 0).size();
@@ -49,16 +49,16 @@ TEST_F(NativeAllocationTest, writeThatRunsOutOfMemoryStoresNothing) {
             const AllocationFailure failure(0);
             writer.write(0, 1.0, row.data(), n);
         } catch (const std::bad_alloc&) {
-            failuresBehindTheTime += timeFits ? 1 : 0;
+            failuresAfterTheTime += timeFits ? 1 : 0;
             ASSERT_EQ(Access::buffer(writer, 0).size(), formerSize);
             writer.write(0, 1.0, row.data(), n);
         }
     }
-    EXPECT_GE(failuresBehindTheTime, 3U);
+    EXPECT_GE(failuresAfterTheTime, 3U);
     EXPECT_EQ(Access::rowCount(writer, 0), 201U);
 }
 
-TEST_F(NativeAllocationTest, firstSampleThatFailsDoesNotSetTheWidth) {
+TEST_F(NativeAllocationTest, failedFirstSampleDoesNotSetTheWidth) {
     bool failed = true;
     for (std::size_t n = 0; failed; ++n) {
         NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
@@ -81,8 +81,8 @@ TEST_F(NativeAllocationTest, firstSampleThatFailsDoesNotSetTheWidth) {
     }
 }
 
-// The columns never hold what was not logged, and the rows stay for the next call.
-TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryLosesNothing) {
+// The columns never contain values that were not logged, and the rows stay for the next call.
+TEST_F(NativeAllocationTest, flushIntermediateWithoutMemoryLosesNothing) {
     bool failed = true;
     for (std::size_t n = 0; failed; ++n) {
         NativeStreamWriter writer(StreamingAttributes{}, mixedWidthSetup());
@@ -105,13 +105,13 @@ TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryLosesNothing) {
     }
 }
 
-/// One group, 0, with the channels 0, which no path shows, and 1.
+/// Group 0 with the channels 0 and 1. No path shows channel 0.
 GroupSetup setupWithAHiddenChannel() {
     return GroupSetup{
         {Group(0), LoggedPathsSetupData(paths({{"x", 1}}), channels({{0, 1}, {1, 1}}))}};
 }
 
-TEST_F(NativeAllocationTest, channelWithoutAPathCostsTimeInProportionToItsValues) {
+TEST_F(NativeAllocationTest, channelWithoutAPathCostsLinearTime) {
     constexpr std::size_t flushCount = 3000;
     NativeStreamWriter writer(StreamingAttributes{}, setupWithAHiddenChannel());
     std::size_t copied = 0;
@@ -127,7 +127,7 @@ TEST_F(NativeAllocationTest, channelWithoutAPathCostsTimeInProportionToItsValues
     EXPECT_LE(copied, 2 * flushCount);
 }
 
-TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryKeepsAChannelWithoutAPath) {
+TEST_F(NativeAllocationTest, flushIntermediateWithoutMemoryKeepsAChannelWithoutAPath) {
     bool threw = true;
     for (std::size_t n = 0; threw; ++n) {
         NativeStreamWriter writer(StreamingAttributes{}, setupWithAHiddenChannel());
@@ -147,7 +147,7 @@ TEST_F(NativeAllocationTest, flushIntermediateThatRunsOutOfMemoryKeepsAChannelWi
     }
 }
 
-TEST_F(NativeAllocationTest, threadThatRunsOutOfMemoryEndsTheProcess) {
+TEST_F(NativeAllocationTest, threadWithoutMemoryEndsTheProcess) {
     ::testing::FLAGS_gtest_death_test_style = "fast";
     EXPECT_DEATH(
         {
@@ -161,7 +161,7 @@ TEST_F(NativeAllocationTest, threadThatRunsOutOfMemoryEndsTheProcess) {
         "bad_alloc");
 }
 
-TEST_F(NativeAllocationTest, readerSizesItsVectorOnce) {
+TEST_F(NativeAllocationTest, readerAllocatesItsVectorOnce) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     for (int i = 0; i < 5000; ++i) {
         writeTimes(writer, 0, {static_cast<double>(i)});

@@ -13,15 +13,15 @@
 #include <random>
 #include <thread>
 
-// A host that is killed at any instant. LOGGING2_KILLS sets how often (scripts/kills).
+// A host that is killed at random instants. LOGGING2_KILLS sets how often (scripts/kills).
 
 namespace logging2::core::test {
 namespace {
 
 constexpr std::size_t batchRowCount = 5;
 
-/// What there is in memory at most: a buffer that is about to be handed over, and a batch in the
-/// slot or in work.
+/// The most rows that are in memory: a buffer that is about to be handed over, and a batch in the
+/// slot or being written.
 constexpr std::size_t rowsInMemory = 2 * batchRowCount;
 
 std::size_t kill_count() {
@@ -47,17 +47,17 @@ public:
     std::atomic<long>* value;
 };
 
-/// What the host does between two rows.
+/// The host's action between two rows.
 using BetweenRows = void (*)(NativeStreamWriter& writer, long written);
 
-/// Full buffers go to the thread; now and then the caller writes as well.
+/// Full buffers go to the thread; sometimes the caller writes as well.
 void through_the_thread(NativeStreamWriter& writer, long written) {
     if (written % 17 == 0) {
         writer.flushIntermediate();
     }
 }
 
-/// No buffer ever fills: the way that loses nothing while the host lives.
+/// No buffer ever fills: this way loses nothing while the host lives.
 void by_the_caller(NativeStreamWriter& writer, long written) {
     if (written % static_cast<long>(batchRowCount - 1) == 0) {
         writer.flushIntermediate();
@@ -65,7 +65,7 @@ void by_the_caller(NativeStreamWriter& writer, long written) {
     }
 }
 
-/// Row i has the time i and the values 10 i, 100 i and 100 i + 1.
+/// Writes rows without end. Row i has the time i and the values 10 i, 100 i and 100 i + 1.
 [[noreturn]] void logForEver(NativeStreamWriter& writer, BetweenRows betweenRows,
                              std::atomic<long>& written) {
     for (long i = 0;; ++i) {
@@ -77,7 +77,7 @@ void by_the_caller(NativeStreamWriter& writer, long written) {
     }
 }
 
-/// The child and its files at the instant of its death.
+/// The child's progress and its files at the instant of its death.
 struct Killed {
     std::size_t written;
     std::vector<double> times;
@@ -87,7 +87,7 @@ struct Killed {
     /// Samples that all three files hold.
     std::size_t inFiles() const { return pair.size() / 2; }
 
-    /// Samples that are missing behind the last one in the files.
+    /// The number of samples missing after the last one in the files.
     std::size_t missingAtTheEnd() const {
         const std::size_t seen =
             inFiles() == 0 ? 0 : static_cast<std::size_t>(times[inFiles() - 1]) + 1;
@@ -109,7 +109,7 @@ Killed runAndKill(long target, BetweenRows betweenRows) {
     int status = 0;
     while (*written.value < target) {
         if (waitpid(child, &status, WNOHANG) != 0) {
-            ADD_FAILURE() << "the child ended by itself, status " << status;
+            ADD_FAILURE() << "the child ended before the kill, status " << status;
             break;
         }
         std::this_thread::yield();
@@ -126,7 +126,7 @@ Killed runAndKill(long target, BetweenRows betweenRows) {
             doublesOf(native(location("b").valuesLocation()))};
 }
 
-/// Times are appended first, then channel after channel: a file behind is behind by one batch.
+/// Times are appended first, then one channel after the other, so a file lacks at most one batch.
 void expectPrefixes(const Killed& killed) {
     const std::size_t timeCount = killed.times.size();
     EXPECT_LE(killed.scalar.size(), timeCount);
@@ -145,13 +145,13 @@ void expectPrefixes(const Killed& killed) {
     }
 }
 
-/// What a series of kills cost, in samples.
+/// The losses of a series of kills, in samples.
 struct Losses {
-    std::size_t atRisk; ///< in memory at the instant of a kill, at most
+    std::size_t atRisk; ///< the most that can be in memory at the instant of a kill
     std::size_t kills = 0;
     std::size_t written = 0;
     std::size_t inFiles = 0;
-    std::size_t replaced = 0; ///< lost while the host was alive: another batch took their slot
+    std::size_t replaced = 0; ///< lost before the kill: another batch replaced them in the slot
     std::size_t killed = 0;
     std::size_t mostKilled = 0;
 
@@ -184,15 +184,15 @@ Losses killAgainAndAgain(BetweenRows betweenRows, std::size_t atRisk) {
         expectPrefixes(killed);
         losses.add(killed);
     }
-    EXPECT_GT(losses.inFiles, kill_count()) << "hardly anything reached a file";
+    EXPECT_GT(losses.inFiles, kill_count()) << "almost no sample reached a file";
     return losses;
 }
 
-TEST(NativeKillTest, filesOfAKilledHostHoldPrefixesOfWhatWasHandedToThem) {
+TEST(NativeKillTest, killedHostLeavesPrefixesOfTheBatches) {
     print("through the thread", killAgainAndAgain(through_the_thread, rowsInMemory));
 }
 
-TEST(NativeKillTest, callerThatAppendsHimselfLosesNoMoreThanTheUnfinishedBuffer) {
+TEST(NativeKillTest, killLosesOnlyTheUnfinishedBufferOfAnAppendingCaller) {
     const Losses losses = killAgainAndAgain(by_the_caller, batchRowCount - 1);
     EXPECT_EQ(losses.replaced, 0U);
     print("by the caller", losses);

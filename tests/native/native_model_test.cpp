@@ -3,7 +3,7 @@
 
 #include <random>
 
-// Random sequences of operations, the files' bytes compared with a plain oracle.
+// Random sequences of operations. The files' bytes are compared with a plain oracle.
 
 namespace logging2::core::test {
 namespace {
@@ -18,7 +18,7 @@ std::size_t below(Random& random, std::size_t end) {
 }
 
 /// Channel numbers 0 to 5 that groups share, widths 0 to 4, aliases, channels without paths, paths
-/// of foreign channels and paths that several groups share.
+/// of foreign channels, and paths in several groups.
 LoggedPathsSetupData randomGroup(Random& random) {
     std::vector<LoggedChannel> channels;
     std::vector<LoggedPath> paths;
@@ -41,7 +41,7 @@ GroupSetup randomSetup(Random& random) {
     return setup;
 }
 
-/// Mostly as long as the channels say, now and then of another length.
+/// A row that usually has the channels' total width and sometimes another length.
 Doubles randomRow(Random& random, const LoggedPathsSetupData& data) {
     std::size_t length = 0;
     for (const LoggedChannel& channel : data.coreIds()) {
@@ -120,7 +120,7 @@ private:
     }
 };
 
-TEST_F(NativeModelTest, randomSequencesLeaveTheFilesOfTheOracle) {
+TEST_F(NativeModelTest, randomSequencesMatchTheOracle) {
     for (unsigned seed = 1; seed <= sequenceCount && !HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         runSequence(seed);

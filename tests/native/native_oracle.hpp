@@ -12,13 +12,13 @@
 
 namespace logging2::core::test {
 
-/// What the file-backed writer is to do, said as plainly as possible: the files by their names
-/// without the unique stem, each with the doubles it holds.
+/// The behaviour of the file-backed writer in its plainest form. It keeps the doubles of each file,
+/// by the file's name without the unique stem.
 class NativeOracle {
 public:
     using Doubles = std::vector<double>;
 
-    /// When the thread takes a batch: at once, or not before it is asked to stop.
+    /// When the thread takes a batch: at once, or only after it was asked to stop.
     enum class Thread { takesAtOnce, takesAtStop };
 
     NativeOracle(const GroupSetup& setup, std::map<std::size_t, std::size_t> capacities,
@@ -71,7 +71,8 @@ public:
         }
     }
 
-    /// A thread that took nothing so far takes what waits, and from now on each batch at once.
+    /// Makes a thread that took nothing so far take the waiting batch and, from now on, each batch
+    /// at once.
     void startTaking() {
         thread = Thread::takesAtOnce;
         takeSlot();

@@ -4,7 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// How much memory a long run takes. Not built with sanitizers, which have memory of their own.
+// The memory of a long run. Sanitizers use memory of their own, so this is not built with them.
 
 namespace logging2::core::test {
 namespace {
@@ -28,7 +28,7 @@ void logLongRun(NativeStreamWriter& writer) {
 }
 
 // Writes 960 MB through seven hand-overs; the buffer, the slot and the columns are 128 MiB each.
-TEST_F(NativeResidentTest, aRunOfAnyLengthStaysBelow512MiB) {
+TEST_F(NativeResidentTest, longRunStaysBelow512MiB) {
     const pid_t child = fork();
     if (child == 0) {
         NativeStreamWriter writer(StreamingAttributes{}, wideSetup());
@@ -42,7 +42,7 @@ TEST_F(NativeResidentTest, aRunOfAnyLengthStaysBelow512MiB) {
     const auto residentByteCount = static_cast<std::size_t>(usage.ru_maxrss) * 1024;
     EXPECT_LT(residentByteCount, std::size_t{512} * 1024 * 1024);
     EXPECT_LT(residentByteCount, rowCount * rowByteCount * 6 / 10);
-    // The last rows are there, whatever batch was replaced on a slow disk.
+    // The last rows are in the files even if a batch was replaced on a slow disk.
     std::size_t fileByteCount = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory.path())) {
         fileByteCount += entry.is_directory() ? 0 : entry.file_size();

@@ -16,7 +16,7 @@
 
 namespace logging2::core::test {
 
-/// A writer's files in a directory of the test's own.
+/// Gives a writer's files a directory of the test's own.
 class NativeStreamWriterTest : public ::testing::Test {
 protected:
     static NativeDatastore store(const NativeStreamWriter& writer, const char* path) {
@@ -39,8 +39,7 @@ protected:
         return doublesOf(valuesFile(writer, path));
     }
 
-    /// The names of all files that there are without their unique stem, sorted: "times_0" or
-    /// "values_0_1".
+    /// The names of all files without their unique stem, sorted: "times_0" or "values_0_1".
     std::vector<std::string> fileNames() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(directory.path())) {

@@ -26,7 +26,7 @@ using ::testing::ElementsAre;
 
 class NativeThreadFailureTest : public NativeStreamWriterTest {};
 
-TEST_F(NativeThreadFailureTest, threadThatCannotBeStartedIsASystemErrorAndLosesNothing) {
+TEST_F(NativeThreadFailureTest, failedThreadStartThrowsSystemErrorAndLosesNothing) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 2);
     writeTimes(writer, 0, {1.0});
@@ -44,7 +44,7 @@ TEST_F(NativeThreadFailureTest, threadThatCannotBeStartedIsASystemErrorAndLosesN
     EXPECT_THAT(valuesIn(writer, "x"), ElementsAre(10.0, 20.0, 30.0));
 }
 
-TEST_F(NativeThreadFailureTest, flushAfterARefusedThreadWritesEverything) {
+TEST_F(NativeThreadFailureTest, flushAfterAFailedThreadStartWritesEverything) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     Access::setBufferSize(writer, 0, 1);
     refuseThreads = true;

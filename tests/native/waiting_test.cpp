@@ -8,18 +8,19 @@
 #include <functional>
 #include <thread>
 
-// The caller waits for a batch that is being written. This executable counts who asks for a mutex.
+// The caller waits while a batch is being written. This executable counts the calls that lock a
+// mutex.
 
 namespace {
 std::atomic<pthread_mutex_t*> watched{nullptr};
-std::atomic<int> asked{0};
+std::atomic<int> lockCount{0};
 } // namespace
 
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) {
     using Lock = int (*)(pthread_mutex_t*);
     static const auto next = reinterpret_cast<Lock>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
     if (mutex == watched) {
-        ++asked;
+        ++lockCount;
     }
     return next(mutex);
 }
@@ -44,12 +45,12 @@ protected:
     ~NativeStreamWriterWaitingTest() override { watched = nullptr; }
 
     void watch() {
-        asked = 0;
+        lockCount = 0;
         watched = Access::mutex(writer).native_handle();
     }
 
-    /// Calls while the thread is writing; the call must ask for the mutex once, and not return
-    /// before the batch has been written.
+    /// Makes the call while the thread is writing. The call must lock the mutex once and must not
+    /// return before the batch has been written.
     void expectWaits(const std::function<void()>& call) {
         watch();
         std::atomic<bool> returned{false};
@@ -57,11 +58,11 @@ protected:
             call();
             returned = true;
         });
-        while (asked == 0 && !returned) {
+        while (lockCount == 0 && !returned) {
             std::this_thread::yield();
         }
         EXPECT_FALSE(returned);
-        EXPECT_EQ(asked, 1);
+        EXPECT_EQ(lockCount, 1);
         EXPECT_THAT(file.drain(), ElementsAre(1.0, 2.0));
         caller.join();
         EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(10.0, 20.0));
@@ -71,37 +72,37 @@ protected:
     NativeStreamWriter writer{StreamingAttributes{}, scalarGroups({0, 1})};
 };
 
-TEST_F(NativeStreamWriterWaitingTest, flushIntermediateWaitsForTheBatchThatIsBeingWritten) {
+TEST_F(NativeStreamWriterWaitingTest, flushIntermediateWaitsForTheBatchBeingWritten) {
     writeTimes(writer, 1, {3.0});
     expectWaits([this] { writer.flushIntermediate(); });
     EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0));
     writer.flush();
 }
 
-TEST_F(NativeStreamWriterWaitingTest, handOverWaitsForTheBatchThatIsBeingWritten) {
+TEST_F(NativeStreamWriterWaitingTest, handOverWaitsForTheBatchBeingWritten) {
     writeTimes(writer, 1, {3.0});
     expectWaits([this] { writeTimes(writer, 1, {4.0}); });
     writer.flush();
     EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0, 4.0));
 }
 
-TEST_F(NativeStreamWriterWaitingTest, clearBufferWaitsForTheBatchThatIsBeingWritten) {
+TEST_F(NativeStreamWriterWaitingTest, clearBufferWaitsForTheBatchBeingWritten) {
     writeTimes(writer, 1, {3.0});
     expectWaits([this] { writer.clearBuffer(); });
     writer.flush();
     EXPECT_THAT(timesIn(writer, "x1"), IsEmpty());
 }
 
-TEST_F(NativeStreamWriterWaitingTest, flushWaitsForTheBatchThatIsBeingWritten) {
+TEST_F(NativeStreamWriterWaitingTest, flushWaitsForTheBatchBeingWritten) {
     writeTimes(writer, 1, {3.0});
     expectWaits([this] { writer.flush(); });
     EXPECT_THAT(timesIn(writer, "x1"), ElementsAre(3.0));
 }
 
-TEST_F(NativeStreamWriterWaitingTest, writeBelowTheThresholdAsksForNoMutexMeanwhile) {
+TEST_F(NativeStreamWriterWaitingTest, writeBelowTheThresholdLocksNoMutex) {
     watch();
     writeTimes(writer, 1, {3.0});
-    EXPECT_EQ(asked, 0);
+    EXPECT_EQ(lockCount, 0);
     watched = nullptr;
     EXPECT_THAT(file.drain(), ElementsAre(1.0, 2.0));
     writer.flush();

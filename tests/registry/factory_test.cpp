@@ -11,7 +11,7 @@ namespace {
 
 using namespace cppmicroservices;
 
-/// Does what a test tells it, and counts.
+/// A factory whose behaviour a test sets, and which counts its calls.
 class ScriptedFactory : public ServiceFactory {
 public:
     InterfaceMapConstPtr GetService(const Bundle& bundle, const ServiceRegistrationBase&) override {
@@ -22,7 +22,7 @@ public:
 
     void UngetService(const Bundle&, const ServiceRegistrationBase&,
                       const InterfaceMapConstPtr& service) override {
-        takenBack.push_back(service);
+        released.push_back(service);
         onUnget();
     }
 
@@ -30,7 +30,7 @@ public:
     std::function<void()> onUnget = [] {};
     int madeCount = 0;
     std::vector<Bundle> callers;
-    std::vector<InterfaceMapConstPtr> takenBack;
+    std::vector<InterfaceMapConstPtr> released;
 };
 
 class ServiceFactoryTest : public RunningFramework {
@@ -43,7 +43,7 @@ protected:
 
     ~ServiceFactoryTest() override { stop(framework); }
 
-    /// What the caller gets when the factory makes this.
+    /// Expects a null pointer if the factory makes this.
     void expectNullPointer(std::function<InterfaceMapConstPtr()> make) {
         factory->make = std::move(make);
         const auto service = context.GetService(reference);
@@ -58,7 +58,7 @@ protected:
     ServiceReference<Greeter> reference = find<Greeter>();
 };
 
-TEST_F(ServiceFactoryTest, nothingIsMadeBeforeItIsAskedFor) {
+TEST_F(ServiceFactoryTest, objectIsNotMadeBeforeItIsRequested) {
     EXPECT_EQ(context.GetServiceReferences<Greeter>().size(), 1u);
     EXPECT_EQ(factory->madeCount, 0);
     EXPECT_EQ(value_of<std::string>(reference.GetProperty("service.scope")), "bundle");
@@ -74,20 +74,20 @@ TEST_F(ServiceFactoryTest, objectIsMadeOnceAndKept) {
     ASSERT_EQ(factory->callers.size(), 1u);
 }
 
-TEST_F(ServiceFactoryTest, objectIsTakenBackWithTheLastPointer) {
+TEST_F(ServiceFactoryTest, objectIsReleasedWithTheLastPointer) {
     auto first = context.GetService(reference);
     auto second = context.GetService(reference);
     const auto* made = first.get();
 
     first.reset();
-    EXPECT_TRUE(factory->takenBack.empty());
+    EXPECT_TRUE(factory->released.empty());
     second.reset();
 
-    ASSERT_EQ(factory->takenBack.size(), 1u);
-    EXPECT_EQ(factory->takenBack[0]->at("services_test::Greeter").get(), made);
+    ASSERT_EQ(factory->released.size(), 1u);
+    EXPECT_EQ(factory->released[0]->at("services_test::Greeter").get(), made);
 }
 
-TEST_F(ServiceFactoryTest, objectIsMadeAgainAfterItWasTakenBack) {
+TEST_F(ServiceFactoryTest, objectIsMadeAgainAfterItsRelease) {
     context.GetService(reference).reset();
 
     const auto again = context.GetService(reference);
@@ -96,22 +96,22 @@ TEST_F(ServiceFactoryTest, objectIsMadeAgainAfterItWasTakenBack) {
     EXPECT_EQ(factory->madeCount, 2);
 }
 
-TEST_F(ServiceFactoryTest, unregisterTakesTheObjectBackAndLeavesThePointerUsable) {
+TEST_F(ServiceFactoryTest, unregisterReleasesTheObjectAndLeavesThePointerUsable) {
     const auto service = context.GetService(reference);
 
     registration.Unregister();
 
-    EXPECT_EQ(factory->takenBack.size(), 1u);
+    EXPECT_EQ(factory->released.size(), 1u);
     EXPECT_EQ(service->greeting(), "made");
 }
 
-TEST_F(ServiceFactoryTest, objectIsTakenBackOnceOnly) {
+TEST_F(ServiceFactoryTest, objectIsReleasedOnlyOnce) {
     auto service = context.GetService(reference);
     registration.Unregister();
 
     service.reset();
 
-    EXPECT_EQ(factory->takenBack.size(), 1u);
+    EXPECT_EQ(factory->released.size(), 1u);
 }
 
 TEST_F(ServiceFactoryTest, pointerStaysUsableAfterStop) {
@@ -121,10 +121,10 @@ TEST_F(ServiceFactoryTest, pointerStaysUsableAfterStop) {
 
     EXPECT_EQ(service->greeting(), "made");
     service.reset();
-    EXPECT_EQ(factory->takenBack.size(), 1u);
+    EXPECT_EQ(factory->released.size(), 1u);
 }
 
-TEST_F(ServiceFactoryTest, factoryIsGivenTheBundleThatAsks) {
+TEST_F(ServiceFactoryTest, factoryReceivesTheRequestingBundle) {
     const auto other = context.RegisterService<Counter>(make_service("four"));
 
     const auto service = context.GetService(reference);
@@ -161,10 +161,10 @@ TEST_F(ServiceFactoryTest, failedObjectIsNotKept) {
     expectNullPointer([] { return nullptr; });
 
     EXPECT_EQ(factory->madeCount, 2);
-    EXPECT_TRUE(factory->takenBack.empty());
+    EXPECT_TRUE(factory->released.empty());
 }
 
-TEST_F(ServiceFactoryTest, askingForTheServiceWhileMakingItGivesNull) {
+TEST_F(ServiceFactoryTest, requestDuringTheServicesCreationGivesNull) {
     bool innerIsNull = false;
     factory->make = [&]() -> InterfaceMapConstPtr {
         innerIsNull = context.GetService(reference) == nullptr;
@@ -178,16 +178,16 @@ TEST_F(ServiceFactoryTest, askingForTheServiceWhileMakingItGivesNull) {
     EXPECT_EQ(factory->madeCount, 1);
 }
 
-TEST_F(ServiceFactoryTest, exceptionFromTakingBackIsDropped) {
+TEST_F(ServiceFactoryTest, exceptionDuringReleaseIsIgnored) {
     factory->onUnget = [] { throw std::runtime_error("factory"); };
     auto service = context.GetService(reference);
 
     EXPECT_NO_THROW(service.reset());
 
-    EXPECT_EQ(factory->takenBack.size(), 1u);
+    EXPECT_EQ(factory->released.size(), 1u);
 }
 
-TEST_F(ServiceFactoryTest, firstReferenceMayYieldNoObjectWhileALaterOneDoes) {
+TEST_F(ServiceFactoryTest, laterReferenceWorksIfTheFirstYieldsNoObject) {
     registration.SetProperties({{Constants::SERVICE_RANKING, 7}, {"name", std::string("same")}});
     const auto good =
         context.RegisterService<Greeter>(make_service("good"), {{"name", std::string("same")}});
@@ -200,7 +200,7 @@ TEST_F(ServiceFactoryTest, firstReferenceMayYieldNoObjectWhileALaterOneDoes) {
     EXPECT_EQ(context.GetService(references[1])->greeting(), "good");
 }
 
-TEST_F(ServiceFactoryTest, everyInterfaceOfTheRegistrationCanBeAskedFor) {
+TEST_F(ServiceFactoryTest, everyInterfaceOfTheRegistrationCanBeRequested) {
     auto both = std::make_shared<ScriptedFactory>();
     both->make = []() -> InterfaceMapConstPtr {
         return MakeInterfaceMap<Greeter, Counter>(make_service("four"));

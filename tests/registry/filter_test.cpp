@@ -51,7 +51,7 @@ const MalformedFilter malformedFilters[] = {
 
 class ServiceFilterTest : public RunningFramework {
 protected:
-    /// Whether a service whose only property is `k` is found.
+    /// Whether the filter finds a service whose only property is `k`.
     bool finds(const Any& value, const std::string& filter) {
         auto registration = context.RegisterService<Greeter>(make_service(), {{"k", value}});
         const bool isFound = !context.GetServiceReferences<Greeter>(filter).empty();
@@ -77,7 +77,7 @@ protected:
     }
 };
 
-TEST_F(ServiceFilterTest, malformedFilterIsRefusedWithItsReason) {
+TEST_F(ServiceFilterTest, malformedFilterIsRefusedWithAReason) {
     const auto registration = context.RegisterService<Greeter>(make_service());
     for (const auto& [filter, message] : malformedFilters) {
         const std::string text = filter;
@@ -88,7 +88,7 @@ TEST_F(ServiceFilterTest, malformedFilterIsRefusedWithItsReason) {
     }
 }
 
-TEST_F(ServiceFilterTest, filterIsNotParsedWhileNoServiceHasTheInterface) {
+TEST_F(ServiceFilterTest, filterIsParsedOnlyIfAServiceHasTheInterface) {
     const auto other = context.RegisterService<Counter>(make_service());
     for (const auto& malformed : malformedFilters) {
         EXPECT_TRUE(context.GetServiceReferences<Greeter>(malformed.text).empty());
@@ -97,7 +97,7 @@ TEST_F(ServiceFilterTest, filterIsNotParsedWhileNoServiceHasTheInterface) {
     EXPECT_TRUE(context.GetServiceReferences<Greeter>("(name=a)b)").empty());
 }
 
-TEST_F(ServiceFilterTest, filterIsParsedWhenAllInterfacesAreAskedFor) {
+TEST_F(ServiceFilterTest, filterIsParsedIfAllInterfacesAreRequested) {
     EXPECT_THROW(context.GetServiceReferences("", "(k"), std::invalid_argument);
 }
 
@@ -109,7 +109,7 @@ TEST_F(ServiceFilterTest, comparesTextExactly) {
     expectTextNotFound("", {"(k=a)"});
 }
 
-TEST_F(ServiceFilterTest, keysHaveNoCase) {
+TEST_F(ServiceFilterTest, keysIgnoreCase) {
     expectTextFound("a", {"(K=a)", "(k=a)"});
     const auto registration =
         context.RegisterService<Greeter>(make_service(), {{"MixedCase", std::string("a")}});
@@ -117,12 +117,12 @@ TEST_F(ServiceFilterTest, keysHaveNoCase) {
     EXPECT_EQ(context.GetServiceReferences<Greeter>("(MIXEDCASE=a)").size(), 1u);
 }
 
-TEST_F(ServiceFilterTest, blanksAreAllowedAroundTheKeyAndBeforeParentheses) {
+TEST_F(ServiceFilterTest, blanksAreAllowedAroundKeysAndBeforeParentheses) {
     expectTextFound("a", {" (k=a)", "\t\n(k=a)", "( k=a)", "(k =a)", "(\tk\n=a)", "(k=a)  ",
                           "( & (k=a) (k=*) )", "(! (k=b) )"});
 }
 
-TEST_F(ServiceFilterTest, keysMayHoldBlanksAndOperatorsOfOtherPlaces) {
+TEST_F(ServiceFilterTest, keysMayContainBlanksAndOperatorCharacters) {
     const auto registration = context.RegisterService<Greeter>(
         make_service(),
         {{"a b", std::string("1")}, {"a&b", std::string("2")}, {"c!", std::string("3")}});
@@ -132,7 +132,7 @@ TEST_F(ServiceFilterTest, keysMayHoldBlanksAndOperatorsOfOtherPlaces) {
     }
 }
 
-TEST_F(ServiceFilterTest, starIsAWildcardAtAnyPlace) {
+TEST_F(ServiceFilterTest, starIsAWildcardAnywhere) {
     expectTextFound("Hello World", {"(k=H*)", "(k=*d)", "(k=*o*o*)", "(k=**)", "(k=*)",
                                     "(k=Hello* World)", "(k=H*o*d)"});
     expectTextNotFound("Hello World", {"(k=H*x)", "(k=*x*)", "(k=h*)", "(k=*o*o*o*)"});
@@ -143,7 +143,7 @@ TEST_F(ServiceFilterTest, deleteCharacterActsAsWildcard) {
     expectTextFound("Hello", {"(k=H\x7f)", "(k=\x7f)"});
 }
 
-TEST_F(ServiceFilterTest, backslashTakesTheNextCharacterLiterally) {
+TEST_F(ServiceFilterTest, backslashEscapesTheNextCharacter) {
     expectTextFound("a*b", {"(k=a\\*b)", "(k=a*b)"});
     expectTextNotFound("axb", {"(k=a\\*b)"});
     expectTextFound("a(b", {"(k=a\\(b)"});
@@ -153,7 +153,7 @@ TEST_F(ServiceFilterTest, backslashTakesTheNextCharacterLiterally) {
     expectTextNotFound("a\\b", {"(k=a\\b)"});
 }
 
-TEST_F(ServiceFilterTest, valueRunsToItsUnbalancedParenthesis) {
+TEST_F(ServiceFilterTest, valueEndsAtAnUnbalancedParenthesis) {
     expectTextFound("(a)", {"(k=(a))"});
     expectTextFound("x(a)(b)y", {"(k=x(a)(b)y)"});
     expectTextFound("a=b", {"(k=a=b)"});
@@ -172,7 +172,7 @@ TEST_F(ServiceFilterTest, ordersTextByCharacters) {
     expectTextNotFound("Hello", {"(k<=Hell)", "(k>=Iello)", "(k>=h)"});
 }
 
-TEST_F(ServiceFilterTest, loneStarAsksForPresence) {
+TEST_F(ServiceFilterTest, singleStarTestsForPresence) {
     for (const Any& value : {Any(0), Any(false), Any(std::string()), Any('c'),
                              Any(std::vector<std::string>()), Any(std::vector<int>{1})}) {
         expectFound(value, {"(k=*)"});
@@ -192,21 +192,21 @@ TEST_F(ServiceFilterTest, combinesFilters) {
     expectTextNotFound("a", {"(&(k=a)(k=b))", "(|(k=b)(k=c))", "(!(k=a))", "(&(k=b)(k=a))"});
 }
 
-TEST_F(ServiceFilterTest, comparesCharacters) {
+TEST_F(ServiceFilterTest, charactersAreComparedAsText) {
     expectFound('c', {"(k=c)", "(k~=C)", "(k>=b)", "(k<=d)"});
     expectNotFound('c', {"(k=C)", "(k=cd)", "(k=)", "(k<=b)"});
     expectFound(static_cast<const char*>("abc"), {"(k=abc)", "(k=a*)", "(k~=ABC)", "(k>=abb)"});
     expectNotFound(static_cast<const char*>("abc"), {"(k=ABC)", "(k=ab)"});
 }
 
-TEST_F(ServiceFilterTest, abbreviationOfABooleanIsEnough) {
+TEST_F(ServiceFilterTest, booleansMatchTheirAbbreviations) {
     expectFound(true, {"(k=true)", "(k=t)", "(k=tr)", "(k=)"});
     expectNotFound(true, {"(k=false)", "(k=f)", "(k=1)"});
     expectFound(false, {"(k=false)", "(k=f)", "(k=)"});
     expectNotFound(false, {"(k=true)", "(k=0)"});
 }
 
-TEST_F(ServiceFilterTest, comparesIntegersByTheStartOfTheText) {
+TEST_F(ServiceFilterTest, integersAreComparedWithTheStartOfTheText) {
     for (const Any& value : {Any(42), Any(42u), Any(42L), Any(42UL), Any(42LL), Any(42ULL),
                              Any(short(42)), Any(static_cast<unsigned short>(42))}) {
         expectFound(value, {"(k=42)", "(k=42abc)", "(k= 42)", "(k>=41)", "(k>=42)", "(k<=42)",
@@ -217,7 +217,7 @@ TEST_F(ServiceFilterTest, comparesIntegersByTheStartOfTheText) {
     expectNotFound(0, {"(k=abc)", "(k=)", "(k>=abc)"});
 }
 
-TEST_F(ServiceFilterTest, comparesNumbersByTheStartOfTheText) {
+TEST_F(ServiceFilterTest, fractionsAreComparedWithTheStartOfTheText) {
     for (const Any& value : {Any(1.5), Any(1.5F)}) {
         expectFound(value, {"(k=1.5)", "(k=1.50)", "(k=1.5x)", "(k>=1.4)", "(k<=1.6)", "(k~=1.5)"});
         expectNotFound(value, {"(k=1)", "(k=abc)", "(k=)", "(k>=1.6)", "(k<=1.4)"});

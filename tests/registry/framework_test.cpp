@@ -97,7 +97,7 @@ TEST(FrameworkTest, servicesAreGoneAfterRestart) {
     stop(framework);
 }
 
-TEST(FrameworkTest, waitForStopIsAnErrorBeforeStart) {
+TEST(FrameworkTest, waitForStopReportsAnErrorBeforeStart) {
     auto framework = new_framework();
 
     EXPECT_EQ(framework.WaitForStop(forEver).GetType(), FrameworkEvent::FRAMEWORK_ERROR);
@@ -111,7 +111,7 @@ TEST(FrameworkTest, waitForStopTimesOutWhileRunning) {
     stop(framework);
 }
 
-TEST(FrameworkTest, waitForStopAnswersAgainAfterStop) {
+TEST(FrameworkTest, waitForStopCanBeRepeatedAfterStop) {
     auto framework = new_framework();
     framework.Start();
     framework.Stop();
@@ -214,7 +214,7 @@ TEST(FrameworkTest, anyHandleKeepsItRunning) {
     EXPECT_FALSE(context);
 }
 
-TEST(FrameworkTest, eventTypesHaveTheirValues) {
+TEST(FrameworkTest, eventTypesHaveFixedValues) {
     EXPECT_EQ(FrameworkEvent::FRAMEWORK_ERROR, 0x2u);
     EXPECT_EQ(FrameworkEvent::FRAMEWORK_STOPPED, 0x40u);
     EXPECT_EQ(FrameworkEvent::FRAMEWORK_WAIT_TIMEDOUT, 0x200u);

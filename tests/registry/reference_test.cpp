@@ -16,13 +16,13 @@ TEST_F(ServiceReferenceTest, defaultReferenceIsFalse) {
     EXPECT_FALSE(ServiceReference<Greeter>());
 }
 
-TEST_F(ServiceReferenceTest, readsPropertiesInWhateverCase) {
+TEST_F(ServiceReferenceTest, readsPropertiesRegardlessOfCase) {
     EXPECT_EQ(value_of<std::string>(reference.GetProperty("name")), "value");
     EXPECT_EQ(value_of<std::string>(reference.GetProperty("NAME")), "value");
     EXPECT_TRUE(reference.GetProperty("other").Empty());
 }
 
-TEST_F(ServiceReferenceTest, convertsToRegisteredInterfacesOnly) {
+TEST_F(ServiceReferenceTest, convertsOnlyToRegisteredInterfaces) {
     EXPECT_EQ(context.GetService(ServiceReference<Counter>(reference))->count(), 3);
     EXPECT_FALSE(ServiceReference<NamedService>(reference));
 }
@@ -34,7 +34,7 @@ TEST_F(ServiceReferenceTest, untypedReferenceBecomesTyped) {
     EXPECT_EQ(context.GetService(ServiceReference<Greeter>(untyped))->greeting(), "abc");
 }
 
-TEST_F(ServiceReferenceTest, everyGetServiceReturnsAnOwnerOfItsOwn) {
+TEST_F(ServiceReferenceTest, everyGetServiceReturnsASeparateOwner) {
     const auto first = context.GetService(reference);
     const auto second = context.GetService(reference);
 
@@ -44,7 +44,7 @@ TEST_F(ServiceReferenceTest, everyGetServiceReturnsAnOwnerOfItsOwn) {
     EXPECT_TRUE(first.owner_before(second) || second.owner_before(first));
 }
 
-TEST_F(ServiceReferenceTest, unregisterTurnsTheReferenceFalse) {
+TEST_F(ServiceReferenceTest, unregisterMakesTheReferenceFalse) {
     const auto service = context.GetService(reference);
 
     registration.Unregister();

@@ -2,7 +2,7 @@
 
 namespace services_test {
 
-/// An interface with an identifier of its own.
+/// An interface that declares its own identifier.
 class DeclaredInterface {
 public:
     virtual ~DeclaredInterface() = default;
@@ -27,7 +27,7 @@ ServiceProperties ranking(int value) {
 
 class ServiceRegistryTest : public RunningFramework {};
 
-TEST_F(ServiceRegistryTest, findsNothingWhenNothingIsRegistered) {
+TEST_F(ServiceRegistryTest, findsNothingIfNothingIsRegistered) {
     EXPECT_TRUE(context.GetServiceReferences<Greeter>().empty());
 }
 
@@ -46,7 +46,7 @@ TEST_F(ServiceRegistryTest, ordersByRankingThenByRegistration) {
     EXPECT_EQ(greetings(), (Texts{"2", "4", "1", "3"}));
 }
 
-TEST_F(ServiceRegistryTest, newRankingReordersAtOnce) {
+TEST_F(ServiceRegistryTest, newRankingTakesEffectAtOnce) {
     const auto first = context.RegisterService<Greeter>(make_service("1"), ranking(2));
     auto second = context.RegisterService<Greeter>(make_service("2"));
 
@@ -85,7 +85,7 @@ TEST_F(ServiceRegistryTest, setPropertiesReplacesAllUserProperties) {
     EXPECT_FALSE(reference.GetProperty("objectclass").Empty());
 }
 
-TEST_F(ServiceRegistryTest, setsItsOwnProperties) {
+TEST_F(ServiceRegistryTest, registrySetsItsOwnProperties) {
     const auto first = context.RegisterService<Greeter>(make_service());
     const auto second = context.RegisterService<Greeter, Counter>(make_service());
     const auto greeter = find<Greeter>();
@@ -99,7 +99,7 @@ TEST_F(ServiceRegistryTest, setsItsOwnProperties) {
     EXPECT_EQ(value_of<std::string>(both.GetProperty("service.scope")), "singleton");
 }
 
-TEST_F(ServiceRegistryTest, itsOwnPropertiesCannotBeReplaced) {
+TEST_F(ServiceRegistryTest, propertiesOfTheRegistryCannotBeReplaced) {
     auto registration = context.RegisterService<Greeter>(make_service());
     const auto reference = find<Greeter>();
     const auto id = value_of<long>(reference.GetProperty("service.id"));
@@ -114,11 +114,11 @@ TEST_F(ServiceRegistryTest, itsOwnPropertiesCannotBeReplaced) {
               Texts{us_service_interface_iid<Greeter>()});
 }
 
-TEST_F(ServiceRegistryTest, rankingHasItsKey) {
+TEST_F(ServiceRegistryTest, rankingHasAFixedKey) {
     EXPECT_EQ(Constants::SERVICE_RANKING, "service.ranking");
 }
 
-TEST_F(ServiceRegistryTest, refusesKeysThatDifferInCaseOnly) {
+TEST_F(ServiceRegistryTest, refusesKeysThatDifferOnlyInCase) {
     const ServiceProperties variants = {{"Key", 1}, {"kEY", 2}};
     auto registration = context.RegisterService<Greeter>(make_service());
     const auto expectRefusal = [](const std::string& text) {
@@ -216,7 +216,7 @@ TEST_F(ServiceRegistryTest, defaultRegistrationRefusesCalls) {
               "ServiceRegistrationBase object invalid");
 }
 
-TEST_F(ServiceRegistryTest, voidIsNoInterface) {
+TEST_F(ServiceRegistryTest, voidIsNotAnInterface) {
     const auto expected = "The service interface class has no "
                           "CPPMICROSERVICES_DECLARE_SERVICE_INTERFACE macro";
 

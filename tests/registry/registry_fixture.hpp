@@ -32,7 +32,7 @@ public:
     virtual int count() const = 0;
 };
 
-/// A service of both interfaces that is told apart by its greeting.
+/// A service of both interfaces, identified by its greeting.
 class NamedService : public Greeter, public Counter {
 public:
     explicit NamedService(std::string text = "hello") : name(std::move(text)) {}
@@ -48,7 +48,8 @@ inline std::shared_ptr<NamedService> make_service(const std::string& name = "hel
     return std::make_shared<NamedService>(name);
 }
 
-/// The value that is held; fails, and is the default one, if another type is held.
+/// The value that the Any holds. If it holds another type, the test fails and the result is a
+/// default value.
 template <class Value>
 Value value_of(const cppmicroservices::Any& any) {
     const Value* const value = cppmicroservices::any_cast<Value>(&any);
@@ -89,7 +90,7 @@ protected:
 
     ~RunningFramework() override { stop(framework); }
 
-    /// The greetings of the services that a lookup finds, in its order.
+    /// The greetings of the services that a look-up finds, in order.
     std::vector<std::string> greetings(const std::string& filter = {}) {
         std::vector<std::string> result;
         for (const auto& reference : context.GetServiceReferences<Greeter>(filter)) {

@@ -54,7 +54,7 @@ TEST_F(ServiceThreadsTest, manyThreadsFindAndGetServices) {
     EXPECT_EQ(foundCount, threadCount * roundCount);
 }
 
-TEST_F(ServiceThreadsTest, lookupGoesOnWhileServicesComeAndGo) {
+TEST_F(ServiceThreadsTest, lookUpWorksWhileServicesAreAddedAndRemoved) {
     const auto stays = context.RegisterService<Greeter>(make_service("stays"));
     std::atomic<int> failureCount{0};
 
@@ -72,7 +72,7 @@ TEST_F(ServiceThreadsTest, lookupGoesOnWhileServicesComeAndGo) {
     EXPECT_EQ(greetings(), std::vector<std::string>{"stays"});
 }
 
-TEST_F(ServiceThreadsTest, allThreadsGetTheObjectOfAFactory) {
+TEST_F(ServiceThreadsTest, allThreadsGetTheSameObjectOfAFactory) {
     const auto registration =
         context.RegisterService<Greeter>(ToFactory(std::make_shared<NamingFactory>()));
     const auto reference = find<Greeter>();
@@ -89,7 +89,7 @@ TEST_F(ServiceThreadsTest, allThreadsGetTheObjectOfAFactory) {
     }
 }
 
-TEST_F(ServiceThreadsTest, factoryIsUsedAndReleasedOnManyThreads) {
+TEST_F(ServiceThreadsTest, manyThreadsMayUseAndReleaseAFactory) {
     const auto registration =
         context.RegisterService<Greeter>(ToFactory(std::make_shared<NamingFactory>()));
     const auto reference = find<Greeter>();
@@ -106,8 +106,8 @@ TEST_F(ServiceThreadsTest, factoryIsUsedAndReleasedOnManyThreads) {
     EXPECT_EQ(madeCount, threadCount * (roundCount / 5));
 }
 
-// Repeated, as a waiter may come only after the stop.
-TEST_F(ServiceThreadsTest, waiterIsWokenByStop) {
+// Repeated, because a waiter may start only after the stop.
+TEST_F(ServiceThreadsTest, stopWakesAWaiter) {
     for (int round = 0; round < 20; ++round) {
         framework.Start();
         std::promise<void> isWaiting;

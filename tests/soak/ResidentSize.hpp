@@ -6,13 +6,13 @@ namespace logging2::core::test {
 
 /// The process's resident memory over a run, sampled 2,000 times.
 ///
-/// The first fifth of the rows is warm-up and does not count. Of the rest, the second half must not
-/// go higher than the first half did by more than a twentieth or 4 MiB, whichever is more.
+/// The first fifth of the rows is warm-up and does not count. In the rest, the peak of the second
+/// half may exceed the peak of the first half by at most a twentieth or 4 MiB, whichever is more.
 class ResidentSize {
 public:
     explicit ResidentSize(std::size_t runRowCount) : rowCount(runRowCount) {}
 
-    /// To be called for every row in turn.
+    /// Must be called for every row in turn.
     void at(std::size_t row) {
         if (row >= nextRow) {
             nextRow = row + (rowCount + 1999) / 2000;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t blockRowCount = 65536;
 
-/// The file's next doubles, as many as there are up to a block.
+/// The next doubles of the file, up to one block.
 std::vector<double> next_block(std::ifstream& file) {
     std::vector<double> block(blockRowCount);
     file.read(reinterpret_cast<char*>(block.data()), blockRowCount * sizeof(double));
@@ -18,12 +18,12 @@ std::vector<double> next_block(std::ifstream& file) {
     return block;
 }
 
-/// Looks at the rows of a file in turn.
+/// Checks the rows of a file in turn.
 class RowCheck {
 public:
     RowCheck(std::size_t batch, Findings& found) : batchRowCount(batch), findings(found) {}
 
-    void look(double time, double value) {
+    void add(double time, double value) {
         const auto row = static_cast<std::size_t>(time);
         const bool right = row >= firstPossible && row < findings.rowCount &&
                            row % batchRowCount == index % batchRowCount && time == time_of(row) &&
@@ -52,7 +52,7 @@ void count_rows(const std::filesystem::path& times, const std::filesystem::path&
         const std::vector<double> valuesBlock = next_block(valuesFile);
         const std::size_t count = std::min(timesBlock.size(), valuesBlock.size());
         for (std::size_t i = 0; i < count; ++i) {
-            check.look(timesBlock[i], valuesBlock[i]);
+            check.add(timesBlock[i], valuesBlock[i]);
         }
         if (count < blockRowCount) {
             findings.wrong += std::max(timesBlock.size(), valuesBlock.size()) - count;

@@ -9,9 +9,9 @@
 #include <exception>
 #include <string>
 
-// Writes very many rows through the writers whose memory does not grow with a run, looks at every
-// one of them again, and watches the process's memory. Fails where a row is wrong or lost that must
-// not be, or where the memory is not flat. scripts/soak runs it with its default.
+// Writes very many rows through the writers whose memory does not grow with a run, checks every
+// row, and watches the process's memory. Fails if a row is wrong, if a row is lost that must not
+// be, or if the memory is not flat. scripts/soak runs it with its default.
 
 namespace {
 
@@ -46,8 +46,8 @@ bool run_and_print(const Soak& soak, std::size_t rowCount) {
     return findings.areGood();
 }
 
-/// In a process of its own, so that no run sees the memory of another.
-bool run_apart(const Soak& soak, std::size_t rowCount) {
+/// Runs the soak in its own process, so that no run counts the memory of another.
+bool run_in_own_process(const Soak& soak, std::size_t rowCount) {
     const pid_t child = fork();
     if (child == 0) {
         try {
@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     bool good = true;
     for (const Soak& soak : soaks) {
-        good = run_apart(soak, rowCount) && good;
+        good = run_in_own_process(soak, rowCount) && good;
     }
     return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }

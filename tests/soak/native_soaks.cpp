@@ -18,11 +18,12 @@ namespace {
 constexpr std::size_t writerCount = 100;
 constexpr std::size_t callerBatchRowCount = 50000;
 
-/// Paths count in the size of a buffer, whatever they show: with these, all of one channel, a
-/// buffer is full with 32,768 rows.
+/// Every path counts in the size of a buffer. With this many paths of one channel, a buffer is full
+/// at 32,768 rows.
 constexpr std::size_t manyPaths = 255;
 
-/// So many that the run fills at least 24 buffers; one or two for a hundred million rows.
+/// The number of paths with which the run fills at least 24 buffers; one or two for a hundred
+/// million rows.
 std::size_t few_paths_for(std::size_t rowCount) {
     constexpr std::size_t bufferRowCount = 8388608; // without any path
     return std::max<std::size_t>(1, bufferRowCount / std::max<std::size_t>(1, rowCount / 24));
@@ -68,9 +69,9 @@ void soak_one_of_chain(std::size_t firstRow, std::size_t endRow, Findings& findi
     check_through_reader(writer, firstRow, endRow, findings);
 }
 
-/// Waits until the file holds that many doubles, but not for ever. It is the last one that a batch
-/// goes to.
-bool comes_to_hold(const std::filesystem::path& file, std::size_t count) {
+/// Waits until the file holds that many doubles, for at most five minutes. It is the last file that
+/// a batch is written to.
+bool wait_until_file_holds(const std::filesystem::path& file, std::size_t count) {
     const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(5);
     std::error_code missing;
     while (std::filesystem::file_size(file, missing) != count * sizeof(double)) {
@@ -86,14 +87,14 @@ Findings soak_one_writer(std::size_t rowCount, std::size_t pathCount, bool paced
     const SystemTempDirectory directory;
     NativeStreamWriter writer(StreamingAttributes{}, paths_of_one_channel(pathCount));
     const auto store = boost::any_cast<NativeDatastore>(writer.dataStore(ValuePath("x0")));
-    // All paths show one channel, whose file has the name of the first of them.
+    // All paths show one channel, whose file is named after the first of them.
     const std::filesystem::path values = native(store.valuesLocation());
     const std::size_t batchRowCount = writer.getBufferSize(0);
     Findings findings(rowCount);
     findings.mayLose = !paced;
     for (std::size_t row = 0; row < rowCount; ++row) {
         const bool fills = row % batchRowCount == batchRowCount - 1 && row >= batchRowCount;
-        if (paced && fills && !comes_to_hold(values, row + 1 - batchRowCount)) {
+        if (paced && fills && !wait_until_file_holds(values, row + 1 - batchRowCount)) {
             break;
         }
         write_row(writer, row);

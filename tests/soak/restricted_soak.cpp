@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t pointLimit = 10000;
 
-/// Looks through the rings, whose newest row is the one before endRow.
+/// Checks the rings, whose newest row is the one before endRow.
 void check_rings(MemoryStreamRestrictedWriter& writer, std::size_t endRow, Findings& findings) {
     const auto& times = writer.times(0);
     const auto& rows = writer.data(0);
@@ -25,7 +25,7 @@ void check_rings(MemoryStreamRestrictedWriter& writer, std::size_t endRow, Findi
     }
 }
 
-/// Reads the last rows of the run, which the rings have held since they were looked through last.
+/// Reads the last rows of the run, which came after the last check of the rings.
 void check_through_reader(const StreamWriter& writer, std::size_t newCount, Findings& findings) {
     const MemoryStreamReader reader(writer.dataStore(ValuePath("x")));
     const auto [times, values] = reader.timeseries();
@@ -43,18 +43,18 @@ Findings soak_restricted(std::size_t rowCount) {
     attributes.pointLimit = pointLimit;
     MemoryStreamRestrictedWriter writer(attributes, scalarSetup());
     Findings findings(rowCount);
-    std::size_t lookedAt = 0;
+    std::size_t checkedCount = 0;
     for (std::size_t row = 0; row < rowCount; ++row) {
         const double value = value_of(row);
         writer.write(0, time_of(row), &value, 1);
         findings.resident.at(row);
-        if (row + 1 == lookedAt + pointLimit && row + 1 < rowCount) {
+        if (row + 1 == checkedCount + pointLimit && row + 1 < rowCount) {
             check_rings(writer, row + 1, findings);
-            lookedAt = row + 1;
+            checkedCount = row + 1;
         }
     }
     writer.flush();
-    check_through_reader(writer, rowCount - lookedAt, findings);
+    check_through_reader(writer, rowCount - checkedCount, findings);
     return findings;
 }
 

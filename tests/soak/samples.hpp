@@ -5,13 +5,13 @@
 
 namespace logging2::core::test {
 
-/// The time of a row is its number, so that a file tells which rows it holds.
+/// The time of a row is its number, so that a file shows which rows it holds.
 inline double time_of(std::size_t row) {
     return static_cast<double>(row);
 }
 
 /// The row's number, mixed by the finalizer of SplitMix64 to the 52 bits that fit a double, so that
-/// a row in another's place is seen.
+/// a misplaced row is detected.
 inline double value_of(std::size_t row) {
     std::uint64_t x = row + 0x9e3779b97f4a7c15U;
     x = (x ^ (x >> 30U)) * 0xbf58476d1ce4e5b9U;

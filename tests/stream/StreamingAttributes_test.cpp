@@ -19,7 +19,7 @@ TEST(StreamingAttributesTest, everyMemberHasADefault) {
     EXPECT_FALSE(attributes.hostStrings.has_value());
 }
 
-TEST(StreamingAttributesTest, membersStandInTheirFixedOrder) {
+TEST(StreamingAttributesTest, memberOrderIsFixed) {
     const auto [hostFlag, rollback, pointLimit, value1, value2, name, strings] =
         StreamingAttributes{true,
                             false,

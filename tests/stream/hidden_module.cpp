@@ -1,6 +1,6 @@
 #include <logging2/stream/name_stems.hpp>
 
-// A library whose inline functions and their objects nobody else sees.
+// A library that hides its inline functions and their static objects.
 
 extern "C" {
 

@@ -62,8 +62,8 @@ private:
     std::vector<std::string>& log;
 };
 
-/// The position of a virtual operation in its class's table, read from the pointer to it; the
-/// virtual destructor has the entries 0 and 1 (Itanium C++ ABI, section 2.3).
+/// The position of a virtual operation in its class's virtual table, read from its member pointer.
+/// The virtual destructor has the entries 0 and 1 (Itanium C++ ABI, section 2.3).
 template <class Operation>
 std::size_t slot(Operation operation) {
     std::ptrdiff_t parts[2];
@@ -86,8 +86,8 @@ TEST(StreamReaderTest, destructionThroughTheInterfaceRunsTheConcreteDestructor) 
     EXPECT_EQ(calls, std::vector<std::string>{"destructor"});
 }
 
-// Back-ends are built apart from the library, so the order of the operations never changes.
-TEST(InterfacesTest, operationsStandInTheirSlots) {
+// Back-ends are built separately from the library, so the order of the operations never changes.
+TEST(InterfacesTest, operationsKeepTheirSlots) {
     EXPECT_EQ(slot(&StreamWriter::write), 2U);
     EXPECT_EQ(slot(&StreamWriter::rollback), 3U);
     EXPECT_EQ(slot(&StreamWriter::dataStore), 4U);
@@ -118,7 +118,7 @@ TEST(InterfacesTest, areAbstractWithVirtualDestructors) {
                 std::has_virtual_destructor_v<StreamReaderService>);
 }
 
-TEST(InterfacesTest, servicesAreKnownByTheirClassNames) {
+TEST(InterfacesTest, serviceIdentifiersAreClassNames) {
     EXPECT_EQ(us_service_interface_iid<StreamWriterService>(),
               "logging2::core::StreamWriterService");
     EXPECT_EQ(us_service_interface_iid<StreamReaderService>(),

@@ -10,7 +10,7 @@
 namespace logging2::core {
 namespace {
 
-TEST(NameStemsTest, areTheStemsOfTimesAndValuesFiles) {
+TEST(NameStemsTest, haveTheirFixedTexts) {
     EXPECT_EQ(times(), u"times_");
     EXPECT_EQ(values(), u"values_");
 }
@@ -30,7 +30,7 @@ TEST(NameStemsTest, areTheSameObjectsOnEveryCallAndThread) {
     }
 }
 
-TEST(NameStemsTest, areTheSameObjectsInALibraryThatHidesItsSymbols) {
+TEST(NameStemsTest, areTheSameObjectsInALibraryWithHiddenSymbols) {
     void* const module = dlopen(LOGGING2_HIDDEN_MODULE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(module, nullptr) << dlerror();
     const auto ask = [module](const char* name) {

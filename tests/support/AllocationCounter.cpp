@@ -50,7 +50,7 @@ bool is_to_fail() {
     return failure.happened;
 }
 
-/// Null where memory cannot be had, or must not be.
+/// Returns null if there is no memory or the allocation is to fail.
 void* obtain(std::size_t bytes, std::size_t alignment) noexcept {
     if (bytes > largestRequest || is_to_fail()) {
         return nullptr;

@@ -5,15 +5,15 @@
 
 namespace logging2::core::test {
 
-/// Counts what the calling thread asks of operator new while the object lives. Linking its source
-/// file replaces the process's operator new and delete in all their forms (arrays, nothrow,
-/// aligned); an executable of its own is best.
+/// Counts the calls of operator new on the calling thread while the object lives. Linking its
+/// source file replaces operator new and delete in the whole process, in all their forms (arrays,
+/// nothrow, aligned), so use it in a separate executable.
 ///
-/// What never comes by operator new is not seen: exception objects, the C library's own buffers,
-/// the stacks of threads.
+/// Memory that does not come from operator new is not counted: exception objects, buffers of the C
+/// library, and the stacks of threads.
 ///
-/// The replaced operator new refuses more than 2^40 bytes with std::bad_alloc, as the system's
-/// does on a machine without that memory, also where a sanitizer would end the process instead.
+/// The replaced operator new refuses more than 2^40 bytes with std::bad_alloc, as the system does
+/// on a machine without that memory. It does so even if a sanitizer would end the process.
 class AllocationCounter {
 public:
     AllocationCounter();
@@ -27,22 +27,22 @@ public:
     /// Bytes asked for since the counter was made.
     std::size_t byteCount() const;
 
-    /// Allocations of exactly that many bytes since the counter was made; the first 4096
-    /// allocations are looked at.
+    /// Allocations of exactly that many bytes since the counter was made. Only the first 4096
+    /// allocations are examined.
     std::size_t countOfSize(std::size_t bytes) const;
 };
 
-/// What the replaced operator new throws; the calling thread knows its last one again.
+/// The exception that the replaced operator new throws. Each thread remembers the last one.
 class RefusedAllocation : public std::bad_alloc {
 public:
     RefusedAllocation() noexcept;
 
-    /// Whether the error is the very object that was thrown last on this thread.
+    /// Whether the error is the same object that was thrown last on this thread.
     static bool isLast(const std::bad_alloc& error) noexcept;
 };
 
-/// Lets one allocation of the calling thread fail with a RefusedAllocation (a null pointer from
-/// the nothrow forms) while the object lives: the one that follows `before` others.
+/// Makes one allocation of the calling thread fail while the object lives: the one after `before`
+/// successful ones. It throws a RefusedAllocation; the nothrow forms return null.
 class AllocationFailure {
 public:
     explicit AllocationFailure(std::size_t before);
@@ -50,7 +50,7 @@ public:
     AllocationFailure(const AllocationFailure&) = delete;
     AllocationFailure& operator=(const AllocationFailure&) = delete;
 
-    /// Whether that allocation was asked for.
+    /// Whether that allocation was requested.
     bool happened() const;
 };
 

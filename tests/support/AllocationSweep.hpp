@@ -13,28 +13,28 @@
 
 namespace logging2::core::test {
 
-/// How the operation went in one run of a sweep.
+/// The result of one run of a sweep.
 struct Attempt {
     /// How many allocations succeeded before the one that failed.
     std::size_t before;
-    /// Whether an allocation failed; it does in all runs but the last.
+    /// Whether an allocation failed. One fails in every run except the last.
     bool failed;
     /// Whether the operation threw.
     bool threw;
 };
 
-/// What a sweep found out about an operation.
+/// The result of a sweep over an operation.
 struct SweepCounts {
-    /// Allocations that were failed in turn, which are all that the operation asks for.
+    /// Allocations that were made to fail in turn; these are all allocations of the operation.
     std::size_t failed = 0;
-    /// Failures that came out, each as the very object that operator new had thrown.
+    /// Failures that propagated, each as the same object that operator new had thrown.
     std::size_t thrown = 0;
 
-    /// Failures after which the operation did without the memory.
+    /// Failures that the operation handled itself.
     std::size_t absorbed() const { return failed - thrown; }
 };
 
-/// Calls the operation while its allocation behind `before` others fails.
+/// Calls the operation and makes the allocation after `before` others fail.
 template <class Operation>
 Attempt attempt_with_failure(std::size_t before, Operation operation) {
     bool threw = true;
@@ -43,7 +43,7 @@ Attempt attempt_with_failure(std::size_t before, Operation operation) {
         operation();
         threw = false;
     } catch (const std::bad_alloc& error) {
-        EXPECT_TRUE(RefusedAllocation::isLast(error)) << "another object than the one thrown";
+        EXPECT_TRUE(RefusedAllocation::isLast(error)) << "not the object that operator new threw";
     } catch (const std::exception& error) {
         ADD_FAILURE() << "thrown instead of the allocation error: " << error.what();
     }
@@ -57,11 +57,12 @@ inline void print_sweep(const std::string& operation, const SweepCounts& counts,
               << counts.thrown << " | " << counts.absorbed() << " | " << outcome << std::endl;
 }
 
-/// Fails the first, the second and so on allocation of `act` in turn, until a run asks for no more.
+/// Makes the first, the second and every further allocation of `act` fail in turn, until a run
+/// requests no more.
 ///
 /// Each run calls `act` on a subject that `arrange` made, and then `check` on the subject and the
-/// Attempt; everything that the run allocated must be gone with the subject. One run without a
-/// failure goes first, so that what stays for the life of the process is there.
+/// Attempt. Everything that the run allocated must be freed with the subject. The first run has no
+/// failure, so that allocations that live as long as the process already exist.
 template <class Arrange, class Act, class Check>
 SweepCounts for_every_failing_allocation(Arrange arrange, Act act, Check check) {
     constexpr std::size_t noFailure = 100000;
@@ -74,7 +75,7 @@ SweepCounts for_every_failing_allocation(Arrange arrange, Act act, Check check) 
             attempt = attempt_with_failure(before, [&] { act(subject); });
             check(subject, attempt);
         }
-        EXPECT_EQ(live_allocation_count(), formerCount) << "a leak";
+        EXPECT_EQ(live_allocation_count(), formerCount) << "memory leaked";
         return attempt;
     };
     {
@@ -93,23 +94,24 @@ SweepCounts for_every_failing_allocation(Arrange arrange, Act act, Check check) 
     return counts;
 }
 
-/// The same for an operation that must let every failure out; the outcome says in the table what
-/// `check` looks at.
+/// Runs the sweep over an operation from which every failure must propagate. The outcome describes
+/// in the table what `check` verifies.
 template <class Arrange, class Act, class Check>
-SweepCounts expect_every_failure_comes_out(const std::string& operation, const std::string& outcome,
-                                           Arrange arrange, Act act, Check check) {
+SweepCounts expect_every_failure_propagates(const std::string& operation,
+                                            const std::string& outcome, Arrange arrange, Act act,
+                                            Check check) {
     const SweepCounts counts = for_every_failing_allocation(arrange, act, check);
     EXPECT_EQ(counts.absorbed(), 0U);
     print_sweep(operation, counts, outcome);
     return counts;
 }
 
-/// The same for an operation that promises not to throw because it asks for no memory.
+/// Runs the sweep over an operation that promises not to throw because it allocates nothing.
 template <class Arrange, class Act>
 void expect_no_allocation(const std::string& operation, Arrange arrange, Act act) {
     const SweepCounts counts = for_every_failing_allocation(arrange, act, [](auto&, Attempt) {});
     EXPECT_EQ(counts.failed, 0U);
-    print_sweep(operation, counts, "asks for no memory");
+    print_sweep(operation, counts, "allocates nothing");
 }
 
 } // namespace logging2::core::test

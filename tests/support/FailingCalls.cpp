@@ -28,7 +28,7 @@ namespace {
 
 using Plan = FailingCalls::Plan;
 
-// Never destroyed: files are closed at the end of the process too.
+// Never destroyed, because files are closed at the end of the process, too.
 std::mutex& planMutex = *new std::mutex;
 auto& plans = *new std::vector<std::shared_ptr<Plan>>; // guarded by planMutex
 std::atomic<bool> anyPlan{false};
@@ -60,8 +60,7 @@ Outcome planned(Call call, const std::string& name) {
     return {};
 }
 
-/// Looks up what becomes of the call and does what comes before it; leaves errno set where the call
-/// is to fail.
+/// Looks up the outcome of the call and runs its `before`. If the call is to fail, errno is set.
 template <class File>
 Outcome decide(Call call, File file) {
     if (!anyPlan) {
@@ -86,7 +85,7 @@ std::FILE* open_stream(Function* next, const char* path, const char* mode) {
     return decide(Call::open, path).error != 0 ? nullptr : next(path, mode);
 }
 
-/// Works in any case, as the system does where it reports an error.
+/// Always closes the file, as the system does even if it reports an error.
 template <class Function, class File>
 int close_file(Function* next, File file, int descriptor) {
     const int error = decide(Call::close, descriptor).error;

@@ -9,8 +9,9 @@
 
 namespace logging2::core::test {
 
-/// Permissions of files hold for the calling thread while it lives, also for root: the privileges
-/// that pass over them are laid down and taken up again. Threads started meanwhile inherit that.
+/// Makes file permissions apply to the calling thread while the object lives, even to root: it
+/// drops the privileges that bypass them and restores them at the end. Threads that are started
+/// meanwhile inherit this.
 class OrdinaryPermissions {
 public:
     OrdinaryPermissions() {
@@ -29,7 +30,7 @@ private:
     static void call(long number, Sets& sets) {
         __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
         if (syscall(number, &header, sets.data()) != 0) {
-            throw std::runtime_error("privileges of the thread");
+            throw std::runtime_error("cannot change the privileges of the thread");
         }
     }
 

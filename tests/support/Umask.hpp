@@ -5,7 +5,7 @@
 
 namespace logging2::core::test {
 
-/// The process's file mode creation mask while it lives.
+/// Sets the process's file mode creation mask while the object lives.
 class Umask {
 public:
     explicit Umask(mode_t mask) : former(umask(mask)) {}

@@ -9,8 +9,7 @@
 
 namespace logging2::core::test {
 
-/// One entry for each of the process's descriptors of that file: whether it is closed when another
-/// program is executed.
+/// One entry for each descriptor that the process has of the file: whether it is closed on exec.
 inline std::vector<bool> closedOnExec(const std::filesystem::path& file) {
     std::vector<bool> result;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-// Calls that fail while a batch is appended, by the caller and by the background thread.
+// System calls that fail while the caller or the background thread appends a batch.
 
 namespace logging2::core::test {
 namespace {
@@ -37,7 +37,7 @@ protected:
         EXPECT_EQ(Access::hasThread(*writer), byThread);
     }
 
-    /// Lets a new writer append three batches; the calls have these outcomes during the second.
+    /// Makes a new writer append three batches. During the second, the calls have these outcomes.
     void appendThree(std::size_t rowCount, Call call, const std::string& nameEnd,
                      const std::vector<Outcome>& outcomes) {
         writer = std::make_unique<NativeStreamWriter>(StreamingAttributes{}, mixedWidthSetup());
@@ -45,7 +45,7 @@ protected:
         {
             const FailingCalls calls(call, nameEnd, outcomes);
             EXPECT_NO_THROW(append(1, rowCount));
-            EXPECT_GE(calls.count(), outcomes.size()) << "not every outcome came to pass";
+            EXPECT_GE(calls.count(), outcomes.size()) << "some outcomes were not used";
         }
         append(2, rowCount);
         EXPECT_NO_THROW(writer->flush());
@@ -63,7 +63,7 @@ protected:
     std::unique_ptr<NativeStreamWriter> writer;
 };
 
-TEST_P(AppendErrorsTest, openThatFailsCostsTheBatchInThatFileOnly) {
+TEST_P(AppendErrorsTest, failedOpenLosesTheBatchOnlyInThatFile) {
     for (const int error : {EACCES, EMFILE, ENFILE, ENOENT, ENOSPC, EROFS, EIO, EINTR, ENOMEM}) {
         SCOPED_TRACE(std::strerror(error));
         appendThree(smallBatch, Call::open, "values_0_7", {fails(error)});
@@ -72,7 +72,7 @@ TEST_P(AppendErrorsTest, openThatFailsCostsTheBatchInThatFileOnly) {
     }
 }
 
-TEST_P(AppendErrorsTest, writeThatFailsCostsTheBatchInThatFileOnly) {
+TEST_P(AppendErrorsTest, failedWriteLosesTheBatchOnlyInThatFile) {
     for (const std::size_t rowCount : {smallBatch, largeBatch}) {
         for (const int error : {ENOSPC, EDQUOT, EFBIG, EIO}) {
             SCOPED_TRACE(std::strerror(error));
@@ -83,15 +83,15 @@ TEST_P(AppendErrorsTest, writeThatFailsCostsTheBatchInThatFileOnly) {
     }
 }
 
-TEST_P(AppendErrorsTest, timesThatCannotBeWrittenCostTheValuesNothing) {
+TEST_P(AppendErrorsTest, failedWriteOfTimesKeepsTheValues) {
     appendThree(smallBatch, Call::write, "times_0", {fails(ENOSPC)});
     EXPECT_EQ(timesIn(*writer, "a"), Batches({0, 2}, smallBatch).times);
     EXPECT_EQ(valuesIn(*writer, "b"), Batches({0, 1, 2}, smallBatch).pairs);
     expectScalars(asBytes(Batches({0, 1, 2}, smallBatch).scalars));
 }
 
-// Nothing is taken back: what was written of the column stays, and the next batch comes behind it.
-TEST_P(AppendErrorsTest, diskThatIsFullWithinAColumnLeavesItsBeginning) {
+// Nothing is undone: the part of the column that was written stays, and the next batch follows it.
+TEST_P(AppendErrorsTest, fullDiskWithinAColumnKeepsItsBeginning) {
     for (const std::size_t rowCount : {smallBatch, largeBatch}) {
         appendThree(rowCount, Call::write, "values_0_7", {transfers(20), fails(ENOSPC)});
         expectTimesAndPairs(Batches({0, 1, 2}, rowCount));
@@ -101,7 +101,7 @@ TEST_P(AppendErrorsTest, diskThatIsFullWithinAColumnLeavesItsBeginning) {
     }
 }
 
-TEST_P(AppendErrorsTest, writeThatEndsEarlyIsGoneOnWith) {
+TEST_P(AppendErrorsTest, partialWriteIsContinued) {
     for (const std::size_t rowCount : {smallBatch, largeBatch}) {
         appendThree(rowCount, Call::write, "values_0_7",
                     {transfers(1), transfers(7), transfers(8), transfers(3)});
@@ -110,7 +110,7 @@ TEST_P(AppendErrorsTest, writeThatEndsEarlyIsGoneOnWith) {
     }
 }
 
-TEST_P(AppendErrorsTest, writeThatIsInterruptedIsRepeated) {
+TEST_P(AppendErrorsTest, interruptedWriteIsRepeated) {
     for (const std::size_t rowCount : {smallBatch, largeBatch}) {
         appendThree(rowCount, Call::write, "values_0_7",
                     {fails(EINTR), transfers(5), fails(EINTR), fails(EINTR)});
@@ -119,7 +119,7 @@ TEST_P(AppendErrorsTest, writeThatIsInterruptedIsRepeated) {
     }
 }
 
-TEST_P(AppendErrorsTest, closeThatFailsCostsNothing) {
+TEST_P(AppendErrorsTest, failedCloseLosesNothing) {
     for (const int error : {EIO, ENOSPC, EDQUOT, EINTR}) {
         SCOPED_TRACE(std::strerror(error));
         appendThree(smallBatch, Call::close, "values_0_7", {fails(error)});
@@ -138,14 +138,14 @@ protected:
     std::string file = directory.path() / "file";
 };
 
-TEST_F(AppendResultTest, isFalseWhereTheFileCannotBeOpened) {
+TEST_F(AppendResultTest, isFalseIfTheFileCannotBeOpened) {
     for (const int error : {EACCES, EMFILE, ENOSPC}) {
         const FailingCalls opens(Call::open, "file", {fails(error)});
         EXPECT_FALSE(writer.write(file, "1", 1));
     }
 }
 
-TEST_F(AppendResultTest, isTrueWhateverFailsBehindTheOpening) {
+TEST_F(AppendResultTest, isTrueAfterAnyLaterFailure) {
     for (const Call call : {Call::write, Call::close}) {
         const FailingCalls calls(call, "file", {fails(EIO)});
         EXPECT_TRUE(writer.write(file, "1", 1));

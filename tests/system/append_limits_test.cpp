@@ -6,7 +6,7 @@
 
 #include <csignal>
 
-// Limits of the machine that a writer meets while it runs, with nothing between it and the system.
+// Limits of the machine that a writer reaches while it runs. No system call is replaced.
 
 namespace logging2::core::test {
 namespace {
@@ -27,7 +27,7 @@ protected:
     NativeStreamWriter writer{StreamingAttributes{}, scalarGroups({0, 1})};
 };
 
-/// No file grows beyond so many bytes while it lives; the signal that tells so is ignored.
+/// Limits the size of files while it lives and ignores the signal that reports the limit.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t byteCount) {
@@ -48,10 +48,10 @@ private:
     void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
 };
 
-TEST_F(AppendLimitsTest, noRoomLeavesWhatWasWrittenAndEndsNothing) {
+TEST_F(AppendLimitsTest, fileSizeLimitKeepsWhatWasWritten) {
     append({1.0, 2.0});
     {
-        const FileSizeLimit room(36);
+        const FileSizeLimit limit(36);
         EXPECT_NO_THROW(append({3.0, 4.0, 5.0}));
         EXPECT_NO_THROW(append({6.0}));
     }
@@ -62,10 +62,10 @@ TEST_F(AppendLimitsTest, noRoomLeavesWhatWasWrittenAndEndsNothing) {
     EXPECT_THAT(reader.timeseries().second, ElementsAre(10.0, 20.0, 30.0, 40.0));
 }
 
-TEST_F(AppendLimitsTest, noRoomForTheBackgroundThreadEndsNothing) {
+TEST_F(AppendLimitsTest, fileSizeLimitDoesNotEndTheBackgroundThread) {
     Access::setBufferSize(writer, 0, 2);
     {
-        const FileSizeLimit room(20);
+        const FileSizeLimit limit(20);
         writeTimes(writer, 0, {1.0, 2.0});
         Access::waitUntilTaken(writer);
         writeTimes(writer, 0, {3.0, 4.0});
@@ -76,7 +76,7 @@ TEST_F(AppendLimitsTest, noRoomForTheBackgroundThreadEndsNothing) {
     EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(10.0, 20.0));
 }
 
-TEST_F(AppendLimitsTest, fullDeviceCostsItsOwnFileOnly) {
+TEST_F(AppendLimitsTest, fullDeviceLosesOnlyTheSamplesOfItsFile) {
     std::filesystem::create_symlink("/dev/full", valuesFile(writer, "x0"));
     EXPECT_NO_THROW(append({1.0, 2.0}));
     EXPECT_NO_THROW(append(std::vector<double>(5000, 3.0)));
@@ -85,7 +85,7 @@ TEST_F(AppendLimitsTest, fullDeviceCostsItsOwnFileOnly) {
     EXPECT_THAT(valuesIn(writer, "x1"), ElementsAre(10.0));
 }
 
-TEST_F(AppendLimitsTest, batchesWithoutAFreeDescriptorAreLostAndNoOthers) {
+TEST_F(AppendLimitsTest, onlyBatchesWithoutAFreeDescriptorAreLost) {
     append({1.0});
     {
         const NoDescriptors none;
@@ -96,7 +96,7 @@ TEST_F(AppendLimitsTest, batchesWithoutAFreeDescriptorAreLostAndNoOthers) {
     EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(10.0, 30.0));
 }
 
-TEST_F(AppendLimitsTest, directoryThatIsGoneIsNotMadeAnew) {
+TEST_F(AppendLimitsTest, deletedDirectoryIsNotCreatedAgain) {
     append({1.0});
     std::filesystem::remove_all(userDirectory());
     EXPECT_NO_THROW(append({2.0}));
@@ -107,7 +107,7 @@ TEST_F(AppendLimitsTest, directoryThatIsGoneIsNotMadeAnew) {
     EXPECT_THAT(reader.times(), IsEmpty());
 }
 
-TEST_F(AppendLimitsTest, directoryThatComesBackGetsWhatIsAppendedThen) {
+TEST_F(AppendLimitsTest, restoredDirectoryReceivesLaterBatches) {
     append({1.0});
     std::filesystem::remove_all(userDirectory());
     append({2.0});
@@ -117,7 +117,7 @@ TEST_F(AppendLimitsTest, directoryThatComesBackGetsWhatIsAppendedThen) {
     EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(30.0));
 }
 
-TEST_F(AppendLimitsTest, directoryThatBecameReadOnlyTakesNoNewFilesAndKeepsTheOld) {
+TEST_F(AppendLimitsTest, readOnlyDirectoryKeepsItsFilesButGetsNoMore) {
     append({1.0});
     std::filesystem::permissions(userDirectory(), perms::owner_read | perms::owner_exec);
     {
@@ -130,7 +130,7 @@ TEST_F(AppendLimitsTest, directoryThatBecameReadOnlyTakesNoNewFilesAndKeepsTheOl
     EXPECT_THAT(valuesIn(writer, "x0"), ElementsAre(10.0, 20.0));
 }
 
-TEST_F(AppendLimitsTest, fileThatBecameReadOnlyCostsItsOwnSamplesOnly) {
+TEST_F(AppendLimitsTest, readOnlyFileLosesOnlyItsOwnSamples) {
     append({1.0});
     std::filesystem::permissions(valuesFile(writer, "x0"), perms::owner_read);
     {

@@ -7,8 +7,8 @@
 
 namespace logging2::core::test {
 
-/// What the files hold after the batches of the given numbers, each of so many rows: row r has the
-/// time r, the scalar 10 r and the pair 100 r, 100 r + 1.
+/// The content of the files after the batches of these numbers, each with rowCount rows. Row r has
+/// the time r, the scalar 10 r and the pair 100 r, 100 r + 1.
 class Batches {
 public:
     Batches(std::initializer_list<std::size_t> numbers, std::size_t rowCount) {

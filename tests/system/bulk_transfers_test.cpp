@@ -3,7 +3,7 @@
 
 #include <numeric>
 
-// Every column goes to its file and comes back in one call, whatever its length.
+// A column of any length is written by one call and read by one call.
 
 namespace logging2::core::test {
 namespace {

@@ -2,7 +2,8 @@
 #include <tests/support/FailingCalls.hpp>
 #include <tests/support/descriptors.hpp>
 
-// A host may start other programs at any time, from any thread: none gets a descriptor of ours.
+// A host may start other programs at any time and from any thread. They must not inherit a
+// descriptor of the library.
 
 namespace logging2::core::test {
 namespace {
@@ -16,7 +17,7 @@ protected:
         writer.flushIntermediate();
     }
 
-    /// Looks at the descriptors of the file just before each call of that kind on it.
+    /// Checks the descriptors of the file just before each call of that kind on it.
     void expectClosedOnExec(Call call, const std::filesystem::path& file,
                             const std::function<void()>& life) {
         const auto look = [&file] { EXPECT_THAT(closedOnExec(file), ElementsAre(true)) << file; };
@@ -28,7 +29,7 @@ protected:
     NativeStreamWriter writer{StreamingAttributes{}, scalarSetup()};
 };
 
-TEST_F(DescriptorsTest, thoseOfTheFilesInWorkAreClosedOnExec) {
+TEST_F(DescriptorsTest, descriptorsOfFilesBeingWrittenAreClosedOnExec) {
     for (const auto& file : {timesFile(writer, "x"), valuesFile(writer, "x")}) {
         expectClosedOnExec(Call::write, file, [this] {
             writeTimes(writer, 0, {2.0});
@@ -37,7 +38,7 @@ TEST_F(DescriptorsTest, thoseOfTheFilesInWorkAreClosedOnExec) {
     }
 }
 
-TEST_F(DescriptorsTest, thoseOfTheThreadsFilesAreClosedOnExec) {
+TEST_F(DescriptorsTest, descriptorsOfTheThreadsFilesAreClosedOnExec) {
     Access::setBufferSize(writer, 0, 2);
     for (const auto& file : {timesFile(writer, "x"), valuesFile(writer, "x")}) {
         expectClosedOnExec(Call::write, file, [this] {
@@ -48,7 +49,7 @@ TEST_F(DescriptorsTest, thoseOfTheThreadsFilesAreClosedOnExec) {
     writer.flush();
 }
 
-TEST_F(DescriptorsTest, thoseOfFilesThatAreReadAreClosedOnExec) {
+TEST_F(DescriptorsTest, descriptorsOfFilesBeingReadAreClosedOnExec) {
     const NativeStreamReader reader(writer.dataStore(ValuePath("x")));
     for (const auto& file : {timesFile(writer, "x"), valuesFile(writer, "x")}) {
         expectClosedOnExec(Call::read, file, [&reader] { reader.timeseries(); });

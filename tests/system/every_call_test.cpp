@@ -9,16 +9,16 @@
 #include <functional>
 #include <new>
 
-// One call after the other fails, whichever it is: nothing leaves the library that is not
-// documented, and nothing else is lost.
+// Each system call fails in turn. Only documented exceptions leave the library, and nothing else is
+// lost.
 
 namespace logging2::core::test {
 namespace {
 
 constexpr std::size_t rowCount = 4;
 
-/// Calls `life` again and again, each time with the next call of the kind failing, until there was
-/// no such call. Returns how many calls failed.
+/// Calls `life` repeatedly and makes the next call of the kind fail each time, until no such call
+/// is left. Returns the number of failed calls.
 std::size_t failEach(Call kind, const std::function<void()>& life,
                      const std::function<void()>& check) {
     for (std::size_t n = 0;; ++n) {
@@ -41,8 +41,8 @@ std::size_t failEach(Call kind, const std::function<void()>& life,
 class EveryCallOfAWriterTest : public NativeStreamWriterTest,
                                public ::testing::WithParamInterface<Call> {
 protected:
-    /// A writer's life, with a batch that the thread appends, one of flushIntermediate() and one of
-    /// flush().
+    /// The life of a writer: a batch that the thread appends, one that flushIntermediate() writes
+    /// and one that flush() writes.
     void live() {
         writer.reset();
         try {
@@ -68,7 +68,8 @@ protected:
         }
     }
 
-    /// How many batches are missing in a file, which holds the others whole and in order.
+    /// The number of batches that are missing in a file. The file must hold the others complete and
+    /// in order.
     static std::size_t missing(const std::vector<double>& held,
                                std::vector<double> Batches::*column) {
         const std::vector<Batches> possible = {Batches({0, 1, 2}, rowCount),
@@ -79,7 +80,7 @@ protected:
                 return i == 0 ? 0 : 1;
             }
         }
-        ADD_FAILURE() << "a file with something else";
+        ADD_FAILURE() << "a file holds something else";
         return 0;
     }
 
@@ -95,11 +96,11 @@ protected:
     std::unique_ptr<NativeStreamWriter> writer;
 };
 
-TEST_P(EveryCallOfAWriterTest, costsTheLocationOrOneBatchInOneFile) {
+TEST_P(EveryCallOfAWriterTest, failureLosesTheLocationOrOneBatchInOneFile) {
     EXPECT_GT(failEach(
                   GetParam(), [this] { live(); }, [this] { expectOneBatchMissingAtMost(); }),
               0U);
-    ASSERT_TRUE(writer) << "the last life was without a failure";
+    ASSERT_TRUE(writer) << "no call failed in the last run";
 }
 
 // The seek to the end of a file is part of opening it.
@@ -128,7 +129,7 @@ protected:
     const std::vector<double> zeros = {0.0, 0.0, 0.0};
 };
 
-TEST_P(EveryCallOfAReaderTest, isABadAllocAFileErrorOrZerosAndKeepsOneFileAtMost) {
+TEST_P(EveryCallOfAReaderTest, failedCallLosesOneReadOrLeavesOneFile) {
     EXPECT_GT(failEach(
                   GetParam(), [this] { live(); },
                   [this] {

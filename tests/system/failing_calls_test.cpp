@@ -7,7 +7,8 @@
 #include <cerrno>
 #include <fstream>
 
-// That the calls of the standard library pass through our functions, which all else here rests on.
+// Tests that the calls of the standard library pass through the replaced functions. All other tests
+// here depend on that.
 
 namespace logging2::core::test {
 namespace {
@@ -18,7 +19,7 @@ protected:
     std::filesystem::path file = directory.path() / "file";
 };
 
-TEST_F(FailingCallsTest, outcomesComeInTurnAndThenEverythingWorks) {
+TEST_F(FailingCallsTest, callsWorkAfterTheLastOutcome) {
     const FailingCalls opens(Call::open, "file", {fails(EACCES), works(), fails(EMFILE)});
     EXPECT_FALSE(std::ofstream(file).is_open());
     EXPECT_TRUE(std::ofstream(file).is_open());
@@ -28,18 +29,18 @@ TEST_F(FailingCallsTest, outcomesComeInTurnAndThenEverythingWorks) {
     EXPECT_EQ(opens.count(), 4U);
 }
 
-TEST_F(FailingCallsTest, otherFilesAreLeftAlone) {
+TEST_F(FailingCallsTest, otherFilesAreNotAffected) {
     const FailingCalls opens(Call::open, "other", {fails(EACCES)});
     EXPECT_TRUE(std::ofstream(file).is_open());
     EXPECT_EQ(opens.count(), 0U);
 }
 
-TEST_F(FailingCallsTest, everythingWorksAgainAfterwards) {
+TEST_F(FailingCallsTest, destructionRestoresAllCalls) {
     { const FailingCalls opens(Call::open, "file", {fails(EACCES)}); }
     EXPECT_TRUE(std::ofstream(file).is_open());
 }
 
-TEST_F(FailingCallsTest, everyKindOfCallIsSeen) {
+TEST_F(FailingCallsTest, everyKindOfCallIsCounted) {
     const std::vector<Call> kinds = {Call::open,   Call::close,         Call::read,
                                      Call::write,  Call::seek,          Call::stat,
                                      Call::remove, Call::makeDirectory, Call::changeMode};

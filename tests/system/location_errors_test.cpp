@@ -10,7 +10,7 @@
 #include <cstring>
 #include <stdexcept>
 
-// Calls that fail while a writer draws its location.
+// System calls that fail while a writer chooses its location.
 
 namespace logging2::core::test {
 namespace {
@@ -30,7 +30,7 @@ protected:
     void expectNoLocation(int error) const {
         try {
             const NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
-            ADD_FAILURE() << "a location in spite of: " << std::strerror(error);
+            ADD_FAILURE() << "a location was made in spite of: " << std::strerror(error);
         } catch (const filesystem_error& thrown) {
             EXPECT_EQ(thrown.code().value(), error);
         }
@@ -41,7 +41,7 @@ protected:
     std::string leaf = userDirectoryEnd(creator);
 };
 
-TEST_F(LocationErrorsTest, existenceThatCannotBeFoundOutIsAnErrorAndKeepsThePath) {
+TEST_F(LocationErrorsTest, failedExistenceCheckThrowsAndKeepsThePath) {
     const std::u16string former = creator.getUniquePath().text();
     for (const int error : {EACCES, ELOOP, EIO, ENOMEM}) {
         const FailingCalls stats(Call::stat, leaf, {fails(error), fails(error)});
@@ -51,7 +51,7 @@ TEST_F(LocationErrorsTest, existenceThatCannotBeFoundOutIsAnErrorAndKeepsThePath
     }
 }
 
-TEST_F(LocationErrorsTest, directoryThatCannotBeMadeIsAnErrorAndKeepsThePath) {
+TEST_F(LocationErrorsTest, failedDirectoryCreationThrowsAndKeepsThePath) {
     std::filesystem::remove(userDirectory());
     const std::u16string former = creator.getUniquePath().text();
     for (const int error : {ENOSPC, EDQUOT, EROFS, EACCES, EIO, EMLINK}) {
@@ -63,7 +63,7 @@ TEST_F(LocationErrorsTest, directoryThatCannotBeMadeIsAnErrorAndKeepsThePath) {
     EXPECT_FALSE(std::filesystem::exists(userDirectory()));
 }
 
-TEST_F(LocationErrorsTest, directoryThatAnotherProcessMakesMeanwhileIsTaken) {
+TEST_F(LocationErrorsTest, directoryCreatedByAnotherProcessIsAccepted) {
     std::filesystem::remove(userDirectory());
     const FailingCalls makes(Call::makeDirectory, leaf, {works([this] {
                                  std::filesystem::create_directory(userDirectory());
@@ -73,7 +73,7 @@ TEST_F(LocationErrorsTest, directoryThatAnotherProcessMakesMeanwhileIsTaken) {
     EXPECT_TRUE(std::filesystem::is_directory(userDirectory()));
 }
 
-TEST_F(LocationErrorsTest, newDirectoryWhoseRightsCannotBeFoundOutIsAnErrorAndDoesNotStay) {
+TEST_F(LocationErrorsTest, failedPermissionCheckThrowsAndRemovesTheNewDirectory) {
     std::filesystem::remove(userDirectory());
     const std::u16string former = creator.getUniquePath().text();
     const FailingCalls stats(Call::stat, leaf, {works(), fails(EIO)});
@@ -82,7 +82,7 @@ TEST_F(LocationErrorsTest, newDirectoryWhoseRightsCannotBeFoundOutIsAnErrorAndDo
     EXPECT_FALSE(std::filesystem::exists(userDirectory()));
 }
 
-TEST_F(LocationErrorsTest, newDirectoryWithoutItsRightsIsAnErrorAndDoesNotStay) {
+TEST_F(LocationErrorsTest, failedPermissionChangeThrowsAndRemovesTheNewDirectory) {
     std::filesystem::remove(userDirectory());
     const std::u16string former = creator.getUniquePath().text();
     const Umask everything(0777);
@@ -95,7 +95,7 @@ TEST_F(LocationErrorsTest, newDirectoryWithoutItsRightsIsAnErrorAndDoesNotStay) 
     EXPECT_NO_THROW(creator.setUniquePath());
 }
 
-TEST_F(LocationErrorsTest, newDirectoryNeverHasMoreRightsThanItsOwners) {
+TEST_F(LocationErrorsTest, newDirectoryIsNeverOpenToOtherUsers) {
     for (const mode_t mask : {0U, 0777U}) {
         std::filesystem::remove(userDirectory());
         const Umask umask(mask);
@@ -104,12 +104,12 @@ TEST_F(LocationErrorsTest, newDirectoryNeverHasMoreRightsThanItsOwners) {
                 EXPECT_EQ(std::filesystem::status(userDirectory()).permissions(), perms::none);
             })});
         EXPECT_NO_THROW(creator.setUniquePath());
-        EXPECT_EQ(changes.count(), mask == 0 ? 0U : 1U) << "made with the rights it is to have";
+        EXPECT_EQ(changes.count(), mask == 0 ? 0U : 1U) << "created with its final permissions";
         EXPECT_EQ(std::filesystem::status(userDirectory()).permissions(), perms::owner_all);
     }
 }
 
-TEST_F(LocationErrorsTest, rightsAreNotGivenThroughALink) {
+TEST_F(LocationErrorsTest, permissionsAreNotChangedThroughALink) {
     std::filesystem::remove(userDirectory());
     const std::filesystem::path other = directory.path() / "other";
     std::filesystem::create_directory(other);
@@ -123,7 +123,7 @@ TEST_F(LocationErrorsTest, rightsAreNotGivenThroughALink) {
     EXPECT_EQ(std::filesystem::status(other).permissions(), perms::owner_read);
 }
 
-TEST_F(LocationErrorsTest, temporaryDirectoryThatIsReadOnlyIsAnError) {
+TEST_F(LocationErrorsTest, readOnlyTemporaryDirectoryThrows) {
     std::filesystem::remove(userDirectory());
     std::filesystem::permissions(directory.path(), perms::owner_read | perms::owner_exec);
     {
@@ -133,7 +133,7 @@ TEST_F(LocationErrorsTest, temporaryDirectoryThatIsReadOnlyIsAnError) {
     std::filesystem::permissions(directory.path(), perms::owner_all);
 }
 
-/// A value of the environment variable TMPDIR while it lives, with the system's own answer.
+/// Sets TMPDIR while it lives and makes the host use it.
 class TemporaryDirectoryVariable {
 public:
     explicit TemporaryDirectoryVariable(const std::string& value) {
@@ -150,56 +150,56 @@ private:
     std::function<std::u16string()> host = fl::filesystem::setTempDirectoryName({});
 };
 
-TEST_F(LocationErrorsTest, variableWithAMissingDirectoryGetsOne) {
+TEST_F(LocationErrorsTest, missingDirectoryInTmpdirIsCreated) {
     const std::filesystem::path missing = directory.path() / "not" / "there";
     const TemporaryDirectoryVariable variable(missing);
     EXPECT_NO_THROW(creator.setUniquePath());
     EXPECT_TRUE(std::filesystem::is_directory(missing / leaf));
 }
 
-TEST_F(LocationErrorsTest, variableWithAFileIsAnError) {
+TEST_F(LocationErrorsTest, fileInTmpdirThrows) {
     writeBytes(directory.path() / "file", "x");
     const TemporaryDirectoryVariable variable(directory.path() / "file");
     expectNoLocation(ENOTDIR);
 }
 
-TEST_F(LocationErrorsTest, variableWithNonsenseIsAnError) {
+TEST_F(LocationErrorsTest, invalidNameInTmpdirThrows) {
     const TemporaryDirectoryVariable variable(directory.path() / std::string(300, 'n'));
     expectNoLocation(ENAMETOOLONG);
 }
 
-/// A current directory that is gone, while it lives.
-class GoneCurrentDirectory {
+/// Makes the current directory a deleted one while it lives.
+class DeletedCurrentDirectory {
 public:
-    GoneCurrentDirectory() {
-        const TemporaryDirectory gone;
-        std::filesystem::current_path(gone.path());
+    DeletedCurrentDirectory() {
+        const TemporaryDirectory deleted;
+        std::filesystem::current_path(deleted.path());
     }
-    ~GoneCurrentDirectory() { std::filesystem::current_path(former); }
-    GoneCurrentDirectory(const GoneCurrentDirectory&) = delete;
-    GoneCurrentDirectory& operator=(const GoneCurrentDirectory&) = delete;
+    ~DeletedCurrentDirectory() { std::filesystem::current_path(former); }
+    DeletedCurrentDirectory(const DeletedCurrentDirectory&) = delete;
+    DeletedCurrentDirectory& operator=(const DeletedCurrentDirectory&) = delete;
 
 private:
     std::filesystem::path former = std::filesystem::current_path();
 };
 
-std::u16string no_answer() {
+std::u16string no_temporary_directory() {
     throw std::runtime_error("the host has no temporary directory");
 }
 
-TEST_F(LocationErrorsTest, fallbackWithoutACurrentDirectoryIsAnError) {
-    const auto host = fl::filesystem::setTempDirectoryName(no_answer);
+TEST_F(LocationErrorsTest, fallbackWithoutACurrentDirectoryThrows) {
+    const auto host = fl::filesystem::setTempDirectoryName(no_temporary_directory);
     EXPECT_NO_THROW(creator.tempdir());
     {
-        const GoneCurrentDirectory gone;
+        const DeletedCurrentDirectory deleted;
         EXPECT_THROW(creator.tempdir(), boost::system::system_error);
         EXPECT_THROW(StreamLocationCreator(), boost::system::system_error);
     }
     fl::filesystem::setTempDirectoryName(host);
 }
 
-TEST_F(LocationErrorsTest, fallbackWithAVariableThatNamesNoDirectoryIsAnError) {
-    const auto host = fl::filesystem::setTempDirectoryName(no_answer);
+TEST_F(LocationErrorsTest, fallbackWithoutADirectoryInTmpdirThrows) {
+    const auto host = fl::filesystem::setTempDirectoryName(no_temporary_directory);
     writeBytes(directory.path() / "file", "x");
     for (const char* const name : {"missing", "file"}) {
         setenv("TMPDIR", (directory.path() / name).c_str(), 1);
@@ -209,8 +209,8 @@ TEST_F(LocationErrorsTest, fallbackWithAVariableThatNamesNoDirectoryIsAnError) {
     fl::filesystem::setTempDirectoryName(host);
 }
 
-TEST_F(LocationErrorsTest, fallbackWithAnEmptyVariableIsAnError) {
-    const auto host = fl::filesystem::setTempDirectoryName(no_answer);
+TEST_F(LocationErrorsTest, fallbackWithAnEmptyTmpdirThrows) {
+    const auto host = fl::filesystem::setTempDirectoryName(no_temporary_directory);
     setenv("TMPDIR", "", 1);
     EXPECT_THROW(creator.tempdir(), boost::system::system_error);
     unsetenv("TMPDIR");

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <string>
 
-// Each case runs in a process of its own: the device stays open once it could be opened.
+// Each case runs in its own process, because the device stays open once it has been opened.
 
 namespace logging2::core::test {
 namespace {
@@ -26,14 +26,14 @@ std::string identifier() {
 void expectEntropyError(const std::string& what, int code) {
     try {
         get_unique_id();
-        ADD_FAILURE() << "an identifier without a random source";
+        ADD_FAILURE() << "made an identifier without a random source";
     } catch (const boost::uuids::entropy_error& error) {
         EXPECT_EQ(error.what(), what);
         EXPECT_EQ(error.errcode(), code);
     }
 }
 
-TEST(RandomSourceTest, deviceThatCannotBeOpenedIsAnErrorUntilItCan) {
+TEST(RandomSourceTest, failedOpenThrowsAndIsRetriedOnTheNextCall) {
     for (const int error : {ENOENT, EACCES, ENFILE, EMFILE, EIO}) {
         const FailingCalls opens(Call::open, device, {fails(error)});
         expectEntropyError("open /dev/urandom", error);
@@ -41,26 +41,26 @@ TEST(RandomSourceTest, deviceThatCannotBeOpenedIsAnErrorUntilItCan) {
     EXPECT_EQ(identifier().size(), 36U);
 }
 
-TEST(RandomSourceTest, readThatFailsIsAnErrorAndTheNextOneIsNot) {
+TEST(RandomSourceTest, failedReadThrowsAndIsRetriedOnTheNextCall) {
     const FailingCalls reads(Call::read, device, {fails(EIO), fails(EAGAIN)});
     expectEntropyError("read", EIO);
     expectEntropyError("read", EAGAIN);
     EXPECT_EQ(identifier().size(), 36U);
 }
 
-TEST(RandomSourceTest, readThatFailsHalfWayIsAnError) {
+TEST(RandomSourceTest, readThatFailsHalfwayThrows) {
     const FailingCalls reads(Call::read, device, {transfers(8), fails(EIO)});
     expectEntropyError("read", EIO);
 }
 
-TEST(RandomSourceTest, readThatIsInterruptedIsRepeated) {
+TEST(RandomSourceTest, interruptedReadIsRepeated) {
     const FailingCalls reads(Call::read, device, {fails(EINTR), transfers(3), fails(EINTR)});
     EXPECT_EQ(identifier().size(), 36U);
     EXPECT_EQ(reads.count(), 4U);
 }
 
-// All 16 bytes are drawn: with fewer, digits at the end would be the same each time.
-TEST(RandomSourceTest, readsThatEndEarlyAreGoneOnWith) {
+// All 16 bytes must be read. With fewer, the last digits would be the same each time.
+TEST(RandomSourceTest, partialReadIsContinued) {
     get_unique_id();
     std::string last;
     for (int i = 0; i < 8; ++i) {

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <new>
 
-// Calls that fail while a reader reads.
+// System calls that fail while a reader reads.
 
 namespace logging2::core::test {
 namespace {
@@ -21,16 +21,16 @@ using ::testing::IsEmpty;
 
 class ReadErrorsTest : public StoredFilesTest {
 protected:
-    /// The values, when the calls on their file have these outcomes.
+    /// Reads the values while the calls on their file have these outcomes.
     std::vector<double> valuesWith(Call call, const std::vector<Outcome>& outcomes) const {
         const FailingCalls calls(call, "values", outcomes);
         const std::vector<double> result = reader->timeseries().second;
-        EXPECT_GE(calls.count(), outcomes.size()) << "not every outcome came to pass";
+        EXPECT_GE(calls.count(), outcomes.size()) << "some outcomes were not used";
         return result;
     }
 };
 
-TEST_F(ReadErrorsTest, fileThatCannotBeOpenedIsABadAlloc) {
+TEST_F(ReadErrorsTest, failedOpenThrowsBadAlloc) {
     for (const int error : {EACCES, EMFILE, ENFILE, ENOENT, EIO, EINTR}) {
         const FailingCalls opens(Call::open, "values", {fails(error)});
         EXPECT_THROW(reader->timeseries(), std::bad_alloc) << std::strerror(error);
@@ -38,7 +38,7 @@ TEST_F(ReadErrorsTest, fileThatCannotBeOpenedIsABadAlloc) {
     }
 }
 
-TEST_F(ReadErrorsTest, readerWithoutAFreeDescriptorLeavesWithABadAllocAndReadsAfterwards) {
+TEST_F(ReadErrorsTest, missingDescriptorThrowsBadAllocAndReadingCanBeRepeated) {
     {
         const NoDescriptors none;
         EXPECT_THROW(reader->times(), std::bad_alloc);
@@ -46,19 +46,19 @@ TEST_F(ReadErrorsTest, readerWithoutAFreeDescriptorLeavesWithABadAllocAndReadsAf
     EXPECT_THAT(reader->times(), ElementsAre(1.0, 2.0, 3.0));
 }
 
-TEST_F(ReadErrorsTest, fileWithoutPermissionIsABadAlloc) {
+TEST_F(ReadErrorsTest, fileWithoutPermissionThrowsBadAlloc) {
     std::filesystem::permissions(values, std::filesystem::perms::none);
     const OrdinaryPermissions ordinary;
     EXPECT_THROW(reader->timeseries(), std::bad_alloc);
 }
 
-TEST_F(ReadErrorsTest, fileThatGoesBeforeItIsOpenedIsABadAlloc) {
+TEST_F(ReadErrorsTest, fileDeletedBeforeItsOpenThrowsBadAlloc) {
     EXPECT_THROW(valuesWith(Call::open, {works([this] { std::filesystem::remove(values); })}),
                  std::bad_alloc);
     EXPECT_THAT(reader->timeseries().second, IsEmpty());
 }
 
-TEST_F(ReadErrorsTest, existenceThatCannotBeFoundOutIsAnError) {
+TEST_F(ReadErrorsTest, failedExistenceCheckThrows) {
     for (const int error : {EACCES, ELOOP, EIO, ENOMEM}) {
         const FailingCalls stats(Call::stat, "values", {fails(error)});
         try {
@@ -70,16 +70,16 @@ TEST_F(ReadErrorsTest, existenceThatCannotBeFoundOutIsAnError) {
     }
 }
 
-TEST_F(ReadErrorsTest, sizeThatCannotBeFoundOutIsABadAlloc) {
+TEST_F(ReadErrorsTest, failedSizeQueryThrowsBadAlloc) {
     EXPECT_THROW(valuesWith(Call::seek, {fails(EIO)}), std::bad_alloc);
     EXPECT_THROW(valuesWith(Call::seek, {works(), fails(ESPIPE)}), std::bad_alloc);
 }
 
-TEST_F(ReadErrorsTest, fileThatCannotBeWoundBackIsZerosOfItsLength) {
+TEST_F(ReadErrorsTest, failedSeekToTheStartReadsZeros) {
     EXPECT_THAT(valuesWith(Call::seek, {works(), works(), fails(EIO)}), ElementsAre(0.0, 0.0, 0.0));
 }
 
-TEST_F(ReadErrorsTest, whatCannotBeReadIsZeros) {
+TEST_F(ReadErrorsTest, failedReadGivesZeros) {
     for (const int error : {EIO, EISDIR, ENOMEM}) {
         EXPECT_THAT(valuesWith(Call::read, {fails(error)}), ElementsAre(0.0, 0.0, 0.0));
         EXPECT_THAT(valuesWith(Call::read, {transfers(8), fails(error)}),
@@ -87,30 +87,30 @@ TEST_F(ReadErrorsTest, whatCannotBeReadIsZeros) {
     }
 }
 
-TEST_F(ReadErrorsTest, readThatIsInterruptedIsRepeated) {
+TEST_F(ReadErrorsTest, interruptedReadIsRepeated) {
     EXPECT_THAT(valuesWith(Call::read, {fails(EINTR), transfers(5), fails(EINTR)}),
                 ElementsAre(10.0, 20.0, 30.0));
 }
 
-TEST_F(ReadErrorsTest, readThatEndsEarlyIsGoneOnWith) {
+TEST_F(ReadErrorsTest, partialReadIsContinued) {
     EXPECT_THAT(valuesWith(Call::read, {transfers(1), transfers(7), transfers(3)}),
                 ElementsAre(10.0, 20.0, 30.0));
 }
 
-TEST_F(ReadErrorsTest, fileThatShrinksMeanwhileEndsWithZeros) {
+TEST_F(ReadErrorsTest, fileThatShrinksDuringTheReadEndsWithZeros) {
     EXPECT_THAT(
         valuesWith(Call::read, {works([this] { std::filesystem::resize_file(values, 8); })}),
         ElementsAre(10.0, 0.0, 0.0));
     EXPECT_THAT(reader->timeseries().second, ElementsAre(10.0));
 }
 
-TEST_F(ReadErrorsTest, fileThatGrowsMeanwhileIsReadAsItWas) {
+TEST_F(ReadErrorsTest, fileThatGrowsDuringTheReadKeepsItsFirstSize) {
     EXPECT_THAT(valuesWith(Call::read,
                            {works([this] { std::ofstream(values, std::ios::app) << "12345678"; })}),
                 ElementsAre(10.0, 20.0, 30.0));
 }
 
-TEST_F(ReadErrorsTest, closeThatFailsCostsNothing) {
+TEST_F(ReadErrorsTest, failedCloseLosesNothing) {
     EXPECT_THAT(valuesWith(Call::close, {fails(EIO)}), ElementsAre(10.0, 20.0, 30.0));
 }
 

@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
-// Calls that fail while a reader deletes its files: nothing leaves the destructor, and each of the
-// two files is tried for itself.
+// System calls that fail while a reader deletes its files. The destructor never throws, and the two
+// files are deleted independently.
 
 namespace logging2::core::test {
 namespace {
@@ -15,7 +15,7 @@ using std::filesystem::perms;
 
 class RemovalErrorsTest : public StoredFilesTest {
 protected:
-    /// Destroys the reader where the call fails for one file.
+    /// Destroys the reader while the call fails for one file.
     void destroyWith(Call call, const std::string& nameEnd, int error) {
         const FailingCalls calls(call, nameEnd, {fails(error)});
         EXPECT_NO_THROW(reader.reset());
@@ -25,19 +25,19 @@ protected:
 
 class RemovalErrorCodeTest : public RemovalErrorsTest, public ::testing::WithParamInterface<int> {};
 
-TEST_P(RemovalErrorCodeTest, timesThatCannotBeRemovedStayAlone) {
+TEST_P(RemovalErrorCodeTest, failedRemovalOfTimesStillRemovesTheValues) {
     destroyWith(Call::remove, "times", GetParam());
     EXPECT_TRUE(std::filesystem::exists(times));
     EXPECT_FALSE(std::filesystem::exists(values));
 }
 
-TEST_P(RemovalErrorCodeTest, valuesThatCannotBeRemovedStayAlone) {
+TEST_P(RemovalErrorCodeTest, failedRemovalOfValuesStillRemovesTheTimes) {
     destroyWith(Call::remove, "values", GetParam());
     EXPECT_FALSE(std::filesystem::exists(times));
     EXPECT_TRUE(std::filesystem::exists(values));
 }
 
-TEST_P(RemovalErrorCodeTest, timesThatCannotBeLookedForStayAlone) {
+TEST_P(RemovalErrorCodeTest, failedExistenceCheckOfTimesStillRemovesTheValues) {
     destroyWith(Call::stat, "times", GetParam());
     EXPECT_TRUE(std::filesystem::exists(times));
     EXPECT_FALSE(std::filesystem::exists(values));
@@ -46,14 +46,14 @@ TEST_P(RemovalErrorCodeTest, timesThatCannotBeLookedForStayAlone) {
 INSTANTIATE_TEST_SUITE_P(Errno, RemovalErrorCodeTest,
                          ::testing::Values(EACCES, EPERM, EBUSY, EROFS, EIO));
 
-TEST_F(RemovalErrorsTest, fileThatSomebodyElseRemovedIsNoError) {
+TEST_F(RemovalErrorsTest, destructorIgnoresAFileRemovedByAnotherProcess) {
     const FailingCalls removals(Call::remove, "times",
                                 {works([this] { std::filesystem::rename(times, values); })});
     EXPECT_NO_THROW(reader.reset());
     EXPECT_TRUE(directory.names().empty());
 }
 
-TEST_F(RemovalErrorsTest, directoryThatBecameReadOnlyKeepsBothFiles) {
+TEST_F(RemovalErrorsTest, readOnlyDirectoryKeepsBothFiles) {
     std::filesystem::permissions(directory.path(), perms::owner_read | perms::owner_exec);
     {
         const OrdinaryPermissions ordinary;
@@ -64,7 +64,7 @@ TEST_F(RemovalErrorsTest, directoryThatBecameReadOnlyKeepsBothFiles) {
     EXPECT_EQ(directory.names().size(), 2U);
 }
 
-TEST_F(RemovalErrorsTest, directoryThatCannotBeEnteredKeepsBothFiles) {
+TEST_F(RemovalErrorsTest, inaccessibleDirectoryKeepsBothFiles) {
     std::filesystem::permissions(directory.path(), perms::none);
     {
         const OrdinaryPermissions ordinary;

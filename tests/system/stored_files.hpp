@@ -18,7 +18,7 @@ class StoredFilesTest : public ::testing::Test {
 protected:
     StoredFilesTest() { store(); }
 
-    /// Writes the files anew, for a new reader.
+    /// Writes the files again for a new reader.
     void store() {
         reader.reset();
         writeDoubles(times, storedTimes);

@@ -10,7 +10,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/// The process's error output goes to a full device while it lives.
+/// Sends the process's error output to a full device while it lives.
 class FullErrorOutput {
 public:
     FullErrorOutput() {
@@ -32,7 +32,7 @@ private:
 
 class WarningErrorsTest : public NativeStreamWriterTest {};
 
-TEST_F(WarningErrorsTest, warningThatCannotBePrintedIsNoErrorAndCostsNothing) {
+TEST_F(WarningErrorsTest, unprintableWarningDoesNotThrowAndLosesNothing) {
     NativeStreamWriter writer(StreamingAttributes{}, scalarSetup());
     writeTimes(writer, 0, {1.0});
     {

@@ -11,7 +11,7 @@
 namespace logging2::core::bench {
 
 /// Hands batches of one group's rows to a background thread through one slot, as the file-backed
-/// writer does, except that a batch in the slot is waited for and never replaced.
+/// writer does. Unlike that writer, it waits until the slot is free and never replaces a batch.
 class BatchThread {
 public:
     using Consumer = std::function<void(std::size_t group, const std::vector<double>& rows)>;
@@ -22,7 +22,7 @@ public:
 
     ~BatchThread() { finish(); }
 
-    /// Waits until the slot is free.
+    /// Puts the batch into the slot. Waits until the slot is free.
     void handOver(std::size_t group, std::vector<double> rows) {
         std::unique_lock lock(mutex);
         changed.wait(lock, [this] { return slot.empty(); });
@@ -31,7 +31,7 @@ public:
         changed.notify_all();
     }
 
-    /// Ends the thread after the batch in the slot; further calls do nothing.
+    /// Ends the thread after the batch in the slot. Further calls do nothing.
     void finish() {
         {
             const std::lock_guard lock(mutex);

@@ -11,7 +11,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// Steps in a chunk, and in what is appended at once.
+/// The number of steps in a chunk. So many steps are appended at once.
 constexpr std::size_t chunkStepCount = 4096;
 
 using Shape = std::array<hsize_t, 2>; // steps, doubles per step
@@ -36,7 +36,7 @@ Hdf5Handle create_dataset(const Hdf5Handle& file, const std::string& name, std::
             H5Dclose};
 }
 
-/// The part of the file's space that holds count steps from the first on.
+/// Selects the part of the dataset that holds `count` steps, beginning with the first.
 Hdf5Handle select(const Dataset& dataset, std::size_t first, std::size_t count) {
     const Shape start{first, 0};
     const Shape size{count, dataset.width};
@@ -75,7 +75,8 @@ void read(const Dataset& dataset, std::size_t first, std::size_t count,
                          H5P_DEFAULT, values.data()));
 }
 
-/// One dataset for the times of each group and one per channel, appended to chunk by chunk.
+/// One dataset for the times of each group and one dataset per channel. Samples are appended chunk
+/// by chunk.
 class ChunkedDatasets : public Contender {
 public:
     ChunkedDatasets(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)

@@ -14,21 +14,23 @@
 namespace logging2::core::bench {
 namespace {
 
-/// Every number between commas, such that nothing else of the line is left.
+/// Returns the numbers between the commas of the line. Throws Mismatch if the line contains
+/// anything else.
 std::vector<double> numbers_in(const std::string& line) {
     std::vector<double> numbers;
     const char* const end = line.data() + line.size();
     for (const char* next = line.data(); next < end;) {
         const auto [stop, error] = std::from_chars(next, end, numbers.emplace_back());
         if (error != std::errc() || (stop != end && *stop != ',')) {
-            throw Mismatch("not a number: " + line);
+            throw Mismatch("this line contains something that is not a number: " + line);
         }
         next = stop + 1;
     }
     return numbers;
 }
 
-/// One text file per group; each row is a line, each number in the fewest digits that give it back.
+/// One text file per group. Each row is a line, and each number has the fewest digits that identify
+/// it exactly.
 class Csv : public Contender {
 public:
     Csv(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)

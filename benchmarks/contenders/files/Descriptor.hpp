@@ -23,7 +23,7 @@ public:
 
     int get() const { return descriptor; }
 
-    /// write(2) until all bytes are gone.
+    /// Calls write(2) until all bytes are written.
     void writeAll(const void* data, std::size_t byteCount) const {
         const char* next = static_cast<const char*>(data);
         for (const char* const end = next + byteCount; next != end;) {
@@ -33,7 +33,7 @@ public:
         }
     }
 
-    /// read(2) until all bytes are there.
+    /// Calls read(2) until all bytes are read.
     void readAll(void* data, std::size_t byteCount) const {
         char* next = static_cast<char*>(data);
         for (const char* const end = next + byteCount; next != end;) {

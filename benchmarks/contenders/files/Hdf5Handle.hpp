@@ -7,7 +7,7 @@
 
 namespace logging2::core::bench {
 
-/// Throws unless the HDF5 call went well; passes its result on.
+/// Returns the result of an HDF5 call. Throws std::runtime_error if the call failed.
 template <class Result>
 Result hdf5_require(Result result) {
     if (result < 0) {
@@ -16,7 +16,7 @@ Result hdf5_require(Result result) {
     return result;
 }
 
-/// Owns one HDF5 identifier and closes it with the function that its kind needs.
+/// Owns one HDF5 identifier, and closes it with the function for its type.
 class Hdf5Handle {
 public:
     using Close = herr_t (*)(hid_t);

@@ -19,8 +19,8 @@ std::string utf8(const std::u16string& text) {
     return foundation::ustring_to_utf8_string(text);
 }
 
-/// Full buffers go to the background thread; one that fills before the thread has taken the one
-/// before replaces it. The rows that are lost thereby are counted; they are whole batches.
+/// Full buffers go to the background thread. A buffer that fills before the thread has taken the
+/// previous one replaces it. The lost rows are counted; they must be whole batches.
 class NativeWriter : public Contender {
 public:
     using Contender::Contender;
@@ -43,7 +43,7 @@ protected:
     NativeStreamWriter writer{{}, setup_of(rows.workload())};
 
 private:
-    /// Which steps are in none of the group's files, which must agree.
+    /// Returns the steps that are in none of the group's files. All files must miss the same steps.
     std::vector<StepRange> check_group(std::size_t group) const {
         std::vector<StepRange> missing = check_channel({group, 0});
         for (std::size_t k = 1; k < rows.workload().groups[group].widths.size(); ++k) {
@@ -54,7 +54,7 @@ private:
         return missing;
     }
 
-    /// How many steps those are, which must be whole batches.
+    /// Returns the number of missing steps, which must be whole batches.
     std::size_t check_lost(std::size_t group, const StepRange& range) const {
         const std::size_t batchStepCount = writer.getBufferSize(group);
         if (range.first % batchStepCount != 0 || range.last % batchStepCount != 0) {
@@ -71,9 +71,9 @@ private:
     }
 };
 
-/// A host that must not lose a step: it has the buffers written from its own thread before one is
-/// full. The row counts go on over flushIntermediate(); clearBuffer() starts them anew, so that no
-/// buffer is ever handed over.
+/// A host that must not lose a step. It writes the buffers from its own thread before one is full.
+/// flushIntermediate() does not reset the row counts, so clearBuffer() follows it, and no buffer is
+/// ever handed over.
 class NativeWriterKeepingAll : public NativeWriter {
 public:
     NativeWriterKeepingAll(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
@@ -104,7 +104,7 @@ public:
     }
 
 private:
-    std::size_t rowLimit; // of all groups, which fill in step
+    std::size_t rowLimit; // of all groups, whose buffers fill in step
 };
 
 [[maybe_unused]] const bool added = add_contender<NativeWriter>("native-writer", Suits::anyGroups);

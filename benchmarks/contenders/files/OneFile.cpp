@@ -10,8 +10,8 @@
 namespace logging2::core::bench {
 namespace {
 
-/// The least that storing in files can cost: all rows lie ready in memory, one after the other, and
-/// are appended to one file by write(2) in pieces of 2 MiB.
+/// The least cost of storing in files: all rows are ready in memory, one after the other, and
+/// write(2) appends them to one file in pieces of 2 MiB.
 class OneFile : public Contender {
 public:
     using Contender::Contender;

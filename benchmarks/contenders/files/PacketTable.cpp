@@ -12,10 +12,10 @@
 namespace logging2::core::bench {
 namespace {
 
-/// A chunk of this size, and its neighbour, fit into the chunk cache of 1 MiB.
+/// Two neighbouring chunks of this size fit into the chunk cache of 1 MiB.
 constexpr std::size_t chunkByteCount = 512 * 1024;
 
-/// A batch has 2 MiB.
+/// The size of a batch: 2 MiB.
 constexpr std::size_t chunksPerBatch = 4;
 
 enum class Appending { rowByRow, batches };
@@ -28,7 +28,7 @@ struct Table {
     std::vector<double> waiting;
 };
 
-/// One packet table per group, whose packets are arrays of the time and the values.
+/// One packet table per group. Each packet is an array of the time and the values.
 class PacketTable : public Contender {
 public:
     PacketTable(const Rows& workloadRows, const std::filesystem::path& emptyDirectory,

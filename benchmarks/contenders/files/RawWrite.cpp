@@ -9,14 +9,14 @@
 namespace logging2::core::bench {
 namespace {
 
-/// One file's contents, ready before the clock runs.
+/// The contents of one file, prepared before the measurement.
 struct PreparedFile {
     std::filesystem::path path;
     std::size_t width;
     std::vector<double> values;
 };
 
-/// Nothing but write(2): the bytes of each batch appended to each file of its group.
+/// Only calls write(2) to append the bytes of each batch to each file of its group.
 class RawWrite : public Contender {
 public:
     RawWrite(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)

@@ -24,7 +24,7 @@ File open_file(const std::filesystem::path& path, const char* mode) {
     return file;
 }
 
-/// One file per group; each row is the time and the values through the C library's buffer.
+/// One file per group. The time and the values of each row go through the C library's buffer.
 class RowMajorFile : public Contender {
 public:
     RowMajorFile(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)

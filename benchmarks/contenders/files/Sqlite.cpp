@@ -34,8 +34,9 @@ Database open_database(const std::filesystem::path& path) {
     return owner;
 }
 
-/// A table per group with a column for the time and one per double; prepared inserts in one
-/// transaction. Without waiting for the disk at its end, because no other contender does.
+/// One table per group, with a column for the time and one column per double. Prepared inserts run
+/// in one transaction. The end of the transaction does not wait for the disk, because no other
+/// contender does.
 class Sqlite : public Contender {
 public:
     Sqlite(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)

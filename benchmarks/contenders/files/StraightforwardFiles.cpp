@@ -18,9 +18,9 @@ void append(const std::filesystem::path& path, std::vector<double>& column) {
     column.clear();
 }
 
-/// The first thing that works: the same buffers, batches, background thread and files as the
-/// file-backed writer, but each row is copied out of the batch and pushed to the columns value by
-/// value.
+/// The straightforward implementation: it has the same buffers, batches, background thread and
+/// files as the file-backed writer, but it copies each row out of the batch and appends it to the
+/// columns value by value.
 class StraightforwardFiles : public Contender {
 public:
     StraightforwardFiles(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)

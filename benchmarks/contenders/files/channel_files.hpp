@@ -8,7 +8,7 @@
 
 namespace logging2::core::bench {
 
-/// The files of contenders that store as the file-backed writer does: a times file per group and a
+/// The files of contenders that store like the file-backed writer: one times file per group and one
 /// values file per channel.
 class ChannelFiles {
 public:
@@ -17,7 +17,7 @@ public:
     std::filesystem::path times(std::size_t group) const;
     std::filesystem::path values(std::size_t group, std::size_t channel) const;
 
-    /// Compares all files with the rows; throws Mismatch where they differ or a step is missing.
+    /// Compares all files with the rows. Throws Mismatch if they differ or if a step is missing.
     void check() const;
 
 private:
@@ -25,10 +25,11 @@ private:
     std::filesystem::path directory;
 };
 
-/// Lets the file-backed writers of this process put their files into the directory.
+/// Makes the file-backed writers of this process put their files into the directory.
 void set_temp_directory(const std::filesystem::path& directory);
 
-/// After how many steps the file-backed writer hands a group's buffer over, by group.
+/// Returns, for each group, the number of steps after which the file-backed writer hands over the
+/// buffer.
 std::vector<std::size_t> batch_step_counts(const Workload& workload);
 
 } // namespace logging2::core::bench

@@ -16,9 +16,9 @@ struct GroupRows {
     std::vector<std::vector<double>> columns;
 };
 
-/// The data model of the memory writer without the writer: a time pushed, a row made and pushed;
-/// then columns of the final size, filled in one pass over rows and channels, each row freed as
-/// soon as it has been distributed.
+/// The data structures of the memory writer without the writer. For each sample, it appends the
+/// time and a new row. At the end, it makes columns of the final size and fills them in one pass
+/// over rows and channels; each row is freed as soon as it was distributed.
 class BareModel : public Contender {
 public:
     using Contender::Contender;

@@ -10,7 +10,8 @@ namespace {
 
 enum class Memory { fresh, touched };
 
-/// All bytes copied to one block of their size, row after row: no memory is looked for, none grows.
+/// Copies all bytes to one block of their total size, row after row. No memory is allocated or
+/// grows meanwhile.
 class CopiedBytes : public Contender {
 public:
     CopiedBytes(const Rows& workloadRows, const std::filesystem::path& emptyDirectory, Memory kind)

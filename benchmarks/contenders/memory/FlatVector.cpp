@@ -7,7 +7,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// One vector per group that grows in the ordinary way; each row follows its time.
+/// One vector per group, which grows in the ordinary way. Each row follows its time.
 class FlatVector : public Contender {
 public:
     using Contender::Contender;

@@ -14,8 +14,9 @@ std::uint64_t bits_of(double value) {
     return bits;
 }
 
-/// Looks at one value of each row: what handing the rows out costs every contender. The bits are
-/// mixed rather than the values added because an addition waits for the one before.
+/// Reads one value of each row. This is the cost of producing the rows, which every contender has.
+/// The bits are mixed instead of adding the values, because each addition would wait for the
+/// previous one.
 class LoopAlone : public Contender {
 public:
     using Contender::Contender;

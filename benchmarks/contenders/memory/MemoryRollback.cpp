@@ -6,7 +6,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// Takes steps back from a memory writer that holds the rows of a workload with one group.
+/// Undoes steps of a memory writer that holds the rows of a workload with one group.
 class MemoryRollback : public Contender {
 public:
     using Contender::Contender;
@@ -28,7 +28,7 @@ protected:
     MemoryStreamWriter writer{{}, setup_of(rows.workload())};
 };
 
-/// Scans all times and drops only the last step.
+/// Undoes only the last step.
 class RollbackByTime : public MemoryRollback {
 public:
     using MemoryRollback::MemoryRollback;
@@ -38,7 +38,7 @@ protected:
     std::size_t stepsLeft() const override { return rows.workload().stepCount - 1; }
 };
 
-/// Drops all steps but the first.
+/// Undoes all steps except the first.
 class RollbackByCount : public MemoryRollback {
 public:
     using MemoryRollback::MemoryRollback;

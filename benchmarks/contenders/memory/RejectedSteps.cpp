@@ -5,7 +5,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// How a host takes back a step that its solver rejects.
+/// How a host undoes a step that its solver rejects.
 enum class Rejecting { nothing, byRollback, byTimeRegression };
 
 StreamingAttributes attributes_for(const Workload& workload, Rejecting rejecting) {
@@ -15,9 +15,9 @@ StreamingAttributes attributes_for(const Workload& workload, Rejecting rejecting
     return attributes;
 }
 
-/// Writes the steps of a workload with one group. Every 16th is first written with other values and
-/// rejected. A writer with rings keeps a tenth of the steps, so that they are full most of the
-/// time.
+/// Writes the steps of a workload with one group. Every 16th step is first written with other
+/// values and rejected. A writer with rings keeps a tenth of the steps, so that the rings are full
+/// most of the time.
 template <class Writer>
 class RejectedSteps : public Contender {
 public:

@@ -12,7 +12,7 @@ StreamingAttributes limited_to(std::size_t pointLimit) {
     return attributes;
 }
 
-/// Timed after its rings are full: every step overwrites an older one.
+/// Timed after the rings are full, so that every step overwrites an older one.
 class RestrictedWriter : public Contender {
 public:
     using Contender::Contender;

@@ -15,7 +15,7 @@ struct Sample {
     std::vector<double> values;
 };
 
-/// One ring of rows per group, timed after it is full.
+/// One ring of rows per group. It is timed after the rings are full.
 class RowRing : public Contender {
 public:
     using Contender::Contender;

@@ -9,8 +9,8 @@
 
 namespace logging2::core::bench {
 
-/// Compares every store of a flushed memory writer, which must hold the workload's last stepCount
-/// steps.
+/// Compares every store of a flushed memory writer with the rows. A store must hold the workload's
+/// last stepCount steps.
 inline void check_stores(const Rows& rows, const StreamWriter& writer, std::size_t stepCount) {
     const Workload& workload = rows.workload();
     for (std::size_t group = 0; group < workload.groups.size(); ++group) {

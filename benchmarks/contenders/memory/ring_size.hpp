@@ -7,7 +7,7 @@
 
 namespace logging2::core::bench {
 
-/// How many steps per group the contenders with rings keep.
+/// Returns the number of steps per group that the contenders with rings keep.
 inline std::size_t ring_size(const Workload& workload) {
     return std::clamp<std::size_t>(workload.stepCount / 10, 1, 10'000);
 }

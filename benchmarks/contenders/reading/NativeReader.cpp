@@ -8,7 +8,7 @@
 namespace logging2::core::bench {
 namespace {
 
-/// The library's reader on a store without times, so that it reads what the others read.
+/// The library's reader with a store that has no times, so that it reads the same as the others.
 class NativeReader : public FreshVectorReader {
 public:
     using FreshVectorReader::FreshVectorReader;

@@ -10,8 +10,8 @@
 
 namespace logging2::core::bench {
 
-/// The values of a workload with one group and one channel in a file, to be read as a whole. The
-/// file has just been written, so that it is read from the system's cache, not from the disk.
+/// A file with the values of a workload that has one group and one channel. The file is read as a
+/// whole. It has just been written, so it is read from the system's cache and not from the disk.
 class ValuesFile : public Contender {
 public:
     using Contender::Contender;
@@ -36,7 +36,7 @@ public:
     }
 
 protected:
-    /// What was read: the first value and their number.
+    /// Returns what was read: a pointer to the first value, and the number of values.
     virtual std::pair<const double*, std::size_t> result() const = 0;
 
     std::size_t byteCount() const { return rows.workload().valueCount() * sizeof(double); }
@@ -44,7 +44,7 @@ protected:
     const std::filesystem::path path = directory / "values";
 };
 
-/// Those that read into a fresh vector.
+/// The base of the contenders that read into a fresh vector.
 class FreshVectorReader : public ValuesFile {
 public:
     using ValuesFile::ValuesFile;

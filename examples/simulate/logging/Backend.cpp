@@ -17,7 +17,7 @@ std::string unknown_backend(const std::string& name) {
          logging2::core::registered_backends(foundation::get_global_bundle_context())) {
         names += (names.empty() ? "" : ", ") + known.name;
     }
-    return "no such back-end: \"" + name + "\" (there are: " + names + ")";
+    return "there is no back-end \"" + name + "\" (the back-ends are: " + names + ")";
 }
 
 std::string failed_backend(const Backend& backend, const std::string& reason) {
@@ -52,13 +52,13 @@ std::unique_ptr<Product> unwrap(const Backend& backend,
         throw HostError(unknown_backend(backend.label()));
     }
     if (!*product) {
-        throw HostError(failed_backend(backend, "it made no " + what));
+        throw HostError(failed_backend(backend, "it created no " + what));
     }
     return std::move(*product);
 }
 
 std::string too_many_points(std::size_t pointLimit) {
-    return "a point limit of " + std::to_string(pointLimit) + " is more than memory can give";
+    return "a point limit of " + std::to_string(pointLimit) + " is too large for the memory";
 }
 
 } // namespace

@@ -10,9 +10,10 @@ namespace {
 void check_lengths(const GroupResult& result, std::size_t path) {
     const PathInfo& info = result.info.paths[path];
     if (result.values[path].size() != result.times.size() * info.width()) {
-        throw HostError("the back-end gave back " + std::to_string(result.values[path].size()) +
+        throw HostError("the back-end returned " + std::to_string(result.values[path].size()) +
                         " values of \"" + info.path + "\" for " +
-                        std::to_string(result.times.size()) + " times");
+                        std::to_string(result.times.size()) + " times, expected " +
+                        std::to_string(result.times.size() * info.width()));
     }
 }
 

@@ -30,7 +30,8 @@ void Recorder::event(double time, std::string label) {
 
 void Recorder::write(std::size_t group, double time, const double* values, std::size_t valueCount) {
     if (!writer.write(group, time, values, valueCount)) {
-        throw HostError("the back-end refused a sample at time " + std::to_string(time));
+        throw HostError("the back-end did not store the sample of group " + std::to_string(group) +
+                        " at time " + std::to_string(time));
     }
     if (++stepCounts.logged % stepsPerReport == 0 && progress) {
         progress(time);

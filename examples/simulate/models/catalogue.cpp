@@ -37,7 +37,7 @@ const Model& find_model(const std::string& name) {
             return *model;
         }
     }
-    throw HostError("no such model: \"" + name + "\" (there are: " + listed_names() + ")");
+    throw HostError("there is no model \"" + name + "\" (the models are: " + listed_names() + ")");
 }
 
 } // namespace simulate

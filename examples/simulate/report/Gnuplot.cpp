@@ -73,7 +73,7 @@ bool feed(const std::string& command, const std::string& text) {
 
 Gnuplot::Gnuplot() : program(find_program("gnuplot")) {
     if (program.empty()) {
-        throw HostError("gnuplot is not installed (not found on PATH); --no-plots does without");
+        throw HostError("gnuplot is not on the PATH; install it, or use --no-plots");
     }
 }
 
@@ -88,7 +88,8 @@ void Gnuplot::draw(const std::string& script, const fs::path& directory,
     fs::remove(log);
     for (const std::string& picture : pictures) {
         if (!is_whole(directory / picture)) {
-            throw HostError("cannot write \"" + picture + "\": gnuplot left no whole picture");
+            throw HostError("cannot write \"" + picture +
+                            "\": gnuplot wrote an incomplete picture");
         }
     }
 }

@@ -62,8 +62,8 @@ std::vector<fs::path> OutputDirectory::commit() {
         files.push_back(directory / entry.path().filename());
         // Checked before any file moves: a rename over a directory would fail half-way.
         if (fs::is_directory(files.back())) {
-            throw HostError(
-                unusable(directory, "\"" + entry.path().filename().string() + "\" is in the way"));
+            throw HostError(unusable(directory, "\"" + entry.path().filename().string() +
+                                                    "\" in it is a directory"));
         }
     }
     std::sort(files.begin(), files.end());

@@ -85,7 +85,7 @@ void print_summary(std::ostream& out, const RunSummary& summary) {
         << " (solving and logging: " << std::setprecision(3) << summary.seconds << " s)\n";
     if (counts.declined > 0) {
         out << "steps kept        " << counts.declined << " (RollbackNotSupported: the back-end "
-            << "takes no step back; rejected steps stay in the result)\n";
+            << "cannot undo steps; rejected steps stay in the result)\n";
     }
 }
 

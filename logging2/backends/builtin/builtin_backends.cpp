@@ -11,7 +11,7 @@
 namespace logging2::core {
 
 const std::vector<Backend>& builtin_backends() {
-    // Never destroyed: a host may ask during process shutdown.
+    // Never destroyed, because a host may call this during process shutdown.
     static const auto* const backends = new std::vector<Backend>{
         make_backend<MemoryStreamWriter, MemoryStreamReader>(
             {"memory", "keeps every step in memory", true, false}),

@@ -44,13 +44,15 @@ BackendInfo checked_info(const BackendInfo& inner) {
             inner.supportsRollback, inner.isPersistent};
 }
 
-/// What the look-up has found; null if the back-end made none.
+/// Returns the writer or reader that the look-up has found. It is null if the back-end created
+/// none.
 template <class Product>
 std::unique_ptr<Product> found_of(std::optional<std::unique_ptr<Product>> product,
                                   const std::string& name) {
     if (!product) {
-        throw std::runtime_error("the back-end " + quoted(name) + ", which is to be checked, is " +
-                                 "no longer registered");
+        throw std::runtime_error("the back-end " + quoted("checked:" + name) +
+                                 " needs the back-end " + quoted(name) +
+                                 ", which is not registered in the host's service framework");
     }
     return std::move(*product);
 }

@@ -8,15 +8,15 @@
 
 namespace logging2::core::conformance {
 
-/// One promise of the interfaces and how it is checked: with GoogleTest's assertions, in a session
-/// that has not been used before.
+/// One promise of the interfaces and its check, which uses GoogleTest's assertions in a new
+/// session.
 struct Promise {
     const char* name;
     bool (*isMadeBy)(const Subject& subject);
     void (*check)(Session& session);
 };
 
-inline bool everyone(const Subject&) {
+inline bool everyBackend(const Subject&) {
     return true;
 }
 
@@ -28,7 +28,7 @@ inline bool obeysRegression(const Subject& subject) {
     return subject.supports.rollbackOnTimeRegression;
 }
 
-/// The promises of each file in promises/.
+/// Each of these returns the promises of one file in promises/.
 std::vector<Promise> writing_promises();
 std::vector<Promise> ending_promises();
 std::vector<Promise> rollback_promises();
@@ -39,10 +39,10 @@ std::vector<Promise> look_up_promises();
 std::vector<Promise> thread_promises();
 std::vector<Promise> random_promises();
 
-/// All of them.
+/// Returns all promises.
 std::vector<Promise> promises();
 
-/// The promise of that name. Throws std::out_of_range if there is none.
+/// Returns the promise of this name. Throws std::out_of_range if there is none.
 Promise promise_named(const std::string& name);
 
 } // namespace logging2::core::conformance

@@ -19,7 +19,8 @@ template <class Interface>
 std::unique_ptr<Interface> taken(std::optional<std::unique_ptr<Interface>> found,
                                  const std::string& name) {
     if (!found || !*found) {
-        throw std::runtime_error("the back-end \"" + name + "\" gives none");
+        throw std::runtime_error("the back-end \"" + name +
+                                 "\" is not registered or made a null pointer");
     }
     return std::move(*found);
 }
@@ -29,7 +30,8 @@ std::shared_ptr<Service> service_of(const std::string& nameKey, const std::strin
     auto context = foundation::get_global_bundle_context();
     const auto references = context.GetServiceReferences<Service>("(" + nameKey + "=" + name + ")");
     if (references.empty()) {
-        throw std::runtime_error("the back-end \"" + name + "\" has no such service");
+        throw std::runtime_error("the back-end \"" + name + "\" has no service with the key " +
+                                 nameKey);
     }
     return context.GetService(references.front());
 }

@@ -29,14 +29,14 @@ using Series = std::pair<Doubles, Doubles>;
 using lang::core::ValuePath;
 using test::GroupSetup;
 
-/// Attributes with a history that no promise exceeds by accident.
+/// Attributes with a point limit that no promise exceeds by accident.
 StreamingAttributes attributes(std::size_t pointLimit = 1000);
 
-/// The same with rollbackOnTimeRegression.
+/// The same attributes with rollbackOnTimeRegression.
 StreamingAttributes rolling_back(std::size_t pointLimit = 1000);
 
-/// The back-end, registered as long as the session lives. Meanwhile an empty directory of the
-/// session's own is the temporary directory of the host and of the environment.
+/// Registers the back-end while the session lives. Meanwhile an empty directory of the session's
+/// own is the temporary directory of the host and of the environment.
 class Session {
 public:
     explicit Session(Subject underTest);
@@ -47,22 +47,24 @@ public:
 
     const Subject& subject() const { return tested; }
 
-    /// Throws std::runtime_error if the back-end gives none. Any thread may call.
+    /// Throws std::runtime_error if the back-end makes none. May be called on any thread.
     std::unique_ptr<StreamWriter> writer(const GroupSetup& setup = test::scalarSetup(),
                                          const StreamingAttributes& streaming = attributes()) const;
 
-    /// Likewise.
+    /// Returns a new reader. Throws std::runtime_error if the back-end creates none. Any thread may
+    /// call.
     std::unique_ptr<StreamReader> reader(const boost::any& dataStore) const;
 
-    /// The service that makes the writers. Calling it takes no lock of the registry, which could
-    /// hide a data race in the back-end.
+    /// Returns the service that creates the writers. Calling the service takes no lock of the
+    /// registry, because such a lock could hide a data race in the back-end.
     std::shared_ptr<StreamWriterService> writerService() const;
 
-    /// The service that makes the readers, likewise.
+    /// Returns the service that creates the readers. Calling the service takes no lock of the
+    /// registry.
     std::shared_ptr<StreamReaderService> readerService() const;
 
     /// The data of the writer's path. The reader lives until closeReaders(), because the first
-    /// reader that is destroyed may delete what the others are still to read.
+    /// reader that is destroyed may delete data that other readers still need.
     Series read(const StreamWriter& writer, const std::string& path);
 
     void closeReaders() { openReaders.clear(); }
@@ -70,10 +72,10 @@ public:
     /// Removes the services from the registry.
     void unregister();
 
-    /// The warnings so far.
+    /// Returns the warnings that were issued so far.
     std::vector<foundation::Message> warnings() const;
 
-    /// Where the back-end may put files.
+    /// The directory in which the back-end may create files.
     const std::filesystem::path& temporaryDirectory() const { return directory.path(); }
 
 private:
@@ -87,19 +89,20 @@ private:
     std::vector<std::unique_ptr<StreamReader>> openReaders;
 };
 
-/// Gives all of the services, which are registered under this name, the ranking.
+/// Sets the ranking of all services, which are registered under this name.
 void set_ranking(BackendRegistrations& registrations, const std::string& name, int ranking);
 
-/// Writes scalar samples; the value tells the position of the call, counted from `first`.
+/// Writes scalar samples whose values count the calls from `first`.
 void write_calls(StreamWriter& writer, std::size_t group, const Doubles& times, double first = 1.0);
 
-/// The values first, first + 1, ... of so many.
+/// The `count` values first, first + 1, ...
 Doubles numbers(std::size_t count, double first = 0.0);
 
-/// Whether the series is made of these times and values, bit for bit.
+/// Whether the series consists of these times and values, bit for bit.
 testing::AssertionResult holds(const Series& series, const Doubles& times, const Doubles& values);
 
-/// Groups 0 to N - 1; group g has the scalar channel 100 + g, shown by the path "x" + g.
+/// Returns a setup of the groups 0 to groupCount - 1. Group g has the scalar channel 100 + g, which
+/// the path "x" + g shows.
 GroupSetup scalar_groups(std::size_t groupCount);
 
 } // namespace logging2::core::conformance

@@ -12,10 +12,10 @@
 
 namespace logging2::core::test {
 
-/// A directory of a test's own that stands for the system's temporary directory meanwhile.
+/// A directory of a test's own that is the system's temporary directory while the object lives.
 class SystemTempDirectory {
 public:
-    /// The suffix becomes part of the directory's name.
+    /// Creates the directory. The suffix becomes the end of the directory's name.
     explicit SystemTempDirectory(const std::string& suffix = "")
         : directory(owner.path() / ("tmp" + suffix)) {
         std::filesystem::create_directory(directory);

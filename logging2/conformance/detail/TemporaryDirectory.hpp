@@ -10,13 +10,13 @@
 
 namespace logging2::core::test {
 
-/// A directory of a test's own, gone with everything in it at the end of the test.
+/// A directory of a test's own, which is deleted with everything in it at the end of the test.
 class TemporaryDirectory {
 public:
     TemporaryDirectory() {
         std::string name = (std::filesystem::temp_directory_path() / "logging2-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("mkdtemp " + name);
+            throw std::runtime_error("cannot create the temporary directory " + name);
         }
         directory = name;
     }
@@ -31,7 +31,7 @@ public:
 
     const std::filesystem::path& path() const { return directory; }
 
-    /// The names of what is in it, sorted; hidden files as well.
+    /// The names of its entries, sorted, including hidden files.
     std::vector<std::string> names() const {
         std::vector<std::string> result;
         for (const auto& entry : std::filesystem::directory_iterator(directory)) {

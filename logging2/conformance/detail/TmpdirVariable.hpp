@@ -7,8 +7,8 @@
 
 namespace logging2::core::test {
 
-/// A value of the environment variable TMPDIR, and the former one again afterwards. No other thread
-/// may read the environment while it is made or destroyed.
+/// Sets the environment variable TMPDIR and restores it at the end. No other thread may read the
+/// environment while the object is made or destroyed.
 class TmpdirVariable {
 public:
     explicit TmpdirVariable(const std::filesystem::path& directory) {

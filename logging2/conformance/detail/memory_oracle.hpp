@@ -11,14 +11,14 @@
 
 namespace logging2::core::test {
 
-/// What the memory writers are to do, said as plainly as possible: one list of times and one of
-/// rows per group, nothing shared, nothing moved.
+/// The behaviour of the memory writers in its plainest form: one list of times and one of rows per
+/// group, nothing shared, nothing moved.
 class MemoryOracle {
 public:
     using Doubles = std::vector<double>;
     using Store = std::pair<Doubles, Doubles>;
 
-    /// Without a limit it stands for MemoryStreamWriter, with one for the restricted writer.
+    /// Models MemoryStreamWriter without a limit, and MemoryStreamRestrictedWriter with one.
     MemoryOracle(GroupSetup setupData, bool rollback, std::optional<std::size_t> limit)
         : setup(std::move(setupData)),
           rollbackOnTimeRegression(rollback),
@@ -76,7 +76,7 @@ public:
         }
     }
 
-    /// As a move of the writer does: everything but the stores goes over.
+    /// Takes everything but the stores from the other oracle, as a move of the writer does.
     void takeOver(MemoryOracle& other) {
         setup = std::exchange(other.setup, {});
         rollbackOnTimeRegression = other.rollbackOnTimeRegression;

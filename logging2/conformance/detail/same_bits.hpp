@@ -8,7 +8,7 @@
 
 namespace logging2::core::test {
 
-/// Bit for bit, so that NaN equals itself and -0.0 is told from 0.0.
+/// Compares bit for bit, so that NaN equals itself and -0.0 differs from 0.0.
 inline ::testing::AssertionResult sameBits(const std::vector<double>& actual,
                                            const std::vector<double>& expected) {
     const auto differ =
@@ -19,8 +19,9 @@ inline ::testing::AssertionResult sameBits(const std::vector<double>& actual,
     }
     return ::testing::AssertionFailure()
            << ::testing::PrintToString(actual) << " is not " << ::testing::PrintToString(expected)
-           << "; the first difference is at index " << differ.first - actual.begin() << ", of "
-           << actual.size() << " values instead of " << expected.size();
+           << "; the first difference is at index " << differ.first - actual.begin()
+           << "; there are " << actual.size() << " values, and " << expected.size()
+           << " were expected";
 }
 
 } // namespace logging2::core::test

@@ -18,7 +18,7 @@ namespace logging2::core::test {
 using GroupSetup = SequenceMap<Group, LoggedPathsSetupData>;
 using lang::core::ValuePath;
 
-/// Paths given as {text, channel number}.
+/// Returns paths that are given as {text, channel number}.
 inline std::vector<LoggedPath>
 paths(std::initializer_list<std::pair<const char*, std::size_t>> entries) {
     std::vector<LoggedPath> result;
@@ -28,7 +28,7 @@ paths(std::initializer_list<std::pair<const char*, std::size_t>> entries) {
     return result;
 }
 
-/// Channels given as {channel number, width}.
+/// Returns channels that are given as {channel number, width}.
 inline std::vector<LoggedChannel>
 channels(std::initializer_list<std::pair<std::size_t, std::size_t>> entries) {
     std::vector<LoggedChannel> result;
@@ -38,12 +38,13 @@ channels(std::initializer_list<std::pair<std::size_t, std::size_t>> entries) {
     return result;
 }
 
-/// One group, 0, with one scalar channel, 0, shown by the path "x".
+/// Returns a setup of group 0 with the scalar channel 0, which the path "x" shows.
 inline GroupSetup scalarSetup() {
     return GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"x", 0}}), channels({{0, 1}}))}};
 }
 
-/// One group, 0, with the scalar channel 7 and the channel 9 of width 2, shown by "a" and "b".
+/// Returns a setup of group 0 with the scalar channel 7, which the path "a" shows, and the channel
+/// 9 of width 2, which the path "b" shows.
 inline GroupSetup mixedWidthSetup() {
     return GroupSetup{
         {Group(0), LoggedPathsSetupData(paths({{"a", 7}, {"b", 9}}), channels({{7, 1}, {9, 2}}))}};

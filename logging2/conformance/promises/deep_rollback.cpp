@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-// Rollback of very many samples: none is too old to be discarded, and the count is exact.
+// Rollback of very many samples: it reaches samples of any age, and the count is exact.
 
 namespace logging2::core::conformance {
 namespace {
@@ -10,17 +10,17 @@ namespace {
 constexpr std::size_t sampleCount = 300000;
 constexpr std::size_t keptCount = 50000;
 
-/// Around the sizes that blocks, buffers and limits like to have. Descending, so that no rollback
-/// discards the place at which an earlier one was wrong.
+/// Sizes near those that are common for blocks, buffers and limits. They descend, so that no
+/// rollback discards the place of an earlier mistake.
 constexpr std::size_t depths[] = {200000, 100001, 100000, 65537, 65536, 65535, 5001, 5000,
                                   4999,   1025,   1024,   1023,  65,    64,    63,   1};
 
-/// The samples of times 0, 1, 2 ... and the calls that wrote them.
+/// Writes samples at the times 0, 1, 2, ... and remembers which call wrote each of them.
 class Log {
 public:
     Log(StreamWriter& target, std::size_t count) : writer(target), calls(count) { writeFrom(0); }
 
-    /// Discards the newest samples and writes them anew.
+    /// Discards the newest samples and writes them again.
     void replace(std::size_t count) {
         const std::size_t left = calls.size() - count;
         writer.rollback(0, static_cast<double>(left) - 1.0);
@@ -45,7 +45,7 @@ private:
 };
 
 const Promise table[] = {
-    {"rollbackReachesAnyNumberOfSamplesBack", rollsBack,
+    {"rollbackDiscardsAnyNumberOfSamples", rollsBack,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), attributes(sampleCount));
          write_calls(*writer, 0, numbers(sampleCount));
@@ -64,7 +64,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(log.isHeldBy(session.read(*writer, "x")));
      }},
-    {"rollbackOfManySamplesReachesOverFlushIntermediate", rollsBack,
+    {"rollbackOfManySamplesIsExactAfterFlushIntermediate", rollsBack,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), attributes(sampleCount));
          Log log(*writer, sampleCount);
@@ -75,7 +75,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(log.isHeldBy(session.read(*writer, "x")));
      }},
-    {"aBackwardTimeReplacesAnyNumberOfSamples", obeysRegression,
+    {"earlierTimeReplacesAnyNumberOfSamples", obeysRegression,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), rolling_back(sampleCount));
          write_calls(*writer, 0, numbers(sampleCount));

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-// What flush, close and the stores promise, and what is left behind.
+// The promises of flush, close and the stores, and about files that remain.
 
 namespace logging2::core::conformance {
 namespace {
@@ -13,11 +13,11 @@ bool closeFlushes(const Subject& subject) {
     return subject.supports.closeFlushes;
 }
 
-bool tellsInfo(const Subject& subject) {
+bool hasInfo(const Subject& subject) {
     return subject.supports.dataStoreInfo;
 }
 
-bool tellsNoInfo(const Subject& subject) {
+bool hasNoInfo(const Subject& subject) {
     return !subject.supports.dataStoreInfo;
 }
 
@@ -34,7 +34,7 @@ std::size_t file_count(const std::filesystem::path& directory) {
 }
 
 const Promise table[] = {
-    {"flushIntermediateLosesAndDoublesNothing", everyone,
+    {"flushIntermediateNeitherLosesNorRepeatsSamples", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(scalar_groups(2));
          writer->flushIntermediate();
@@ -49,7 +49,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "x0"), {1.0, 2.0, 4.0}, {10.0, 20.0, 40.0}));
          EXPECT_TRUE(holds(session.read(*writer, "x1"), {3.0}, {30.0}));
      }},
-    {"closeAfterFlushChangesNothing", everyone,
+    {"closeAfterFlushChangesNothing", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {1.0, 2.0});
@@ -57,27 +57,27 @@ const Promise table[] = {
          writer->close();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0}, {1.0, 2.0}));
      }},
-    {"closeAloneMakesTheSamplesFinal", closeFlushes,
+    {"closeWithoutFlushMakesTheSamplesFinal", closeFlushes,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {1.0, 2.0});
          writer->close();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0}, {1.0, 2.0}));
      }},
-    {"dataStoreInfoIsEmpty", tellsNoInfo,
+    {"dataStoreInfoIsEmpty", hasNoInfo,
      [](Session& session) {
          const auto writer = session.writer();
          EXPECT_FALSE(writer->dataStoreInfo().has_value());
          writer->flush();
          EXPECT_FALSE(writer->dataStoreInfo().has_value());
      }},
-    {"dataStoreInfoTellsSomethingAfterTheFlush", tellsInfo,
+    {"dataStoreInfoHasAValueAfterTheFlush", hasInfo,
      [](Session& session) {
          const auto writer = session.writer();
          writer->flush();
          EXPECT_TRUE(writer->dataStoreInfo().has_value());
      }},
-    {"aStoreMayBeAskedForAgain", everyone,
+    {"dataStoreMayBeCalledRepeatedly", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {1.0});
@@ -85,7 +85,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {1.0}));
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {1.0}));
      }},
-    {"samplesThatWereNotFlushedDoNotTurnUpElsewhere", everyone,
+    {"unflushedSamplesDoNotAppearInAnotherWriter", everyBackend,
      [](Session& session) {
          write_calls(*session.writer(), 0, {1.0, 2.0});
          const auto writer = session.writer();
@@ -93,7 +93,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {3.0}, {1.0}));
      }},
-    {"noFileIsLeftWhenEveryPathWasRead", isTemporary,
+    {"noFileRemainsAfterEveryPathWasRead", isTemporary,
      [](Session& session) {
          {
              const auto writer = session.writer(scalar_groups(2));

@@ -5,7 +5,7 @@
 
 #include <climits>
 
-// The back-end is found by its name and by no other name, and what it made outlives its services.
+// The back-end is found only by its name, and its writers and readers outlive its services.
 
 namespace logging2::core::conformance {
 namespace {
@@ -15,7 +15,7 @@ struct Calls {
     int ofReaders = 0;
 };
 
-/// A back-end of the name that makes nothing and counts the calls.
+/// A back-end of this name that makes nothing and counts its calls.
 Backend decoy_of(const std::string& name, Calls& calls) {
     Backend decoy;
     decoy.name = name;
@@ -30,7 +30,7 @@ Backend decoy_of(const std::string& name, Calls& calls) {
     return decoy;
 }
 
-/// How often a decoy of the highest ranking is asked instead of the back-end.
+/// The calls of a decoy with the highest ranking and the same name.
 Calls calls_of_highest_decoy(const std::string& name) {
     Calls calls;
     auto registrations =
@@ -45,13 +45,13 @@ Calls calls_of_highest_decoy(const std::string& name) {
 }
 
 const Promise table[] = {
-    {"writerAndReaderAreFoundByTheName", everyone,
+    {"writerAndReaderAreFoundByName", everyBackend,
      [](Session& session) {
          const std::string& name = session.subject().info.name;
          EXPECT_TRUE(get_stream_writer(name, attributes(), test::scalarSetup()).has_value());
          EXPECT_TRUE(get_stream_reader(name, boost::any()).has_value());
      }},
-    {"anotherNameFindsNothing", everyone,
+    {"otherNamesFindNothing", everyBackend,
      [](Session& session) {
          for (const std::string& name :
               {session.subject().info.name + "-absent", std::string("absent")}) {
@@ -59,13 +59,13 @@ const Promise table[] = {
              EXPECT_FALSE(get_stream_reader(name, boost::any()).has_value());
          }
      }},
-    {"aServiceOfHigherRankingIsAskedInstead", everyone,
+    {"serviceOfHigherRankingIsUsedInstead", everyBackend,
      [](Session& session) {
          const Calls calls = calls_of_highest_decoy(session.subject().info.name);
          EXPECT_EQ(calls.ofWriters, 1);
          EXPECT_EQ(calls.ofReaders, 1);
      }},
-    {"aWriterOutlivesItsService", everyone,
+    {"writerOutlivesItsService", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          const auto reader = session.reader(boost::any());
@@ -74,7 +74,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_FALSE(writer->dataStore(ValuePath("x")).empty());
      }},
-    {"aReaderOutlivesItsService", everyone,
+    {"readerOutlivesItsService", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {1.0});

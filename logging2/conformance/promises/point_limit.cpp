@@ -1,6 +1,6 @@
 #include <logging2/conformance/detail/Promise.hpp>
 
-// A history that is bounded, or not.
+// The point limit: it bounds the history, or it is ignored.
 
 namespace logging2::core::conformance {
 namespace {
@@ -18,7 +18,7 @@ bool boundedAndRollsBack(const Subject& subject) {
 }
 
 const Promise table[] = {
-    {"theLastSamplesOfEachGroupAreKept", bounded,
+    {"lastSamplesOfEachGroupAreKept", bounded,
      [](Session& session) {
          const auto writer = session.writer(scalar_groups(2), attributes(3));
          write_calls(*writer, 0, {1.0, 2.0, 3.0, 4.0, 5.0});
@@ -27,21 +27,21 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "x0"), {3.0, 4.0, 5.0}, {3.0, 4.0, 5.0}));
          EXPECT_TRUE(holds(session.read(*writer, "x1"), {6.0, 7.0}, {1.0, 2.0}));
      }},
-    {"aLimitThatIsJustReachedDropsNothing", bounded,
+    {"limitThatIsJustReachedDropsNothing", bounded,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), attributes(3));
          write_calls(*writer, 0, {1.0, 2.0, 3.0});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0, 3.0}, {1.0, 2.0, 3.0}));
      }},
-    {"aLimitOfZeroKeepsNothing", bounded,
+    {"limitOfZeroKeepsNothing", bounded,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), attributes(0));
          write_calls(*writer, 0, {1.0, 2.0});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {}, {}));
      }},
-    {"aSampleBeyondTheLimitDoesNotComeBack", boundedAndRollsBack,
+    {"rollbackDoesNotRestoreSamplesBeyondTheLimit", boundedAndRollsBack,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), attributes(3));
          write_calls(*writer, 0, {1.0, 2.0, 3.0, 4.0});
@@ -49,7 +49,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {2.0, 3.0}, {2.0, 3.0}));
      }},
-    {"everySampleIsKeptWhateverThePointLimit", unbounded,
+    {"unsupportedPointLimitDropsNothing", unbounded,
      [](Session& session) {
          for (const std::size_t limit : {0U, 2U}) {
              const auto writer = session.writer(test::scalarSetup(), attributes(limit));

@@ -2,7 +2,7 @@
 
 #include <logging2/conformance/detail/same_bits.hpp>
 
-// Readers: what they answer, their clones, what they refuse, and how long the data lives.
+// Readers: their results, their clones, the stores that they refuse, and the lifetime of the data.
 
 namespace logging2::core::conformance {
 namespace {
@@ -17,10 +17,10 @@ bool readersKeep(const Subject& subject) {
     return !subject.supports.readersDelete;
 }
 
-/// A store that no back-end has ever given out.
+/// A store that no back-end makes.
 struct ForeignStore {};
 
-/// The store of a flushed writer with the samples 1 and 2.
+/// Returns the store of a flushed writer with the samples 1 and 2.
 boost::any store_of_two(const Session& session) {
     const auto writer = session.writer();
     write_calls(*writer, 0, {1.0, 2.0});
@@ -33,13 +33,13 @@ testing::AssertionResult hold_two(const StreamReader& reader) {
 }
 
 const Promise table[] = {
-    {"timesAreThoseOfTheTimeseries", everyone,
+    {"timesMatchTheTimeseries", everyBackend,
      [](Session& session) {
          const auto reader = session.reader(store_of_two(session));
          EXPECT_TRUE(sameBits(reader->times(), {1.0, 2.0}));
          EXPECT_TRUE(hold_two(*reader));
      }},
-    {"aReaderReadsAnyNumberOfTimes", everyone,
+    {"readerMayReadRepeatedly", everyBackend,
      [](Session& session) {
          const auto reader = session.reader(store_of_two(session));
          for (int i = 0; i < 3; ++i) {
@@ -49,7 +49,7 @@ const Promise table[] = {
              EXPECT_TRUE(sameBits(reader->times(), {1.0, 2.0}));
          }
      }},
-    {"aCloneReadsTheSame", everyone,
+    {"cloneReadsTheSameData", everyBackend,
      [](Session& session) {
          const auto reader = session.reader(store_of_two(session));
          const auto clone = reader->clone();
@@ -58,7 +58,7 @@ const Promise table[] = {
          EXPECT_TRUE(hold_two(*clone));
          EXPECT_TRUE(hold_two(*second));
      }},
-    {"twoReadersOfOneStoreReadTheSame", everyone,
+    {"twoReadersOfOneStoreReadTheSameData", everyBackend,
      [](Session& session) {
          const boost::any store = store_of_two(session);
          const auto first = session.reader(store);
@@ -66,7 +66,7 @@ const Promise table[] = {
          EXPECT_TRUE(hold_two(*first));
          EXPECT_TRUE(hold_two(*second));
      }},
-    {"storesAndReadersOutliveTheWriter", everyone,
+    {"storesAndReadersOutliveTheWriter", everyBackend,
      [](Session& session) {
          auto writer = session.writer();
          write_calls(*writer, 0, {1.0, 2.0});
@@ -77,7 +77,7 @@ const Promise table[] = {
          EXPECT_TRUE(hold_two(*before));
          EXPECT_TRUE(hold_two(*session.reader(store)));
      }},
-    {"aCloneOutlivesItsReader", readersKeep,
+    {"cloneOutlivesItsReader", readersKeep,
      [](Session& session) {
          const boost::any store = store_of_two(session);
          auto reader = session.reader(store);
@@ -86,7 +86,7 @@ const Promise table[] = {
          EXPECT_TRUE(hold_two(*clone));
          EXPECT_TRUE(hold_two(*session.reader(store)));
      }},
-    {"theDataGoesWithItsFirstReader", readersDelete,
+    {"firstDestroyedReaderDeletesTheData", readersDelete,
      [](Session& session) {
          const boost::any store = store_of_two(session);
          auto reader = session.reader(store);
@@ -95,14 +95,14 @@ const Promise table[] = {
          EXPECT_TRUE(holds(clone->timeseries(), {}, {}));
          EXPECT_TRUE(holds(session.reader(store)->timeseries(), {}, {}));
      }},
-    {"aReaderOfAnEmptyAnyHasNoData", everyone,
+    {"readerOfAnEmptyAnyHasNoData", everyBackend,
      [](Session& session) {
          const auto reader = session.reader(boost::any());
          EXPECT_TRUE(reader->times().empty());
          EXPECT_TRUE(holds(reader->timeseries(), {}, {}));
          EXPECT_TRUE(holds(reader->clone()->timeseries(), {}, {}));
      }},
-    {"aStoreOfAnotherTypeIsRefused", everyone,
+    {"storeOfAnotherTypeIsRefused", everyBackend,
      [](Session& session) {
          EXPECT_THROW(session.reader(boost::any(1)), boost::bad_any_cast);
          EXPECT_THROW(session.reader(boost::any(ForeignStore())), boost::bad_any_cast);

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-// rollback, or declining it, and rollbackOnTimeRegression.
+// Rollback or its refusal, and rollbackOnTimeRegression.
 
 namespace logging2::core::conformance {
 namespace {
@@ -22,7 +22,7 @@ bool ignoresRegression(const Subject& subject) {
 }
 
 const Promise table[] = {
-    {"rollbackTakesLaterSamplesBack", rollsBack,
+    {"rollbackDiscardsLaterSamples", rollsBack,
      [](Session& session) {
          const auto writer = session.writer(mixedWidthSetup());
          write(*writer, 0, 1.0, {1.0, 10.0, 100.0});
@@ -41,7 +41,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0, 2.0}, {1.0, 2.0, 3.0}));
      }},
-    {"rollbackTellsNeighbouringTimesApart", rollsBack,
+    {"rollbackDistinguishesNeighbouringTimes", rollsBack,
      [](Session& session) {
          const auto writer = session.writer();
          const double before = std::nextafter(1.0, -infinity);
@@ -50,7 +50,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {before, 1.0}, {1.0, 2.0}));
      }},
-    {"rollbackToTheLastTimeOrBehindItChangesNothing", rollsBack,
+    {"rollbackToTheLastTimeOrLaterChangesNothing", rollsBack,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {1.0, 2.0});
@@ -68,7 +68,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {}, {}));
      }},
-    {"rollbackOfOneGroupLeavesTheOthers", rollsBack,
+    {"rollbackOfOneGroupKeepsTheOthers", rollsBack,
      [](Session& session) {
          const auto writer = session.writer(scalar_groups(2));
          write_calls(*writer, 0, {1.0, 2.0});
@@ -97,7 +97,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 1.5, 2.0}, {1.0, 4.0, 6.0}));
      }},
-    {"rollbackReachesOverFlushIntermediate", rollsBack,
+    {"rollbackDiscardsSamplesBeforeFlushIntermediate", rollsBack,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {1.0, 2.0});
@@ -114,7 +114,7 @@ const Promise table[] = {
          writer->rollback(0, 1.0);
          EXPECT_TRUE(session.warnings().empty());
      }},
-    {"aDeclinedRollbackIssuesOneWarning", declines,
+    {"declinedRollbackIssuesOneWarning", declines,
      [](Session& session) {
          const auto writer = session.writer(scalar_groups(2));
          write_calls(*writer, 0, {1.0, 2.0});
@@ -128,7 +128,7 @@ const Promise table[] = {
              EXPECT_EQ(warning.arguments(), std::vector<std::u16string>{u"run 1"});
          }
      }},
-    {"aDeclinedRollbackKeepsTheSamples", declines,
+    {"declinedRollbackKeepsTheSamples", declines,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {1.0, 2.0});
@@ -137,14 +137,14 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 2.0, 1.5}, {1.0, 2.0, 3.0}));
      }},
-    {"aRepeatedTimeReplacesTheSample", obeysRegression,
+    {"repeatedTimeReplacesTheSample", obeysRegression,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), rolling_back());
          write_calls(*writer, 0, {1.0, 3.0, 3.0});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 3.0}, {1.0, 3.0}));
      }},
-    {"aNeighbouringLaterTimeReplacesNothing", obeysRegression,
+    {"neighbouringLaterTimeReplacesNothing", obeysRegression,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), rolling_back());
          const double after = std::nextafter(1.0, infinity);
@@ -152,14 +152,14 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, after}, {1.0, 2.0}));
      }},
-    {"aBackwardTimeReplacesEverythingFromItOn", obeysRegression,
+    {"earlierTimeReplacesAllSamplesFromThere", obeysRegression,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), rolling_back());
          write_calls(*writer, 0, {0.0, 1.0, 2.0, 1.0});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {0.0, 1.0}, {1.0, 4.0}));
      }},
-    {"aBackwardTimeOfOneGroupLeavesTheOthers", obeysRegression,
+    {"earlierTimeOfOneGroupKeepsTheOthers", obeysRegression,
      [](Session& session) {
          const auto writer = session.writer(scalar_groups(2), rolling_back());
          write_calls(*writer, 0, {1.0, 2.0, 3.0});
@@ -168,7 +168,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "x0"), {1.0, 2.0, 3.0}, {1.0, 2.0, 3.0}));
          EXPECT_TRUE(holds(session.read(*writer, "x1"), {1.0, 1.5}, {1.0, 3.0}));
      }},
-    {"timesAreKeptAsTheyComeWhateverTheRegressionFlag", ignoresRegression,
+    {"unsupportedRegressionFlagReplacesNothing", ignoresRegression,
      [](Session& session) {
          const auto writer = session.writer(test::scalarSetup(), rolling_back());
          write_calls(*writer, 0, {2.0, 2.0, 1.0});

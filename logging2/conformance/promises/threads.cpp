@@ -8,9 +8,9 @@
 #include <mutex>
 #include <thread>
 
-// Several writers and readers on several threads. At first the threads of a promise share no lock
-// and no reference count outside the back-end: either would order what they do, and ThreadSanitizer
-// would not see a data race between them.
+// Several writers and readers on several threads. The threads of a promise share no lock and no
+// reference count outside the back-end at first: either would order their operations, and
+// ThreadSanitizer would not detect a data race between them.
 
 namespace logging2::core::conformance {
 namespace {
@@ -20,7 +20,7 @@ constexpr std::size_t stepCount = 200;
 
 using Work = std::function<void(std::size_t number)>;
 
-/// Those who come wait until all have come.
+/// Threads wait at the barrier until all threads have arrived.
 class Barrier {
 public:
     explicit Barrier(std::size_t count) : missing(count) {}
@@ -38,7 +38,7 @@ private:
     std::size_t missing; // guarded by mutex
 };
 
-/// Does the work; an exception is a failure of the test.
+/// Does the work. An exception makes the test fail.
 void attempt(const Work& work, std::size_t number) {
     try {
         work(number);
@@ -47,7 +47,8 @@ void attempt(const Work& work, std::size_t number) {
     }
 }
 
-/// Does all of the work at the same time, each on a thread of its own, which is told its number.
+/// Does all of the work at the same time. Each piece runs on its own thread and receives its
+/// number.
 void at_once(const std::vector<Work>& works) {
     Barrier barrier(works.size());
     std::vector<std::thread> threads;
@@ -70,7 +71,7 @@ Doubles steps() {
     return numbers(stepCount);
 }
 
-/// What the thread writes first.
+/// The first value that the thread writes.
 double first_call(std::size_t number) {
     return 1000.0 * static_cast<double>(number);
 }
@@ -95,7 +96,8 @@ testing::AssertionResult holds_steps(const StreamReader& reader, double first = 
     return times ? holds(reader.timeseries(), steps(), numbers(stepCount, first)) : times;
 }
 
-/// Writes all steps, the last half twice if it can be discarded.
+/// Writes all steps. If the back-end rolls back, the last half is written, discarded and written
+/// again.
 void write_steps(StreamWriter& writer, double first, bool rollsBack) {
     write_calls(writer, 0, steps(), first);
     writer.flushIntermediate();
@@ -108,7 +110,7 @@ void write_steps(StreamWriter& writer, double first, bool rollsBack) {
 }
 
 const Promise table[] = {
-    {"twoWritersAtOnceAreIndependent", everyone,
+    {"simultaneousWritersAreIndependent", everyBackend,
      [](Session& session) {
          const auto first = session.writer();
          const auto second = session.writer();
@@ -121,7 +123,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*first, "x"), {1.0, 2.0, 3.0}, {1.0, 2.0, 3.0}));
          EXPECT_TRUE(holds(session.read(*second, "x"), {5.0, 6.0}, {50.0, 51.0}));
      }},
-    {"writersAreMadeOnSeveralThreadsAtOnce", everyone,
+    {"severalThreadsMayMakeWritersAtOnce", everyBackend,
      [](Session& session) {
          const auto service = session.writerService();
          on_threads([&service](std::size_t) {
@@ -134,7 +136,7 @@ const Promise table[] = {
              }
          });
      }},
-    {"writersOfSeveralThreadsAreIndependent", everyone,
+    {"writersOfSeveralThreadsAreIndependent", everyBackend,
      [](Session& session) {
          const auto writers = writers_for_threads(session);
          std::vector<boost::any> stores(threadCount);
@@ -147,7 +149,7 @@ const Promise table[] = {
              EXPECT_TRUE(holds_steps(*session.reader(stores[number]), first_call(number)));
          }
      }},
-    {"readersAreMadeOnSeveralThreadsAtOnce", everyone,
+    {"severalThreadsMayMakeReadersAtOnce", everyBackend,
      [](Session& session) {
          const auto service = session.readerService();
          std::vector<boost::any> stores(threadCount);
@@ -158,7 +160,7 @@ const Promise table[] = {
              EXPECT_TRUE(holds_steps(*reader));
          });
      }},
-    {"aStoreIsCopiedAndReadOnSeveralThreads", everyone,
+    {"severalThreadsMayCopyAndReadAStore", everyBackend,
      [](Session& session) {
          const auto service = session.readerService();
          const boost::any store = store_of_steps(session);
@@ -171,7 +173,7 @@ const Promise table[] = {
              copies[number] = store;
          });
      }},
-    {"oneReaderServesSeveralThreads", everyone,
+    {"severalThreadsMayUseOneReader", everyBackend,
      [](Session& session) {
          const auto reader = session.reader(store_of_steps(session));
          std::vector<std::unique_ptr<StreamReader>> clones(threadCount);
@@ -183,7 +185,7 @@ const Promise table[] = {
              }
          });
      }},
-    {"readingGoesOnBesideWriting", everyone,
+    {"readingMayOverlapWriting", everyBackend,
      [](Session& session) {
          const auto reader = session.reader(store_of_steps(session));
          const auto writer = session.writer();
@@ -198,7 +200,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), steps(), numbers(stepCount)));
      }},
-    {"aStoreMayBeReadAndReleasedOnAnotherThread", everyone,
+    {"anotherThreadMayReadAndReleaseAStore", everyBackend,
      [](Session& session) {
          boost::any store = store_of_steps(session);
          at_once({[&](std::size_t) {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-// What is written comes back: order, layout, groups, every bit, any text, any length.
+// Everything that is written can be read: order, layout, groups, every bit, any text, any length.
 
 namespace logging2::core::conformance {
 namespace {
@@ -29,8 +29,8 @@ double with_bits(std::uint64_t bits) {
     return value;
 }
 
-/// Doubles whose bits get lost where they are added to something, printed or compared; those that
-/// are equal to each other stand together.
+/// Doubles whose bits are lost if they are added to something, printed or compared. Those that are
+/// equal to each other are neighbours.
 Doubles peculiar_doubles() {
     return {0.0,
             -0.0,
@@ -50,13 +50,14 @@ Doubles peculiar_doubles() {
             with_bits(0x7FF0'0000'0000'0001)}; // a signalling NaN
 }
 
-/// The value of a channel at a step, told from all others.
+/// The value of a channel at a step; no two are equal.
 double value_at(std::size_t step, std::size_t channel) {
     return static_cast<double>(step) + static_cast<double>(channel) / 1024.0;
 }
 
 constexpr std::size_t channelCount = 511;
-constexpr std::size_t rowCount = 20000; // more than a file-backed writer buffers of such rows
+constexpr std::size_t rowCount =
+    20000; // more rows of this length than a file-backed writer buffers
 
 GroupSetup many_channels() {
     std::vector<LoggedPath> paths;
@@ -87,28 +88,28 @@ Doubles column_of(std::size_t channel) {
 }
 
 const Promise table[] = {
-    {"writeTellsThatTheSampleWasTaken", everyone,
+    {"writeReturnsTrue", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          for (const double value : {1.0, 2.0}) {
              EXPECT_TRUE(writer->write(0, value, &value, 1));
          }
      }},
-    {"samplesComeBackInTheirOrder", everyone,
+    {"samplesAreReadInOrder", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {0.5, 1.5, 2.5});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {0.5, 1.5, 2.5}, {1.0, 2.0, 3.0}));
      }},
-    {"timesAreKeptAsTheyCome", everyone,
+    {"timesMayRepeatAndGoBack", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          write_calls(*writer, 0, {3.0, 3.0, 1.0, 2.0});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {3.0, 3.0, 1.0, 2.0}, {1.0, 2.0, 3.0, 4.0}));
      }},
-    {"valuesAreSampleMajor", everyone,
+    {"valuesAreSampleMajor", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(mixedWidthSetup());
          write(*writer, 0, 1.0, {1.0, 10.0, 100.0});
@@ -117,7 +118,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "a"), {1.0, 2.0}, {1.0, 2.0}));
          EXPECT_TRUE(holds(session.read(*writer, "b"), {1.0, 2.0}, {10.0, 100.0, 20.0, 200.0}));
      }},
-    {"rowsAreLaidOutByTheSetupNotByChannelNumbers", everyone,
+    {"setupDefinesTheChannelOrder", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(
              one_group(paths({{"low", 1}, {"high", 9}}), channels({{9, 1}, {1, 1}})));
@@ -126,7 +127,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "high"), {0.0}, {90.0}));
          EXPECT_TRUE(holds(session.read(*writer, "low"), {0.0}, {10.0}));
      }},
-    {"aChannelWithoutPathsOnlyTakesItsPlaceInTheRow", everyone,
+    {"channelWithoutPathsKeepsItsPlaceInTheRow", everyBackend,
      [](Session& session) {
          const auto writer =
              session.writer(one_group(paths({{"x", 3}}), channels({{1, 2}, {2, 1}, {3, 1}})));
@@ -134,7 +135,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {4.0}));
      }},
-    {"aChannelOfWidthZeroHasTimesOnly", everyone,
+    {"channelOfWidthZeroHasOnlyTimes", everyBackend,
      [](Session& session) {
          const auto writer =
              session.writer(one_group(paths({{"none", 1}, {"x", 2}}), channels({{1, 0}, {2, 1}})));
@@ -143,7 +144,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "none"), {1.0}, {}));
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {5.0}));
      }},
-    {"pathsOfOneChannelShowTheSameData", everyone,
+    {"pathsOfOneChannelShowTheSameData", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(
              one_group(paths({{"a", 7}, {"b", 9}, {"alias", 7}}), channels({{7, 1}, {9, 1}})));
@@ -152,7 +153,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "a"), {1.0}, {1.0}));
          EXPECT_TRUE(holds(session.read(*writer, "alias"), {1.0}, {1.0}));
      }},
-    {"pathsOfAGroupHaveTheSameTimes", everyone,
+    {"pathsOfAGroupHaveTheSameTimes", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(mixedWidthSetup());
          write(*writer, 0, 1.0, {1.0, 2.0, 3.0});
@@ -161,7 +162,7 @@ const Promise table[] = {
          EXPECT_TRUE(sameBits(session.read(*writer, "a").first, {1.0, 4.0}));
          EXPECT_TRUE(sameBits(session.read(*writer, "b").first, {1.0, 4.0}));
      }},
-    {"groupsAreIndependent", everyone,
+    {"groupsAreIndependent", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(scalar_groups(2));
          write(*writer, 1, 5.0, {50.0});
@@ -171,7 +172,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "x0"), {1.0}, {10.0}));
          EXPECT_TRUE(holds(session.read(*writer, "x1"), {5.0, 6.0}, {50.0, 60.0}));
      }},
-    {"groupsMayBeListedInAnyOrder", everyone,
+    {"groupsMayBeListedInAnyOrder", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(GroupSetup{
              {Group(1), LoggedPathsSetupData(paths({{"one", 1}}), channels({{1, 1}}))},
@@ -182,16 +183,16 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "zero"), {5.0}, {50.0}));
          EXPECT_TRUE(holds(session.read(*writer, "one"), {6.0}, {60.0}));
      }},
-    {"aGroupWithoutSamplesReadsAsNoData", everyone,
+    {"groupWithoutSamplesHasNoData", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(scalar_groups(2));
          write(*writer, 1, 5.0, {50.0});
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x0"), {}, {}));
      }},
-    {"aSetupMayHaveNoGroups", everyone,
+    {"setupMayHaveNoGroups", everyBackend,
      [](Session& session) { EXPECT_NO_THROW(session.writer(GroupSetup())->flush()); }},
-    {"everyBitOfAValueComesBack", everyone,
+    {"everyBitOfAValueIsKept", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          for (const double value : peculiar_doubles()) {
@@ -200,7 +201,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(sameBits(session.read(*writer, "x").second, peculiar_doubles()));
      }},
-    {"everyBitOfATimeComesBack", everyone,
+    {"everyBitOfATimeIsKept", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          for (const double time : peculiar_doubles()) {
@@ -209,7 +210,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(sameBits(session.read(*writer, "x").first, peculiar_doubles()));
      }},
-    {"valuesAreCopiedWhenTheyAreWritten", everyone,
+    {"writeCopiesTheValues", everyBackend,
      [](Session& session) {
          const auto writer = session.writer();
          double value = 1.0;
@@ -218,7 +219,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {1.0}));
      }},
-    {"nothingOfTheCallerIsNeededAfterConstruction", everyone,
+    {"constructorCopiesSetupAndAttributes", everyBackend,
      [](Session& session) {
          GroupSetup setup = test::scalarSetup();
          StreamingAttributes changing = attributes();
@@ -230,7 +231,7 @@ const Promise table[] = {
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {2.0, 1.0}, {1.0, 2.0}));
      }},
-    {"namesAndPathsMayBeAnyText", everyone,
+    {"namesAndPathsMayBeAnyText", everyBackend,
      [](Session& session) {
          const std::vector<std::string> texts{"",
                                               "a b",
@@ -254,7 +255,7 @@ const Promise table[] = {
              EXPECT_TRUE(holds(session.read(*writer, text), {1.0}, {2.0})) << text;
          }
      }},
-    {"manyGroupsAreKeptApart", everyone,
+    {"manyGroupsAreIndependent", everyBackend,
      [](Session& session) {
          constexpr std::size_t groupCount = 300;
          const auto writer = session.writer(scalar_groups(groupCount), attributes(2));
@@ -267,7 +268,7 @@ const Promise table[] = {
                                {static_cast<double>(group)}));
          }
      }},
-    {"manyRowsComeBack", everyone,
+    {"manyRowsAreKept", everyBackend,
      [](Session& session) {
          constexpr std::size_t count = 300000;
          const auto writer = session.writer(mixedWidthSetup(), attributes(count));
@@ -283,7 +284,7 @@ const Promise table[] = {
          EXPECT_TRUE(holds(session.read(*writer, "a"), times, times));
          EXPECT_TRUE(holds(session.read(*writer, "b"), times, values));
      }},
-    {"manyChannelsComeBack", everyone,
+    {"manyChannelsAreKept", everyBackend,
      [](Session& session) {
          const auto writer = session.writer(many_channels(), attributes(rowCount));
          write_many_rows(*writer);

@@ -7,11 +7,11 @@
 
 namespace fl::filesystem {
 
-/// A standard input stream on the file of a path, opened for binary input. Its descriptor is closed
-/// when the process executes another program.
+/// A standard input stream that reads a file in binary mode. Its descriptor is closed when the
+/// process executes another program.
 class ifstream : public std::istream {
 public:
-    /// A file that cannot be opened leaves the stream in the failure state.
+    /// Opens the file. If that fails, the stream is in the failure state.
     explicit ifstream(const basic_path<char, char16_t>& path)
         : std::istream(nullptr),
           buffer(detail::make_native_access_form_i18n(path), std::ios::in | std::ios::binary) {
@@ -19,10 +19,10 @@ public:
         setstate(is_open() ? std::ios::goodbit : std::ios::failbit);
     }
 
-    /// Whether the file could be opened and has not been closed.
+    /// Whether the file was opened and has not been closed.
     bool is_open() const noexcept { return buffer.is_open(); }
 
-    /// Closes the file; an error leaves the stream in the failure state.
+    /// Closes the file. If that fails, the stream is in the failure state.
     void close() { setstate(buffer.close() ? std::ios::goodbit : std::ios::failbit); }
 
 private:

@@ -7,12 +7,13 @@
 
 namespace fl::filesystem {
 
-/// A standard output stream on a file, which is opened as std::ofstream opens it. Its descriptor is
-/// closed when the process executes another program. What is written goes to the file at once.
+/// A standard output stream that writes a file, opened with the same modes as std::ofstream. Its
+/// descriptor is closed when the process executes another program. Everything is written to the
+/// file at once, without a buffer.
 class ofstream : public std::ostream {
 public:
-    /// The name is in the encoding of the platform's calls. A file that cannot be opened leaves the
-    /// stream in the failure state.
+    /// Opens the file. The name is in the encoding of the platform's calls. If the file cannot be
+    /// opened, the stream is in the failure state.
     ofstream(const std::string& name, std::ios::openmode mode)
         : std::ostream(nullptr),
           buffer(name, mode | std::ios::out) {
@@ -20,10 +21,10 @@ public:
         setstate(is_open() ? std::ios::goodbit : std::ios::failbit);
     }
 
-    /// Whether the file could be opened and has not been closed.
+    /// Whether the file was opened and has not been closed.
     bool is_open() const noexcept { return buffer.is_open(); }
 
-    /// Closes the file; an error leaves the stream in the failure state.
+    /// Closes the file. If that fails, the stream is in the failure state.
     void close() { setstate(buffer.close() ? std::ios::goodbit : std::ios::failbit); }
 
 private:

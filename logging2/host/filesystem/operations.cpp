@@ -22,26 +22,28 @@ std::error_code last_error() {
     return {errno, std::generic_category()};
 }
 
-/// A separator at the end would lead through a link, and make the directory its own parent.
+/// Returns the path without a separator at its end. With the separator, a link would be followed,
+/// and the directory would count as its own parent.
 std::filesystem::path without_separator(const std::filesystem::path& path) {
     return path.has_filename() ? path : path.parent_path();
 }
 
-/// Gives the owner of a new directory the rights that the umask kept back.
+/// Gives the owner of a new directory all rights, including those that the umask has removed.
 std::error_code complete_rights(const std::filesystem::path& directory) {
     struct stat status {};
     if (lstat(directory.c_str(), &status) != 0) {
         return last_error();
     }
     const bool isComplete = (status.st_mode & S_IRWXU) == S_IRWXU;
-    // Not those of what a link leads to that somebody has put in the directory's place.
+    // A link is not followed, because somebody may have put one in the directory's place.
     if (!isComplete && fchmodat(AT_FDCWD, directory.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) != 0) {
         return last_error();
     }
     return {};
 }
 
-/// At no time has the directory more rights than its owner is to have; it does not stay with fewer.
+/// Creates a directory to which nobody but its owner ever has rights. If the owner cannot be given
+/// all rights, the directory is removed again.
 std::error_code make_private_directory(const std::filesystem::path& directory) {
     if (mkdir(directory.c_str(), S_IRWXU) != 0) {
         return last_error();

@@ -6,22 +6,24 @@
 
 namespace foundation {
 
-/// A text of the host's message catalogue, named by catalogue and key, with its arguments.
+/// Names a text of the host's message catalogue by its catalogue and its key, and holds the text's
+/// arguments.
 class Message {
 public:
-    /// Names the text; what catalog(), key() and arguments() are to answer.
+    /// Makes a message with this catalogue, this key and these arguments.
     Message(std::string catalog, std::string key, std::vector<std::u16string> arguments)
         : catalogName(std::move(catalog)),
           messageKey(std::move(key)),
           messageArguments(std::move(arguments)) {}
 
-    /// For example "vantrel:common:logging2:core:common".
+    /// Returns the catalogue, for example "vantrel:common:logging2:core:common".
     const std::string& catalog() const noexcept { return catalogName; }
 
-    /// For example "RollbackNotSupported".
+    /// Returns the key, for example "RollbackNotSupported".
     const std::string& key() const noexcept { return messageKey; }
 
-    /// The texts that the catalogue's sentence has places for, in their order, as UTF-16.
+    /// Returns the texts that replace the placeholders of the catalogue's sentence, in their order
+    /// and in UTF-16.
     const std::vector<std::u16string>& arguments() const noexcept { return messageArguments; }
 
 private:

@@ -14,37 +14,41 @@ namespace foundation {
 
 /// A map that is iterated in the order of insertion and looked up by hash.
 ///
-/// It is a handle over one shared block: copying shares the block (constant time), moving leaves
-/// the source empty and usable. A change through one handle never shows in another: a handle that
-/// shares its block gets a block of its own before it is changed.
+/// The map is a handle to a shared block of data. Copying shares the block and takes constant time.
+/// Moving leaves the source empty and usable. A change through one handle is never visible through
+/// another, because a handle that shares its block gets its own copy before it is changed.
 ///
-/// Threads: handles that share a block may be read and released on different threads; inserting
-/// must not run at the same time as another thread copies or releases a handle of the same block.
+/// Threads: handles that share a block may be read and released on different threads. No other
+/// thread may copy or release a handle of the same block during an insert.
 template <class Key, class Value, class Hash = boost::hash<Key>, class Equal = std::equal_to<Key>>
 class SequenceMap {
 public:
-    /// What entries are looked up by.
+    /// The type of the keys, by which entries are looked up.
     using key_type = Key;
-    /// What is found.
+    /// The type of the values.
     using mapped_type = Value;
-    /// An entry.
+    /// An entry: the key (first) and its value (second).
     using value_type = std::pair<Key, Value>;
-    /// Valid until the next insert through the same handle, or the end of the last handle.
+    /// Points to an entry. It is valid until the next insert through the same handle, and only as
+    /// long as a handle shares the block.
     using const_iterator = const value_type*;
 
-    /// No entries; allocates nothing.
+    /// Makes an empty map. Allocates nothing.
     SequenceMap() = default;
 
-    /// Inserts the entries in their order; of several with equal keys the first stays.
+    /// Makes a map of the entries, in their order. If several entries have equal keys, the first is
+    /// kept.
     SequenceMap(std::initializer_list<value_type> entries) {
         for (const value_type& entry : entries) {
             insert(entry.first, entry.second);
         }
     }
 
-    /// Appends an entry unless the key is there already, whose value then stays as it is.
-    /// Returns whether the entry was inserted. Amortised constant time while the block is not
-    /// shared, otherwise linear in the number of entries.
+    /// Appends an entry, unless the map has the key already. Returns whether the entry was
+    /// appended; an existing entry keeps its value.
+    ///
+    /// Takes amortised constant time if the block is not shared. Otherwise the time is linear in
+    /// the number of entries.
     bool insert(const Key& key, const Value& value) {
         if (find(key) != end()) {
             return false;
@@ -52,7 +56,7 @@ public:
         Block& own = ownBlock();
         own.entries.emplace_back(key, value);
         try {
-            // Not the caller's key, which may lie in an entry that has just moved.
+            // The caller's key may lie in an entry that has just moved, so the stored key is used.
             own.positions.emplace(own.entries.back().first, own.entries.size() - 1);
         } catch (...) {
             own.entries.pop_back();
@@ -61,7 +65,7 @@ public:
         return true;
     }
 
-    /// The entry of the key, or end(). Constant time on average.
+    /// Returns the entry of the key, or end() if there is none. Takes constant time on average.
     const_iterator find(const Key& key) const {
         if (!block) {
             return end();
@@ -70,14 +74,14 @@ public:
         return position == block->positions.end() ? end() : begin() + position->second;
     }
 
-    /// The number of entries.
+    /// Returns the number of entries.
     std::size_t size() const noexcept { return block ? block->entries.size() : 0; }
-    /// Whether there is no entry.
+    /// Whether the map has no entries.
     bool empty() const noexcept { return size() == 0; }
 
-    /// The first entry in the order of insertion.
+    /// Returns the first entry in the order of insertion, or end() if there is none.
     const_iterator begin() const noexcept { return block ? block->entries.data() : nullptr; }
-    /// Behind the last entry.
+    /// Returns the position after the last entry.
     const_iterator end() const noexcept { return begin() + size(); }
 
 private:

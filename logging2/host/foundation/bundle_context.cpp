@@ -17,13 +17,14 @@ struct Core {
 };
 
 Core& core() {
-    // Never destroyed: a framework that dies with the static objects would start a thread then.
+    // Never destroyed, because a framework that is destroyed with the static objects starts a
+    // thread.
     static Core* const instance = new Core;
     return *instance;
 }
 
-/// A handle of its own, so that nothing of the framework runs while the mutex is held: a service
-/// that is released at the stop may ask for the context.
+/// Returns a handle of its own, so that no code of the framework runs while the mutex is held. A
+/// service that is released when the framework stops may call get_global_bundle_context().
 std::optional<cppmicroservices::Framework> current_framework() {
     const std::lock_guard lock(core().mutex);
     return core().framework;

@@ -17,7 +17,7 @@ struct HandlerSlot {
 };
 
 HandlerSlot& handler_slot() {
-    // Never destroyed: a warning may still be issued during process shutdown.
+    // Never destroyed, because a warning may still be issued during process shutdown.
     static auto* const slot = new HandlerSlot;
     return *slot;
 }
@@ -28,12 +28,12 @@ WarningHandler current_handler() {
     return slot.handler;
 }
 
-/// C0, DEL and C1.
+/// Whether the unit is a control character of C0 or C1, or DEL.
 bool is_control(char16_t unit) {
     return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F);
 }
 
-/// A control character that cannot act on a terminal, such as "\x1b".
+/// Returns the control character as text that cannot act on a terminal, such as "\x1b".
 std::u16string readable(char16_t control) {
     constexpr std::u16string_view digits = u"0123456789abcdef";
     switch (control) {

@@ -7,20 +7,23 @@
 
 namespace foundation {
 
-/// What warnings are handed to, one at a time per issuing thread.
+/// A function that receives warnings. Several threads may call it at once.
 using WarningHandler = std::function<void(const Message&)>;
 
-/// Hands the warning to the handler that is set, on the calling thread; without a handler it
-/// becomes one line on standard error. What the handler throws comes out. Any thread may call.
+/// Passes the warning to the handler that is set, on the calling thread. Without a handler, prints
+/// one line to standard error. Exceptions of the handler reach the caller. Any thread may call.
 ///
-/// The line is `warning: KEY "ARGUMENT"... [CATALOG]` in UTF-8. Control characters in all three
-/// are escaped, so that they cannot act on a terminal or begin another line: a newline as `\n`, a
-/// tab as `\t`, others by their number as `\x1b`; quotes and backslashes get a backslash.
+/// The line is `warning: KEY "ARGUMENT"... [CATALOG]` in UTF-8. Control characters are escaped, so
+/// that they cannot act on a terminal or begin another line: a newline is printed as `\n`, a tab as
+/// `\t`, and any other by its number, such as `\x1b`. A quotation mark or a backslash is preceded
+/// by a backslash.
 LOGGING2_EXPORT void issueWarning(const Message& message);
 
-/// Sets the process-wide handler (an empty one restores the line on standard error) and returns
-/// the handler that was there. Any thread may call; a warning that is being issued on another
-/// thread meanwhile may still reach the former handler.
+/// Sets the process-wide handler and returns the previous one. An empty handler restores the line
+/// on standard error.
+///
+/// Any thread may call. A warning that another thread is issuing at the same time may still reach
+/// the previous handler.
 LOGGING2_EXPORT WarningHandler setWarningHandler(WarningHandler handler);
 
 } // namespace foundation

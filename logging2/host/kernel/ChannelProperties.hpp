@@ -5,22 +5,22 @@
 
 namespace logging2::core {
 
-/// Where a logged path's data is found: its group and its channel.
+/// The group and the channel of a logged path. They tell where the path's data is stored.
 ///
-/// A handle; copies share one immutable block, which may be released on any thread.
+/// Copies share one immutable block, and they may be released on any thread.
 class ChannelProperties {
 public:
-    /// What groupId() and channelKey() are to answer.
+    /// Makes the properties of a path in this group and of this channel. hostValue() is 0.
     ChannelProperties(std::size_t groupId, std::size_t channelKey)
         : block(std::make_shared<const Block>(Block{groupId, channelKey, 0})) {}
 
-    /// The id of the path's group.
+    /// Returns the id of the path's group.
     std::size_t groupId() const noexcept { return block->groupId; }
 
-    /// The value of the path's CoreDataId.
+    /// Returns the value of the path's CoreDataId.
     std::size_t channelKey() const noexcept { return block->channelKey; }
 
-    /// A number that belongs to the host's kernel; 0 here.
+    /// Returns a number that belongs to the host's kernel. It is 0 here.
     std::size_t hostValue() const noexcept { return block->hostValue; }
 
 private:

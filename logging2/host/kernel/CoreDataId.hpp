@@ -4,20 +4,20 @@
 
 namespace logging2::core {
 
-/// The identifier of one logged channel. Two identifiers of equal value denote the same data.
+/// The identifier of one logged channel. Two identifiers with equal numbers denote the same data.
 class CoreDataId {
 public:
-    /// The identifier of this value.
+    /// Makes the identifier with this number.
     explicit CoreDataId(std::size_t value) noexcept : identifier(value) {}
 
-    /// The identifier as a number.
+    /// Returns the identifier as a number.
     std::size_t operator()() const noexcept { return identifier; }
 
-    /// Whether both denote the same data.
+    /// Whether both identifiers denote the same data.
     friend bool operator==(CoreDataId a, CoreDataId b) noexcept {
         return a.identifier == b.identifier;
     }
-    /// The opposite.
+    /// Whether the identifiers denote different data.
     friend bool operator!=(CoreDataId a, CoreDataId b) noexcept { return !(a == b); }
 
 private:

@@ -6,20 +6,20 @@
 
 namespace logging2::core {
 
-/// The key of a logging group: the channels that are logged together, step by step.
+/// The key of a logging group. A group is a set of channels that are logged together, step by step.
 class Group {
 public:
-    /// The key of the group of this id.
+    /// Makes the key of the group with this id.
     Group(std::size_t id) noexcept : groupId(id) {}
 
-    /// What `write` and `rollback` take as their `group` argument.
+    /// Returns the id, which `write` and `rollback` take as their `group` argument.
     std::size_t id() const noexcept { return groupId; }
 
-    /// Whether both are keys of one group.
+    /// Whether both keys denote the same group.
     friend bool operator==(Group a, Group b) noexcept { return a.groupId == b.groupId; }
-    /// The opposite.
+    /// Whether the keys denote different groups.
     friend bool operator!=(Group a, Group b) noexcept { return !(a == b); }
-    /// Equal keys have equal hashes.
+    /// Returns a hash of the key. Equal keys have equal hashes.
     friend std::size_t hash_value(Group group) { return boost::hash<std::size_t>()(group.groupId); }
 
 private:

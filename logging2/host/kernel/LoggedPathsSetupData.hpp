@@ -11,33 +11,33 @@ namespace logging2::core {
 
 /// A logged value path and the channel whose data it shows.
 struct LoggedPath {
-    /// What the data is asked for by.
+    /// The path by which the host asks for the data.
     lang::core::ValuePath path;
-    /// The channel, one of its group's coreIds().
+    /// The channel whose data the path shows. It is one of the coreIds() of the same group.
     CoreDataId id;
 };
 
 /// A channel of a group and the number of doubles that it contributes to each row.
 struct LoggedChannel {
-    /// The channel.
+    /// The identifier of the channel.
     CoreDataId id;
-    /// Doubles per row; may be 0.
+    /// The number of doubles in each row. It may be 0.
     std::size_t width;
 };
 
-/// What one logging group logs. Several paths may show one channel (aliases), and a channel may
-/// be shown by no path.
+/// Describes what one logging group logs. Several paths may show the same channel (aliases), and a
+/// channel need not have a path.
 class LoggedPathsSetupData {
 public:
-    /// What paths() and coreIds() are to answer; nothing is checked.
+    /// Makes a description with these paths and channels. Nothing is checked.
     LoggedPathsSetupData(std::vector<LoggedPath> paths, std::vector<LoggedChannel> channels)
         : loggedPaths(std::move(paths)),
           loggedChannels(std::move(channels)) {}
 
-    /// The value paths of the group.
+    /// Returns the logged value paths of the group.
     const std::vector<LoggedPath>& paths() const noexcept { return loggedPaths; }
 
-    /// The channels of the group in the order in which their values stand in a row.
+    /// Returns the channels of the group, in the order in which a row holds their values.
     const std::vector<LoggedChannel>& coreIds() const noexcept { return loggedChannels; }
 
 private:

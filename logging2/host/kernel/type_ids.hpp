@@ -6,11 +6,12 @@
 
 namespace logging2::core {
 
-/// The key of the service property under which a StreamWriterService publishes its back-end name.
+/// Returns the key of the service property that holds the back-end name of a StreamWriterService.
 /// The property's value must be a std::string.
 LOGGING2_EXPORT std::string vtllogging_write_type_id();
 
-/// The same for a StreamReaderService.
+/// Returns the key of the service property that holds the back-end name of a StreamReaderService.
+/// The property's value must be a std::string.
 LOGGING2_EXPORT std::string vtllogging_read_type_id();
 
 } // namespace logging2::core

@@ -9,49 +9,56 @@
 
 namespace lang::core {
 
-/// The path of a logged value, a plain text such as "ball.height".
+/// The path of a logged value. It is a plain text, such as "ball.height".
 class ValuePath {
 public:
-    /// The path of this text.
-    explicit ValuePath(std::string path) : text(std::move(path)) {}
+    /// Makes a path of exactly this text.
+    explicit ValuePath(std::string path) : characters(std::move(path)) {}
 
-    /// Negative, zero or positive as a stands before, at or behind b in lexicographic byte order.
+    /// Returns the text. The reference is valid as long as the path lives and is not assigned to.
+    const std::string& text() const noexcept { return characters; }
+
+    /// Returns a negative number, 0 or a positive number if a comes before b, is equal to b or
+    /// comes after b in lexicographic byte order.
     friend int compare(const ValuePath& a, const ValuePath& b) noexcept {
-        return a.text.compare(b.text);
+        return a.characters.compare(b.characters);
     }
 
     /// Whether the texts are equal.
     friend bool operator==(const ValuePath& a, const ValuePath& b) noexcept {
-        return a.text == b.text;
+        return a.characters == b.characters;
     }
-    /// The opposite.
+    /// Whether the texts differ.
     friend bool operator!=(const ValuePath& a, const ValuePath& b) noexcept { return !(a == b); }
 
-    /// The order of compare(), for ordered containers.
+    /// Whether a comes before b in the order of compare(), for ordered containers.
     friend bool operator<(const ValuePath& a, const ValuePath& b) noexcept {
         return compare(a, b) < 0;
     }
 
-    /// Equal paths have equal hashes; the value may differ between versions of Boost.
+    /// Returns a hash of the path. Equal paths have equal hashes. The value may differ between
+    /// versions of Boost.
     friend std::size_t hash_value(const ValuePath& path) {
-        return boost::hash<std::string>()(path.text);
+        return boost::hash<std::string>()(path.characters);
     }
 
     /// Prints the text.
     friend std::ostream& operator<<(std::ostream& stream, const ValuePath& path) {
-        return stream << path.text;
+        return stream << path.characters;
     }
 
 private:
-    std::string text;
+    std::string characters;
 };
 
-// Declared here as well, so that they are also found by their full names.
-/// Negative, zero or positive as a stands before, at or behind b in lexicographic byte order.
+// The friends are declared here as well, so that calls with a qualified name find them.
+/// Returns a negative number, 0 or a positive number if a comes before b, is equal to b or comes
+/// after b in lexicographic byte order.
 int compare(const ValuePath& a, const ValuePath& b) noexcept;
 /// Whether the texts are equal.
 bool operator==(const ValuePath& a, const ValuePath& b) noexcept;
-/// Equal paths have equal hashes; the value may differ between versions of Boost.
+/// Returns a hash of the path. Equal paths have equal hashes. The value may differ between versions
+/// of Boost.
 std::size_t hash_value(const ValuePath& path);
 /// Prints the text.
 std::ostream& operator<<(std::ostream& stream, const ValuePath& path);

@@ -9,7 +9,7 @@
 namespace logging2::core::detail {
 namespace {
 
-// What a std::shared_ptr counts its owners with.
+// The type of the two owner counters in the standard library's std::shared_ptr.
 #ifdef _LIBCPP_VERSION
 using Count = long;
 #else
@@ -18,23 +18,23 @@ using Count = int;
 
 } // namespace
 
-/// Slots for the vector objects of 63 rows and what std::shared_ptr keeps with each. A bit is set
-/// for every slot that is taken, and one more while a storage keeps the block. Whoever clears the
-/// last bit, on whatever thread, frees the block.
+/// Slots for 63 rows. Each slot has room for a row's vector object and for the control block of its
+/// std::shared_ptr. One bit is set for every slot in use, and one more while a storage keeps the
+/// block. The thread that clears the last bit frees the block.
 class RowBlock {
 public:
-    /// The vector, what the standard library counts with, the type of the whole, the allocator.
+    /// The size of the vector, the two counters, the virtual table pointer and the allocator.
     static constexpr std::size_t slotByteCount =
         sizeof(std::vector<double>) + 2 * sizeof(Count) + 2 * sizeof(void*);
 
     bool full() const { return taken.load(std::memory_order_relaxed) == ~Bits{0}; }
 
-    /// Whether no row lies in it, while a storage keeps it.
+    /// Whether the block has no rows. A storage must keep the block.
     bool empty() const { return taken.load(std::memory_order_relaxed) == kept; }
 
-    /// The lowest free slot; there must be one.
+    /// Takes the lowest free slot and returns it. There must be a free slot.
     void* take() {
-        // What a row did in the slot before it was released comes before its next use.
+        // The acquire makes the release of the slot's former row happen before the slot's next use.
         const Bits free = ~taken.load(std::memory_order_acquire);
         const Bits lowest = free & (~free + 1);
         taken.fetch_or(lowest, std::memory_order_relaxed);
@@ -46,7 +46,7 @@ public:
         clear(Bits{1} << (static_cast<std::size_t>(byteCount) / slotByteCount));
     }
 
-    /// The storage keeps it no longer.
+    /// Must be called when the storage stops keeping the block.
     void leave() { clear(kept); }
 
 private:
@@ -73,7 +73,7 @@ void RowBlockRelease::operator()(RowBlock* block) const noexcept {
 
 namespace {
 
-/// What std::allocate_shared asks for one slot of a block, and gives it back to.
+/// Gives std::allocate_shared one slot of a block and takes the slot back.
 template <class T>
 class SlotAllocator {
 public:
@@ -131,7 +131,8 @@ void RowStorage::turnToFreeBlock() {
 }
 
 void RowStorage::takeBack() noexcept {
-    // Rows were made in order: a block that has got room again comes before what is free now.
+    // Rows are made in order. The next rows go to the older block that has room again, so the newer
+    // blocks are no longer kept.
     while (blockCount > 1 && !blocks[blockCount - 2]->full()) {
         blocks[--blockCount].reset();
     }

@@ -16,25 +16,27 @@ struct RowBlockRelease {
     void operator()(RowBlock* block) const noexcept;
 };
 
-/// Makes rows whose reference counts and vector objects lie side by side in blocks of 63: a row
-/// costs one allocation, that of its values, and every 63rd one more.
+/// Makes rows whose reference counts and vector objects lie side by side in blocks of 63. A row
+/// costs one allocation for its values, and every 63rd row costs one more for a block.
 ///
-/// Rows may outlive their storage and be released on any thread, as those of std::make_shared;
-/// the operations of the storage are for one thread at a time. The storage keeps the blocks of the
-/// newest rows, sixteen at most. Any other goes when the last of its rows is released, so a row
-/// that is kept alone keeps 3 KiB.
+/// Rows may outlive their storage and be released on any thread, like those of std::make_shared.
+/// Only one thread at a time may call the operations of the storage.
+///
+/// The storage keeps the blocks of the newest rows, at most sixteen. Any other block is freed when
+/// the last of its rows is released, so a single row that is kept holds 3 KiB.
 class RowStorage {
 public:
-    /// Sees to a free slot. Throws std::bad_alloc.
+    /// Makes sure that there is a free slot. Throws std::bad_alloc.
     void makeRoom();
 
-    /// A row of the values; there must be a free slot.
+    /// Returns a row of the values. There must be a free slot.
     RowHandle makeRow(std::vector<double>&& values) noexcept;
 
-    /// The newest rows were released: the next ones get their slots. A free slot stays.
+    /// Must be called after the newest rows were released, so that the next rows use their slots.
+    /// If there was a free slot, there still is one.
     void takeBack() noexcept;
 
-    /// Keeps no block any more.
+    /// Stops keeping all blocks.
     void clear() noexcept;
 
 private:
@@ -42,7 +44,7 @@ private:
 
     void turnToFreeBlock();
 
-    std::array<BlockOwner, 16> blocks; // by age; the last one there is gets the next row
+    std::array<BlockOwner, 16> blocks; // oldest first; the newest one gets the next row
     std::size_t blockCount = 0;
 };
 

@@ -2,23 +2,24 @@
 
 namespace logging2::core::detail {
 
-/// What a memory writer knows about the order of one group's times without looking at them.
+/// Tells a memory writer whether one group's times ascend, without looking at them.
 ///
-/// As long as the times ascend, the times that are later than a given one stand together at the
-/// end, so that a rollback finds them from there.
+/// As long as the times ascend, all times that are later than a given one are at the end, so a
+/// rollback can search from the end.
 class TimesOrder {
 public:
-    /// To be called before a time is appended.
+    /// Must be called before a time is appended.
     template <class Times>
     void expect(const Times& times, double time) noexcept {
-        // A NaN is never at or before another time.
+        // A comparison with NaN is false, so NaN breaks the order.
         ascends = times.empty() || (ascends && times.back() <= time);
     }
 
-    /// The caller got access to the times and may change them at any later moment.
+    /// Must be called when the host gets access to the times, because it may change them at any
+    /// later moment.
     void handOut() noexcept { handedOut = true; }
 
-    /// Whether every time is at or after the one before it. A NaN is neither.
+    /// Whether every time is equal to or later than the one before it. A NaN is neither.
     bool isAscending() const noexcept { return ascends && !handedOut; }
 
 private:

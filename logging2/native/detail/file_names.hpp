@@ -7,20 +7,22 @@
 
 namespace logging2::core::detail {
 
-/// The full path of a group's times file: the writer's unique path + "_times_" + group.
+/// Returns the full path of a group's times file: the writer's unique path + "_times_" + group.
 fl::filesystem::basic_path<char, char16_t>
 times_file(const fl::filesystem::basic_path<char, char16_t>& uniquePath, std::size_t group);
 
-/// The full path of a channel's values file: the writer's unique path + "_values_" + group + "_" +
-/// channel.
+/// Returns the full path of a channel's values file: the writer's unique path + "_values_" + group
+/// + "_" + channel.
 fl::filesystem::basic_path<char, char16_t>
 values_file(const fl::filesystem::basic_path<char, char16_t>& uniquePath, std::size_t group,
             std::size_t channel);
 
-/// Each byte as one UTF-16 unit, taken as signed: 0x80 to 0xFF become 0xFF80 to 0xFFFF.
+/// Returns the bytes as UTF-16 units. Each byte is taken as a signed number, so 0x80 to 0xFF become
+/// 0xFF80 to 0xFFFF.
 ///
-/// Intended, though only ASCII survives: below a directory with other characters a store names no
-/// times file, and a warning shows another name.
+/// Intended, although only ASCII characters survive. Below a directory with other characters, a
+/// store's times location names no file. A stream's name with other characters is altered in a
+/// warning.
 std::u16string widen_bytes(const std::string& bytes);
 
 } // namespace logging2::core::detail

@@ -10,12 +10,12 @@ inline namespace logging2_registry {
 
 /// Holds one copyable value of any type, or nothing.
 ///
-/// A string literal does not fit in (it is an array): write `std::string("text")`.
+/// A string literal cannot be held, because it is an array. Write `std::string("text")` instead.
 class Any {
 public:
     Any() = default;
 
-    /// Holds a copy of the value, or takes it over.
+    /// Holds a copy of the value, or the value itself if it is moved in.
     template <typename Value,
               typename = std::enable_if_t<!std::is_same_v<Any, std::decay_t<Value>>>>
     Any(Value&& value) : held(std::forward<Value>(value)) {
@@ -33,7 +33,7 @@ private:
     std::any held;
 };
 
-/// The held value in place; null if it is of another type or `operand` is null.
+/// Returns a pointer to the held value, or null if it has another type or if `operand` is null.
 template <typename Value>
 const Value* any_cast(const Any* operand) {
     return operand == nullptr ? nullptr : std::any_cast<Value>(&operand->held);

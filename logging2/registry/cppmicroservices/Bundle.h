@@ -14,29 +14,31 @@ class FrameworkCore;
 class ServiceEntry;
 } // namespace detail
 
-/// A handle to the one bundle that there is: the framework itself.
+/// A handle to the only bundle, which is the framework itself.
 ///
-/// Copies share the framework; when the last one goes, it stops. Every call throws
-/// `std::invalid_argument` on an empty handle.
+/// Copies share the framework, which stops when the last handle is destroyed. Every call on a
+/// default-constructed handle throws `std::invalid_argument`.
 class LOGGING2_REGISTRY_EXPORT Bundle {
 public:
     Bundle() = default;
 
-    /// The context of the present run: invalid before the first one and after each.
+    /// Returns the context of the current run. The context is invalid before the first run and
+    /// after the end of each run.
     BundleContext GetBundleContext() const;
 
-    /// Begins a run: the context is valid, and services can be registered and found.
+    /// Starts a run, so that the context is valid and services can be registered and found. Does
+    /// nothing during a run.
     void Start();
 
-    /// Ends the run: all services are gone, all contexts invalid, now and after a new start.
-    /// Follow with `Framework::WaitForStop`.
+    /// Ends the run. All its services are gone, and all its contexts are invalid for good, even
+    /// after a new start. Call `Framework::WaitForStop` afterwards.
     void Stop();
 
 protected:
-    /// A handle to the framework.
+    /// Makes a handle to the framework.
     LOGGING2_REGISTRY_NO_EXPORT explicit Bundle(std::shared_ptr<detail::FrameworkCore> core);
 
-    /// The framework behind the handle.
+    /// Returns the framework behind the handle.
     LOGGING2_REGISTRY_NO_EXPORT detail::FrameworkCore& requireCore() const;
 
 private:

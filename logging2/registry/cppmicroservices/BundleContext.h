@@ -19,28 +19,31 @@ class Registry;
 class ServiceUse;
 } // namespace detail
 
-/// Through which services are registered and found during one run of a framework.
+/// Registers and finds services during one run of a framework.
 ///
-/// Invalid if default constructed, before `Framework::Start` and after the framework stopped;
-/// every call but the test throws `IllegalStateException` then. Safe from many threads.
+/// A context is invalid if it is default constructed, before `Framework::Start` and after the
+/// framework has stopped. Every call except `operator bool` then throws `IllegalStateException`.
+///
+/// Threads: several threads may use a context at once.
 class LOGGING2_REGISTRY_EXPORT BundleContext {
 public:
     BundleContext() = default;
 
-    /// Whether services can be registered and found through it.
+    /// Whether the context is valid, so that services can be registered and found.
     explicit operator bool() const;
 
-    /// Registers an object under the interfaces `I1`, `Interfaces`...
+    /// Registers an object under the interfaces `I1`, `Interfaces`... and returns the registration.
     ///
-    /// Throws `std::invalid_argument` for a null object or a ranking that is not an `int`, and
-    /// `std::runtime_error` for keys that differ in case only.
+    /// Throws `std::invalid_argument` if the object is null or if the ranking is not an `int`, and
+    /// `std::runtime_error` if two keys differ in case only.
     template <class I1, class... Interfaces, class Impl>
     ServiceRegistration<I1, Interfaces...>
     RegisterService(const std::shared_ptr<Impl>& impl, const ServiceProperties& properties = {}) {
         return registerObjects(MakeInterfaceMap<I1, Interfaces...>(impl), properties);
     }
 
-    /// Registers a factory that makes the objects; throws `ServiceException` for a null one.
+    /// Registers a factory that creates the objects, and returns the registration. Throws
+    /// `ServiceException` if the factory is null. Throws for properties as the other overload does.
     template <class I1, class... Interfaces>
     ServiceRegistration<I1, Interfaces...>
     RegisterService(const std::shared_ptr<ServiceFactory>& factory,
@@ -50,30 +53,32 @@ public:
             properties);
     }
 
-    /// The services of an interface, all or those that match the filter; highest ranking first,
-    /// and within a ranking the first registered first. No identifier means every interface.
+    /// Returns the services of an interface that match the filter. An empty filter matches all
+    /// services, and an empty identifier stands for every interface. The service with the highest
+    /// ranking comes first, and within a ranking the first registered service.
     ///
     /// A filter is a condition on the properties of a service, such as "(&(name=a*)(!(size>=8)))".
-    /// `=` compares with `*` as wildcard, `~=` without regard to case and blanks, `<=` and `>=` by
-    /// order; "(key=*)" asks for presence. Keys have no case. A backslash takes the next character
-    /// of a value literally.
+    /// `=` compares texts with `*` as a wildcard, `~=` ignores case and blanks, and `<=` and `>=`
+    /// compare by order. "(key=*)" tests whether the property exists. The case of keys is ignored.
+    /// A backslash makes the next character of a value literal.
     ///
-    /// Throws `std::invalid_argument` for a malformed filter. Intended: only if a service of the
-    /// interface exists; otherwise the filter is not looked at.
+    /// Throws `std::invalid_argument` if the filter is malformed. Intended: it throws only if a
+    /// service of the interface is registered; otherwise the filter is not parsed.
     std::vector<ServiceReferenceU> GetServiceReferences(const std::string& interfaceId,
                                                         const std::string& filter = {});
 
-    /// The same for an interface that is known at compile time.
+    /// Returns the services of the interface `S` that match the filter, as the other overload does.
+    /// Throws `ServiceException` if `S` has no identifier.
     template <class S>
     std::vector<ServiceReference<S>> GetServiceReferences(const std::string& filter = {}) {
         const auto found = GetServiceReferences(requireInterfaceId<S>(), filter);
         return {found.begin(), found.end()};
     }
 
-    /// The service object as its interface; null if a factory fails to make one. Each call returns
-    /// an owner of its own, and the bundle uses the service until the last of them is gone.
+    /// Returns the service object as its interface, or null if a factory fails to create it. Each
+    /// call returns a separate owner. The service is in use until the last owner is gone.
     ///
-    /// Throws `std::invalid_argument` for a null reference and if the service is gone.
+    /// Throws `std::invalid_argument` if the reference is null or if the service is gone.
     template <class S>
     std::shared_ptr<S> GetService(const ServiceReference<S>& reference) {
         static_assert(!std::is_void_v<S>, "name an interface: ServiceReference<S>(reference)");

@@ -10,7 +10,8 @@ inline namespace logging2_registry {
 /// Keys of properties that the registry itself reads.
 namespace Constants {
 
-/// An `int` given by whoever registers; higher comes first, absent counts as 0.
+/// The key of a service's ranking, which is an `int`. A service with a higher ranking is found
+/// first. A missing ranking counts as 0.
 LOGGING2_REGISTRY_EXPORT extern const std::string SERVICE_RANKING;
 
 } // namespace Constants

@@ -11,12 +11,14 @@ inline namespace logging2_registry {
 
 class FrameworkEvent;
 
-/// A service registry of its own, independent of every other one in the process.
+/// A service registry that is independent of every other one in the process.
 class LOGGING2_REGISTRY_EXPORT Framework : public Bundle {
 public:
-    /// Waits until the framework has stopped; `timeout` 0 waits for ever.
+    /// Waits until the framework has stopped or the timeout has passed. A timeout of 0 waits
+    /// without a limit.
     ///
-    /// The event says STOPPED, also if asked again; WAIT_TIMEDOUT if the time is over; ERROR if the
+    /// Returns an event of the type FRAMEWORK_STOPPED if the framework has stopped, however often
+    /// it is called; FRAMEWORK_WAIT_TIMEDOUT if the timeout has passed; and FRAMEWORK_ERROR if the
     /// framework was never started.
     FrameworkEvent WaitForStop(const std::chrono::milliseconds& timeout);
 

@@ -9,17 +9,17 @@ namespace detail {
 class FrameworkCore;
 } // namespace detail
 
-/// What `Framework::WaitForStop` found.
+/// The result of `Framework::WaitForStop`.
 class FrameworkEvent {
 public:
-    /// The kinds of events; the values are those of CppMicroServices.
+    /// The types of events, with the values of CppMicroServices.
     enum Type : std::uint32_t {
         FRAMEWORK_ERROR = 0x00000002,
         FRAMEWORK_STOPPED = 0x00000040,
         FRAMEWORK_WAIT_TIMEDOUT = 0x00000200
     };
 
-    /// The kind of this event.
+    /// Returns the type of this event.
     Type GetType() const { return type; }
 
 private:

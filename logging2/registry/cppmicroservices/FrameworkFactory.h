@@ -7,10 +7,11 @@ inline namespace logging2_registry {
 
 class Framework;
 
-/// Makes frameworks. The caller must keep the `Framework`, or it stops.
+/// Creates frameworks. The caller must keep the `Framework`, because it stops when its last handle
+/// is destroyed.
 class LOGGING2_REGISTRY_EXPORT FrameworkFactory {
 public:
-    /// A framework that is not started.
+    /// Returns a new framework that is not started.
     Framework NewFramework();
 };
 

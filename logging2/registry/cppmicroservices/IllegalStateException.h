@@ -8,10 +8,10 @@
 namespace cppmicroservices {
 inline namespace logging2_registry {
 
-/// Thrown by every call on a bundle context that is not, or no longer, valid.
+/// Thrown by calls on a bundle context that is not valid.
 class LOGGING2_REGISTRY_EXPORT IllegalStateException final : public std::runtime_error {
 public:
-    /// The message becomes `what()`.
+    /// Makes an exception whose `what()` is the message.
     explicit IllegalStateException(const std::string& message);
     IllegalStateException(const IllegalStateException&) = default;
     IllegalStateException& operator=(const IllegalStateException&) = default;

@@ -8,10 +8,10 @@
 namespace cppmicroservices {
 inline namespace logging2_registry {
 
-/// A service could not be registered or found.
+/// Thrown if a service cannot be registered or found.
 class LOGGING2_REGISTRY_EXPORT ServiceException : public std::runtime_error {
 public:
-    /// The message becomes `what()`.
+    /// Makes an exception whose `what()` is the message.
     explicit ServiceException(const std::string& message);
     ServiceException(const ServiceException&) = default;
     ServiceException& operator=(const ServiceException&) = default;

@@ -8,23 +8,24 @@
 namespace cppmicroservices {
 inline namespace logging2_registry {
 
-/// Makes the service object when a bundle first asks for it. The order of the operations is fixed.
+/// Creates the objects of a service when the service is first requested.
 ///
-/// Calls for one registration are serialised.
+/// Calls for one registration are serialised. The order of the virtual operations never changes.
 class LOGGING2_REGISTRY_EXPORT ServiceFactory {
 public:
     virtual ~ServiceFactory();
 
-    /// The objects for `bundle`, one for every interface of the registration.
+    /// Returns the objects for `bundle`, one for every interface of the registration. They are kept
+    /// until the last pointer to them is released.
     ///
-    /// They are kept until the bundle drops the last pointer to them. A null or empty map, a
-    /// missing interface or an exception gives the caller a null pointer, and so does a factory
-    /// that asks for its own service while it makes it.
+    /// BundleContext::GetService() returns a null pointer if this map is null, if it lacks an
+    /// interface, if this throws an exception, or if the factory requests its own service while it
+    /// creates it.
     virtual InterfaceMapConstPtr GetService(const Bundle& bundle,
                                             const ServiceRegistrationBase& registration) = 0;
 
-    /// Takes the objects back, after the last pointer went or the service was unregistered. What it
-    /// throws is dropped.
+    /// Receives the objects back after the last pointer to them was released or the service was
+    /// unregistered. Its exceptions are ignored.
     virtual void UngetService(const Bundle& bundle, const ServiceRegistrationBase& registration,
                               const InterfaceMapConstPtr& service) = 0;
 };

@@ -8,7 +8,8 @@
 namespace cppmicroservices {
 inline namespace logging2_registry {
 
-/// What a service is registered with. Two keys that differ in case only are refused.
+/// The properties with which a service is registered. Two keys that differ in case only are
+/// refused.
 ///
 /// Filters understand values of type `std::string`, `const char *`, `char`, `bool`, the integer
 /// and floating-point types, `std::vector` and `std::list` of `std::string`, and

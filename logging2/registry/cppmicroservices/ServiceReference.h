@@ -6,28 +6,29 @@
 namespace cppmicroservices {
 inline namespace logging2_registry {
 
-/// Names a service that is registered under interface `S`.
+/// Refers to a service that is registered under interface `S`.
 template <class S>
 class ServiceReference : public ServiceReferenceBase {
 public:
     ServiceReference() = default;
 
-    /// Becomes null if the service is not registered under `S`.
+    /// Makes a reference to the same service. It is null if the service is not registered under
+    /// `S`.
     ServiceReference(const ServiceReferenceBase& base) : ServiceReferenceBase(base) {
         convertTo(us_service_interface_iid<S>());
     }
 };
 
-/// Names a service under any interface.
+/// Refers to a service under any interface.
 template <>
 class ServiceReference<void> : public ServiceReferenceBase {
 public:
     ServiceReference() = default;
-    /// Names the same service.
+    /// Makes a reference to the same service.
     ServiceReference(const ServiceReferenceBase& base) : ServiceReferenceBase(base) {}
 };
 
-/// Names a service under any interface.
+/// Refers to a service under any interface.
 using ServiceReferenceU = ServiceReference<void>;
 
 } // namespace logging2_registry

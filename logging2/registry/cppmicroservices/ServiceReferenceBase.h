@@ -13,22 +13,25 @@ namespace detail {
 class ServiceEntry;
 } // namespace detail
 
-/// Names a registered service without holding its object in use.
+/// Refers to a registered service without using its object.
 ///
-/// False if default constructed, or once the service is gone; its properties can still be read
-/// then. A reference that is alive keeps the service object alive.
+/// A reference is null if it is default constructed or if the service is gone. The properties of a
+/// service that is gone can still be read. The service object lives at least as long as a reference
+/// to it.
 class LOGGING2_REGISTRY_EXPORT ServiceReferenceBase {
 public:
-    /// Whether the service is registered now.
+    /// Whether the service is registered now. A null reference gives false.
     explicit operator bool() const;
 
-    /// The property under `key`, in whatever case; an empty `Any` if there is none.
+    /// Returns the property with this key, or an empty `Any` if there is none. The case of the key
+    /// is ignored.
     Any GetProperty(const std::string& key) const;
 
 protected:
     ServiceReferenceBase() = default;
 
-    /// Names the service under the interface, or nothing if it is not registered under it.
+    /// Makes this refer to the service under the interface, or to nothing if the service is not
+    /// registered under it.
     void convertTo(const std::string& interfaceId);
 
 private:

@@ -24,7 +24,7 @@ class ServiceRegistration<void> : public ServiceRegistrationBase {
 public:
     ServiceRegistration() = default;
 
-    /// A further handle of the same service.
+    /// Makes a further handle of the same service.
     ServiceRegistration(const ServiceRegistrationBase& base) : ServiceRegistrationBase(base) {}
 };
 

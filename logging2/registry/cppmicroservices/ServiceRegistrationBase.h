@@ -12,19 +12,21 @@ namespace detail {
 class ServiceEntry;
 } // namespace detail
 
-/// The handle through which a service is changed and unregistered.
+/// The handle with which a service is changed and unregistered.
 ///
-/// Dropping it leaves the service registered. While it is alive, so is the service object. Every
-/// call throws `std::logic_error` on an empty handle, and once `Unregister` was called.
+/// Destroying the handle leaves the service registered. The service object lives at least as long
+/// as a handle of it. Every call throws `std::logic_error` if the handle is empty or if
+/// `Unregister` was called before.
 class LOGGING2_REGISTRY_EXPORT ServiceRegistrationBase {
 public:
-    /// Replaces all properties but those that the registry sets; a new ranking takes effect at
-    /// once. Throws `std::runtime_error` for keys that differ in case only, and
-    /// `std::invalid_argument` for a ranking that is not an `int`.
+    /// Replaces all properties except those that the registry sets. A new ranking takes effect at
+    /// once. Throws `std::runtime_error` if two keys differ in case only, and
+    /// `std::invalid_argument` if the ranking is not an `int`.
     void SetProperties(const ServiceProperties& properties);
 
-    /// Unregisters the service: references to it turn false, lookups do not find it any more,
-    /// objects already obtained stay usable. Does nothing if the framework was stopped meanwhile.
+    /// Unregisters the service. References to it become null, and look-ups no longer find it.
+    /// Objects that were obtained before stay usable. Does nothing if the framework was stopped
+    /// before.
     void Unregister();
 
 protected:

@@ -9,8 +9,8 @@ namespace cppmicroservices {
 inline namespace logging2_registry {
 namespace detail {
 
-/// Stands for `*` in the value of a comparison. Intended: a text that holds this character itself
-/// gets the wildcard, too.
+/// Stands for `*` in the value of a comparison. Intended: if a filter contains this character
+/// itself, it also acts as a wildcard.
 constexpr char wildcard = '\x7f';
 
 /// A parsed filter: either a comparison or a combination of parts.
@@ -27,7 +27,7 @@ struct Filter {
     std::string value;
 };
 
-/// Throws `std::invalid_argument` for a text that is no filter.
+/// Returns the parsed filter. Throws `std::invalid_argument` if the text is not a filter.
 Filter parse_filter(const std::string& text);
 
 bool matches(const Filter& filter, const Properties& properties);

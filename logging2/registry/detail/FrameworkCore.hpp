@@ -13,9 +13,9 @@ namespace cppmicroservices {
 inline namespace logging2_registry {
 namespace detail {
 
-/// The life of a framework: from run to run, each with a registry of its own.
+/// The state of a framework. Each run from a start to a stop has its own registry.
 ///
-/// All handles share it; it stops when the last one goes.
+/// All handles share the state. The framework stops when the last handle is destroyed.
 class FrameworkCore : public std::enable_shared_from_this<FrameworkCore> {
 public:
     FrameworkCore() = default;
@@ -27,7 +27,8 @@ public:
     void stop();
     FrameworkEvent waitForStop(std::chrono::milliseconds timeout);
 
-    /// Null before the first run, closed after each.
+    /// Returns the registry of the current run. It is null before the first run, and closed after
+    /// each run.
     std::shared_ptr<Registry> registry() const;
 
 private:

@@ -11,14 +11,15 @@ namespace detail {
 
 bool equal_ignoring_case(const std::string& left, const std::string& right);
 
-/// The properties of a service at one moment; immutable, keys looked up without regard to case.
+/// The properties of a service at one moment. They never change. Look-ups ignore the case of keys.
 class Properties {
 public:
-    /// What the registry sets wins over what is given. Throws `std::runtime_error` if two given
-    /// keys differ in case only, `std::invalid_argument` if the ranking is not an `int`.
+    /// Merges the properties. Those that the registry sets (fixed) replace given ones. Throws
+    /// `std::runtime_error` if two given keys differ in case only, and `std::invalid_argument` if
+    /// the ranking is not an `int`.
     Properties(const ServiceProperties& given, const ServiceProperties& fixed);
 
-    /// Null when there is no such key.
+    /// Returns the value of the key, or null if there is none.
     const Any* find(const std::string& key) const;
 
     int ranking() const { return rank; }

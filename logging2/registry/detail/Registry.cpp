@@ -12,7 +12,7 @@ inline namespace logging2_registry {
 namespace detail {
 namespace {
 
-/// Rankings may change meanwhile: each is read once.
+/// Sorts by ranking. Another thread may change a ranking meanwhile, so each is read only once.
 void sort_by_preference(Registry::Entries& entries) {
     std::vector<std::pair<int, std::shared_ptr<ServiceEntry>>> ranked;
     for (auto& entry : entries) {

@@ -13,9 +13,10 @@ namespace detail {
 
 class FrameworkCore;
 
-/// The services of one run of a framework; closed for good when the run ends.
+/// The services of one run of a framework. The registry is closed for good when the run ends.
 ///
-/// Nothing of the host (factories, destructors of services) runs under its mutex.
+/// No code of the host, such as factories and destructors of services, runs while its mutex is
+/// held.
 class Registry : public std::enable_shared_from_this<Registry> {
 public:
     using Entries = std::vector<std::shared_ptr<ServiceEntry>>;
@@ -25,13 +26,14 @@ public:
     bool isOpen() const;
     void close();
 
-    /// Null once the framework is gone.
+    /// Returns the framework, or null if it is gone.
     std::shared_ptr<FrameworkCore> framework() const;
 
     std::shared_ptr<ServiceEntry> add(ServiceSource source, const ServiceProperties& properties);
     void remove(const ServiceEntry& entry);
 
-    /// The services in the order of preference; see `BundleContext::GetServiceReferences`.
+    /// Returns the matching services, sorted by preference. See
+    /// `BundleContext::GetServiceReferences`.
     Entries find(const std::string& interfaceId, const std::string& filterText) const;
 
 private:

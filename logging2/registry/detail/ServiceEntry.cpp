@@ -11,7 +11,7 @@ inline namespace logging2_registry {
 namespace detail {
 namespace {
 
-/// Sets a flag for as long as it lives.
+/// Sets a flag as long as this object lives.
 class ScopedFlag {
 public:
     explicit ScopedFlag(bool& target) : flag(target) { flag = true; }
@@ -120,7 +120,7 @@ std::shared_ptr<ServiceUse> ServiceEntry::useFactory() {
                 : std::make_shared<ServiceUse>(nullptr);
 }
 
-/// Null if the factory fails, or asks for its own service while it makes it.
+/// Returns null if the factory fails, or if it requests its own service while it creates it.
 InterfaceMapConstPtr ServiceEntry::makeObjects() {
     if (making) {
         return nullptr;
@@ -147,7 +147,8 @@ void ServiceEntry::release() {
     }
 }
 
-/// Must not throw: it runs when a service pointer is dropped. The gate must be held.
+/// Must not throw, because it runs when a service pointer is released. The caller must hold the
+/// gate.
 void ServiceEntry::takeBackObjects() {
     const InterfaceMapConstPtr objects = std::exchange(made, nullptr);
     if (!objects) {
@@ -157,7 +158,7 @@ void ServiceEntry::takeBackObjects() {
         source.factory->UngetService(bundle(), ServiceRegistrationBase(shared_from_this()),
                                      objects);
     } catch (...) {
-        // A factory's fault is not the user's.
+        // The user of the service cannot act on an error of its factory.
     }
 }
 

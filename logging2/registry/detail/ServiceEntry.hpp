@@ -19,15 +19,15 @@ class FrameworkCore;
 class Registry;
 class ServiceEntry;
 
-/// What was registered: either objects by interface, or a factory for them.
+/// The source of a service's objects: either the objects by interface, or a factory for them.
 struct ServiceSource {
     std::vector<std::string> interfaceIds;
     InterfaceMapConstPtr objects;
     std::shared_ptr<ServiceFactory> factory;
 };
 
-/// One owner's use of the objects; null if there are none. Tells the service when it ends if a
-/// factory made them.
+/// One owner's use of a service's objects. There may be none. If a factory made the objects, the
+/// service is told when the use ends.
 class ServiceUse {
 public:
     explicit ServiceUse(InterfaceMapConstPtr used);
@@ -43,9 +43,9 @@ private:
     const InterfaceMapConstPtr map;
 };
 
-/// One registered service: its properties, whether it is still there, and who uses it.
+/// One registered service: its properties, whether it is still registered, and its uses.
 ///
-/// References, registrations and service pointers share it; it outlives its registry if they do.
+/// References, registrations and service pointers share the entry, so it may outlive its registry.
 class ServiceEntry : public std::enable_shared_from_this<ServiceEntry> {
 public:
     ServiceEntry(long serviceId, ServiceSource registered, const ServiceProperties& given,
@@ -57,15 +57,15 @@ public:
     std::shared_ptr<const Properties> properties() const;
     void setProperties(const ServiceProperties& given);
 
-    /// Whether it can be found and used.
+    /// Whether the service can be found and used.
     bool isAlive() const;
-    /// Whether it was taken back, as opposed to ended together with its framework.
+    /// Whether unregister() was called. A service that ended with its framework does not count.
     bool isUnregistered() const;
     void unregister();
-    /// Ends it together with its framework: objects in use are left to their owners.
+    /// Ends the service together with its framework. Objects in use stay with their owners.
     void retire();
 
-    /// A use of its own; null when the service is gone.
+    /// Returns a new use of the service, or null if the service is gone.
     std::shared_ptr<ServiceUse> use();
 
 private:
@@ -88,7 +88,8 @@ private:
     bool alive = true;                         // guarded by mutex
     bool unregistered = false;                 // guarded by mutex
 
-    // Held while the factory works. Recursive, as the factory may come back for its own service.
+    // Held during calls of the factory. It is recursive, because a factory may request its own
+    // service.
     std::recursive_mutex factoryGate;
     bool making = false;       // guarded by factoryGate
     std::size_t useCount = 0;  // guarded by factoryGate; of what the factory made

@@ -10,7 +10,7 @@ namespace cppmicroservices {
 inline namespace logging2_registry {
 namespace detail {
 
-/// Calls `visitor` with the held value if it is of one of the types named; tells whether it was.
+/// Calls `visitor` with the held value if it has one of the types. Returns whether it has.
 template <typename... Values, typename Visitor>
 bool visit_if_one_of(const Any& any, Visitor&& visitor) {
     const auto visitIf = [&visitor](const auto* value) {
@@ -22,7 +22,8 @@ bool visit_if_one_of(const Any& any, Visitor&& visitor) {
     return (visitIf(any_cast<Values>(&any)) || ...);
 }
 
-/// Calls `visitor` with the held value if a service property may be of its type.
+/// Calls `visitor` with the held value if it has one of the types that a service property may have.
+/// Returns whether it has.
 template <typename Visitor>
 bool visit_property(const Any& any, Visitor&& visitor) {
     return visit_if_one_of<std::string, const char*, char, bool, signed char, unsigned char, short,

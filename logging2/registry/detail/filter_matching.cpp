@@ -51,7 +51,7 @@ bool compare(const Value& actual, Filter::Operator op, const Value& wanted) {
     }
 }
 
-/// Holds one comparison against the values of a property, whatever their types.
+/// Compares the value of a property, whatever its type, with the text of a filter.
 class Comparison {
 public:
     explicit Comparison(const Filter& comparison) : op(comparison.op), wanted(comparison.value) {}
@@ -79,7 +79,7 @@ private:
     bool holds(const char* actual) const { return holds(std::string(actual)); }
     bool holds(char actual) const { return holds(std::string(1, actual)); }
 
-    /// Intended: an abbreviation of "true" or "false" is enough, even the empty one.
+    /// Intended: the wanted text may be any abbreviation of "true" or "false", even the empty one.
     bool holds(bool actual) const {
         const std::string name = actual ? "true" : "false";
         const bool comparable =
@@ -87,7 +87,7 @@ private:
         return comparable && equal_ignoring_case(name.substr(0, wanted.size()), wanted);
     }
 
-    /// Intended: only the start of the wanted text needs to be a number.
+    /// Intended: only the beginning of the wanted text must be a number.
     template <typename Number>
     std::enable_if_t<std::is_arithmetic_v<Number>, bool> holds(Number actual) const {
         char* end = nullptr;

@@ -22,7 +22,7 @@ public:
 
     Filter parse() {
         Filter filter = parseFilter();
-        // Intended: of all blanks only spaces may follow.
+        // Intended: spaces may follow, but no other blanks.
         if (rest.find_first_not_of(' ') != std::string_view::npos) {
             fail("Trailing garbage '" + std::string(rest) + "'");
         }
@@ -105,7 +105,8 @@ private:
         fail("Undefined operator");
     }
 
-    /// Up to the parenthesis that closes the comparison; balanced ones belong to the value.
+    /// Reads the value up to the parenthesis that closes the comparison. Balanced parentheses
+    /// belong to the value.
     std::string parseValue() {
         std::string value;
         for (int depth = 0;;) {

@@ -5,7 +5,7 @@
 namespace logging2::core::conformance {
 namespace {
 
-/// The fault where there is one, otherwise what a sound back-end does.
+/// Calls the fault if it is set, otherwise the sound behaviour.
 template <class Fault, class Sound, class... Arguments>
 auto either(const Fault& fault, Sound&& sound, Arguments&&... arguments) {
     return fault ? fault(std::forward<Arguments>(arguments)...) : sound();
@@ -103,7 +103,7 @@ std::unique_ptr<StreamReader> sound_reader(Base base, const boost::any& store) {
     return std::make_unique<MemoryStreamReader>(store);
 }
 
-/// What the back-end's services have in common.
+/// The part that the back-end's services share.
 class FaultyFactory {
 public:
     FaultyFactory(Base soundBase, Faults planted) : base(soundBase), faults(std::move(planted)) {}

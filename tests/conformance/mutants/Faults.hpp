@@ -11,15 +11,16 @@
 
 namespace logging2::core::conformance {
 
-/// What a faulty back-end does in the place of the sound one behind it. What is not set is passed
-/// on. What several writers, readers or services are to share is captured by handle.
+/// The behaviour of a faulty back-end in place of the sound one behind it. Calls whose member is
+/// not set are forwarded. State that several writers, readers or services share is captured by
+/// handle.
 struct Faults {
-    /// Under which names the services are registered, and how high.
+    /// The names and the ranking of the registered services.
     std::vector<std::string> names{"mutant"};
     int ranking = 0;
     std::function<void()> serviceGone;
 
-    /// The caller's own attributes, before the copies that follow are made.
+    /// Receives the caller's own attributes before they are copied.
     std::function<void(const StreamingAttributes&)> asked;
     std::function<void(StreamingAttributes&, GroupSetup&)> making;
     std::function<void(StreamWriter&)> made;
@@ -33,7 +34,7 @@ struct Faults {
     std::function<void(StreamWriter&)> flushIntermediate;
     std::function<void(StreamWriter&)> close;
 
-    /// What a reader reads instead of the store.
+    /// Returns what a reader reads instead of the store.
     std::function<boost::any(const boost::any&)> opening;
     std::function<std::unique_ptr<StreamReader>(const StreamReader&)> clone;
     std::function<Doubles(const StreamReader&)> times;
@@ -42,10 +43,10 @@ struct Faults {
 
 enum class Base { memory, memoryRestricted, native };
 
-/// What the sound back-end declares, under the name "mutant".
+/// The declaration of the sound back-end, under the name "mutant".
 Subject declared_by(Base base);
 
-/// The sound back-end with the faults, which declares this.
+/// The sound back-end with the faults and this declaration.
 Subject faulty(Base base, Subject declared, const Faults& faults);
 
 } // namespace logging2::core::conformance

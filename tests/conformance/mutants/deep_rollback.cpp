@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-// Back-ends whose rollback has a limit, or is wrong only if it discards many samples.
+// Back-ends whose rollback has a limit, or is wrong only for many samples.
 
 namespace logging2::core::conformance {
 namespace {
@@ -13,14 +13,14 @@ MemoryStreamWriter& memory(StreamWriter& target) {
     return dynamic_cast<MemoryStreamWriter&>(target);
 }
 
-/// How many samples a rollback to the time discards.
+/// The number of samples that a rollback to the time discards.
 std::size_t later_count(StreamWriter& target, std::size_t group, double time) {
     const Doubles& times = memory(target).times(group);
     return static_cast<std::size_t>(times.end() -
                                     std::upper_bound(times.begin(), times.end(), time));
 }
 
-/// Rollback discards what the function makes of the right count.
+/// Makes rollback discard the changed number of samples.
 template <class Change>
 void change_count(Faults& faults, Change change) {
     faults.rollback = [change](StreamWriter& target, std::size_t group, double time) {
@@ -31,25 +31,25 @@ void change_count(Faults& faults, Change change) {
 constexpr std::size_t many = 1000;
 
 const Mutant table[] = {
-    {"keepsTheNewest5000SamplesUndoable", "rollbackReachesAnyNumberOfSamplesBack", Base::memory,
+    {"rollsBackAtMost5000Samples", "rollbackDiscardsAnyNumberOfSamples", Base::memory,
      [](Faults& faults, Subject&) {
          change_count(faults, [](std::size_t count) { return std::min<std::size_t>(count, 5000); });
      }},
-    {"keepsTheNewest100000SamplesUndoable", "rollbackReachesAnyNumberOfSamplesBack", Base::memory,
+    {"rollsBackAtMost100000Samples", "rollbackDiscardsAnyNumberOfSamples", Base::memory,
      [](Faults& faults, Subject&) {
          change_count(faults,
                       [](std::size_t count) { return std::min<std::size_t>(count, 100000); });
      }},
-    {"discardsOneSampleTooManyOfMany", "rollbackOfManySamplesIsExact", Base::memory,
+    {"discardsOneSampleTooManyInLargeRollbacks", "rollbackOfManySamplesIsExact", Base::memory,
      [](Faults& faults, Subject&) {
          change_count(faults, [](std::size_t count) { return count + (count > many ? 1 : 0); });
      }},
-    {"discardsOneSampleTooFewOfMany", "rollbackOfManySamplesIsExact", Base::memory,
+    {"discardsOneSampleTooFewInLargeRollbacks", "rollbackOfManySamplesIsExact", Base::memory,
      [](Faults& faults, Subject&) {
          change_count(faults, [](std::size_t count) { return count - (count > many ? 1 : 0); });
      }},
-    {"discardsNoneOfTheManyThatWereFlushedIntermediately",
-     "rollbackOfManySamplesReachesOverFlushIntermediate", Base::memory,
+    {"keepsManySamplesFlushedIntermediately", "rollbackOfManySamplesIsExactAfterFlushIntermediate",
+     Base::memory,
      [](Faults& faults, Subject&) {
          const auto flushed = std::make_shared<std::size_t>(0);
          faults.flushIntermediate = [flushed](StreamWriter& target) {
@@ -62,8 +62,7 @@ const Mutant table[] = {
                                      std::min(later_count(target, group, time), held - kept));
          };
      }},
-    {"replacesTheNewest100000SamplesAtMost", "aBackwardTimeReplacesAnyNumberOfSamples",
-     Base::memory,
+    {"replacesAtMost100000Samples", "earlierTimeReplacesAnyNumberOfSamples", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = false;

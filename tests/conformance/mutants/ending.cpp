@@ -6,13 +6,15 @@
 #include <filesystem>
 #include <fstream>
 
-// Back-ends that end badly: flush, close, stores, and what they leave behind.
+// Back-ends with faults at the end of a run: in flush, close and stores, and in the files that they
+// leave.
 
 namespace logging2::core::conformance {
 namespace {
 
 const Mutant table[] = {
-    {"takesFlushIntermediateForTheEnd", "flushIntermediateLosesAndDoublesNothing", Base::memory,
+    {"treatsFlushIntermediateAsFlush", "flushIntermediateNeitherLosesNorRepeatsSamples",
+     Base::memory,
      [](Faults& faults, Subject&) {
          faults.flushIntermediate = [](StreamWriter& target) { target.flush(); };
      }},
@@ -24,19 +26,19 @@ const Mutant table[] = {
              return *closed ? boost::any() : target.dataStore(path);
          };
      }},
-    {"forgetsToFlushOnClose", "closeAloneMakesTheSamplesFinal", Base::memory,
+    {"forgetsToFlushOnClose", "closeWithoutFlushMakesTheSamplesFinal", Base::memory,
      [](Faults& faults, Subject&) { faults.close = [](StreamWriter&) {}; }},
-    {"tellsAnInfoThatWasNotDeclared", "dataStoreInfoIsEmpty", Base::memory,
+    {"returnsAnUndeclaredDataStoreInfo", "dataStoreInfoIsEmpty", Base::memory,
      [](Faults& faults, Subject&) { faults.dataStoreInfo = [] { return DataStoreInfo(); }; }},
-    {"tellsNoInfo", "dataStoreInfoTellsSomethingAfterTheFlush", Base::memory,
+    {"returnsNoDataStoreInfo", "dataStoreInfoHasAValueAfterTheFlush", Base::memory,
      [](Faults&, Subject& declared) { declared.supports.dataStoreInfo = true; }},
-    {"givesEachStoreOnce", "aStoreMayBeAskedForAgain", Base::memory,
+    {"givesAStoreOnlyOnce", "dataStoreMayBeCalledRepeatedly", Base::memory,
      [](Faults& faults, Subject&) {
          faults.dataStore = [given = 0](const StreamWriter& target, const ValuePath& path) mutable {
              return ++given == 1 ? target.dataStore(path) : boost::any();
          };
      }},
-    {"leavesSamplesToTheNextWriter", "samplesThatWereNotFlushedDoNotTurnUpElsewhere", Base::memory,
+    {"passesSamplesToTheNextWriter", "unflushedSamplesDoNotAppearInAnotherWriter", Base::memory,
      [](Faults& faults, Subject&) {
          const auto left = std::make_shared<Doubles>();
          faults.made = [left](StreamWriter& target) { write_calls(target, 0, *left); };
@@ -44,7 +46,7 @@ const Mutant table[] = {
              *left = dynamic_cast<MemoryStreamWriter&>(target).times(0);
          };
      }},
-    {"leavesAFile", "noFileIsLeftWhenEveryPathWasRead", Base::memory,
+    {"leavesAFileInTheHostsDirectory", "noFileRemainsAfterEveryPathWasRead", Base::memory,
      [](Faults& faults, Subject&) {
          faults.flush = [](StreamWriter& target) {
              target.flush();
@@ -52,14 +54,14 @@ const Mutant table[] = {
              std::ofstream(foundation::ustring_to_utf8_string(directory) + "/journal") << "flushed";
          };
      }},
-    {"leavesAFileWhereTheEnvironmentSays", "noFileIsLeftWhenEveryPathWasRead", Base::memory,
+    {"leavesAFileInTheSystemsDirectory", "noFileRemainsAfterEveryPathWasRead", Base::memory,
      [](Faults& faults, Subject&) {
          faults.flush = [](StreamWriter& target) {
              target.flush();
              std::ofstream(std::filesystem::temp_directory_path() / "journal") << "flushed";
          };
      }},
-    {"leavesAFileInTmpdir", "noFileIsLeftWhenEveryPathWasRead", Base::memory,
+    {"leavesAFileInTmpdir", "noFileRemainsAfterEveryPathWasRead", Base::memory,
      [](Faults& faults, Subject&) {
          faults.made = [](StreamWriter&) {
              const char* const directory = std::getenv("TMPDIR");

@@ -2,29 +2,30 @@
 
 #include <iterator>
 
-// Back-ends whose readers read once, differ from their clones, or die too early or too late.
+// Back-ends whose readers read only once, differ from their clones, or whose data lives too short
+// or too long.
 
 namespace logging2::core::conformance {
 namespace {
 
 const Mutant table[] = {
-    {"givesTheTimesWithTheValuesOnly", "timesAreThoseOfTheTimeseries", Base::memory,
+    {"returnsTimesOnlyInTimeseries", "timesMatchTheTimeseries", Base::memory,
      [](Faults& faults, Subject&) {
          faults.times = [](const StreamReader&) { return Doubles(); };
      }},
-    {"givesTheDataAwayWithTheFirstReading", "aReaderReadsAnyNumberOfTimes", Base::memory,
+    {"readsOnlyOnce", "readerMayReadRepeatedly", Base::memory,
      [](Faults& faults, Subject&) {
          faults.timeseries = [read = 0](Series series) mutable {
              return ++read == 1 ? std::move(series) : Series();
          };
      }},
-    {"clonesAnEmptyReader", "aCloneReadsTheSame", Base::memory,
+    {"clonesAnEmptyReader", "cloneReadsTheSameData", Base::memory,
      [](Faults& faults, Subject&) {
          faults.clone = [](const StreamReader&) -> std::unique_ptr<StreamReader> {
              return std::make_unique<MemoryStreamReader>(boost::any());
          };
      }},
-    {"movesTheStoreIntoItsFirstReader", "twoReadersOfOneStoreReadTheSame", Base::memory,
+    {"movesTheStoreIntoItsFirstReader", "twoReadersOfOneStoreReadTheSameData", Base::memory,
      [](Faults& faults, Subject&) {
          faults.opening = [](const boost::any& store) -> boost::any {
              const auto& shared = boost::any_cast<const MemoryDatastore&>(store);
@@ -32,7 +33,7 @@ const Mutant table[] = {
                                     std::make_shared<Doubles>(std::move(*shared.values))};
          };
      }},
-    {"takesTheStoresAlong", "storesAndReadersOutliveTheWriter", Base::memory,
+    {"clearsItsStoresOnDestruction", "storesAndReadersOutliveTheWriter", Base::memory,
      [](Faults& faults, Subject&) {
          const auto given = std::make_shared<std::vector<MemoryDatastore>>();
          faults.dataStore = [given](const StreamWriter& target, const ValuePath& path) {
@@ -46,17 +47,17 @@ const Mutant table[] = {
              }
          };
      }},
-    {"deletesUndeclared", "aCloneOutlivesItsReader", Base::native,
+    {"deletesDataWithoutDeclaringIt", "cloneOutlivesItsReader", Base::native,
      [](Faults&, Subject& declared) { declared.supports.readersDelete = false; }},
-    {"keepsWhatItDeclaresToDelete", "theDataGoesWithItsFirstReader", Base::memory,
+    {"keepsDataThatItDeclaresToDelete", "firstDestroyedReaderDeletesTheData", Base::memory,
      [](Faults&, Subject& declared) { declared.supports.readersDelete = true; }},
-    {"refusesAnEmptyAny", "aReaderOfAnEmptyAnyHasNoData", Base::memory,
+    {"refusesAnEmptyAny", "readerOfAnEmptyAnyHasNoData", Base::memory,
      [](Faults& faults, Subject&) {
          faults.opening = [](const boost::any& store) -> boost::any {
              return boost::any_cast<const MemoryDatastore&>(store);
          };
      }},
-    {"readsForeignStoresAsEmpty", "aStoreOfAnotherTypeIsRefused", Base::memory,
+    {"readsForeignStoresAsEmpty", "storeOfAnotherTypeIsRefused", Base::memory,
      [](Faults& faults, Subject&) {
          faults.opening = [](const boost::any& store) {
              return boost::any_cast<MemoryDatastore>(&store) ? store : boost::any();

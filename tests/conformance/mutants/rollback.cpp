@@ -4,7 +4,7 @@
 #include <limits>
 #include <stdexcept>
 
-// Back-ends that take back too much, too little or nothing, and whose history has another bound.
+// Back-ends that discard too much, too little or nothing, or apply another point limit.
 
 namespace logging2::core::conformance {
 namespace {
@@ -28,21 +28,21 @@ void drop_oldest(MemoryStreamWriter& writer, std::size_t group, std::size_t limi
 }
 
 const Mutant table[] = {
-    {"ignoresRollback", "rollbackTakesLaterSamplesBack", Base::memory,
+    {"ignoresRollback", "rollbackDiscardsLaterSamples", Base::memory,
      [](Faults& faults, Subject&) { faults.rollback = [](StreamWriter&, std::size_t, double) {}; }},
-    {"takesEqualTimesBack", "rollbackKeepsSamplesAtEqualTime", Base::memory,
+    {"discardsEqualTimes", "rollbackKeepsSamplesAtEqualTime", Base::memory,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              target.rollback(group, std::nextafter(time, -std::numeric_limits<double>::max()));
          };
      }},
-    {"keepsTimesWithinATolerance", "rollbackTellsNeighbouringTimesApart", Base::memory,
+    {"keepsTimesWithinATolerance", "rollbackDistinguishesNeighbouringTimes", Base::memory,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              target.rollback(group, time + 1e-12);
          };
      }},
-    {"takesTheLastSampleBackAtLeast", "rollbackToTheLastTimeOrBehindItChangesNothing", Base::memory,
+    {"alwaysDiscardsTheLastSample", "rollbackToTheLastTimeOrLaterChangesNothing", Base::memory,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              memory(target).rollback(group, std::size_t{1});
@@ -55,14 +55,14 @@ const Mutant table[] = {
              target.rollback(group, std::max(time, memory(target).times(group).front()));
          };
      }},
-    {"takesAllGroupsBack", "rollbackOfOneGroupLeavesTheOthers", Base::memory,
+    {"rollsBackAllGroups", "rollbackOfOneGroupKeepsTheOthers", Base::memory,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t, double time) {
              target.rollback(0, time);
              target.rollback(1, time);
          };
      }},
-    {"refusesToTakeNothingBack", "rollbackOfAnEmptyGroupChangesNothing", Base::memory,
+    {"refusesToRollBackAnEmptyGroup", "rollbackOfAnEmptyGroupChangesNothing", Base::memory,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double) {
              if (memory(target).numSteps(group) == 0) {
@@ -70,7 +70,7 @@ const Mutant table[] = {
              }
          };
      }},
-    {"takesNoSamplesAfterARollback", "samplesMayFollowARollback", Base::memory,
+    {"ignoresSamplesAfterARollback", "samplesMayFollowARollback", Base::memory,
      [](Faults& faults, Subject&) {
          const auto done = std::make_shared<bool>(false);
          faults.rollback = [done](StreamWriter& target, std::size_t group, double time) {
@@ -81,7 +81,8 @@ const Mutant table[] = {
              return *done || target.write(arguments...);
          };
      }},
-    {"keepsWhatWasFlushedIntermediately", "rollbackReachesOverFlushIntermediate", Base::memory,
+    {"keepsSamplesFlushedIntermediately", "rollbackDiscardsSamplesBeforeFlushIntermediate",
+     Base::memory,
      [](Faults& faults, Subject&) {
          const auto final = std::make_shared<double>(-std::numeric_limits<double>::infinity());
          faults.flushIntermediate = [final](StreamWriter& target) {
@@ -91,21 +92,21 @@ const Mutant table[] = {
              target.rollback(group, std::max(time, *final));
          };
      }},
-    {"warnsThoughItTakesBack", "rollbackIssuesNoWarning", Base::memory,
+    {"warnsAlthoughItRollsBack", "rollbackIssuesNoWarning", Base::memory,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
-    {"warnsTwice", "aDeclinedRollbackIssuesOneWarning", Base::native,
+    {"warnsTwice", "declinedRollbackIssuesOneWarning", Base::native,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
              decline_rollback(attributes());
              target.rollback(group, time);
          };
      }},
-    {"warnsAndTakesBack", "aDeclinedRollbackKeepsTheSamples", Base::memory,
+    {"warnsAndRollsBack", "declinedRollbackKeepsTheSamples", Base::memory,
      [](Faults& faults, Subject& declared) {
          declared.info.supportsRollback = false;
          faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
@@ -113,13 +114,13 @@ const Mutant table[] = {
              target.rollback(group, time);
          };
      }},
-    {"keepsRepeatedTimes", "aRepeatedTimeReplacesTheSample", Base::memory,
+    {"keepsRepeatedTimes", "repeatedTimeReplacesTheSample", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = false;
          };
      }},
-    {"takesTimesWithinAToleranceForRepeated", "aNeighbouringLaterTimeReplacesNothing", Base::memory,
+    {"treatsCloseTimesAsRepeated", "neighbouringLaterTimeReplacesNothing", Base::memory,
      [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,
                            auto... arguments) {
@@ -127,7 +128,7 @@ const Mutant table[] = {
              return target.write(group, time, arguments...);
          };
      }},
-    {"replacesTheLastSampleOnly", "aBackwardTimeReplacesEverythingFromItOn", Base::memory,
+    {"replacesOnlyTheLastSample", "earlierTimeReplacesAllSamplesFromThere", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = false;
@@ -139,7 +140,7 @@ const Mutant table[] = {
              return target.write(group, time, arguments...);
          };
      }},
-    {"takesAllGroupsBackOnRegression", "aBackwardTimeOfOneGroupLeavesTheOthers", Base::memory,
+    {"rollsBackAllGroupsOnRegression", "earlierTimeOfOneGroupKeepsTheOthers", Base::memory,
      [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,
                            auto... arguments) {
@@ -147,25 +148,25 @@ const Mutant table[] = {
              return target.write(group, time, arguments...);
          };
      }},
-    {"readsTheRegressionFlagUndeclared", "timesAreKeptAsTheyComeWhateverTheRegressionFlag",
+    {"obeysTheRegressionFlagWithoutDeclaringIt", "unsupportedRegressionFlagReplacesNothing",
      Base::memory,
      [](Faults&, Subject& declared) { declared.supports.rollbackOnTimeRegression = false; }},
-    {"knowsNoLimit", "theLastSamplesOfEachGroupAreKept", Base::memory,
+    {"ignoresThePointLimit", "lastSamplesOfEachGroupAreKept", Base::memory,
      [](Faults&, Subject& declared) { declared.supports.pointLimit = true; }},
-    {"keepsOneSampleLessThanTheLimit", "aLimitThatIsJustReachedDropsNothing",
+    {"keepsOneSampleFewerThanTheLimit", "limitThatIsJustReachedDropsNothing",
      Base::memoryRestricted,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              --attributes.pointLimit;
          };
      }},
-    {"takesZeroForNoLimit", "aLimitOfZeroKeepsNothing", Base::memoryRestricted,
+    {"treatsZeroAsNoLimit", "limitOfZeroKeepsNothing", Base::memoryRestricted,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.pointLimit = attributes.pointLimit == 0 ? 1000 : attributes.pointLimit;
          };
      }},
-    {"appliesTheLimitAtTheEnd", "aSampleBeyondTheLimitDoesNotComeBack", Base::memory,
+    {"appliesTheLimitOnlyAtTheEnd", "rollbackDoesNotRestoreSamplesBeyondTheLimit", Base::memory,
      [](Faults& faults, Subject& declared) {
          declared.supports.pointLimit = true;
          const auto limit = std::make_shared<std::size_t>();
@@ -177,7 +178,7 @@ const Mutant table[] = {
              target.flush();
          };
      }},
-    {"readsTheLimitUndeclared", "everySampleIsKeptWhateverThePointLimit", Base::memoryRestricted,
+    {"obeysTheLimitWithoutDeclaringIt", "unsupportedPointLimitDropsNothing", Base::memoryRestricted,
      [](Faults&, Subject& declared) { declared.supports.pointLimit = false; }},
 };
 

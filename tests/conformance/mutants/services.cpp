@@ -2,19 +2,19 @@
 
 #include <climits>
 
-// Back-ends that are registered badly or need their service.
+// Back-ends that are registered incorrectly or depend on their service.
 
 namespace logging2::core::conformance {
 namespace {
 
 const Mutant table[] = {
-    {"isRegisteredUnderAnotherName", "writerAndReaderAreFoundByTheName", Base::memory,
+    {"isRegisteredUnderAnotherName", "writerAndReaderAreFoundByName", Base::memory,
      [](Faults& faults, Subject&) { faults.names = {"mutants"}; }},
-    {"answersToOtherNamesToo", "anotherNameFindsNothing", Base::memory,
+    {"isAlsoFoundByAnotherName", "otherNamesFindNothing", Base::memory,
      [](Faults& faults, Subject&) { faults.names.emplace_back("mutant-absent"); }},
-    {"cannotBeOutranked", "aServiceOfHigherRankingIsAskedInstead", Base::memory,
+    {"cannotBeOutranked", "serviceOfHigherRankingIsUsedInstead", Base::memory,
      [](Faults& faults, Subject&) { faults.ranking = INT_MAX; }},
-    {"writesThroughItsService", "aWriterOutlivesItsService", Base::memory,
+    {"writesThroughItsService", "writerOutlivesItsService", Base::memory,
      [](Faults& faults, Subject&) {
          const auto alive = std::make_shared<bool>(true);
          faults.serviceGone = [alive] { *alive = false; };
@@ -24,7 +24,7 @@ const Mutant table[] = {
              }
          };
      }},
-    {"readsThroughItsService", "aReaderOutlivesItsService", Base::memory,
+    {"readsThroughItsService", "readerOutlivesItsService", Base::memory,
      [](Faults& faults, Subject&) {
          const auto alive = std::make_shared<bool>(true);
          faults.serviceGone = [alive] { *alive = false; };

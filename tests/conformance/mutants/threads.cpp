@@ -5,13 +5,13 @@
 #include <stdexcept>
 #include <thread>
 
-// Back-ends that work on one thread only, or with one writer at a time. Each is caught on every
-// run; data races, which are caught under ThreadSanitizer only, stand in data_races_test.cpp.
+// Back-ends that work only on one thread or with one writer at a time. Each is found in every run.
+// data_races_test.cpp contains data races, which are found only under ThreadSanitizer.
 
 namespace logging2::core::conformance {
 namespace {
 
-/// Whether the calling thread is the first one that ever asked.
+/// Whether the calling thread is the first that ever called.
 class FirstThread {
 public:
     bool operator()() {
@@ -28,7 +28,7 @@ private:
 };
 
 const Mutant table[] = {
-    {"writesToTheWriterThatWasMadeLast", "twoWritersAtOnceAreIndependent", Base::memory,
+    {"writesToTheLastWriterMade", "simultaneousWritersAreIndependent", Base::memory,
      [](Faults& faults, Subject&) {
          const auto last = std::make_shared<StreamWriter*>();
          faults.made = [last](StreamWriter& target) { *last = &target; };
@@ -36,7 +36,7 @@ const Mutant table[] = {
              return (*last)->write(arguments...);
          };
      }},
-    {"makesWritersOnOneThreadOnly", "writersAreMadeOnSeveralThreadsAtOnce", Base::memory,
+    {"makesWritersOnlyOnOneThread", "severalThreadsMayMakeWritersAtOnce", Base::memory,
      [](Faults& faults, Subject&) {
          const auto isFirst = std::make_shared<FirstThread>();
          faults.making = [isFirst](StreamingAttributes&, GroupSetup&) {
@@ -45,28 +45,28 @@ const Mutant table[] = {
              }
          };
      }},
-    {"writesOnOneThreadOnly", "writersOfSeveralThreadsAreIndependent", Base::memory,
+    {"writesOnlyOnOneThread", "writersOfSeveralThreadsAreIndependent", Base::memory,
      [](Faults& faults, Subject&) {
          const auto isFirst = std::make_shared<FirstThread>();
          faults.write = [isFirst](StreamWriter& target, auto... arguments) {
              return (*isFirst)() && target.write(arguments...);
          };
      }},
-    {"makesReadersOnOneThreadOnly", "readersAreMadeOnSeveralThreadsAtOnce", Base::memory,
+    {"makesReadersOnlyOnOneThread", "severalThreadsMayMakeReadersAtOnce", Base::memory,
      [](Faults& faults, Subject&) {
          const auto isFirst = std::make_shared<FirstThread>();
          faults.opening = [isFirst](const boost::any& store) {
              return (*isFirst)() ? store : boost::any();
          };
      }},
-    {"readsAStoreOnOneThreadOnly", "aStoreIsCopiedAndReadOnSeveralThreads", Base::memory,
+    {"opensAStoreOnlyOnOneThread", "severalThreadsMayCopyAndReadAStore", Base::memory,
      [](Faults& faults, Subject&) {
          const auto isFirst = std::make_shared<FirstThread>();
          faults.opening = [isFirst](const boost::any& store) {
              return (*isFirst)() ? store : boost::any();
          };
      }},
-    {"readsNothingBeforeAllWritersAreFlushed", "readingGoesOnBesideWriting", Base::memory,
+    {"readsNothingBeforeAllWritersAreFlushed", "readingMayOverlapWriting", Base::memory,
      [](Faults& faults, Subject&) {
          const auto unflushed = std::make_shared<std::atomic<int>>(0);
          faults.made = [unflushed](StreamWriter&) { ++*unflushed; };
@@ -78,7 +78,7 @@ const Mutant table[] = {
              return *unflushed == 0 ? std::move(series) : Series();
          };
      }},
-    {"readsOnOneThreadOnly", "oneReaderServesSeveralThreads", Base::memory,
+    {"readsOnlyOnOneThread", "severalThreadsMayUseOneReader", Base::memory,
      [](Faults& faults, Subject&) {
          const auto isFirst = std::make_shared<FirstThread>();
          faults.timeseries = [isFirst](Series series) {
@@ -88,7 +88,7 @@ const Mutant table[] = {
              return series;
          };
      }},
-    {"readsOnTheWritersThreadOnly", "aStoreMayBeReadAndReleasedOnAnotherThread", Base::memory,
+    {"readsOnlyOnTheWritersThread", "anotherThreadMayReadAndReleaseAStore", Base::memory,
      [](Faults& faults, Subject&) {
          const auto isFirst = std::make_shared<FirstThread>();
          faults.made = [isFirst](StreamWriter&) { (*isFirst)(); };

@@ -39,13 +39,13 @@ bool is_ascii(const ValuePath& path) {
 }
 
 const Mutant table[] = {
-    {"tellsThatTheSampleWasRefused", "writeTellsThatTheSampleWasTaken", Base::memory,
+    {"returnsFalseFromWrite", "writeReturnsTrue", Base::memory,
      [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, auto... arguments) {
              return !target.write(arguments...);
          };
      }},
-    {"dropsTheLastSample", "samplesComeBackInTheirOrder", Base::memory,
+    {"dropsTheLastSample", "samplesAreReadInOrder", Base::memory,
      [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              series.first.pop_back();
@@ -53,7 +53,7 @@ const Mutant table[] = {
              return series;
          };
      }},
-    {"takesBackwardTimesForRegressions", "timesAreKeptAsTheyCome", Base::memory,
+    {"rollsBackOnEveryEarlierTime", "timesMayRepeatAndGoBack", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes& attributes, GroupSetup&) {
              attributes.rollbackOnTimeRegression = true;
@@ -68,7 +68,7 @@ const Mutant table[] = {
              return target.write(group, time, row.data(), n);
          };
      }},
-    {"sortsChannelsByNumber", "rowsAreLaidOutByTheSetupNotByChannelNumbers", Base::memory,
+    {"sortsChannelsByNumber", "setupDefinesTheChannelOrder", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, GroupSetup& setup) {
              change_groups(setup, [](Paths&, Channels& channels) {
@@ -77,7 +77,7 @@ const Mutant table[] = {
              });
          };
      }},
-    {"forgetsChannelsWithoutPaths", "aChannelWithoutPathsOnlyTakesItsPlaceInTheRow", Base::memory,
+    {"forgetsChannelsWithoutPaths", "channelWithoutPathsKeepsItsPlaceInTheRow", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, GroupSetup& setup) {
              change_groups(setup, [](const Paths& paths, Channels& channels) {
@@ -87,13 +87,13 @@ const Mutant table[] = {
              });
          };
      }},
-    {"hasNoTimesWhereThereAreNoValues", "aChannelOfWidthZeroHasTimesOnly", Base::memory,
+    {"dropsTheTimesOfEmptyColumns", "channelOfWidthZeroHasOnlyTimes", Base::memory,
      [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              return series.second.empty() ? Series() : series;
          };
      }},
-    {"knowsOnePathPerChannel", "pathsOfOneChannelShowTheSameData", Base::memory,
+    {"showsOnlyOnePathPerChannel", "pathsOfOneChannelShowTheSameData", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, GroupSetup& setup) {
              change_groups(setup, [](Paths& paths, const Channels& channels) {
@@ -102,7 +102,7 @@ const Mutant table[] = {
              });
          };
      }},
-    {"givesTheTimesToTheFirstPathOnly", "pathsOfAGroupHaveTheSameTimes", Base::memory,
+    {"givesTimesOnlyToTheFirstPath", "pathsOfAGroupHaveTheSameTimes", Base::memory,
      [](Faults& faults, Subject&) {
          faults.dataStore = [given = 0](const StreamWriter& target,
                                         const ValuePath& path) mutable -> boost::any {
@@ -111,7 +111,7 @@ const Mutant table[] = {
              return store;
          };
      }},
-    {"sharesBetweenGroups", "groupsAreIndependent", Base::memory,
+    {"writesAllGroupsIntoOne", "groupsAreIndependent", Base::memory,
      [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t, auto... arguments) {
              return target.write(0, arguments...);
@@ -127,14 +127,14 @@ const Mutant table[] = {
              setup = renumbered;
          };
      }},
-    {"hasNoStoresOfEmptyGroups", "aGroupWithoutSamplesReadsAsNoData", Base::memory,
+    {"makesNoStoresForEmptyGroups", "groupWithoutSamplesHasNoData", Base::memory,
      [](Faults& faults, Subject&) {
          faults.dataStore = [](const StreamWriter& target, const ValuePath& path) {
              const boost::any store = target.dataStore(path);
              return boost::any_cast<MemoryDatastore>(store).times->empty() ? boost::any(0) : store;
          };
      }},
-    {"refusesASetupWithoutGroups", "aSetupMayHaveNoGroups", Base::memory,
+    {"refusesASetupWithoutGroups", "setupMayHaveNoGroups", Base::memory,
      [](Faults& faults, Subject&) {
          faults.making = [](StreamingAttributes&, const GroupSetup& setup) {
              if (setup.empty()) {
@@ -142,7 +142,7 @@ const Mutant table[] = {
              }
          };
      }},
-    {"addsZeroToValues", "everyBitOfAValueComesBack", Base::memory,
+    {"addsZeroToValues", "everyBitOfAValueIsKept", Base::memory,
      [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              for (double& value : series.second) {
@@ -151,7 +151,7 @@ const Mutant table[] = {
              return series;
          };
      }},
-    {"takesEqualValuesForTheSame", "everyBitOfAValueComesBack", Base::memory,
+    {"treatsEqualValuesAsIdentical", "everyBitOfAValueIsKept", Base::memory,
      [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              for (std::size_t i = 1; i < series.second.size(); ++i) {
@@ -161,14 +161,14 @@ const Mutant table[] = {
              return series;
          };
      }},
-    {"addsZeroToTimes", "everyBitOfATimeComesBack", Base::memory,
+    {"addsZeroToTimes", "everyBitOfATimeIsKept", Base::memory,
      [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, double time,
                            auto... arguments) {
              return target.write(group, time + 0.0, arguments...);
          };
      }},
-    {"readsTheCallersValuesLater", "valuesAreCopiedWhenTheyAreWritten", Base::memory,
+    {"readsTheCallersValuesLater", "writeCopiesTheValues", Base::memory,
      [](Faults& faults, Subject&) {
          const auto pending = std::make_shared<std::vector<std::pair<double, const double*>>>();
          faults.write = [pending](StreamWriter&, std::size_t, double time, const double* values,
@@ -183,7 +183,7 @@ const Mutant table[] = {
              target.flush();
          };
      }},
-    {"readsTheCallersAttributesLater", "nothingOfTheCallerIsNeededAfterConstruction", Base::memory,
+    {"readsTheCallersAttributesLater", "constructorCopiesSetupAndAttributes", Base::memory,
      [](Faults& faults, Subject&) {
          const auto callers = std::make_shared<const StreamingAttributes*>();
          faults.asked = [callers](const StreamingAttributes& attributes) {
@@ -197,26 +197,26 @@ const Mutant table[] = {
              return target.write(group, time, arguments...);
          };
      }},
-    {"knowsAsciiOnly", "namesAndPathsMayBeAnyText", Base::memory,
+    {"supportsOnlyAsciiPaths", "namesAndPathsMayBeAnyText", Base::memory,
      [](Faults& faults, Subject&) {
          faults.dataStore = [](const StreamWriter& target, const ValuePath& path) {
              return is_ascii(path) ? target.dataStore(path) : boost::any();
          };
      }},
-    {"takesTheGroupForAByte", "manyGroupsAreKeptApart", Base::memory,
+    {"storesTheGroupInAByte", "manyGroupsAreIndependent", Base::memory,
      [](Faults& faults, Subject&) {
          faults.write = [](StreamWriter& target, std::size_t group, auto... arguments) {
              return target.write(group % 256, arguments...);
          };
      }},
-    {"countsRowsInSixteenBits", "manyRowsComeBack", Base::memory,
+    {"countsRowsInSixteenBits", "manyRowsAreKept", Base::memory,
      [](Faults& faults, Subject&) {
          faults.timeseries = [](Series series) {
              series.first.resize(series.first.size() % 65536);
              return series;
          };
      }},
-    {"dropsWhatItsBufferDoesNotHold", "manyChannelsComeBack", Base::memory,
+    {"dropsSamplesBeyondItsBuffer", "manyChannelsAreKept", Base::memory,
      [](Faults& faults, Subject&) {
          faults.write = [room = std::size_t{64 << 20} / sizeof(double)](
                             StreamWriter& target, std::size_t group, double time,
@@ -226,7 +226,7 @@ const Mutant table[] = {
              return !fits || target.write(group, time, values, n);
          };
      }},
-    {"forgetsTheSampleAfterTheThirdRollback", "randomRunsEndAsTheModelDoes", Base::memory,
+    {"forgetsTheSampleAfterTheThirdRollback", "randomRunsMatchTheModel", Base::memory,
      [](Faults& faults, Subject&) {
          const auto rollbacks = std::make_shared<int>(0);
          faults.made = [rollbacks](StreamWriter&) { *rollbacks = 0; };

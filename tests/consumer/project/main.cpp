@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// A host of its own: logs three steps, takes one back, and reads the rest.
+// A separate host: logs three steps, discards one, and reads the rest.
 
 namespace {
 

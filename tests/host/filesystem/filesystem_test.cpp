@@ -36,7 +36,7 @@ TEST(BasicPathTest, accessFormAndPrintedTextAreUtf8) {
     EXPECT_EQ(make_native_access_form_i18n(path), "/tmp/J\xc3\xbcrgen");
 }
 
-TEST(FilesystemTest, existsTellsWhatIsThere) {
+TEST(FilesystemTest, existsFindsFilesAndDirectories) {
     const SystemTempDirectory directory;
     const Path file = inside(directory, u"\u20ac");
     EXPECT_FALSE(fl::filesystem::exists(file));
@@ -60,7 +60,7 @@ TEST(FilesystemTest, removesAFileAndToleratesItsAbsence) {
     EXPECT_NO_THROW(fl::filesystem::remove_file(file));
 }
 
-TEST(FilesystemTest, directoryIsNotRemovedAndAnError) {
+TEST(FilesystemTest, removingADirectoryThrows) {
     const SystemTempDirectory directory;
     std::filesystem::create_directories(directory.path() / "full" / "inner");
     for (const std::u16string name : {u"full", u"full/inner"}) {
@@ -70,7 +70,7 @@ TEST(FilesystemTest, directoryIsNotRemovedAndAnError) {
     EXPECT_TRUE(std::filesystem::is_directory(directory.path() / "full" / "inner"));
 }
 
-TEST(FilesystemTest, linkIsRemovedInsteadOfWhatItLeadsTo) {
+TEST(FilesystemTest, removingALinkKeepsItsTarget) {
     const SystemTempDirectory directory;
     std::filesystem::create_directory(directory.path() / "d");
     std::filesystem::create_directory_symlink("d", directory.path() / "link");
@@ -86,7 +86,7 @@ TEST(FilesystemTest, createsDirectoriesWithTheirParents) {
     EXPECT_TRUE(std::filesystem::is_directory(directory.path() / "a" / "b" / "c"));
 }
 
-TEST(FilesystemTest, whatExistsAlreadyIsAFileExistsError) {
+TEST(FilesystemTest, existingNameThrowsFileExistsError) {
     const SystemTempDirectory directory;
     const Path taken = inside(directory, u"a");
     fl::filesystem::create_directories(taken);
@@ -99,7 +99,7 @@ TEST(FilesystemTest, whatExistsAlreadyIsAFileExistsError) {
     EXPECT_THROW(fl::filesystem::create_directories(link), fl::filesystem::FileExistsError);
 }
 
-TEST(FilesystemTest, directoryBelowAFileIsAnotherError) {
+TEST(FilesystemTest, parentThatIsAFileThrowsNotADirectory) {
     const SystemTempDirectory directory;
     writeBytes(directory.path() / "file", "x");
     try {
@@ -121,7 +121,7 @@ TEST(FilesystemTest, temporaryDirectoryFollowsTmpdir) {
     EXPECT_EQ(fl::filesystem::temp_directory_name(), u"/tmp");
 }
 
-TEST(FilesystemTest, temporaryDirectoryMayBeGivenByAFunction) {
+TEST(FilesystemTest, functionMayProvideTheTemporaryDirectory) {
     EXPECT_FALSE(fl::filesystem::setTempDirectoryName([] { return u"/elsewhere"; }));
     EXPECT_EQ(fl::filesystem::temp_directory_name(), u"/elsewhere");
     EXPECT_TRUE(fl::filesystem::setTempDirectoryName(

@@ -18,7 +18,7 @@ inline Path inside(const SystemTempDirectory& directory, const std::u16string& n
         Path(foundation::utf8_string_to_ustring(directory.path().string())), Path(name));
 }
 
-/// The permissions of what has that name itself, a link included.
+/// The permissions of the file or directory; of a link itself rather than of its target.
 inline mode_t permissionsOf(const std::filesystem::path& file) {
     struct stat status {};
     EXPECT_EQ(lstat(file.c_str(), &status), 0) << file;

@@ -10,7 +10,7 @@
 
 #include <cerrno>
 
-// Directories that other users of the machine must not get into.
+// Directories that other users of the machine must not enter.
 
 namespace logging2::core::test {
 namespace {
@@ -19,10 +19,10 @@ using std::filesystem::filesystem_error;
 
 class PrivateDirectoriesTest : public ::testing::Test {
 protected:
-    /// A path where nothing is yet.
+    /// A path that is not in use.
     Path freePath() { return inside(directory, std::u16string(++count, u'd')); }
 
-    /// Makes a directory with these permissions, whatever the umask.
+    /// Makes a directory with these permissions under any umask.
     Path directoryWith(mode_t permissions) {
         const Path path = freePath();
         mkdir(native(path.text()).c_str(), 0700);
@@ -36,7 +36,7 @@ private:
     std::size_t count = 0;
 };
 
-TEST_F(PrivateDirectoriesTest, createdDirectoryIsForTheCallerAloneWhateverTheUmask) {
+TEST_F(PrivateDirectoriesTest, newDirectoryIsPrivateUnderAnyUmask) {
     for (const mode_t mask : {0U, 022U, 077U, 0200U, 0777U}) {
         const Umask umask(mask);
         const Path path = freePath();
@@ -45,7 +45,7 @@ TEST_F(PrivateDirectoriesTest, createdDirectoryIsForTheCallerAloneWhateverTheUma
     }
 }
 
-TEST_F(PrivateDirectoriesTest, missingParentsGetTheRightsThatTheUmaskLeaves) {
+TEST_F(PrivateDirectoriesTest, missingParentsFollowTheUmask) {
     const Umask umask(022);
     fl::filesystem::create_directories(inside(directory, u"a/b/c"));
     EXPECT_EQ(permissionsOf(directory.path() / "a"), 0755U);
@@ -53,7 +53,7 @@ TEST_F(PrivateDirectoriesTest, missingParentsGetTheRightsThatTheUmaskLeaves) {
     EXPECT_EQ(permissionsOf(directory.path() / "a" / "b" / "c"), 0700U);
 }
 
-TEST_F(PrivateDirectoriesTest, separatorAtTheEndChangesNothing) {
+TEST_F(PrivateDirectoriesTest, trailingSeparatorChangesNothing) {
     const Umask umask(022);
     fl::filesystem::create_directories(inside(directory, u"a/b/"));
     EXPECT_EQ(permissionsOf(directory.path() / "a"), 0755U);
@@ -62,13 +62,13 @@ TEST_F(PrivateDirectoriesTest, separatorAtTheEndChangesNothing) {
                  fl::filesystem::FileExistsError);
 }
 
-TEST_F(PrivateDirectoriesTest, directoryThatExistsKeepsItsRights) {
+TEST_F(PrivateDirectoriesTest, existingDirectoryKeepsItsPermissions) {
     const Path path = directoryWith(0755);
     EXPECT_THROW(fl::filesystem::create_directories(path), fl::filesystem::FileExistsError);
     EXPECT_EQ(permissionsOf(native(path.text())), 0755U);
 }
 
-TEST_F(PrivateDirectoriesTest, directoryThatNobodyElseMayWriteIsPrivate) {
+TEST_F(PrivateDirectoriesTest, directoryThatOthersCannotWriteIsPrivate) {
     for (const mode_t permissions : {0700U, 0755U, 0500U, 0000U}) {
         EXPECT_TRUE(fl::filesystem::is_private(directoryWith(permissions)))
             << std::oct << permissions;
@@ -78,7 +78,7 @@ TEST_F(PrivateDirectoriesTest, directoryThatNobodyElseMayWriteIsPrivate) {
     EXPECT_TRUE(fl::filesystem::is_private(created));
 }
 
-TEST_F(PrivateDirectoriesTest, directoryThatOthersMayWriteIsNotPrivate) {
+TEST_F(PrivateDirectoriesTest, directoryThatOthersCanWriteIsNotPrivate) {
     for (const mode_t permissions : {0720U, 0702U, 0777U}) {
         EXPECT_FALSE(fl::filesystem::is_private(directoryWith(permissions)))
             << std::oct << permissions;
@@ -87,12 +87,12 @@ TEST_F(PrivateDirectoriesTest, directoryThatOthersMayWriteIsNotPrivate) {
 
 TEST_F(PrivateDirectoriesTest, directoryOfAnotherUserIsNotPrivate) {
     const Path path = directoryWith(0700);
-    // Only root can give a directory away; everybody else looks at one of root's.
+    // Only root can give a directory away; other users check one of root's directories instead.
     const bool isGiven = chown(native(path.text()).c_str(), geteuid() + 1, gid_t(-1)) == 0;
     EXPECT_FALSE(fl::filesystem::is_private(isGiven ? path : Path(u"/usr")));
 }
 
-TEST_F(PrivateDirectoriesTest, whatIsNoDirectoryIsNotPrivate) {
+TEST_F(PrivateDirectoriesTest, onlyDirectoriesArePrivate) {
     writeBytes(directory.path() / "file", "x");
     const Path link = inside(directory, u"link");
     std::filesystem::create_directory_symlink(native(directoryWith(0700).text()),
@@ -103,14 +103,14 @@ TEST_F(PrivateDirectoriesTest, whatIsNoDirectoryIsNotPrivate) {
     }
 }
 
-TEST_F(PrivateDirectoriesTest, whatCannotBeFoundOutIsAnError) {
+TEST_F(PrivateDirectoriesTest, failedCheckThrows) {
     std::filesystem::create_symlink("loop", directory.path() / "loop");
     EXPECT_THROW(fl::filesystem::is_private(inside(directory, u"loop/d")), filesystem_error);
     mkdir((directory.path() / "closed").c_str(), 0000);
     const OrdinaryPermissions ordinary;
     try {
         fl::filesystem::is_private(inside(directory, u"closed/d"));
-        ADD_FAILURE() << "an answer about a directory that nobody may enter";
+        ADD_FAILURE() << "answered for a directory that cannot be entered";
     } catch (const filesystem_error& error) {
         EXPECT_EQ(error.code().value(), EACCES);
         EXPECT_EQ(error.path1(), directory.path() / "closed" / "d");

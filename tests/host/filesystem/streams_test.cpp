@@ -26,7 +26,7 @@ protected:
 
 using InputStreamTest = StreamsTest;
 
-TEST_F(InputStreamTest, readsBytesAsTheyAre) {
+TEST_F(InputStreamTest, readsBytesUnchanged) {
     writeBytes(file, "a\r\n\x1a\n");
     fl::filesystem::ifstream stream(path);
     stream.seekg(0, std::ios::end);
@@ -40,7 +40,7 @@ TEST_F(InputStreamTest, readsBytesAsTheyAre) {
     EXPECT_FALSE(stream.is_open());
 }
 
-TEST_F(InputStreamTest, fileThatCannotBeOpenedHasNoPosition) {
+TEST_F(InputStreamTest, failedOpenLeavesNoPosition) {
     fl::filesystem::ifstream stream(path);
     EXPECT_FALSE(stream.is_open());
     EXPECT_TRUE(stream.fail());
@@ -54,7 +54,7 @@ TEST_F(InputStreamTest, descriptorIsClosedOnExec) {
     EXPECT_THAT(closedOnExec(file), ElementsAre(true));
 }
 
-/// Does the same with any input stream; what it returns tells the outcome.
+/// Performs one of ten actions on an input stream and returns its result as text.
 std::string act(std::istream& stream, std::size_t action, std::streamsize argument) {
     std::string text(16, '.');
     switch (action) {
@@ -89,7 +89,7 @@ std::string act(std::istream& stream, std::size_t action, std::streamsize argume
     }
 }
 
-TEST_F(InputStreamTest, behavesAsTheStandardStreamDoes) {
+TEST_F(InputStreamTest, behavesLikeTheStandardStream) {
     std::mt19937 random(5);
     const auto below = [&random](std::size_t end) {
         return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
@@ -113,7 +113,7 @@ TEST_F(InputStreamTest, behavesAsTheStandardStreamDoes) {
     }
 }
 
-TEST_F(InputStreamTest, byteThatWasReadLastCanBePutBack) {
+TEST_F(InputStreamTest, lastByteReadCanBePutBack) {
     writeBytes(file, "ab");
     fl::filesystem::ifstream stream(path);
     EXPECT_EQ(stream.get(), 'a');
@@ -126,7 +126,7 @@ using OutputStreamTest = StreamsTest;
 
 constexpr auto append = std::ios::out | std::ios::binary | std::ios::app;
 
-TEST_F(OutputStreamTest, appendsToTheFileOrCreatesIt) {
+TEST_F(OutputStreamTest, createsTheFileOrAppendsToIt) {
     for (const std::string text : {"ab\r\n", "", "c"}) {
         fl::filesystem::ofstream stream(file, append);
         EXPECT_TRUE(stream.is_open());
@@ -138,19 +138,19 @@ TEST_F(OutputStreamTest, appendsToTheFileOrCreatesIt) {
     EXPECT_EQ(bytesOf(file), "ab\r\nc");
 }
 
-TEST_F(OutputStreamTest, startsAnewUnlessItAppends) {
+TEST_F(OutputStreamTest, truncatesTheFileUnlessItAppends) {
     writeBytes(file, "former");
     fl::filesystem::ofstream(file, std::ios::out | std::ios::binary) << "ab" << 'c' << 1.5;
     EXPECT_EQ(bytesOf(file), "abc1.5");
 }
 
-TEST_F(OutputStreamTest, positionIsThatBehindTheLastByte) {
+TEST_F(OutputStreamTest, positionIsTheEndOfTheFile) {
     fl::filesystem::ofstream stream(file, append);
     stream << "abc";
     EXPECT_EQ(stream.tellp(), 3);
 }
 
-TEST_F(OutputStreamTest, fileThatCannotBeOpenedIsAFailure) {
+TEST_F(OutputStreamTest, failedOpenSetsTheFailState) {
     fl::filesystem::ofstream stream(directory.path(), append);
     EXPECT_FALSE(stream.is_open());
     EXPECT_TRUE(stream.fail());
@@ -159,7 +159,7 @@ TEST_F(OutputStreamTest, fileThatCannotBeOpenedIsAFailure) {
     EXPECT_TRUE(stream.fail());
 }
 
-TEST_F(OutputStreamTest, writeThatFailsIsAFailure) {
+TEST_F(OutputStreamTest, failedWriteSetsTheFailState) {
     fl::filesystem::ofstream stream("/dev/full", append);
     EXPECT_TRUE(stream.good());
     EXPECT_FALSE(stream.write("ab", 2));
@@ -167,7 +167,7 @@ TEST_F(OutputStreamTest, writeThatFailsIsAFailure) {
     EXPECT_FALSE(stream.put('a'));
 }
 
-TEST_F(OutputStreamTest, umaskDecidesAboutTheRightsOfANewFile) {
+TEST_F(OutputStreamTest, newFileFollowsTheUmask) {
     const Umask umask(027);
     fl::filesystem::ofstream(file, append);
     EXPECT_EQ(permissionsOf(file), 0640U);

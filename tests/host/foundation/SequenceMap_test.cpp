@@ -25,7 +25,7 @@ TEST(SequenceMapTest, iteratesInOrderOfInsertion) {
     EXPECT_THAT(entries(map), ElementsAre(Entry{5, "5"}, Entry{1, "1"}, Entry{3, "3"}));
 }
 
-TEST(SequenceMapTest, listKeepsOrderAndFirstOfEqualKeys) {
+TEST(SequenceMapTest, listKeepsItsOrderAndTheFirstOfEqualKeys) {
     const Map map{{2, "two"}, {1, "one"}, {2, "again"}};
     EXPECT_THAT(entries(map), ElementsAre(Entry{2, "two"}, Entry{1, "one"}));
 }
@@ -44,7 +44,7 @@ TEST(SequenceMapTest, findsByKey) {
     EXPECT_EQ(Map().find(3), Map().end());
 }
 
-TEST(SequenceMapTest, tellsItsSize) {
+TEST(SequenceMapTest, reportsItsSize) {
     EXPECT_TRUE(Map().empty());
     EXPECT_EQ(Map().size(), 0U);
     const Map map{{1, "one"}, {2, "two"}};
@@ -59,7 +59,7 @@ TEST(SequenceMapTest, copiesShareOneBlock) {
     EXPECT_EQ(entries(copy), entries(map));
 }
 
-TEST(SequenceMapTest, changeNeverShowsInAnotherHandle) {
+TEST(SequenceMapTest, changeDoesNotAffectCopies) {
     Map map{{1, "one"}};
     Map copy = map;
     copy.insert(2, "two");
@@ -77,7 +77,7 @@ TEST(SequenceMapTest, refusedInsertKeepsSharing) {
     EXPECT_EQ(copy.begin(), map.begin());
 }
 
-TEST(SequenceMapTest, keyMayLieInTheMapItself) {
+TEST(SequenceMapTest, keyMayReferIntoTheMapItself) {
     foundation::SequenceMap<int, int> map;
     map.insert(1, 2);
     map.insert(map.begin()->second, 3);
@@ -121,10 +121,10 @@ struct ThrowingHash {
     }
 };
 
-TEST(SequenceMapTest, failedInsertLeavesTheMapAsItWas) {
+TEST(SequenceMapTest, failedInsertChangesNothing) {
     foundation::SequenceMap<int, int, ThrowingHash> map;
     map.insert(1, 1);
-    ThrowingHash::callsUntilThrow = 1; // the look-up goes well
+    ThrowingHash::callsUntilThrow = 1; // the look-up succeeds
     EXPECT_THROW(map.insert(2, 2), std::runtime_error);
     EXPECT_EQ(map.size(), 1U);
     EXPECT_TRUE(map.insert(2, 3));
@@ -139,7 +139,7 @@ struct LastDigitEqual {
     bool operator()(int a, int b) const { return a % 10 == b % 10; }
 };
 
-TEST(SequenceMapTest, hashAndEqualDecideWhatIsTheSameKey) {
+TEST(SequenceMapTest, keysAreComparedByHashAndEqual) {
     foundation::SequenceMap<int, int, LastDigitHash, LastDigitEqual> map;
     EXPECT_TRUE(map.insert(1, 1));
     EXPECT_FALSE(map.insert(11, 2));
@@ -167,7 +167,7 @@ struct CountingEqual {
     }
 };
 
-TEST(SequenceMapTest, looksUpByHashNotByScan) {
+TEST(SequenceMapTest, findsKeysByHashWithoutAScan) {
     foundation::SequenceMap<int, int, CountingHash, CountingEqual> map;
     for (int key = 0; key < 1000; ++key) {
         map.insert(key, key);

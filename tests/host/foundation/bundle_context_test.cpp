@@ -31,7 +31,7 @@ TEST(BundleContextTest, stoppingMakesContextsInvalid) {
     EXPECT_FALSE(foundation::get_global_bundle_context());
 }
 
-TEST(BundleContextTest, aStoppedFrameworkStaysStopped) {
+TEST(BundleContextTest, stoppedFrameworkStaysStopped) {
     foundation::install_and_start_vantrel_core();
     foundation::stop_vantrel_core();
     foundation::install_and_start_vantrel_core();
@@ -60,12 +60,12 @@ TEST(BundleContextTest, manyThreadsStartOneFramework) {
     foundation::stop_vantrel_core();
 }
 
-/// A service that asks for the context when it goes.
+/// A service that asks for the context in its destructor.
 struct AskingService {
     ~AskingService() { static_cast<void>(foundation::get_global_bundle_context()); }
 };
 
-TEST(BundleContextTest, serviceThatGoesWithTheStopMayAskForTheContext) {
+TEST(BundleContextTest, serviceMayAskForTheContextWhileTheFrameworkStops) {
     foundation::install_and_start_vantrel_core();
     foundation::get_global_bundle_context().RegisterService<AskingService>(
         std::make_shared<AskingService>());

@@ -38,7 +38,7 @@ TEST(TextConversionTest, localEncodingIsUtf8) {
     }
 }
 
-TEST(TextConversionTest, leavesOutWhatIsNoCharacter) {
+TEST(TextConversionTest, invalidCharactersAreDropped) {
     const std::u16string loneSurrogate{u'a', char16_t{0xdc00}, u'b'};
     EXPECT_EQ(foundation::ustring_to_utf8_string(loneSurrogate), "ab");
     EXPECT_EQ(foundation::utf8_string_to_ustring("a\xff"

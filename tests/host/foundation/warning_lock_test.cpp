@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-// The handler is copied under the lock that setting it takes. This executable watches mutexes.
+// The handler is copied under the lock that setting it takes. This executable watches the mutexes.
 
 namespace {
 thread_local pthread_mutex_t* lastLocked = nullptr;
@@ -22,7 +22,7 @@ extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) {
 
 namespace {
 
-/// What was found out about the handler's mutex while the handler was copied.
+/// The state of the handler's mutex while the handler was copied.
 struct Finding {
     pthread_mutex_t* mutex = nullptr;
     int copyCount = 0;
@@ -31,7 +31,7 @@ struct Finding {
 
 Finding finding;
 
-/// Looks at every copy whether setting another handler would have to wait.
+/// Checks at every copy whether another thread that sets a handler would have to wait.
 class WatchedHandler {
 public:
     WatchedHandler() = default;
@@ -56,7 +56,7 @@ private:
     }
 };
 
-TEST(WarningLockTest, handlerIsCopiedWhileNoOtherCanBeSet) {
+TEST(WarningLockTest, handlerIsCopiedUnderTheLockOfSetting) {
     lastLocked = nullptr;
     foundation::setWarningHandler(WatchedHandler());
     ASSERT_NE(lastLocked, nullptr) << "the handler is set without a lock";

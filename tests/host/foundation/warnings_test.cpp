@@ -30,7 +30,7 @@ TEST_F(WarningsTest, handlerGetsTheMessage) {
     EXPECT_EQ(received[0].arguments(), std::vector<std::u16string>{u"run \u00e9"});
 }
 
-TEST_F(WarningsTest, settingAHandlerReturnsTheFormerOne) {
+TEST_F(WarningsTest, settingAHandlerReturnsThePreviousOne) {
     int calls = 0;
     EXPECT_FALSE(foundation::setWarningHandler([&](const Message&) { ++calls; }));
     const foundation::WarningHandler former = foundation::setWarningHandler({});
@@ -39,7 +39,7 @@ TEST_F(WarningsTest, settingAHandlerReturnsTheFormerOne) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(WarningsTest, withoutHandlerItIsOneReadableLineOnStandardError) {
+TEST_F(WarningsTest, warningWithoutAHandlerIsOneLineOnStandardError) {
     ::testing::internal::CaptureStderr();
     foundation::issueWarning(message);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
@@ -47,7 +47,7 @@ TEST_F(WarningsTest, withoutHandlerItIsOneReadableLineOnStandardError) {
               "[vantrel:common:logging2:core:common]\n");
 }
 
-TEST_F(WarningsTest, whatTheHandlerThrowsComesOut) {
+TEST_F(WarningsTest, exceptionOfTheHandlerPropagates) {
     foundation::setWarningHandler([](const Message&) { throw std::runtime_error("refused"); });
     EXPECT_THROW(foundation::issueWarning(message), std::runtime_error);
 }
@@ -58,14 +58,14 @@ TEST_F(WarningsTest, handlerMayReplaceItself) {
     EXPECT_FALSE(foundation::setWarningHandler({}));
 }
 
-/// What is printed for the warning without a handler.
+/// The line that is printed for the warning if there is no handler.
 std::string printed(const Message& warning) {
     ::testing::internal::CaptureStderr();
     foundation::issueWarning(warning);
     return ::testing::internal::GetCapturedStderr();
 }
 
-TEST_F(WarningsTest, lineNamesEveryArgument) {
+TEST_F(WarningsTest, lineContainsEveryArgument) {
     EXPECT_EQ(printed(Message("catalog", "Key", {u"a", u"b"})),
               "warning: Key \"a\" \"b\" [catalog]\n");
 }

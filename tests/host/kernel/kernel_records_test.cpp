@@ -12,7 +12,7 @@
 namespace logging2::core {
 namespace {
 
-TEST(GroupTest, isAKeyByItsId) {
+TEST(GroupTest, isComparedAndHashedByItsId) {
     EXPECT_EQ(Group(12).id(), 12U);
     EXPECT_TRUE(std::equal_to<Group>()(Group(1), Group(1)));
     EXPECT_FALSE(std::equal_to<Group>()(Group(1), Group(2)));
@@ -40,7 +40,7 @@ TEST(LoggedPathsSetupDataTest, keepsPathsAndChannelsInOrder) {
     EXPECT_EQ(setup.coreIds()[0].width, 3U);
 }
 
-TEST(ChannelPropertiesTest, tellsGroupAndChannel) {
+TEST(ChannelPropertiesTest, returnsGroupAndChannel) {
     const ChannelProperties properties(3, 14);
     const ChannelProperties copy =
         properties; // NOLINT(performance-unnecessary-copy-initialization)
@@ -49,7 +49,7 @@ TEST(ChannelPropertiesTest, tellsGroupAndChannel) {
     EXPECT_EQ(copy.hostValue(), 0U);
 }
 
-TEST(TypeIdsTest, writersAndReadersHaveKeysOfTheirOwn) {
+TEST(TypeIdsTest, writersAndReadersHaveDifferentKeys) {
     EXPECT_FALSE(vtllogging_write_type_id().empty());
     EXPECT_FALSE(vtllogging_read_type_id().empty());
     EXPECT_NE(vtllogging_write_type_id(), vtllogging_read_type_id());

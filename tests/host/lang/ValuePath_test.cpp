@@ -20,7 +20,7 @@ TEST(ValuePathTest, comparesLexicographically) {
     EXPECT_NE(compare(ValuePath(std::string("a\0b", 3)), ValuePath(std::string("a\0c", 3))), 0);
 }
 
-TEST(ValuePathTest, isFoundByItsFullNames) {
+TEST(ValuePathTest, functionsAreFoundByTheirQualifiedNames) {
     EXPECT_EQ(lang::core::compare(ValuePath("a"), ValuePath("a")), 0);
     EXPECT_EQ(lang::core::hash_value(ValuePath("a")), boost::hash<ValuePath>()(ValuePath("a")));
     EXPECT_TRUE(lang::core::operator==(ValuePath("a"), ValuePath("a")));
@@ -45,7 +45,12 @@ TEST(ValuePathTest, printsItsText) {
     EXPECT_EQ(stream.str(), "ball.height");
 }
 
-TEST(ValuePathTest, isMadeFromTextOnlyExplicitly) {
+TEST(ValuePathTest, returnsItsText) {
+    const std::string text("a\0b", 3);
+    EXPECT_EQ(ValuePath(text).text(), text);
+}
+
+TEST(ValuePathTest, conversionFromTextIsExplicit) {
     EXPECT_FALSE((std::is_convertible_v<std::string, ValuePath>));
 }
 

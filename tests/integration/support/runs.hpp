@@ -11,7 +11,7 @@
 
 namespace integration {
 
-/// What a run of a model left behind.
+/// The result of a run of a model.
 struct LoggedRun {
     std::vector<simulate::GroupResult> groups;
     simulate::StepCounts counts;
@@ -23,7 +23,7 @@ LoggedRun run_model(const simulate::Model& model, double stopTime, double tolera
                     const simulate::Backend& backend = simulate::Backend(),
                     std::size_t pointLimit = 1000);
 
-/// The values of a path of the run. Throws std::out_of_range where there is no such path.
+/// The values of a path of the run. Throws std::out_of_range if there is no such path.
 const std::vector<double>& values_of(const LoggedRun& run, const std::string& path);
 
 /// One component of the run's path.

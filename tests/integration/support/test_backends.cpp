@@ -56,7 +56,7 @@ public:
         ++counts().readersOpened;
     }
     ~SingleUseReader() override {
-        ++counts().readersGone;
+        ++counts().readersDestroyed;
         store.times->clear();
         store.values->clear();
     }
@@ -141,7 +141,7 @@ bool SpyWriter::write(std::size_t group, double time, const double* values, std:
 
 void SpyWriter::rollback(std::size_t group, double time) {
     while (!kept.empty() && kept.back().first > time) {
-        takenBack.push_back(kept.back());
+        discarded.push_back(kept.back());
         kept.pop_back();
     }
     static_cast<StreamWriter&>(target).rollback(group, time);

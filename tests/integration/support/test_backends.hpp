@@ -9,24 +9,24 @@
 namespace integration {
 
 /// Starts the service framework and registers, once per process, the built-in back-ends, their
-/// checked ones and these of the tests:
-/// - "declining" keeps the steps that it is asked to take back, and warns;
-/// - "single-use" gives up a group's data with the first of its readers that goes;
+/// checked variants and these back-ends of the tests:
+/// - "declining" keeps the steps that a rollback should discard, and warns;
+/// - "single-use" deletes a group's data with the first of its readers that is destroyed;
 /// - "makes-nothing" makes null pointers, "throws" throws, "out-of-memory" runs out of memory;
-/// - "no-reader" has a writer only;
-/// - "short" gives back one value too few.
+/// - "no-reader" has only a writer;
+/// - "short" returns one value too few.
 void register_test_backends();
 
-/// How often writers of "single-use" were flushed, and how many of its readers were opened and
-/// are gone, since the process began.
+/// The number of flushes of "single-use" writers, and of its readers that were opened and
+/// destroyed, since the start of the process.
 struct SingleUseCounts {
     std::size_t flushes = 0;
     std::size_t readersOpened = 0;
-    std::size_t readersGone = 0;
+    std::size_t readersDestroyed = 0;
 };
 const SingleUseCounts& single_use_counts();
 
-/// Passes everything on to a memory writer and remembers what was taken back.
+/// Forwards everything to a memory writer and remembers the discarded steps.
 class SpyWriter final : public logging2::core::StreamWriter {
 public:
     using Step = std::pair<double, std::vector<double>>;
@@ -42,10 +42,10 @@ public:
     void flushIntermediate() override;
     void close() override;
 
-    /// What write() answers.
+    /// The result of write().
     bool accepts = true;
     std::vector<Step> kept;
-    std::vector<Step> takenBack;
+    std::vector<Step> discarded;
 
 private:
     logging2::core::MemoryStreamWriter target;

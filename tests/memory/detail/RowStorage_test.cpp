@@ -24,7 +24,7 @@ RowHandle make_row(RowStorage& storage, double value) {
     return storage.makeRow({value});
 }
 
-/// The values are the rows' numbers.
+/// Makes rows whose values are their indices.
 std::vector<RowHandle> make_rows(RowStorage& storage, std::size_t count) {
     std::vector<RowHandle> rows;
     rows.reserve(count);
@@ -34,7 +34,7 @@ std::vector<RowHandle> make_rows(RowStorage& storage, std::size_t count) {
     return rows;
 }
 
-void expect_numbers(const std::vector<RowHandle>& rows) {
+void expect_indices(const std::vector<RowHandle>& rows) {
     for (std::size_t i = 0; i < rows.size(); ++i) {
         EXPECT_EQ(*rows[i], std::vector<double>{static_cast<double>(i)});
     }
@@ -52,7 +52,7 @@ TEST(RowStorageTest, everyRowHoldsItsValues) {
     }
 }
 
-TEST(RowStorageTest, aRowTakesTheAllocationOfItsValuesAndEvery63rdOneMore) {
+TEST(RowStorageTest, rowNeedsOneAllocationPlusOnePerBlock) {
     RowStorage storage;
     const std::size_t rowCount = (keptBlockCount + 4) * blockRowCount;
     std::vector<RowHandle> rows(rowCount);
@@ -63,7 +63,7 @@ TEST(RowStorageTest, aRowTakesTheAllocationOfItsValuesAndEvery63rdOneMore) {
     EXPECT_EQ(counter.count(), rowCount + keptBlockCount + 4);
 }
 
-TEST(RowStorageTest, slotsOfReleasedRowsAreTakenAgain) {
+TEST(RowStorageTest, slotsOfReleasedRowsAreReused) {
     RowStorage storage;
     const RowHandle kept = make_row(storage, 1.0);
     const AllocationCounter counter;
@@ -74,7 +74,7 @@ TEST(RowStorageTest, slotsOfReleasedRowsAreTakenAgain) {
     EXPECT_EQ(*kept, std::vector<double>{1.0});
 }
 
-TEST(RowStorageTest, rowsThatGoInTheOrderInWhichTheyCameNeedNoFurtherBlock) {
+TEST(RowStorageTest, rowsReleasedInOrderNeedNoFurtherBlock) {
     RowStorage storage;
     std::vector<RowHandle> ring = make_rows(storage, 2 * blockRowCount);
     make_row(storage, 0.0);
@@ -89,10 +89,10 @@ TEST(RowStorageTest, rowsOutliveTheirStorage) {
     std::optional<RowStorage> storage(std::in_place);
     const std::vector<RowHandle> rows = make_rows(*storage, 2 * blockRowCount + 5);
     storage.reset();
-    expect_numbers(rows);
+    expect_indices(rows);
 }
 
-TEST(RowStorageTest, aClearedStorageKeepsNoBlockAndMakesRows) {
+TEST(RowStorageTest, clearedStorageKeepsNoBlockAndStaysUsable) {
     RowStorage storage;
     const std::size_t before = live_allocation_count();
     make_rows(storage, 3 * blockRowCount);
@@ -102,7 +102,7 @@ TEST(RowStorageTest, aClearedStorageKeepsNoBlockAndMakesRows) {
     EXPECT_EQ(*make_row(storage, 3.0), std::vector<double>{3.0});
 }
 
-TEST(RowStorageTest, aBlockThatIsNotKeptGoesWithItsLastRow) {
+TEST(RowStorageTest, surplusBlockIsFreedWithItsLastRow) {
     RowStorage storage;
     const std::size_t before = live_allocation_count();
     {
@@ -114,13 +114,13 @@ TEST(RowStorageTest, aBlockThatIsNotKeptGoesWithItsLastRow) {
     EXPECT_EQ(live_allocation_count(), before + keptBlockCount);
 }
 
-TEST(RowStorageTest, nothingStaysOfAStorageWithoutRows) {
+TEST(RowStorageTest, storageWithoutRowsFreesEverything) {
     const std::size_t before = live_allocation_count();
     { make_rows(*std::make_unique<RowStorage>(), blockRowCount + 1); }
     EXPECT_EQ(live_allocation_count(), before);
 }
 
-TEST(RowStorageTest, rowsAfterATakeBackLieBesideThoseBefore) {
+TEST(RowStorageTest, rowsAfterATakeBackFillTheEarlierBlocks) {
     RowStorage storage;
     constexpr std::size_t rowCount = 2 * blockRowCount;
     std::vector<RowHandle> accepted;
@@ -132,22 +132,22 @@ TEST(RowStorageTest, rowsAfterATakeBackLieBesideThoseBefore) {
         accepted.push_back(make_row(storage, static_cast<double>(i)));
     }
     EXPECT_EQ(live_allocation_count(), before + rowCount + 2);
-    expect_numbers(accepted);
+    expect_indices(accepted);
 }
 
-TEST(RowStorageTest, aTakeBackLeavesAFreeSlotAndTheRowsThatAreHeld) {
+TEST(RowStorageTest, takeBackLeavesAFreeSlotAndTheHeldRows) {
     RowStorage storage;
     std::vector<RowHandle> rows = make_rows(storage, 3 * blockRowCount - 1);
     const RowHandle late = rows.back();
     rows.resize(blockRowCount);
     storage.takeBack();
     const RowHandle next = storage.makeRow({-1.0});
-    expect_numbers(rows);
+    expect_indices(rows);
     EXPECT_EQ(*late, std::vector<double>{3.0 * blockRowCount - 2.0});
     EXPECT_EQ(*next, std::vector<double>{-1.0});
 }
 
-TEST(RowStorageTest, aBlockThatCannotBeHadLeavesTheRowsAlone) {
+TEST(RowStorageTest, failedBlockAllocationLeavesTheRowsUnchanged) {
     RowStorage storage;
     const std::vector<RowHandle> rows = make_rows(storage, blockRowCount);
     {
@@ -155,12 +155,12 @@ TEST(RowStorageTest, aBlockThatCannotBeHadLeavesTheRowsAlone) {
         EXPECT_THROW(storage.makeRoom(), std::bad_alloc);
     }
     EXPECT_EQ(*make_row(storage, 2.0), std::vector<double>{2.0});
-    expect_numbers(rows);
+    expect_indices(rows);
 }
 
-// The maker gets slots that are just being released, and leaves blocks of which others release the
-// last row.
-TEST(RowStorageTest, rowsMayBeReleasedOnAnotherThreadWhileMoreAreMade) {
+// The storage reuses slots while they are being released, and gives up blocks whose last rows the
+// other thread releases.
+TEST(RowStorageTest, anotherThreadMayReleaseRowsWhileMoreAreMade) {
     constexpr std::size_t rowCount = 20000;
     const std::size_t before = live_allocation_count();
     {

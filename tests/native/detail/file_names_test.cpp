@@ -9,7 +9,7 @@ namespace {
 
 using Path = fl::filesystem::basic_path<char, char16_t>;
 
-TEST(FileNamesTest, timesFileIsNamedByItsGroup) {
+TEST(FileNamesTest, nameOfTimesFileContainsItsGroup) {
     const struct {
         std::size_t group;
         const char16_t* name;
@@ -24,7 +24,7 @@ TEST(FileNamesTest, timesFileIsNamedByItsGroup) {
     }
 }
 
-TEST(FileNamesTest, valuesFileIsNamedByGroupAndChannel) {
+TEST(FileNamesTest, nameOfValuesFileContainsGroupAndChannel) {
     const struct {
         std::size_t group;
         std::size_t channel;
@@ -40,7 +40,7 @@ TEST(FileNamesTest, valuesFileIsNamedByGroupAndChannel) {
     }
 }
 
-TEST(FileNamesTest, bytesAreWidenedWithTheirSign) {
+TEST(FileNamesTest, bytesAreWidenedWithSignExtension) {
     EXPECT_EQ(widen_bytes(""), u"");
     EXPECT_EQ(widen_bytes("run 1\x7f"), u"run 1\u007f");
     const std::u16string widened = widen_bytes("\xc3\xbc\x80\xff");

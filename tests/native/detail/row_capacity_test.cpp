@@ -5,7 +5,7 @@
 namespace logging2::core::detail {
 namespace {
 
-TEST(RowCapacityTest, isWhatFitsInto64MebibytesWithOneDoublePerPath) {
+TEST(RowCapacityTest, fills64MebibytesWithOneDoublePerPath) {
     const struct {
         std::size_t pathCount;
         std::size_t rowCount;

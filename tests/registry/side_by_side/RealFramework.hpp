@@ -22,8 +22,8 @@ private:
     std::string name;
 };
 
-/// A running framework of CppMicroServices. This header shows nothing of it: a source file may
-/// include the headers of one registry only.
+/// A running framework of CppMicroServices. This header does not include any of its headers,
+/// because a source file may include the headers of only one registry.
 class RealFramework {
 public:
     RealFramework();
@@ -37,7 +37,7 @@ public:
     /// The greetings of the services that match the filter.
     std::vector<std::string> greetings(const std::string& filter) const;
 
-    /// Whether a call on an invalid context throws what CppMicroServices throws there.
+    /// Whether a call on an invalid context throws the exception of CppMicroServices.
     static bool refusesAnInvalidContext();
 
 private:

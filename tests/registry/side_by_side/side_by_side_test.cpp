@@ -34,7 +34,7 @@ TEST(SideBySideTest, eachRegistryFindsItsOwnServices) {
     own.WaitForStop(std::chrono::milliseconds(0));
 }
 
-TEST(SideBySideTest, eachRegistryStopsAlone) {
+TEST(SideBySideTest, stoppingOneRegistryDoesNotStopTheOther) {
     RealFramework real;
     real.add("stays");
     auto own = cppmicroservices::FrameworkFactory().NewFramework();
@@ -55,7 +55,7 @@ TEST(SideBySideTest, eachRegistryThrowsItsOwnExceptions) {
     EXPECT_TRUE(RealFramework::refusesAnInvalidContext());
 }
 
-TEST(SideBySideTest, backEndIsFoundByNameWhileTheOtherRegistryRuns) {
+TEST(SideBySideTest, backendIsFoundWhileTheOtherRegistryRuns) {
     using namespace logging2::core;
     const RealFramework real;
     foundation::install_and_start_vantrel_core();

@@ -23,7 +23,7 @@ std::string number_of_values(std::size_t count) {
     return to_string(count) + (count == 1 ? " value" : " values");
 }
 
-/// Which group each channel number belongs to.
+/// The group to which each channel number belongs.
 class ChannelOwners {
 public:
     explicit ChannelOwners(const std::string& backend)

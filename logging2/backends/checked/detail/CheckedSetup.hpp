@@ -13,7 +13,7 @@
 
 namespace logging2::core::detail {
 
-/// What a checked back-end demands; CheckedOptions with every member decided.
+/// The rules of a checked back-end: CheckedOptions with a value for every member.
 struct CheckedRules {
     /// The name of the back-end that stores the samples.
     std::string backend;
@@ -23,21 +23,21 @@ struct CheckedRules {
     bool refusesRollback;
 };
 
-/// The groups and paths of a setup, and the checks that need them. Each check throws
+/// The groups and paths of a setup, and the checks that need them. A check that fails throws
 /// std::logic_error.
 class CheckedSetup {
 public:
-    /// Checks the setup itself. Keeps copies of what it needs.
+    /// Checks the setup and copies what the other checks need.
     CheckedSetup(const SequenceMap<Group, LoggedPathsSetupData>& setup, const CheckedRules& rules);
 
-    /// The group must be in the setup.
+    /// Checks that the group is in the setup.
     void checkGroup(const char* operation, std::size_t group) const {
         if (find(group) == nullptr) {
             failForGroup(operation, group);
         }
     }
 
-    /// `write` must be passed a row of a group of the setup.
+    /// Checks that the group of `write` is in the setup and that the row has the group's length.
     void checkRow(std::size_t group, const double* values, std::size_t n) const {
         const GroupRow* const row = find(group);
         if (row == nullptr) {
@@ -48,7 +48,7 @@ public:
         }
     }
 
-    /// `dataStore` must be passed a path of the setup.
+    /// Checks that the path of `dataStore` is in the setup.
     void checkPath(const lang::core::ValuePath& path) const;
 
 private:
@@ -57,13 +57,13 @@ private:
         std::size_t valueCount;
     };
 
-    /// What a path shows.
+    /// The group and the channel that a path shows.
     struct PathTarget {
         std::size_t group;
         std::size_t channel;
     };
 
-    /// Null if there is none. Ids that count from 0 are found at once.
+    /// Returns the group, or null if there is none. Takes constant time if the ids count from 0.
     const GroupRow* find(std::size_t group) const {
         if (group < groups.size() && groups[group].id == group) {
             return &groups[group];

@@ -13,7 +13,7 @@
 namespace logging2::core::detail {
 namespace {
 
-/// As short as it can be without a loss.
+/// Returns the shortest text that identifies the time exactly.
 std::string text_of(double time) {
     std::array<char, 32> digits{};
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), time);
@@ -38,7 +38,7 @@ CheckedStreamWriter::~CheckedStreamWriter() {
     if (isFlushed()) {
         return;
     }
-    // First of all, because the flush may be what ends the process.
+    // The warning comes first, because the flush may end the process.
     warn("DestroyedWithoutFlush");
     try {
         inner->flush();

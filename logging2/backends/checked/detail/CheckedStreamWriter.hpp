@@ -11,16 +11,16 @@
 
 namespace logging2::core::detail {
 
-/// Passes every call on to another writer, unless it is a mistake: then it throws std::logic_error
+/// Passes every call on to another writer. If a call is a mistake, it throws std::logic_error
 /// instead. See register_checked_backend().
 class CheckedStreamWriter final : public StreamWriter {
 public:
-    /// The inner writer must be of the back-end that the rules name, and made from that setup.
+    /// The inner writer must come from the back-end that the rules name, and from the same setup.
     CheckedStreamWriter(std::unique_ptr<StreamWriter> innerWriter, CheckedSetup checkedSetup,
                         CheckedRules checkedRules, std::string streamName);
 
-    /// Flushes a stream that was not flushed, with a warning. An exception of that flush becomes a
-    /// second warning.
+    /// Flushes a stream that was not flushed, and issues a warning. If that flush throws, issues a
+    /// second warning instead of throwing.
     ~CheckedStreamWriter() override;
 
     CheckedStreamWriter(const CheckedStreamWriter&) = delete;
@@ -35,7 +35,7 @@ public:
     void close() override;
 
 private:
-    /// A stream counts as flushed from the start of `flush`, even if it throws.
+    /// A stream counts as flushed as soon as `flush` starts, even if `flush` throws.
     enum class State { writing, closed, flushFailed, flushed };
 
     bool isFlushed() const { return state == State::flushFailed || state == State::flushed; }

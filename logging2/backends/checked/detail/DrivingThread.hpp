@@ -5,18 +5,17 @@
 
 namespace logging2::core::detail {
 
-/// The thread that is inside a call of a writer, if there is one.
+/// Remembers the thread that is inside a call of a writer, if there is one.
 ///
-/// It orders nothing between threads: a caller that passes a writer on without synchronisation
-/// stays visible to a tool that looks for data races.
+/// It does not synchronise threads. A tool that looks for data races can therefore still find a
+/// caller that passes a writer to another thread without synchronisation.
 class DrivingThread {
 public:
-    /// Stands for a call as long as it runs.
+    /// Represents a call while it runs.
     class Call {
     public:
-        /// Throws std::logic_error that names the operation if another thread is inside a call. A
-        /// call from within a call is on the same thread and allowed, for example by a warning
-        /// handler.
+        /// Throws std::logic_error with the name of the operation if another thread is inside a
+        /// call. A nested call on the same thread is allowed, for example from a warning handler.
         Call(DrivingThread& driver, const char* operation) : inside(driver.inside) {
             const std::thread::id caller = std::this_thread::get_id();
             std::thread::id found;

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t mostShown = 8;
 
-/// The items up to the last one that is shown, and that one or the number of all that are left.
+/// Returns the items that are shown, followed by the last item or by the number of the others.
 std::string enumeration(const std::vector<std::string>& items) {
     const bool isShort = items.size() <= mostShown + 1;
     const std::size_t shownCount = isShort ? items.size() - 1 : mostShown;

@@ -7,12 +7,12 @@
 
 namespace logging2::core::detail {
 
-/// The text between double quotes.
+/// Returns the text between double quotes.
 std::string quoted(const std::string& text);
 std::string quoted(const lang::core::ValuePath& path);
 
-/// "there are no groups", "the only group is 0", or "the groups are 0, 1 and 2". Of many items it
-/// shows the first eight and the number of the others.
+/// Returns, for example, "there are no groups", "the only group is 0" or "the groups are 0, 1 and
+/// 2". If there are more than nine items, it lists the first eight and the number of the others.
 std::string listing(const std::string& noun, const std::vector<std::string>& items);
 
 } // namespace logging2::core::detail

@@ -9,7 +9,7 @@
 namespace fl::filesystem::detail {
 namespace {
 
-/// The rights that the umask is taken from, as for any file.
+/// The rights of a new file before the umask is applied, as for any file.
 constexpr mode_t ordinaryRights = 0666;
 
 int flags_of(std::ios::openmode mode) {
@@ -26,8 +26,8 @@ int origin_of(std::ios::seekdir origin) {
     return origin == std::ios::cur ? SEEK_CUR : SEEK_END;
 }
 
-/// Calls transfer(done) until all bytes are done, none is left or an error comes that is not an
-/// interruption. Returns how many are done.
+/// Calls transfer(done) until all bytes are transferred, no byte is left, or an error other than an
+/// interruption occurs. Returns the number of transferred bytes.
 template <class Transfer>
 std::streamsize transfer_all(std::streamsize byteCount, Transfer transfer) {
     std::streamsize done = 0;
@@ -95,7 +95,7 @@ std::streamsize filebuf::xsputn(const char* bytes, std::streamsize count) {
 
 filebuf::pos_type filebuf::seekoff(off_type offset, std::ios::seekdir origin, std::ios::openmode) {
     if (origin == std::ios::cur) {
-        offset -= egptr() - gptr(); // the file is ahead by the byte that was looked at
+        offset -= egptr() - gptr(); // the file position is ahead by the peeked byte
     }
     const off_type position = ::lseek(descriptor, offset, origin_of(origin));
     if (position >= 0) {

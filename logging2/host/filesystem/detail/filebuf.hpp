@@ -8,16 +8,17 @@
 
 namespace fl::filesystem::detail {
 
-/// The bytes of a file, for the streams of this folder. The file's descriptor is closed when the
-/// process executes another program, as that of a standard stream is not.
+/// Reads and writes the bytes of a file, for the streams of this folder. Unlike a standard stream's
+/// descriptor, the file's descriptor is closed when the process executes another program.
 ///
-/// A block is moved between the file and the caller's memory in one piece; nothing is kept but the
-/// one byte that was looked at last. Transfers that end early or are interrupted are continued.
+/// A block is transferred between the file and the caller's memory in one piece. Nothing is
+/// buffered except the one byte that was peeked last. Transfers that end early or are interrupted
+/// are continued.
 class LOGGING2_EXPORT filebuf : public std::streambuf {
 public:
-    /// Opens the file of that name, which is in the encoding of the platform's calls: for input
-    /// with `in`, for output with `out`, at the end with `app`. A missing file is created for
-    /// output; what is in the file already is dropped unless the output is appended.
+    /// Opens the file. The name is in the encoding of the platform's calls. The mode is `in` for
+    /// input, `out` for output, and `out | app` for output at the end of the file. For output, a
+    /// missing file is created, and an existing file is emptied unless the mode has `app`.
     filebuf(const std::string& name, std::ios::openmode mode);
 
     /// Closes the file.
@@ -26,10 +27,10 @@ public:
     filebuf(const filebuf&) = delete;
     filebuf& operator=(const filebuf&) = delete;
 
-    /// Whether the file could be opened and has not been closed.
+    /// Whether the file was opened and has not been closed.
     bool is_open() const noexcept { return descriptor >= 0; }
 
-    /// Closes the file. Returns whether it was open and closing it reported no error.
+    /// Closes the file. Returns true if the file was open and closing it reported no error.
     bool close() noexcept;
 
 protected:
@@ -42,7 +43,7 @@ protected:
 
 private:
     int descriptor;
-    char seen = 0; // the byte that was looked at last
+    char seen = 0; // the byte that was peeked last
 };
 
 } // namespace fl::filesystem::detail
