@@ -31,8 +31,8 @@ struct Overview {
 };
 
 /// The bucket of a time with from <= time <= to among bucketCount intervals of the same length: the
-/// integer part of (time - from) / (to - from) · bucketCount, and the last bucket for the time `to`.
-/// It never decreases while the time increases. If from equals to, it is 0.
+/// integer part of (time - from) / (to - from) · bucketCount, and the last bucket for the time
+/// `to`. It never decreases while the time increases. If from equals to, it is 0.
 LOGGING2_RUNS_EXPORT std::size_t bucket_of(double time, double from, double to,
                                            std::size_t bucketCount) noexcept;
 

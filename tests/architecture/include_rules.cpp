@@ -84,7 +84,8 @@ std::string broken_dependency_rule(const Include& include) {
     if (!is_installed_header(include.file)) {
         return {};
     }
-    for (const char* dependency : {"cppmicroservices", "boost/uuid", "boost/filesystem"}) {
+    for (const char* dependency :
+         {"cppmicroservices", "boost/uuid", "boost/filesystem", "sqlite3.h", "xxhash.h"}) {
         if (starts_with(include.header, dependency) && !shows_services(include.file)) {
             return std::string("no installed header may include ") + dependency;
         }

@@ -18,8 +18,8 @@ namespace logging2::core {
 /// use one reader at the same time.
 class LOGGING2_RECORDING_EXPORT RecordingStreamReader final : public StreamReader {
 public:
-    /// Reads the samples of the data store, which a RecordingStreamWriter has given out; none if the
-    /// any is empty. Throws boost::bad_any_cast if it comes from another back-end, and
+    /// Reads the samples of the data store, which a RecordingStreamWriter has given out; none if
+    /// the any is empty. Throws boost::bad_any_cast if it comes from another back-end, and
     /// RecordingError.
     explicit RecordingStreamReader(const boost::any& dataStore);
 

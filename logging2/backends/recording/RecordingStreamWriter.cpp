@@ -60,8 +60,8 @@ RecordingStreamWriter::RecordingStreamWriter(const StreamingAttributes& attribut
     }
     directory =
         detail::make_run_directory(options.directory, description.name, start, options.mode);
-    engine.reset(new detail::Engine(directory, options, description,
-                                    attributes.rollbackOnTimeRegression));
+    engine.reset(
+        new detail::Engine(directory, options, description, attributes.rollbackOnTimeRegression));
 }
 
 RecordingStreamWriter::RecordingStreamWriter(RecordingStreamWriter&&) noexcept = default;

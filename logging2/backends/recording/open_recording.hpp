@@ -33,7 +33,6 @@ struct RecordingEntry {
 /// The recordings in a directory: its subdirectories whose names end with ".recording". The newest
 /// come first, by the start of the run; those that cannot be opened come last, by name. Throws
 /// RecordingError if the directory cannot be read.
-LOGGING2_RECORDING_EXPORT std::vector<RecordingEntry>
-list_recordings(const std::string& directory);
+LOGGING2_RECORDING_EXPORT std::vector<RecordingEntry> list_recordings(const std::string& directory);
 
 } // namespace logging2::core

@@ -13,8 +13,7 @@ BackendRegistrations register_recording_backend(cppmicroservices::BundleContext 
                                                 const RecordingOptions& options,
                                                 const std::string& name) {
     detail::check_options(options);
-    Backend backend{
-        {name, "keeps every step on disk, in a directory per run", true, true}, {}, {}};
+    Backend backend{{name, "keeps every step on disk, in a directory per run", true, true}, {}, {}};
     backend.createWriter = [options](const StreamingAttributes& attributes,
                                      const SequenceMap<Group, LoggedPathsSetupData>& setup) {
         return std::make_unique<RecordingStreamWriter>(attributes, setup, options);

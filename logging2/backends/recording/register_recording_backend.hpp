@@ -13,9 +13,8 @@ namespace logging2::core {
 ///
 /// Throws std::invalid_argument if an option has no meaning, and what register_backend() throws.
 /// Any thread may call.
-LOGGING2_RECORDING_EXPORT BackendRegistrations
-register_recording_backend(cppmicroservices::BundleContext context,
-                           const RecordingOptions& options = {},
-                           const std::string& name = "recording");
+LOGGING2_RECORDING_EXPORT BackendRegistrations register_recording_backend(
+    cppmicroservices::BundleContext context, const RecordingOptions& options = {},
+    const std::string& name = "recording");
 
 } // namespace logging2::core

@@ -27,7 +27,7 @@ public:
 
 private:
     struct Size {
-        std::vector<Block> spare;  ///< with capacity for all blocks of the size
+        std::vector<Block> spare;   ///< with capacity for all blocks of the size
         std::size_t blockCount = 0; ///< with those that were given out
     };
 

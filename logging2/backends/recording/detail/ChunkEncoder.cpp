@@ -105,9 +105,9 @@ void ChunkEncoder::encodeLeaf(const double* rows, std::size_t firstStep, std::si
             copy_wide(rows + offset, length, count, width, columns.front());
         }
         for (std::size_t k = 0; k < columnCount; ++k) {
-            write_leaf(columns[k], count, width,
-                       leaf_of(current.columns[firstColumn + k], firstStep / leafStepCount,
-                               payload));
+            write_leaf(
+                columns[k], count, width,
+                leaf_of(current.columns[firstColumn + k], firstStep / leafStepCount, payload));
         }
     }
 }

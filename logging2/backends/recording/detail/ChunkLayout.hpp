@@ -32,11 +32,11 @@ constexpr std::size_t node_double_count(std::size_t width) {
 /// lowest first; the topmost node, the root, stands in the chunk's directory.
 struct ColumnLayout {
     std::size_t width = 1;
-    std::uint64_t root = 0;                ///< where the root stands, from the payload's start
-    std::uint64_t values = 0;              ///< where the values start
-    std::vector<std::uint64_t> levels;     ///< where the nodes of each level below the root start
-    std::vector<std::size_t> nodeCounts;   ///< of each of these levels
-    std::uint64_t end = 0;                 ///< behind the last byte
+    std::uint64_t root = 0;              ///< where the root stands, from the payload's start
+    std::uint64_t values = 0;            ///< where the values start
+    std::vector<std::uint64_t> levels;   ///< where the nodes of each level below the root start
+    std::vector<std::size_t> nodeCounts; ///< of each of these levels
+    std::uint64_t end = 0;               ///< behind the last byte
 
     /// How many samples a node of that level describes, as far as there are samples.
     static std::size_t stepsPerNode(std::size_t level);

@@ -57,7 +57,8 @@ std::string text_of_error(int error) {
 }
 
 DataFile DataFile::create(const std::string& name, mode_t mode) {
-    DataFile file(name, open_or_throw(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode, "create it"));
+    DataFile file(name,
+                  open_or_throw(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode, "create it"));
     if (fchmod(file.descriptor, mode) == -1) {
         fail(name, "set its permissions", errno);
     }

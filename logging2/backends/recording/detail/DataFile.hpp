@@ -48,7 +48,8 @@ public:
     /// Whether a writer has claimed the file.
     bool isClaimed() const;
 
-    /// The first byteCount bytes of the file in memory, read-only. The mapping outlives this object.
+    /// The first byteCount bytes of the file in memory, read-only. The mapping outlives this
+    /// object.
     std::shared_ptr<const char> map(std::uint64_t byteCount) const;
 
 private:

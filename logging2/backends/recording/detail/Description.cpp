@@ -142,9 +142,10 @@ std::vector<DescribedPath> paths_of(const LoggedPathsSetupData& setup,
             paths.push_back({text.str(), static_cast<std::size_t>(channel - channels.begin())});
         }
     }
-    std::stable_sort(paths.begin(), paths.end(), [](const DescribedPath& a, const DescribedPath& b) {
-        return std::tie(a.channel, a.text) < std::tie(b.channel, b.text);
-    });
+    std::stable_sort(paths.begin(), paths.end(),
+                     [](const DescribedPath& a, const DescribedPath& b) {
+                         return std::tie(a.channel, a.text) < std::tie(b.channel, b.text);
+                     });
     return paths;
 }
 
@@ -231,9 +232,9 @@ std::chrono::system_clock::time_point time_of(const std::string& text) {
     std::tm parts{};
     int micros = 0;
     int length = 0;
-    const int count = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%6dZ%n", &parts.tm_year,
-                                  &parts.tm_mon, &parts.tm_mday, &parts.tm_hour, &parts.tm_min,
-                                  &parts.tm_sec, &micros, &length);
+    const int count =
+        std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%6dZ%n", &parts.tm_year, &parts.tm_mon,
+                    &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &micros, &length);
     if (count != 7 || static_cast<std::size_t>(length) != text.size()) {
         throw std::runtime_error("\"" + text + "\" is not a time");
     }

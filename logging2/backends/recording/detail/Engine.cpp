@@ -96,8 +96,7 @@ void Engine::throwFailure() {
     }
 }
 
-void Engine::writeWithCare(GroupBuffer& buffer, double time, const double* values,
-                           std::size_t n) {
+void Engine::writeWithCare(GroupBuffer& buffer, double time, const double* values, std::size_t n) {
     checkCall();
     if (hasEnded) {
         refuse("write was called after flush");
@@ -341,8 +340,8 @@ std::size_t Engine::addQueued(Commit& commit) const {
     std::size_t byteCount = 0;
     for (; count < queue.size() && byteCount < commitByteCount; ++count) {
         const FullBlock& full = queue[count];
-        commit.pieces.push_back({full.group->position, full.firstStep, full.block.elements.get(),
-                                 full.rowCount});
+        commit.pieces.push_back(
+            {full.group->position, full.firstStep, full.block.elements.get(), full.rowCount});
         byteCount += full.block.elementCount * sizeof(double);
     }
     return count;

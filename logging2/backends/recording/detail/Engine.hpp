@@ -97,7 +97,8 @@ private:
         // The block's memory was last used by the storing thread, on another core.
         __builtin_prefetch(row + prefetchDistance, 1);
         // A NaN is neither after nor before another time.
-        buffer.ascends = count == 0 ? time == time : buffer.ascends && *buffer.row(count - 1) <= time;
+        buffer.ascends =
+            count == 0 ? time == time : buffer.ascends && *buffer.row(count - 1) <= time;
         *row = time;
         std::copy_n(values, n, row + 1);
         buffer.rowCount.store(count + 1, std::memory_order_release);

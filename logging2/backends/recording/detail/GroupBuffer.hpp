@@ -27,7 +27,7 @@ struct GroupBuffer {
     std::size_t firstStep = 0;            ///< of the block
 
     // Of the writing thread alone.
-    bool ascends = true;       ///< the times in the block, none of which is NaN then
+    bool ascends = true; ///< the times in the block, none of which is NaN then
     double greatestBefore = -std::numeric_limits<double>::infinity(); ///< of steps before the block
     double lastTimeBefore = 0; ///< of the step before the block, if there is one
 

@@ -48,8 +48,10 @@ std::map<std::string, std::string> IndexReader::values(const char* table) {
 Description IndexReader::description() {
     Transaction transaction(*database, Transaction::Kind::read);
     auto run = values("run");
-    Description result{run["id"],      run["name"],    run["start"], run["host"],
-                       run["process"], run["library_version"], values("property"), {}};
+    Description result{run["id"],          run["name"],
+                       run["start"],       run["host"],
+                       run["process"],     run["library_version"],
+                       values("property"), {}};
     Statement groups(*database, "SELECT id FROM signal_group ORDER BY position");
     while (groups.step()) {
         result.groups.push_back({groups.unsignedInteger(0), {}, {}});

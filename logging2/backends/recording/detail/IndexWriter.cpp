@@ -53,22 +53,20 @@ const char* const chunkColumns =
     "last_time, least_time, greatest_time, nan_times, ascends, greatest_so_far";
 
 ChunkRow chunk_of(const Statement& statement) {
-    return {statement.unsignedInteger(0), statement.unsignedInteger(1),
-            statement.unsignedInteger(2), statement.unsignedInteger(3),
-            statement.unsignedInteger(4), statement.unsignedInteger(5),
-            statement.unsignedInteger(6), statement.number(7),
-            statement.number(8),          statement.number(9),
-            statement.number(10),         statement.unsignedInteger(11),
-            statement.integer(12) != 0,   statement.number(13)};
+    return {
+        statement.unsignedInteger(0), statement.unsignedInteger(1), statement.unsignedInteger(2),
+        statement.unsignedInteger(3), statement.unsignedInteger(4), statement.unsignedInteger(5),
+        statement.unsignedInteger(6), statement.number(7),          statement.number(8),
+        statement.number(9),          statement.number(10),         statement.unsignedInteger(11),
+        statement.integer(12) != 0,   statement.number(13)};
 }
 
 IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durability,
                          bool allowLiveReaders, const Description& description)
     : connection(opened(name, mode, durability, allowLiveReaders)),
-      addChunk(connection,
-               (std::string("INSERT INTO chunk (") + chunkColumns +
-                ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
-                   .c_str()),
+      addChunk(connection, (std::string("INSERT INTO chunk (") + chunkColumns +
+                            ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+                               .c_str()),
       removeChunks(connection, "DELETE FROM chunk WHERE signal_group = ? AND first_step >= ?"),
       shortenChunk(connection,
                    "UPDATE chunk SET steps = ?, last_time = ?, least_time = ?, greatest_time = ?, "

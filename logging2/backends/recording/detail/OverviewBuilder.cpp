@@ -76,8 +76,7 @@ void OverviewBuilder::addSamples(const Part& part, std::size_t leaf, const doubl
                                  const double* values) {
     const std::vector<double> sampleTimes = part.chunk.samples(0, leaf, times);
     const std::vector<double> samples = part.chunk.samples(part.column, leaf, values);
-    const std::size_t count =
-        std::min(sampleTimes.size(), part.stepCount - leaf * leafStepCount);
+    const std::size_t count = std::min(sampleTimes.size(), part.stepCount - leaf * leafStepCount);
     for (std::size_t s = 0; s < count; ++s) {
         if (!(from <= sampleTimes[s] && sampleTimes[s] <= to)) {
             continue;

@@ -32,8 +32,7 @@ private:
 
     void addNode(const Part& part, std::size_t level, std::size_t node, const double* times,
                  const double* values);
-    void addSamples(const Part& part, std::size_t leaf, const double* times,
-                    const double* values);
+    void addSamples(const Part& part, std::size_t leaf, const double* times, const double* values);
     void addChildren(const Part& part, std::size_t level, std::size_t node, const double* times,
                      const double* values);
 

@@ -276,8 +276,8 @@ std::optional<std::size_t> Recorder::firstLater(std::size_t group, double time) 
         return std::nullopt;
     }
     const std::vector<double> times = timesOf(*holding, holding->stepCount);
-    const auto later = std::find_if(times.begin(), times.end(),
-                                    [time](double stored) { return stored > time; });
+    const auto later =
+        std::find_if(times.begin(), times.end(), [time](double stored) { return stored > time; });
     return holding->firstStep + static_cast<std::size_t>(later - times.begin());
 }
 

@@ -44,7 +44,7 @@ struct Commit {
 /// How a group stands after its last step.
 struct GroupEnd {
     std::size_t stepCount = 0;
-    double lastTime = 0; ///< if there is a step
+    double lastTime = 0;                                            ///< if there is a step
     double greatestTime = -std::numeric_limits<double>::infinity(); ///< of those that are not NaN
 };
 

@@ -93,9 +93,9 @@ RunInfo RecordingRun::info() const {
     info.start = time_of(description.start);
     info.properties = description.properties;
     info.revision = state.revision;
-    info.state = isRunning() ? RunState::running
-                             : (state.state == "finished" ? RunState::finished
-                                                          : RunState::interrupted);
+    info.state = isRunning()
+                     ? RunState::running
+                     : (state.state == "finished" ? RunState::finished : RunState::interrupted);
     if (!state.end.empty()) {
         info.end = time_of(state.end);
     }
@@ -141,8 +141,8 @@ std::vector<SignalInfo> RecordingRun::signals() const {
     for (const DescribedGroup& group : description.groups) {
         for (const DescribedPath& path : group.paths) {
             const DescribedChannel& channel = group.channels[path.channel];
-            result.push_back({lang::core::ValuePath(path.text), group.id, channel.number,
-                              channel.width});
+            result.push_back(
+                {lang::core::ValuePath(path.text), group.id, channel.number, channel.width});
         }
     }
     return result;

@@ -66,7 +66,7 @@ private:
     RunId run{};
     std::map<std::string, Place> places; ///< by the path's text
     IndexState state;
-    bool claimed = false; ///< by a writer, at the last refresh
+    bool claimed = false;                              ///< by a writer, at the last refresh
     mutable std::unordered_set<std::uint64_t> trusted; ///< sequence numbers of checked chunks
     mutable std::map<std::pair<std::size_t, std::size_t>, ChunkLayout> layouts;
 };

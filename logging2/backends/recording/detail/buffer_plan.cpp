@@ -48,8 +48,7 @@ std::vector<std::size_t> row_capacities(const RecordingOptions& options,
     std::vector<std::size_t> rowLengths;
     std::transform(groups.begin(), groups.end(), std::back_inserter(rowLengths), row_length);
     const std::size_t forBlocks = options.bufferByteCount / 4 * 3;
-    const std::size_t byteCount =
-        std::min(options.chunkByteCount, share_of(forBlocks, rowLengths));
+    const std::size_t byteCount = std::min(options.chunkByteCount, share_of(forBlocks, rowLengths));
     std::size_t total = 0;
     std::size_t largest = 0;
     for (const std::size_t length : rowLengths) {
