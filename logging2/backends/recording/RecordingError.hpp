@@ -24,7 +24,9 @@ public:
     /// An error at this place, which is a directory or a file.
     RecordingError(std::string place, const std::string& cause,
                    std::optional<UnstoredSample> firstUnstored = std::nullopt);
+    /// Copies the error.
     RecordingError(const RecordingError&);
+    /// Copies the error.
     RecordingError& operator=(const RecordingError&);
     ~RecordingError() override;
 

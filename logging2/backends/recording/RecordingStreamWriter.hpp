@@ -23,7 +23,9 @@ namespace detail {
 
 class Engine;
 
+/// Ends the engine of a writer.
 struct EndEngine {
+    /// Ends it, except in a forked child, where it belongs to the parent.
     LOGGING2_RECORDING_EXPORT void operator()(Engine* engine) const noexcept;
 };
 
@@ -58,7 +60,9 @@ public:
                           const SequenceMap<Group, LoggedPathsSetupData>& setup,
                           const RecordingOptions& options = {});
 
+    /// Takes over the recording. The other writer can only be destroyed or assigned to.
     RecordingStreamWriter(RecordingStreamWriter&& other) noexcept;
+    /// Ends its own recording as the destructor does, and takes over the other one.
     RecordingStreamWriter& operator=(RecordingStreamWriter&& other) noexcept;
 
     /// Stores what was not flushed and marks the run as interrupted, if `flush` and `close` were

@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/detail/ColumnTree.hpp>
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
+#include <logging2/backends/recording/detail/doubles_at.hpp>
 
 #include <algorithm>
 #include <array>
@@ -14,10 +15,6 @@ namespace {
 
 /// So many scalars are taken from a row at once: a cache line of it.
 constexpr std::size_t sideBySide = 8;
-
-double* doubles_at(char* payload, std::uint64_t offset) {
-    return reinterpret_cast<double*>(payload + offset);
-}
 
 /// One column per scalar, ColumnCount of them.
 template <std::size_t ColumnCount>
@@ -112,7 +109,7 @@ void ChunkEncoder::encodeLeaf(const double* rows, std::size_t firstStep, std::si
     }
 }
 
-void ChunkEncoder::writeInnerNodes(const ColumnLayout& column, char* payload) const {
+void ChunkEncoder::writeInnerNodes(const ColumnLayout& column, char* payload) {
     const std::size_t stride = node_double_count(column.width);
     for (std::size_t level = 0; level < column.levels.size(); ++level) {
         const double* const nodes = doubles_at(payload, column.levels[level]);

@@ -34,7 +34,7 @@ private:
     };
 
     void encodeLeaf(const double* rows, std::size_t firstStep, std::size_t count, char* payload);
-    void writeInnerNodes(const ColumnLayout& column, char* payload) const;
+    static void writeInnerNodes(const ColumnLayout& column, char* payload);
 
     std::vector<std::size_t> widths;
     std::size_t length;

@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/ColumnTree.hpp>
+#include <logging2/backends/recording/detail/doubles_at.hpp>
 
 #include <algorithm>
 #include <string>
@@ -159,7 +160,7 @@ void ChunkReader::read(std::size_t column, std::size_t firstStep, std::size_t co
 const double* ChunkReader::verified(const char* mapping, std::size_t column, std::size_t firstStep,
                                     std::size_t count) const {
     const ColumnLayout& place = layout.columns[column];
-    const auto* const values = reinterpret_cast<const double*>(mapping + payload() + place.values);
+    const auto* const values = doubles_at(mapping, payload() + place.values);
     const std::size_t firstLeaf = firstStep / leafStepCount;
     const std::size_t endLeaf = (firstStep + count + leafStepCount - 1) / leafStepCount;
     verifyLeaves(column, leaves(column), firstLeaf, endLeaf,

@@ -57,7 +57,7 @@ std::string text_of_error(int error) {
 }
 
 DataFile DataFile::create(const std::string& name, mode_t mode) {
-    DataFile file(name,
+    DataFile file(std::string(name),
                   open_or_throw(name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode, "create it"));
     if (fchmod(file.descriptor, mode) == -1) {
         fail(name, "set its permissions", errno);
@@ -66,10 +66,10 @@ DataFile DataFile::create(const std::string& name, mode_t mode) {
 }
 
 DataFile DataFile::open(const std::string& name) {
-    return {name, open_or_throw(name, O_RDONLY, 0, "open it")};
+    return {std::string(name), open_or_throw(name, O_RDONLY, 0, "open it")};
 }
 
-DataFile::DataFile(std::string name, int fileDescriptor) noexcept
+DataFile::DataFile(std::string&& name, int fileDescriptor) noexcept
     : path(std::move(name)),
       descriptor(fileDescriptor) {}
 

@@ -53,7 +53,7 @@ public:
     std::shared_ptr<const char> map(std::uint64_t byteCount) const;
 
 private:
-    DataFile(std::string name, int fileDescriptor) noexcept;
+    DataFile(std::string&& name, int fileDescriptor) noexcept;
 
     std::string path;
     int descriptor;

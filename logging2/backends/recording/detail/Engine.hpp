@@ -121,7 +121,7 @@ private:
     void storeUntilStopped();
     void storeOnce(Lock& lock, bool withPartialBlocks);
     std::size_t addQueued(Commit& commit) const;
-    void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
+    static void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
     void giveBackBlocks(std::size_t count);
     void keepFailure(const std::vector<Taken>& taken, const Commit& commit,
                      const std::string& cause);

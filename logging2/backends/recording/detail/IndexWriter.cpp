@@ -130,7 +130,7 @@ void IndexWriter::add(const ChunkRow& chunk) {
     addChunk.bind(chunk.storedStepCount).bind(chunk.offset).bind(chunk.byteCount);
     addChunk.bind(chunk.firstTime).bind(chunk.lastTime).bind(chunk.leastTime);
     addChunk.bind(chunk.greatestTime).bind(chunk.nanTimeCount);
-    addChunk.bind(std::int64_t{chunk.ascends}).bind(chunk.greatestSoFar).run();
+    addChunk.bind(std::int64_t{chunk.ascends ? 1 : 0}).bind(chunk.greatestSoFar).run();
 }
 
 void IndexWriter::removeFrom(std::size_t group, std::size_t firstStep) {
@@ -140,7 +140,7 @@ void IndexWriter::removeFrom(std::size_t group, std::size_t firstStep) {
 void IndexWriter::shorten(const ChunkRow& chunk) {
     shortenChunk.bind(chunk.stepCount).bind(chunk.lastTime).bind(chunk.leastTime);
     shortenChunk.bind(chunk.greatestTime).bind(chunk.nanTimeCount);
-    shortenChunk.bind(std::int64_t{chunk.ascends}).bind(chunk.greatestSoFar);
+    shortenChunk.bind(std::int64_t{chunk.ascends ? 1 : 0}).bind(chunk.greatestSoFar);
     shortenChunk.bind(chunk.group).bind(chunk.firstStep).run();
 }
 

@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/detail/ChunkReader.hpp>
 #include <logging2/backends/recording/detail/ColumnTree.hpp>
+#include <logging2/backends/recording/detail/doubles_at.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -74,8 +75,8 @@ void Recorder::appendDescription(const Description& description) {
     header.payloadByteCount = aligned(text.size());
     char* const place = stage(draft, sizeof header + header.payloadByteCount);
     char* const payload = place + sizeof header;
-    std::memset(payload, 0, header.payloadByteCount);
-    std::memcpy(payload, text.data(), text.size());
+    std::fill_n(std::copy(text.begin(), text.end(), payload), header.payloadByteCount - text.size(),
+                '\0');
     header.payloadHash = hash_of(payload, header.payloadByteCount);
     header.headerHash = hash_of(header);
     std::memcpy(place, &header, sizeof header);
@@ -197,8 +198,7 @@ void Recorder::appendPiece(Draft& draft, const Piece& piece) {
     row.storedStepCount = piece.rowCount;
     row.byteCount = sizeof header + layout.byteCount;
     row.offset = draft.end - row.byteCount;
-    describe_times(reinterpret_cast<const double*>(payload + layout.columns[0].values),
-                   piece.rowCount, row);
+    describe_times(doubles_at(payload, layout.columns[0].values), piece.rowCount, row);
     draft.rows.push_back(row);
     draft.counts[piece.group].steps = piece.firstStep + piece.rowCount;
 }

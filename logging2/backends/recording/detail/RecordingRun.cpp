@@ -75,11 +75,9 @@ void RecordingRun::checkPlaces() {
 
 bool RecordingRun::refresh() {
     // Asked first: a writer that ends in between is seen at the next call.
-    const bool isClaimed = data.isClaimed();
-    const bool wasRunning = isRunning();
+    const bool wasClaimed = std::exchange(claimed, data.isClaimed());
     const bool hasChanged = index.refresh(state);
-    claimed = isClaimed;
-    return hasChanged || wasRunning != isRunning();
+    return hasChanged || claimed != wasClaimed;
 }
 
 bool RecordingRun::isRunning() const {
@@ -204,7 +202,7 @@ Series RecordingRun::seriesOf(const Place& place, const std::vector<SampleSpan>&
     const std::shared_ptr<double[]> owner(new double[count * (1 + place.width)]);
     double* times = owner.get();
     double* values = times + count;
-    const Series series({times, count}, {values, count * place.width}, place.width, owner, false);
+    Series series({times, count}, {values, count * place.width}, place.width, owner, false);
     for (const SampleSpan& span : spans) {
         withChunk(*span.chunk, [&](const ChunkReader& chunk) {
             chunk.read(0, span.first, span.count, times);

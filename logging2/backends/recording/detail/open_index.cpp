@@ -4,11 +4,11 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
 #include <sqlite3.h>
-#include <stdlib.h>
 
 namespace logging2::core::detail {
 namespace {
@@ -34,10 +34,10 @@ std::string uri_of(const std::string& name, const char* parameters) {
     return uri + '?' + parameters;
 }
 
-std::unique_ptr<Database> opened(const std::string& name, const std::string& shownName,
-                                 const char* parameters) {
+std::unique_ptr<Database> opened(const std::string& file, const char* parameters,
+                                 const std::string& name) {
     auto database =
-        std::make_unique<Database>(uri_of(name, parameters), shownName, SQLITE_OPEN_READONLY);
+        std::make_unique<Database>(uri_of(file, parameters), name, SQLITE_OPEN_READONLY);
     sqlite3_busy_timeout(database->get(), busyMilliseconds);
     return database;
 }
@@ -79,7 +79,7 @@ std::unique_ptr<Database> opened_copy(const std::string& name) {
     } catch (const fs::filesystem_error& error) {
         throw RecordingError(name, "cannot copy it and its log: " + error.code().message());
     }
-    auto database = opened(copy, name, "mode=rw");
+    auto database = opened(copy, "mode=rw", name);
     // The connection keeps the files that it has opened, though their names go.
     database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
     return database;
@@ -93,12 +93,12 @@ std::unique_ptr<Database> open_index(const std::string& name) {
         throw RecordingError(name, "it does not exist");
     }
     if (!has_log(name)) {
-        return opened(name, name, "mode=ro&immutable=1");
+        return opened(name, "mode=ro&immutable=1", name);
     }
     if (!fs::exists(name + "-shm", error)) {
         return opened_copy(name);
     }
-    return opened(name, name, "mode=ro&readonly_shm=1");
+    return opened(name, "mode=ro&readonly_shm=1", name);
 }
 
 } // namespace logging2::core::detail

@@ -63,7 +63,7 @@ std::string make_run_directory(const std::string& parent, const std::string& str
     const std::filesystem::path directory = made_parent(parent);
     for (;;) {
         const std::string mark = new_uuid();
-        const std::string made = (directory / directory_name(streamName, start, mark)).string();
+        std::string made = (directory / directory_name(streamName, start, mark)).string();
         if (mkdir(made.c_str(), mode) == 0 && chmod(made.c_str(), mode) == 0) {
             return made;
         }
