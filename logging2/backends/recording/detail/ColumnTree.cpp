@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace logging2::core::detail {
 namespace {
-
-/// So many values are compared side by side.
-constexpr std::size_t laneCount = 8;
 
 /// A NaN leaves least and greatest as they are, because it compares false.
 void add_value(double value, ElementRange& range) {
@@ -25,26 +27,67 @@ void add_range(const ElementRange& part, ElementRange& range) {
     range.nanCount += part.nanCount;
 }
 
-/// One element per sample, in lanes, which the compiler turns into vector instructions.
-void add_scalars(const double* values, std::size_t count, ElementRange& range) {
-    std::array<double, laneCount> least;    // NOLINT(*-member-init)
-    std::array<double, laneCount> greatest; // NOLINT(*-member-init)
-    std::array<double, laneCount> nanCount{};
-    least.fill(range.least);
-    greatest.fill(range.greatest);
-    const std::size_t whole = count / laneCount * laneCount;
-    for (std::size_t first = 0; first < whole; first += laneCount) {
-        for (std::size_t lane = 0; lane < laneCount; ++lane) {
-            const double value = values[first + lane];
-            least[lane] = value < least[lane] ? value : least[lane];
-            greatest[lane] = value > greatest[lane] ? value : greatest[lane];
-            nanCount[lane] += value != value ? 1.0 : 0.0;
+#ifdef __SSE2__
+
+/// What was found in every other value.
+struct Lanes {
+    __m128d least = _mm_set1_pd(ElementRange().least);
+    __m128d greatest = _mm_set1_pd(ElementRange().greatest);
+    __m128d isNan = _mm_setzero_pd();
+
+    void add(const double* values) {
+        const __m128d pair = _mm_loadu_pd(values);
+        // If one operand is NaN, the result is the second one.
+        least = _mm_min_pd(pair, least);
+        greatest = _mm_max_pd(pair, greatest);
+        isNan = _mm_or_pd(isNan, _mm_cmpunord_pd(pair, pair));
+    }
+};
+
+double least_of(__m128d pair) {
+    return std::min(_mm_cvtsd_f64(pair), _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)));
+}
+
+double greatest_of(__m128d pair) {
+    return std::max(_mm_cvtsd_f64(pair), _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)));
+}
+
+/// Adds a multiple of eight values. Compilers do not find these instructions by themselves, and
+/// comparing value by value takes three times as long.
+void add_eights(const double* values, std::size_t count, ElementRange& range) {
+    std::array<Lanes, 4> lanes;
+    for (std::size_t first = 0; first < count; first += 8) {
+        for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
+            lanes[lane].add(values + first + 2 * lane);
         }
     }
-    for (std::size_t lane = 0; lane < laneCount; ++lane) {
-        add_range({least[lane], greatest[lane], nanCount[lane]}, range);
+    bool hasNan = false;
+    for (const Lanes& lane : lanes) {
+        add_range({least_of(lane.least), greatest_of(lane.greatest), 0}, range);
+        hasNan = hasNan || _mm_movemask_pd(lane.isNan) != 0;
     }
-    std::for_each(values + whole, values + count, [&](double value) { add_value(value, range); });
+    if (hasNan) {
+        range.nanCount += static_cast<double>(
+            std::count_if(values, values + count, [](double value) { return value != value; }));
+    }
+}
+
+constexpr std::size_t togetherCount = 8;
+
+#else
+
+void add_eights(const double*, std::size_t, ElementRange&) {}
+
+constexpr std::size_t togetherCount = std::numeric_limits<std::size_t>::max();
+
+#endif
+
+/// One element per sample.
+void add_scalars(const double* values, std::size_t count, ElementRange& range) {
+    const std::size_t together = count / togetherCount * togetherCount;
+    add_eights(values, together, range);
+    std::for_each(values + together, values + count,
+                  [&](double value) { add_value(value, range); });
 }
 
 void write_hash(std::uint64_t hash, double* node) {
