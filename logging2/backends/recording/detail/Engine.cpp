@@ -13,6 +13,10 @@ namespace {
 /// A commit ends with the block that reaches this size.
 constexpr std::size_t commitByteCount = std::size_t{4} * 1024 * 1024;
 
+/// If more than this waits to be stored, a full group first waits for a block to come back.
+constexpr std::size_t patientDoubleCount = std::size_t{1024} * 1024;
+constexpr std::chrono::milliseconds patience{2};
+
 /// Groups of smaller ids are found by index.
 constexpr std::size_t smallIdCount = std::size_t{1} << 16;
 
@@ -120,6 +124,10 @@ void Engine::writeWithCare(GroupBuffer& buffer, double time, const double* value
 void Engine::makeRoom(GroupBuffer& group) {
     Lock lock(mutex);
     queueBlock(group);
+    if (queue.size() * group.rowsPerBlock * group.rowLength > patientDoubleCount) {
+        // A block that was used before is in the cache; new memory is not.
+        workDone.wait_for(lock, patience);
+    }
     while (group.capacity == 0) {
         if (failure) {
             lock.unlock();
