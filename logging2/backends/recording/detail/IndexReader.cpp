@@ -75,12 +75,12 @@ Description IndexReader::description() {
     return result;
 }
 
-bool IndexReader::refresh(IndexState& state) {
+void IndexReader::refresh(IndexState& state) {
     Transaction transaction(*database, Transaction::Kind::read);
     auto run = values("run");
     const std::uint64_t commit = number_of(run["commit"]);
     if (commit == state.commit) {
-        return false;
+        return;
     }
     IndexState next = state;
     next.commit = commit;
@@ -99,7 +99,6 @@ bool IndexReader::refresh(IndexState& state) {
         refreshGroup(position, next.groups[position]);
     }
     state = std::move(next);
-    return true;
 }
 
 /// Only a group's last chunks ever change, so it reads backwards to one that it knows.

@@ -40,9 +40,8 @@ public:
     /// What is fixed about the run.
     Description description();
 
-    /// Brings the state up to date and tells whether anything has changed. The first time, it has
-    /// no groups.
-    bool refresh(IndexState& state);
+    /// Brings the state up to date. The first time, it has no groups.
+    void refresh(IndexState& state);
 
 private:
     void checkFormat();
