@@ -45,7 +45,9 @@ public:
 
 private:
     void checkFormat();
-    std::map<std::string, std::string> values(const char* table);
+    std::map<std::string, std::string> runValues();
+    std::map<std::string, std::string> properties();
+    void checkHash(std::uint64_t stored, std::uint64_t expected) const;
     void refreshGroup(std::size_t position, StoredGroup& group);
     void checkChunks(std::size_t position, const StoredGroup& group) const;
     [[noreturn]] void fail(const std::string& what) const;

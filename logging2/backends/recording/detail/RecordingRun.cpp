@@ -217,6 +217,10 @@ Series RecordingRun::seriesOf(const Place& place, const std::vector<SampleSpan>&
         return mappedSeries(place, spans.front());
     }
     const std::size_t count = sample_count(spans);
+    if (count > data.byteCount() / sizeof(double) / (1 + place.width)) {
+        throw RecordingError(location, "the index is damaged: it names more samples than the data "
+                                       "file holds");
+    }
     // Not initialised: all of it is read.
     const std::shared_ptr<double[]> owner(new double[count * (1 + place.width)]);
     double* times = owner.get();
