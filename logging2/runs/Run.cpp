@@ -1,6 +1,7 @@
 #include <logging2/runs/Run.hpp>
 
 #include <algorithm>
+#include <cmath>
 
 namespace logging2::core {
 
@@ -10,8 +11,10 @@ std::size_t bucket_of(double time, double from, double to, std::size_t bucketCou
     if (!(from < to)) {
         return 0;
     }
-    // Halved, because the difference of two finite numbers may be infinite.
-    const double part = (time / 2 - from / 2) / (to / 2 - from / 2);
+    // Halved only if the difference of the two finite numbers is infinite: half of the smallest
+    // number is 0.
+    const double scale = std::isinf(to - from) ? 0.5 : 1.0;
+    const double part = (time * scale - from * scale) / (to * scale - from * scale);
     const auto bucket = static_cast<std::size_t>(part * static_cast<double>(bucketCount));
     return std::min(bucket, bucketCount - 1);
 }

@@ -43,6 +43,14 @@ void Database::execute(const char* statements) {
     check(sqlite3_exec(connection.get(), statements, nullptr, nullptr, nullptr));
 }
 
+void Database::executeUnlessBusy(const char* statement) {
+    const int result = sqlite3_exec(connection.get(), statement, nullptr, nullptr, nullptr);
+    // The low byte of an extended result code is its kind.
+    if ((result & 0xff) != SQLITE_BUSY) {
+        check(result);
+    }
+}
+
 std::int64_t Database::integer(const char* query) {
     Statement statement(*this, query);
     return statement.step() ? statement.integer(0) : 0;

@@ -126,6 +126,9 @@ void read_line(const std::string& text, Description& description) {
     } else {
         throw std::runtime_error("\"" + kind + "\" is unknown");
     }
+    if (std::string rest; line >> rest) {
+        throw std::runtime_error("too many words");
+    }
 }
 
 std::vector<DescribedPath> paths_of(const LoggedPathsSetupData& setup,

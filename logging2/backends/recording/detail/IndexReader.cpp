@@ -3,6 +3,7 @@
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
 #include <logging2/backends/recording/detail/open_index.hpp>
+#include <logging2/backends/recording/detail/row_hashes.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -36,9 +37,30 @@ void IndexReader::checkFormat() {
     }
 }
 
-std::map<std::string, std::string> IndexReader::values(const char* table) {
+void IndexReader::checkHash(std::uint64_t stored, std::uint64_t expected) const {
+    if (stored != expected) {
+        fail("it is damaged: a row has another hash");
+    }
+}
+
+std::map<std::string, std::string> IndexReader::runValues() {
     std::map<std::string, std::string> result;
-    Statement query(*database, (std::string("SELECT key, value FROM ") + table).c_str());
+    Statement query(*database, "SELECT key, value, hash FROM run");
+    while (query.step()) {
+        checkHash(query.unsignedInteger(2), hash_of_row(query.text(0), query.text(1)));
+        result[query.text(0)] = query.text(1);
+    }
+    for (const char* const key : {"state", "revision", "commit"}) {
+        if (result.count(key) == 0) {
+            fail(std::string("it is damaged: the run has no ") + key);
+        }
+    }
+    return result;
+}
+
+std::map<std::string, std::string> IndexReader::properties() {
+    std::map<std::string, std::string> result;
+    Statement query(*database, "SELECT key, value FROM property");
     while (query.step()) {
         result[query.text(0)] = query.text(1);
     }
@@ -47,11 +69,11 @@ std::map<std::string, std::string> IndexReader::values(const char* table) {
 
 Description IndexReader::description() {
     Transaction transaction(*database, Transaction::Kind::read);
-    auto run = values("run");
-    Description result{run["id"],          run["name"],
-                       run["start"],       run["host"],
-                       run["process"],     run["library_version"],
-                       values("property"), {}};
+    auto run = runValues();
+    Description result{run["id"],      run["name"],
+                       run["start"],   run["host"],
+                       run["process"], run["library_version"],
+                       properties(),   {}};
     Statement groups(*database, "SELECT id FROM signal_group ORDER BY position");
     while (groups.step()) {
         result.groups.push_back({groups.unsignedInteger(0), {}, {}});
@@ -77,31 +99,33 @@ Description IndexReader::description() {
     return result;
 }
 
-bool IndexReader::refresh(IndexState& state) {
+void IndexReader::refresh(IndexState& state) {
     Transaction transaction(*database, Transaction::Kind::read);
-    auto run = values("run");
+    auto run = runValues();
     const std::uint64_t commit = number_of(run["commit"]);
     if (commit == state.commit) {
-        return false;
+        return;
     }
     IndexState next = state;
     next.commit = commit;
     next.state = run["state"];
     next.end = run["end"];
     next.revision = number_of(run["revision"]);
-    Statement groups(*database, "SELECT steps, shown_steps FROM signal_group ORDER BY position");
+    Statement groups(*database,
+                     "SELECT steps, shown_steps, hash FROM signal_group ORDER BY position");
     for (std::size_t position = 0; groups.step(); ++position) {
         if (position == next.groups.size()) {
             next.groups.emplace_back();
         }
         next.groups[position].stepCount = groups.unsignedInteger(0);
         next.groups[position].shownStepCount = groups.unsignedInteger(1);
+        checkHash(groups.unsignedInteger(2),
+                  hash_of_row(position, groups.unsignedInteger(0), groups.unsignedInteger(1)));
     }
     for (std::size_t position = 0; position < next.groups.size(); ++position) {
         refreshGroup(position, next.groups[position]);
     }
     state = std::move(next);
-    return true;
 }
 
 /// Only a group's last chunks ever change, so it reads backwards to one that it knows.
@@ -115,6 +139,7 @@ void IndexReader::refreshGroup(std::size_t position, StoredGroup& group) {
     std::size_t known = 0;
     while (query.step()) {
         const ChunkRow row = chunk_of(query);
+        checkHash(query.unsignedInteger(chunkHashColumn), hash_of_row(row));
         const auto same = std::lower_bound(
             chunks.begin(), chunks.end(), row.firstStep,
             [](const ChunkRow& chunk, std::size_t step) { return chunk.firstStep < step; });

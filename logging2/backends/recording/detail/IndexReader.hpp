@@ -40,13 +40,14 @@ public:
     /// What is fixed about the run.
     Description description();
 
-    /// Brings the state up to date and tells whether anything has changed. The first time, it has
-    /// no groups.
-    bool refresh(IndexState& state);
+    /// Brings the state up to date. The first time, it has no groups.
+    void refresh(IndexState& state);
 
 private:
     void checkFormat();
-    std::map<std::string, std::string> values(const char* table);
+    std::map<std::string, std::string> runValues();
+    std::map<std::string, std::string> properties();
+    void checkHash(std::uint64_t stored, std::uint64_t expected) const;
     void refreshGroup(std::size_t position, StoredGroup& group);
     void checkChunks(std::size_t position, const StoredGroup& group) const;
     [[noreturn]] void fail(const std::string& what) const;

@@ -1,6 +1,7 @@
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
 
 #include <logging2/backends/recording/detail/DataFile.hpp>
+#include <logging2/backends/recording/detail/row_hashes.hpp>
 
 #include <sqlite3.h>
 
@@ -8,11 +9,12 @@ namespace logging2::core::detail {
 namespace {
 
 constexpr const char* schema = R"(
-    CREATE TABLE run (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
+    CREATE TABLE run (
+        key TEXT PRIMARY KEY, value TEXT NOT NULL, hash INTEGER NOT NULL) WITHOUT ROWID;
     CREATE TABLE property (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
     CREATE TABLE signal_group (
         position INTEGER PRIMARY KEY, id INTEGER NOT NULL,
-        steps INTEGER NOT NULL, shown_steps INTEGER NOT NULL);
+        steps INTEGER NOT NULL, shown_steps INTEGER NOT NULL, hash INTEGER NOT NULL);
     CREATE TABLE channel (
         signal_group INTEGER NOT NULL, position INTEGER NOT NULL,
         number INTEGER NOT NULL, width INTEGER NOT NULL,
@@ -26,6 +28,7 @@ constexpr const char* schema = R"(
         offset INTEGER NOT NULL, byte_count INTEGER NOT NULL,
         first_time REAL, last_time REAL, least_time REAL, greatest_time REAL,
         nan_times INTEGER NOT NULL, ascends INTEGER NOT NULL, greatest_so_far REAL,
+        hash INTEGER NOT NULL,
         PRIMARY KEY (signal_group, first_step)) WITHOUT ROWID;
 )";
 
@@ -50,7 +53,7 @@ Database opened(const std::string& name, mode_t mode, Durability durability,
 
 const char* const chunkColumns =
     "sequence, signal_group, first_step, steps, stored_steps, offset, byte_count, first_time, "
-    "last_time, least_time, greatest_time, nan_times, ascends, greatest_so_far";
+    "last_time, least_time, greatest_time, nan_times, ascends, greatest_so_far, hash";
 
 ChunkRow chunk_of(const Statement& statement) {
     return {
@@ -65,16 +68,17 @@ IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durabi
                          bool allowLiveReaders, const Description& description)
     : connection(opened(name, mode, durability, allowLiveReaders)),
       addChunk(connection, (std::string("INSERT INTO chunk (") + chunkColumns +
-                            ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+                            ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
                                .c_str()),
       removeChunks(connection, "DELETE FROM chunk WHERE signal_group = ? AND first_step >= ?"),
       shortenChunk(connection,
                    "UPDATE chunk SET steps = ?, last_time = ?, least_time = ?, greatest_time = ?, "
-                   "nan_times = ?, ascends = ?, greatest_so_far = ? "
+                   "nan_times = ?, ascends = ?, greatest_so_far = ?, hash = ? "
                    "WHERE signal_group = ? AND first_step = ?"),
-      updateSteps(connection,
-                  "UPDATE signal_group SET steps = ?, shown_steps = ? WHERE position = ?"),
-      updateValue(connection, "REPLACE INTO run (key, value) VALUES (?, ?)"),
+      updateSteps(
+          connection,
+          "UPDATE signal_group SET steps = ?, shown_steps = ?, hash = ? WHERE position = ?"),
+      updateValue(connection, "REPLACE INTO run (key, value, hash) VALUES (?, ?, ?)"),
       findLast(connection, (std::string("SELECT ") + chunkColumns +
                             " FROM chunk WHERE signal_group = ? AND first_step < ? "
                             "ORDER BY first_step DESC LIMIT 1")
@@ -108,8 +112,8 @@ void IndexWriter::describe(const Description& description) {
 }
 
 void IndexWriter::describeGroup(std::size_t position, const DescribedGroup& group) {
-    Statement addGroup(connection, "INSERT INTO signal_group VALUES (?, ?, 0, 0)");
-    addGroup.bind(position).bind(group.id).run();
+    Statement addGroup(connection, "INSERT INTO signal_group VALUES (?, ?, 0, 0, ?)");
+    addGroup.bind(position).bind(group.id).bind(hash_of_row(position, 0, 0)).run();
     Statement addChannel(connection, "INSERT INTO channel VALUES (?, ?, ?, ?)");
     for (std::size_t k = 0; k < group.channels.size(); ++k) {
         addChannel.bind(position).bind(k).bind(group.channels[k].number);
@@ -122,7 +126,7 @@ void IndexWriter::describeGroup(std::size_t position, const DescribedGroup& grou
 }
 
 void IndexWriter::setValue(std::string_view key, std::string_view value) {
-    updateValue.bind(key).bind(value).run();
+    updateValue.bind(key).bind(value).bind(hash_of_row(key, value)).run();
 }
 
 void IndexWriter::add(const ChunkRow& chunk) {
@@ -130,7 +134,8 @@ void IndexWriter::add(const ChunkRow& chunk) {
     addChunk.bind(chunk.storedStepCount).bind(chunk.offset).bind(chunk.byteCount);
     addChunk.bind(chunk.firstTime).bind(chunk.lastTime).bind(chunk.leastTime);
     addChunk.bind(chunk.greatestTime).bind(chunk.nanTimeCount);
-    addChunk.bind(std::int64_t{chunk.ascends ? 1 : 0}).bind(chunk.greatestSoFar).run();
+    addChunk.bind(std::int64_t{chunk.ascends ? 1 : 0}).bind(chunk.greatestSoFar);
+    addChunk.bind(hash_of_row(chunk)).run();
 }
 
 void IndexWriter::removeFrom(std::size_t group, std::size_t firstStep) {
@@ -141,11 +146,12 @@ void IndexWriter::shorten(const ChunkRow& chunk) {
     shortenChunk.bind(chunk.stepCount).bind(chunk.lastTime).bind(chunk.leastTime);
     shortenChunk.bind(chunk.greatestTime).bind(chunk.nanTimeCount);
     shortenChunk.bind(std::int64_t{chunk.ascends ? 1 : 0}).bind(chunk.greatestSoFar);
-    shortenChunk.bind(chunk.group).bind(chunk.firstStep).run();
+    shortenChunk.bind(hash_of_row(chunk)).bind(chunk.group).bind(chunk.firstStep).run();
 }
 
 void IndexWriter::setSteps(std::size_t group, std::size_t stepCount, std::size_t shownStepCount) {
-    updateSteps.bind(stepCount).bind(shownStepCount).bind(group).run();
+    updateSteps.bind(stepCount).bind(shownStepCount);
+    updateSteps.bind(hash_of_row(group, stepCount, shownStepCount)).bind(group).run();
 }
 
 void IndexWriter::setRevision(std::uint64_t revision) {
@@ -177,7 +183,8 @@ void IndexWriter::announce() {
 void IndexWriter::finish() {
     if (hasLog) {
         connection.execute("PRAGMA wal_checkpoint(TRUNCATE)");
-        connection.execute("PRAGMA journal_mode = DELETE");
+        // While a reader has the index open, the log stays; it can be read as well.
+        connection.executeUnlessBusy("PRAGMA journal_mode = DELETE");
     }
 }
 

@@ -49,7 +49,8 @@ public:
     /// tells them only of states that some connection with that right has read.
     void announce();
 
-    /// Brings everything into the one file index.sqlite, which never changes any more.
+    /// Brings everything into the one file index.sqlite, which never changes any more. The files
+    /// of the log stay if a reader uses them.
     void finish();
 
 private:
@@ -69,11 +70,14 @@ private:
     bool hasLog;
 };
 
-/// The columns of a chunk's row, in the order in which chunk_of() expects them.
+/// The columns of a chunk's row, in the order in which chunk_of() expects them, and its hash.
 extern const char* const chunkColumns;
 
 /// The row that the statement has reached, with the columns from the first one on.
 ChunkRow chunk_of(const Statement& statement);
+
+/// The position of the row's hash.
+constexpr int chunkHashColumn = 14;
 
 /// Identify the file format: PRAGMA application_id.
 constexpr std::int64_t applicationId = 0x4c325245;

@@ -75,13 +75,34 @@ void RecordingRun::checkPlaces() {
 
 bool RecordingRun::refresh() {
     // Asked first: a writer that ends in between is seen at the next call.
-    const bool wasClaimed = std::exchange(claimed, data.isClaimed());
-    const bool hasChanged = index.refresh(state);
-    return hasChanged || claimed != wasClaimed;
+    const bool isClaimed = data.isClaimed();
+    const Answers former = answers();
+    index.refresh(state);
+    claimed = isClaimed;
+    return former != answers();
+}
+
+RecordingRun::Answers RecordingRun::answers() const {
+    std::vector<std::size_t> stepCounts;
+    for (const StoredGroup& group : state.groups) {
+        stepCounts.push_back(stepCountOf(group));
+    }
+    return {state.revision, stateOfRun(), std::move(stepCounts)};
 }
 
 bool RecordingRun::isRunning() const {
     return claimed && state.state == "running";
+}
+
+RunState RecordingRun::stateOfRun() const {
+    if (isRunning()) {
+        return RunState::running;
+    }
+    return state.state == "finished" ? RunState::finished : RunState::interrupted;
+}
+
+std::size_t RecordingRun::stepCountOf(const StoredGroup& group) const {
+    return isRunning() ? group.shownStepCount : group.stepCount;
 }
 
 RunInfo RecordingRun::info() const {
@@ -91,9 +112,7 @@ RunInfo RecordingRun::info() const {
     info.start = time_of(description.start);
     info.properties = description.properties;
     info.revision = state.revision;
-    info.state = isRunning()
-                     ? RunState::running
-                     : (state.state == "finished" ? RunState::finished : RunState::interrupted);
+    info.state = stateOfRun();
     if (!state.end.empty()) {
         info.end = time_of(state.end);
     }
@@ -103,7 +122,7 @@ RunInfo RecordingRun::info() const {
 std::vector<SampleSpan> RecordingRun::spansOf(std::size_t group) const {
     std::vector<SampleSpan> spans;
     const StoredGroup& stored = state.groups[group];
-    std::size_t left = isRunning() ? stored.shownStepCount : stored.stepCount;
+    std::size_t left = stepCountOf(stored);
     for (const ChunkRow& chunk : stored.chunks) {
         if (left == 0) {
             break;
@@ -198,6 +217,10 @@ Series RecordingRun::seriesOf(const Place& place, const std::vector<SampleSpan>&
         return mappedSeries(place, spans.front());
     }
     const std::size_t count = sample_count(spans);
+    if (count > data.byteCount() / sizeof(double) / (1 + place.width)) {
+        throw RecordingError(location, "the index is damaged: it names more samples than the data "
+                                       "file holds");
+    }
     // Not initialised: all of it is read.
     const std::shared_ptr<double[]> owner(new double[count * (1 + place.width)]);
     double* times = owner.get();

@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <unordered_set>
 #include <vector>
 
@@ -46,9 +47,16 @@ private:
         std::size_t width;
     };
 
+    /// What the answers to all questions depend on: the revision, the run's state, and how many
+    /// steps of each group are visible.
+    using Answers = std::tuple<std::uint64_t, RunState, std::vector<std::size_t>>;
+
     void checkDescription() const;
     void checkPlaces();
     bool isRunning() const;
+    RunState stateOfRun() const;
+    std::size_t stepCountOf(const StoredGroup& group) const;
+    Answers answers() const;
     Place placeOf(const lang::core::ValuePath& path) const;
     std::vector<SampleSpan> spansOf(std::size_t group) const;
     void addSpansBetween(const SampleSpan& span, double from, double to,

@@ -4,24 +4,38 @@
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 
 namespace logging2::core::detail {
 namespace {
 
-/// The bytes for each group's block if all get the same, but wide rows what one row needs.
-std::size_t share_of(std::size_t byteCount, const std::vector<std::size_t>& rowLengths) {
-    const std::size_t evenShare = byteCount / rowLengths.size();
-    std::size_t wideCount = 0;
-    for (const std::size_t length : rowLengths) {
-        const std::size_t rowByteCount = length * sizeof(double);
-        if (rowByteCount > evenShare) {
-            ++wideCount;
-            byteCount -= std::min(byteCount, rowByteCount);
+/// The bytes for each group's block if all get the same, but wide rows what one row needs; 0 if the
+/// rows need all of them.
+std::size_t share_of(std::size_t byteCount, std::vector<std::size_t> rowByteCounts) {
+    std::sort(rowByteCounts.rbegin(), rowByteCounts.rend());
+    std::size_t left = rowByteCounts.size();
+    for (const std::size_t rowByteCount : rowByteCounts) {
+        if (rowByteCount <= byteCount / left) {
+            break;
         }
+        byteCount -= std::min(byteCount, rowByteCount);
+        --left;
     }
-    return wideCount == rowLengths.size() ? 0 : byteCount / (rowLengths.size() - wideCount);
+    return left == 0 ? 0 : byteCount / left;
+}
+
+/// Throws if the buffers cannot hold one row of each group, and another one of the widest that
+/// waits to be written.
+void check_byte_count(std::size_t byteCount, const std::vector<std::size_t>& rowByteCounts,
+                      std::size_t widest) {
+    const std::size_t needed = std::accumulate(rowByteCounts.begin(), rowByteCounts.end(), widest);
+    if (needed > byteCount) {
+        throw std::invalid_argument("RecordingOptions::bufferByteCount is " +
+                                    std::to_string(byteCount) +
+                                    ", but these groups need at least " + std::to_string(needed));
+    }
 }
 
 std::size_t rounded_down(std::size_t rowCount) {
@@ -45,22 +59,18 @@ std::vector<std::size_t> row_capacities(const RecordingOptions& options,
     if (groups.empty()) {
         return capacities;
     }
-    std::vector<std::size_t> rowLengths;
-    std::transform(groups.begin(), groups.end(), std::back_inserter(rowLengths), row_length);
-    const std::size_t forBlocks = options.bufferByteCount / 4 * 3;
-    const std::size_t byteCount = std::min(options.chunkByteCount, share_of(forBlocks, rowLengths));
-    std::size_t total = 0;
-    std::size_t largest = 0;
-    for (const std::size_t length : rowLengths) {
-        const std::size_t rowByteCount = length * sizeof(double);
+    std::vector<std::size_t> rowByteCounts;
+    std::transform(groups.begin(), groups.end(), std::back_inserter(rowByteCounts),
+                   [](const DescribedGroup& group) { return row_length(group) * sizeof(double); });
+    const std::size_t widest = *std::max_element(rowByteCounts.begin(), rowByteCounts.end());
+    check_byte_count(options.bufferByteCount, rowByteCounts, widest);
+    // What is left is at least one more block.
+    const std::size_t forWaiting = std::max(
+        {options.bufferByteCount / 4, options.bufferByteCount / (groups.size() + 1), widest});
+    const std::size_t byteCount = std::min(
+        options.chunkByteCount, share_of(options.bufferByteCount - forWaiting, rowByteCounts));
+    for (const std::size_t rowByteCount : rowByteCounts) {
         capacities.push_back(rounded_down(byteCount / rowByteCount));
-        total += capacities.back() * rowByteCount;
-        largest = std::max(largest, capacities.back() * rowByteCount);
-    }
-    if (total + largest > options.bufferByteCount) {
-        throw std::invalid_argument(
-            "RecordingOptions::bufferByteCount is " + std::to_string(options.bufferByteCount) +
-            ", but these groups need at least " + std::to_string(total + largest));
     }
     return capacities;
 }

@@ -11,10 +11,11 @@ namespace logging2::core::detail {
 /// The number of doubles of a group's row, the time included.
 std::size_t row_length(const DescribedGroup& group);
 
-/// How many rows a block of each group holds. A quarter of the buffer's bytes is left for blocks
-/// that wait to be written.
+/// How many rows a block of each group holds. A quarter of the buffer's bytes, or what the largest
+/// block needs, is left for blocks that wait to be written.
 ///
-/// Throws std::invalid_argument if the options allow less than one row per group.
+/// Throws std::invalid_argument if the buffer cannot hold one row per group, and another one of the
+/// widest.
 std::vector<std::size_t> row_capacities(const RecordingOptions& options,
                                         const std::vector<DescribedGroup>& groups);
 

@@ -34,10 +34,9 @@ std::string uri_of(const std::string& name, const char* parameters) {
     return uri + '?' + parameters;
 }
 
-std::unique_ptr<Database> opened(const std::string& file, const char* parameters,
-                                 const std::string& name) {
+std::unique_ptr<Database> opened(const std::string& name, const char* parameters) {
     auto database =
-        std::make_unique<Database>(uri_of(file, parameters), name, SQLITE_OPEN_READONLY);
+        std::make_unique<Database>(uri_of(name, parameters), name, SQLITE_OPEN_READONLY);
     sqlite3_busy_timeout(database->get(), busyMilliseconds);
     return database;
 }
@@ -79,9 +78,21 @@ std::unique_ptr<Database> opened_copy(const std::string& name) {
     } catch (const fs::filesystem_error& error) {
         throw RecordingError(name, "cannot copy it and its log: " + error.code().message());
     }
-    auto database = opened(copy, "mode=rw", name);
+    auto database =
+        std::make_unique<Database>(uri_of(copy, "mode=rw"), name, SQLITE_OPEN_READWRITE);
     // The connection keeps the files that it has opened, though their names go.
     database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
+    return database;
+}
+
+std::unique_ptr<Database> opened_with_log(const std::string& name) {
+    std::error_code error;
+    if (!fs::exists(name + "-shm", error)) {
+        return opened_copy(name);
+    }
+    auto database = opened(name, "mode=ro&readonly_shm=1");
+    // SQLite opens the log at the first query.
+    database->execute("SELECT count(*) FROM sqlite_schema");
     return database;
 }
 
@@ -92,13 +103,17 @@ std::unique_ptr<Database> open_index(const std::string& name) {
     if (!fs::exists(name, error)) {
         throw RecordingError(name, "it does not exist");
     }
-    if (!has_log(name)) {
-        return opened(name, "mode=ro&immutable=1", name);
+    while (has_log(name)) {
+        try {
+            return opened_with_log(name);
+        } catch (const RecordingError&) {
+            // A writer that finishes at this moment removes the log.
+            if (has_log(name)) {
+                throw;
+            }
+        }
     }
-    if (!fs::exists(name + "-shm", error)) {
-        return opened_copy(name);
-    }
-    return opened(name, "mode=ro&readonly_shm=1", name);
+    return opened(name, "mode=ro&immutable=1");
 }
 
 } // namespace logging2::core::detail

@@ -1,0 +1,224 @@
+#include <tests/backends/recording/damaged_recordings.hpp>
+
+#include <logging2/backends/recording/detail/row_hashes.hpp>
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Property;
+using ::testing::Throws;
+using ::testing::ThrowsMessage;
+
+namespace fs = std::filesystem;
+
+/// An error whose message begins with the place and holds the text.
+auto throws_at(const fs::path& place, const char* text) {
+    return Throws<RecordingError>(
+        AllOf(Property(&RecordingError::location, place.string()),
+              Property(&RecordingError::what,
+                       AllOf(::testing::StartsWith(place.string() + ": "), HasSubstr(text)))));
+}
+
+class RecordingDamageTest : public DamagedRecordingTest {
+protected:
+    /// Where the payload of the long chunk has what; its directory has three roots.
+    static constexpr std::size_t headerByteCount = 128;
+    static constexpr std::size_t directory = headerByteCount;
+    static constexpr std::size_t times = directory + 128;
+    static constexpr std::size_t timeLeaves = times + longStepCount * 8;
+
+    void expectDamage(const fs::path& place, const char* text) const {
+        EXPECT_THAT([this] { readAll(); }, throws_at(place, text));
+    }
+
+    /// What becomes of a byte that is flipped in the long chunk.
+    void expectChunkDamage(std::size_t offsetInChunk, const char* text) {
+        flip(samples(), chunkOffset() + offsetInChunk);
+        expectDamage(samples(), text);
+        flip(samples(), chunkOffset() + offsetInChunk);
+    }
+};
+
+TEST_F(RecordingDamageTest, wholeRecordingHasNone) {
+    EXPECT_NO_THROW(readAll());
+}
+
+TEST_F(RecordingDamageTest, missingDirectoryIsNoRecording) {
+    fs::remove_all(location);
+    expectDamage(location, "it is not a directory, and so not a recording");
+}
+
+TEST_F(RecordingDamageTest, fileIsNoRecording) {
+    EXPECT_THAT([this] { open_recording(samples().string()); },
+                throws_at(samples(), "it is not a directory, and so not a recording"));
+}
+
+TEST_F(RecordingDamageTest, missingIndexIsNamed) {
+    fs::remove(index());
+    expectDamage(index(), "it does not exist");
+}
+
+TEST_F(RecordingDamageTest, foreignDatabaseIsNoIndex) {
+    fs::remove(index());
+    run_sql(index(), "CREATE TABLE run (key TEXT, value TEXT)");
+    expectDamage(index(), "it is not the index of a recording");
+}
+
+TEST_F(RecordingDamageTest, emptyFileIsNoIndex) {
+    writeBytes(index(), "");
+    expectDamage(index(), "it is not the index of a recording");
+}
+
+TEST_F(RecordingDamageTest, textIsNoIndex) {
+    writeBytes(index(), std::string(5000, 'x'));
+    expectDamage(index(), "file is not a database");
+}
+
+TEST_F(RecordingDamageTest, indexOfANewerVersionIsRefused) {
+    run_sql(index(), "PRAGMA user_version = 2");
+    expectDamage(index(), "it was written by a newer version of logging2");
+}
+
+TEST_F(RecordingDamageTest, dataFileOfANewerVersionIsRefused) {
+    flip(samples(), 8, 1 ^ 2);
+    expectDamage(samples(), "it was written by a newer version of logging2");
+}
+
+TEST_F(RecordingDamageTest, missingTableIsDamage) {
+    run_sql(index(), "DROP TABLE chunk");
+    expectDamage(index(), "no such table: chunk");
+}
+
+TEST_F(RecordingDamageTest, missingChunkIsDamage) {
+    run_sql(index(), "DELETE FROM chunk WHERE first_step = 0");
+    expectDamage(index(), "it is damaged: the chunks of a group do not follow each other");
+}
+
+TEST_F(RecordingDamageTest, missingLastChunkIsDamage) {
+    run_sql(index(), "DELETE FROM chunk WHERE first_step > 0");
+    expectDamage(index(), "it is damaged: a group has another number of steps than its chunks");
+}
+
+TEST_F(RecordingDamageTest, missingDataFileIsNamed) {
+    fs::remove(samples());
+    expectDamage(samples(), "cannot open it: No such file or directory");
+}
+
+TEST_F(RecordingDamageTest, foreignDataFileIsRefused) {
+    writeBytes(samples(), std::string(5000, 'x'));
+    expectDamage(samples(), "it is not a recording's data file");
+}
+
+TEST_F(RecordingDamageTest, emptyDataFileEndsTooEarly) {
+    writeBytes(samples(), "");
+    expectDamage(samples(), "it ends too early: bytes are missing");
+}
+
+TEST_F(RecordingDamageTest, shortenedDataFileEndsTooEarly) {
+    const std::string bytes = bytesOf(samples());
+    for (const std::size_t left : {std::size_t{127}, chunkOffset(), chunkOffset() + 127,
+                                   chunkOffset() + 5000, bytes.size() - 64}) {
+        writeBytes(samples(), bytes.substr(0, left));
+        expectDamage(samples(), "it ends too early: bytes are missing");
+    }
+}
+
+TEST_F(RecordingDamageTest, lossOfTheTailLeavesTheRestReadable) {
+    fs::resize_file(samples(), static_cast<std::uintmax_t>(number_in(
+                                   index(), "SELECT offset FROM chunk WHERE first_step > 0")));
+    EXPECT_EQ(opened()->series(ValuePath("x"), 0.0, 59.9).size(), longStepCount);
+}
+
+TEST_F(RecordingDamageTest, filesOfDifferentRecordingsAreToldApart) {
+    const auto other = makeWriter();
+    fs::copy_file(other->location() + "/samples.bin", samples(),
+                  fs::copy_options::overwrite_existing);
+    expectDamage(location, "the index and the data file belong to different recordings");
+}
+
+TEST_F(RecordingDamageTest, changedDescriptionIsDamage) {
+    run_sql(index(), "UPDATE property SET value = 'bell'");
+    expectDamage(location, "the index and the data file belong to different recordings, or one of "
+                           "them is damaged");
+}
+
+TEST_F(RecordingDamageTest, flippedByteOfTheFirstHeaderIsFound) {
+    flip(samples(), 40);
+    expectDamage(samples(), "a record's header is damaged");
+}
+
+TEST_F(RecordingDamageTest, flippedByteOfAChunkIsFound) {
+    expectChunkDamage(0, "it is not a recording's data file");
+    expectChunkDamage(40, "a record's header is damaged");
+    expectChunkDamage(120, "a record's header is damaged");
+    expectChunkDamage(directory, "its directory has another hash");
+    expectChunkDamage(directory + 40, "its directory has another hash");
+    expectChunkDamage(times, "samples have another hash");
+    expectChunkDamage(times + 8 * 599, "samples have another hash");
+    expectChunkDamage(timeLeaves, "nodes of a column's tree have another hash");
+    expectChunkDamage(timeLeaves + 3 * 32 - 1, "nodes of a column's tree have another hash");
+    EXPECT_NO_THROW(readAll());
+}
+
+TEST_F(RecordingDamageTest, flippedValueIsFoundByEveryQuestion) {
+    const std::size_t values = (timeLeaves + 3 * 32 + 63) / 64 * 64;
+    flip(samples(), chunkOffset() + values + 8 * 300);
+    const auto run = opened();
+    const ValuePath x("x");
+    const auto isFound = throws_at(samples(), "samples have another hash");
+    EXPECT_THAT([&] { run->series(x); }, isFound);
+    EXPECT_THAT([&] { run->series(x, 29.0, 31.0); }, isFound);
+    EXPECT_THAT([&] { run->overview(x, 29.0, 31.0, 50); }, isFound);
+    EXPECT_EQ(run->series(x, 0.0, 10.0).size(), 101U) << "another leaf";
+    EXPECT_EQ(run->series(ValuePath("v")).size(), stepCount) << "another signal";
+}
+
+TEST_F(RecordingDamageTest, chunkAtAnotherPlaceIsNotTakenForIt) {
+    run_sql(index(), "UPDATE chunk SET offset = (SELECT offset FROM chunk WHERE first_step = 0)");
+    EXPECT_THROW(readAll(), RecordingError);
+}
+
+TEST_F(RecordingDamageTest, changedRowOfTheIndexIsFound) {
+    const std::string former = bytesOf(index());
+    for (const char* change :
+         {"UPDATE run SET value = 'interrupted' WHERE key = 'state'",
+          "UPDATE run SET value = '1' WHERE key = 'revision'",
+          "UPDATE signal_group SET shown_steps = 1", "UPDATE chunk SET least_time = 100",
+          "UPDATE chunk SET greatest_time = NULL"}) {
+        writeBytes(index(), former);
+        run_sql(index(), change);
+        expectDamage(index(), "it is damaged: a row has another hash");
+    }
+    writeBytes(index(), former);
+    run_sql(index(), "DELETE FROM run WHERE key = 'state'");
+    expectDamage(index(), "it is damaged: the run has no state");
+}
+
+TEST_F(RecordingDamageTest, indexWithMoreStepsThanTheFileHoldsIsRefused) {
+    // The number of doubles of the series overflows to a small one.
+    detail::ChunkRow row;
+    row.sequence = 99;
+    row.firstStep = longStepCount;
+    row.stepCount = row.storedStepCount = (std::size_t{1} << 63) - longStepCount / 2;
+    const std::size_t sum = row.firstStep + row.stepCount;
+    const auto text = [](std::size_t number) {
+        return std::to_string(static_cast<std::int64_t>(number));
+    };
+    run_sql(index(),
+            "DELETE FROM chunk WHERE first_step > 0;"
+            "INSERT INTO chunk VALUES (0, 600, 99, " +
+                text(row.stepCount) + ", " + text(row.stepCount) +
+                ", 0, 0, 0, 0, 1e999, -1e999, 0, 1, -1e999, " + text(detail::hash_of_row(row)) +
+                ");"
+                "UPDATE signal_group SET steps = " +
+                text(sum) + ", shown_steps = 0, hash = " + text(detail::hash_of_row(0, sum, 0)));
+    const auto run = opened();
+    EXPECT_THAT([&] { run->series(ValuePath("x")); },
+                throws_at(location, "the index is damaged: it names more samples than the data "
+                                    "file holds"));
+}
+
+} // namespace
+} // namespace logging2::core::test

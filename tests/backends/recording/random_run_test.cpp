@@ -1,0 +1,215 @@
+#include <tests/backends/recording/recordings.hpp>
+
+#include <logging2/conformance/detail/memory_oracle.hpp>
+
+#include <algorithm>
+#include <random>
+
+// Ranges and overviews of random recordings, compared with plain loops.
+
+namespace logging2::core::test {
+namespace {
+
+constexpr std::size_t rowLength = 4;
+constexpr std::size_t pairWidth = 2;
+constexpr std::size_t pairOffset = 1;
+
+/// The scalar "s", the pair "p" behind it, and a scalar without a path.
+GroupSetup threeChannels() {
+    return GroupSetup{{Group(0), LoggedPathsSetupData(paths({{"s", 0}, {"p", 1}}),
+                                                      channels({{0, 1}, {1, pairWidth}, {2, 1}}))}};
+}
+
+class RandomRunTest : public RecordingTest {
+protected:
+    std::size_t below(std::size_t end) {
+        return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
+    }
+
+    double special() {
+        constexpr double values[] = {nan, infinity, -infinity, -0.0, 0.0};
+        return values[below(5)];
+    }
+
+    double anyTime() { return below(20) == 0 ? special() : static_cast<double>(below(400)) / 8.0; }
+
+    /// A recording of up to so many steps, with commits and rollbacks between them.
+    void record(unsigned seed, std::size_t greatestStepCount) {
+        random.seed(seed);
+        options.chunkByteCount = (std::size_t{1} << below(12)) * (rowLength + 1) * sizeof(double);
+        ascends = below(2) == 0;
+        writer = makeWriter(threeChannels());
+        held = std::make_unique<MemoryOracle>(threeChannels(), false, std::nullopt);
+        for (std::size_t left = below(greatestStepCount); left > 0; --left) {
+            step();
+        }
+        if (below(2) == 0) {
+            writer->flush();
+        } else {
+            writer->flushIntermediate();
+        }
+        run = open(*writer);
+    }
+
+    void step() {
+        const std::size_t pick = below(400);
+        if (pick == 0) {
+            writer->flushIntermediate();
+        } else if (pick < 3 && !times().empty()) {
+            const double time =
+                times()[times().size() - 1 - below(std::min<std::size_t>(times().size(), 1000))];
+            writer->rollback(0, time);
+            held->rollbackToTime(0, time);
+        } else {
+            double time = anyTime();
+            if (ascends) {
+                time = (times().empty() ? 0.0 : times().back()) + static_cast<double>(below(3)) / 8;
+            }
+            Doubles row(rowLength);
+            for (double& value : row) {
+                value = below(20) == 0 ? special() : static_cast<double>(random());
+            }
+            write(*writer, 0, time, row);
+            held->write(0, time, row);
+        }
+    }
+
+    const Doubles& times() const { return held->times[0]; }
+
+    void expectRange(double from, double to) {
+        Doubles insideTimes;
+        Doubles insideValues;
+        for (std::size_t i = 0; i < times().size(); ++i) {
+            if (from <= times()[i] && times()[i] <= to) {
+                insideTimes.push_back(times()[i]);
+                const auto first = held->rows[0][i].begin() + pairOffset;
+                insideValues.insert(insideValues.end(), first, first + pairWidth);
+            }
+        }
+        const Series series = run->series(ValuePath("p"), from, to);
+        EXPECT_TRUE(sameBits(doubles(series.times()), insideTimes));
+        EXPECT_TRUE(sameBits(doubles(series.values()), insideValues));
+    }
+
+    /// The overview of elements [offset, offset + width) of the rows.
+    Overview naiveOverview(double from, double to, std::size_t bucketCount, std::size_t offset,
+                           std::size_t width) const {
+        Overview result;
+        result.width = width;
+        result.least.assign(bucketCount * width, infinity);
+        result.greatest.assign(bucketCount * width, -infinity);
+        result.nanCount.assign(bucketCount * width, 0);
+        result.sampleCount.assign(bucketCount, 0);
+        for (std::size_t i = 0; i < times().size(); ++i) {
+            if (!(from <= times()[i] && times()[i] <= to)) {
+                continue;
+            }
+            const std::size_t bucket = bucket_of(times()[i], from, to, bucketCount);
+            ++result.sampleCount[bucket];
+            for (std::size_t e = 0; e < width; ++e) {
+                const double value = held->rows[0][i][offset + e];
+                const std::size_t place = bucket * width + e;
+                if (value != value) {
+                    ++result.nanCount[place];
+                } else {
+                    result.least[place] = std::min(result.least[place], value);
+                    result.greatest[place] = std::max(result.greatest[place], value);
+                }
+            }
+        }
+        return result;
+    }
+
+    static void expectSame(const Overview& actual, const Overview& expected) {
+        EXPECT_EQ(actual.width, expected.width);
+        EXPECT_EQ(actual.least, expected.least);
+        EXPECT_EQ(actual.greatest, expected.greatest);
+        EXPECT_EQ(actual.nanCount, expected.nanCount);
+        EXPECT_EQ(actual.sampleCount, expected.sampleCount);
+    }
+
+    void expectOverviews(double from, double to) {
+        const std::size_t bucketCount = 1 + below(30);
+        SCOPED_TRACE(::testing::Message() << from << " to " << to << ", " << bucketCount);
+        expectSame(run->overview(ValuePath("s"), from, to, bucketCount),
+                   naiveOverview(from, to, bucketCount, 0, 1));
+        expectSame(run->overview(ValuePath("p"), from, to, bucketCount),
+                   naiveOverview(from, to, bucketCount, pairOffset, pairWidth));
+    }
+
+    /// A range that begins or ends at a sample, or between samples.
+    std::pair<double, double> finiteRange() {
+        double from = static_cast<double>(below(400)) / 8.0;
+        double to = from + static_cast<double>(below(400)) / 9.0;
+        if (ascends && !times().empty()) {
+            from = times()[below(times().size())] - static_cast<double>(below(2)) / 16;
+            to = from + times().back() / static_cast<double>(1 + below(10));
+        }
+        return {from, to};
+    }
+
+    std::mt19937 random;
+    bool ascends = false;
+    std::unique_ptr<RecordingStreamWriter> writer;
+    std::unique_ptr<MemoryOracle> held;
+    std::unique_ptr<core::Run> run;
+};
+
+TEST_F(RandomRunTest, seriesOfARangeEqualsAPlainFilter) {
+    for (unsigned seed = 1; seed <= 30 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        record(seed, 3000);
+        for (int round = 0; round < 8; ++round) {
+            const auto [from, to] = finiteRange();
+            expectRange(from, to);
+            expectRange(to, from);
+            expectRange(special(), to);
+            expectRange(from, special());
+            expectRange(from, from);
+        }
+        expectRange(-infinity, infinity);
+        expectRange(nan, nan);
+    }
+}
+
+TEST_F(RandomRunTest, overviewEqualsAPlainLoop) {
+    for (unsigned seed = 1; seed <= 30 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        record(seed, 3000);
+        for (int round = 0; round < 8; ++round) {
+            const auto [from, to] = finiteRange();
+            expectOverviews(from, to);
+            expectOverviews(from, from);
+        }
+        expectOverviews(-std::numeric_limits<double>::max(), std::numeric_limits<double>::max());
+        expectOverviews(-0.0, 0.0);
+    }
+}
+
+TEST_F(RandomRunTest, overviewOfALongChunkEqualsAPlainLoop) {
+    random.seed(1);
+    ascends = true;
+    options.chunkByteCount = std::size_t{4} << 20;
+    writer = makeWriter(threeChannels());
+    held = std::make_unique<MemoryOracle>(threeChannels(), false, std::nullopt);
+    for (std::size_t s = 0; s < 30000; ++s) {
+        const double time = static_cast<double>(s) / 8.0;
+        const Doubles row{std::sin(time), std::cos(time), static_cast<double>(random()), 0.0};
+        write(*writer, 0, time, row);
+        held->write(0, time, row);
+    }
+    writer->flushIntermediate();
+    // The chunk is shortened in the middle of a leaf.
+    writer->rollback(0, 3333.0);
+    held->rollbackToTime(0, 3333.0);
+    run = open(*writer);
+    for (int round = 0; round < 20; ++round) {
+        const auto [from, to] = finiteRange();
+        expectOverviews(from, to);
+        expectRange(from, to);
+    }
+    expectOverviews(0.0, 3333.0);
+}
+
+} // namespace
+} // namespace logging2::core::test

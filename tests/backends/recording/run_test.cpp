@@ -1,0 +1,227 @@
+#include <tests/backends/recording/recordings.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+#include <tuple>
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::ThrowsMessage;
+
+class RecordingRunTest : public RecordingTest {};
+
+TEST_F(RecordingRunTest, infoTellsWhatTheHostGave) {
+    options.properties = {{"model", "ball"}, {"", "empty key"}};
+    StreamingAttributes attributes;
+    attributes.name = BasicTableString<char>("a name/with \"odd\" characters");
+    const auto before = std::chrono::system_clock::now() - std::chrono::microseconds(1);
+    const auto writer = makeWriter(scalarSetup(), attributes);
+    writer->flush();
+    const RunInfo info = open(*writer)->info();
+    EXPECT_EQ(info.id.size(), 36U);
+    EXPECT_EQ(info.name, "a name/with \"odd\" characters");
+    EXPECT_EQ(info.properties, options.properties);
+    EXPECT_EQ(info.revision, 0U);
+    EXPECT_LE(before, info.start);
+    ASSERT_TRUE(info.end);
+    EXPECT_LE(info.start, *info.end);
+    EXPECT_LE(*info.end, std::chrono::system_clock::now());
+}
+
+TEST_F(RecordingRunTest, runsHaveDifferentIds) {
+    EXPECT_NE(open(*makeWriter())->info().id, open(*makeWriter())->info().id);
+}
+
+TEST_F(RecordingRunTest, isRunningWhileItsWriterLives) {
+    const auto writer = makeWriter();
+    const RunInfo info = open(*writer)->info();
+    EXPECT_EQ(info.state, RunState::running);
+    EXPECT_FALSE(info.end);
+}
+
+TEST_F(RecordingRunTest, isFinishedAfterFlush) {
+    const auto writer = makeWriter();
+    writer->flush();
+    EXPECT_EQ(open(*writer)->info().state, RunState::finished);
+}
+
+TEST_F(RecordingRunTest, isInterruptedIfItsWriterIsDestroyedBeforeFlush) {
+    auto writer = makeWriter();
+    const std::string location = writer->location();
+    writeTimes(*writer, {1.0});
+    writer.reset();
+    const auto run = open_recording(location);
+    EXPECT_EQ(run->info().state, RunState::interrupted);
+    EXPECT_TRUE(run->info().end);
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0));
+}
+
+TEST_F(RecordingRunTest, stepsOfAnInterruptedRunAreNotHeldBack) {
+    options.heldBackSteps = 100;
+    auto writer = makeWriter();
+    const auto run = open(*writer);
+    writeTimes(*writer, {1.0, 2.0});
+    writer.reset();
+    EXPECT_TRUE(run->refresh());
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 2.0));
+}
+
+TEST_F(RecordingRunTest, groupsTellTheirStepsAndTimes) {
+    const auto writer = makeWriter(twoGroups());
+    write(*writer, 5, 1.5, {1.0, 2.0, 3.0, 4.0});
+    write(*writer, 5, 0.5, {1.0, 2.0, 3.0, 4.0});
+    writer->flush();
+    const auto groups = open(*writer)->groups();
+    ASSERT_EQ(groups.size(), 2U);
+    EXPECT_EQ(groups[0].id, 0U);
+    EXPECT_EQ(groups[0].stepCount, 0U);
+    EXPECT_FALSE(groups[0].firstTime);
+    EXPECT_FALSE(groups[0].lastTime);
+    EXPECT_EQ(groups[1].id, 5U);
+    EXPECT_EQ(groups[1].stepCount, 2U);
+    EXPECT_EQ(groups[1].firstTime, 1.5);
+    EXPECT_EQ(groups[1].lastTime, 0.5);
+}
+
+TEST_F(RecordingRunTest, lastTimeIsThatOfTheLastStepThatIsShown) {
+    options.heldBackSteps = 1;
+    options.bufferByteCount = 200;
+    options.chunkByteCount = 3 * 16;
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0});
+    const auto run = open(*writer);
+    while (run->groups()[0].stepCount < 5) {
+        run->refresh();
+    }
+    EXPECT_EQ(run->groups()[0].lastTime, 5.0);
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 2.0, 3.0, 4.0, 5.0));
+}
+
+TEST_F(RecordingRunTest, signalsAreOrderedByGroupChannelAndPath) {
+    const auto writer = makeWriter(twoGroups());
+    std::vector<std::tuple<std::string, std::size_t, std::size_t, std::size_t>> signals;
+    for (const SignalInfo& signal : open(*writer)->signals()) {
+        signals.emplace_back(::testing::PrintToString(signal.path), signal.group, signal.channel,
+                             signal.width);
+    }
+    EXPECT_THAT(signals, ElementsAre(std::tuple("same", 0, 1, 1), std::tuple("x", 0, 1, 1),
+                                     std::tuple("y", 5, 7, 1), std::tuple("z", 5, 2, 3),
+                                     std::tuple("nothing", 5, 3, 0)));
+}
+
+TEST_F(RecordingRunTest, signalWithoutSamplesHasAnEmptySeries) {
+    const auto writer = makeWriter(twoGroups());
+    const auto run = open(*writer);
+    const Series series = run->series(ValuePath("z"));
+    EXPECT_EQ(series.size(), 0U);
+    EXPECT_EQ(series.width(), 3U);
+    EXPECT_EQ(run->series(ValuePath("z"), 0.0, 1.0).size(), 0U);
+    EXPECT_THAT(run->overview(ValuePath("z"), 0.0, 1.0, 2).sampleCount, ElementsAre(0U, 0U));
+}
+
+TEST_F(RecordingRunTest, groupsOfAnyIdCanBeWritten) {
+    GroupSetup setup;
+    for (const std::size_t id : {~std::size_t{0}, std::size_t{65536}, std::size_t{65535}}) {
+        setup.insert(Group(id), LoggedPathsSetupData(paths({{std::to_string(id).c_str(), 1}}),
+                                                     channels({{1, 1}})));
+    }
+    const auto writer = makeWriter(setup);
+    for (const auto& [group, data] : setup) {
+        write(*writer, group.id(), 1.0, {static_cast<double>(group.id())});
+    }
+    writer->flush();
+    const auto run = open(*writer);
+    for (const auto& [group, data] : setup) {
+        EXPECT_THAT(valuesOf(*run, std::to_string(group.id()).c_str()),
+                    ElementsAre(static_cast<double>(group.id())));
+    }
+}
+
+TEST_F(RecordingRunTest, unknownPathIsNamedInTheError) {
+    const auto writer = makeWriter();
+    const auto run = open(*writer);
+    const auto isNamed = ThrowsMessage<std::out_of_range>(HasSubstr("\"unknown\""));
+    EXPECT_THAT([&] { run->series(ValuePath("unknown")); }, isNamed);
+    EXPECT_THAT([&] { run->series(ValuePath("unknown"), 0.0, 1.0); }, isNamed);
+    EXPECT_THAT([&] { run->overview(ValuePath("unknown"), 0.0, 1.0, 1); }, isNamed);
+}
+
+TEST_F(RecordingRunTest, overviewRefusesRangesWithoutMeaning) {
+    const auto writer = makeWriter();
+    const auto run = open(*writer);
+    const ValuePath path("x");
+    EXPECT_THROW(run->overview(path, 0.0, 1.0, 0), std::invalid_argument);
+    EXPECT_THROW(run->overview(path, 1.0, 0.0, 1), std::invalid_argument);
+    EXPECT_THROW(run->overview(path, nan, 1.0, 1), std::invalid_argument);
+    EXPECT_THROW(run->overview(path, 0.0, nan, 1), std::invalid_argument);
+    EXPECT_THROW(run->overview(path, -infinity, 1.0, 1), std::invalid_argument);
+    EXPECT_THROW(run->overview(path, 0.0, infinity, 1), std::invalid_argument);
+}
+
+TEST_F(RecordingRunTest, seriesOfOneChunkIsAViewOfTheFile) {
+    const auto writer = makeWriter(twoGroups());
+    write(*writer, 5, 1.0, {1.0, 2.0, 3.0, 4.0});
+    write(*writer, 5, 2.0, {5.0, 6.0, 7.0, 8.0});
+    writer->flush();
+    const auto run = open(*writer);
+    const Series series = run->series(ValuePath("z"));
+    EXPECT_TRUE(series.isView());
+    EXPECT_THAT(doubles(series.values()), ElementsAre(2.0, 3.0, 4.0, 6.0, 7.0, 8.0));
+    EXPECT_TRUE(run->series(ValuePath("z"), 1.5, 2.5).isView());
+}
+
+TEST_F(RecordingRunTest, seriesOfSeveralChunksIsACopy) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0});
+    writer->flushIntermediate();
+    writeTimes(*writer, {2.0});
+    writer->flush();
+    const Series series = open(*writer)->series(ValuePath("x"));
+    EXPECT_FALSE(series.isView());
+    EXPECT_THAT(doubles(series.values()), ElementsAre(10.0, 20.0));
+}
+
+TEST_F(RecordingRunTest, seriesOutlivesItsRunAndItsRecording) {
+    auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flush();
+    auto run = open(*writer);
+    const Series series = run->series(ValuePath("x"));
+    run.reset();
+    std::filesystem::remove_all(writer->location());
+    writer.reset();
+    EXPECT_THAT(doubles(series.times()), ElementsAre(1.0, 2.0));
+    EXPECT_THAT(doubles(series.values()), ElementsAre(10.0, 20.0));
+}
+
+TEST_F(RecordingRunTest, seriesStaysAsItIsAfterRefresh) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0, 3.0});
+    writer->flushIntermediate();
+    const auto run = open(*writer);
+    const Series series = run->series(ValuePath("x"));
+    writer->rollback(0, 1.0);
+    writeTimes(*writer, {1.5});
+    writer->flushIntermediate();
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 2.0, 3.0)) << "before refresh()";
+    EXPECT_TRUE(run->refresh());
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 1.5));
+    EXPECT_THAT(doubles(series.times()), ElementsAre(1.0, 2.0, 3.0));
+}
+
+TEST_F(RecordingRunTest, seriesTakenApartIsValidInItsScope) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0, 3.0});
+    writer->flush();
+    const auto [times, values, width] = open(*writer)->series(ValuePath("x"), 2.0, 3.0);
+    EXPECT_THAT(doubles(times), ElementsAre(2.0, 3.0));
+    EXPECT_THAT(doubles(values), ElementsAre(20.0, 30.0));
+    EXPECT_EQ(width, 1U);
+}
+
+} // namespace
+} // namespace logging2::core::test
