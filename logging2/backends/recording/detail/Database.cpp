@@ -17,8 +17,7 @@ void FinalizeStatement::operator()(sqlite3_stmt* statement) const noexcept {
     sqlite3_finalize(statement);
 }
 
-Database::Database(const std::string& file, std::string name, int flags)
-    : path(std::move(name)) {
+Database::Database(const std::string& file, std::string name, int flags) : path(std::move(name)) {
     sqlite3* opened = nullptr;
     const int result = sqlite3_open_v2(file.c_str(), &opened,
                                        flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI, nullptr);
@@ -42,6 +41,14 @@ void Database::check(int resultCode) const {
 
 void Database::execute(const char* statements) {
     check(sqlite3_exec(connection.get(), statements, nullptr, nullptr, nullptr));
+}
+
+void Database::executeUnlessBusy(const char* statement) {
+    const int result = sqlite3_exec(connection.get(), statement, nullptr, nullptr, nullptr);
+    // The low byte of an extended result code is its kind.
+    if ((result & 0xff) != SQLITE_BUSY) {
+        check(result);
+    }
 }
 
 std::int64_t Database::integer(const char* query) {
@@ -109,9 +116,9 @@ double Statement::number(int column) const {
 std::string Statement::text(int column) const {
     const auto* const bytes = sqlite3_column_text(statement.get(), column);
     const int count = sqlite3_column_bytes(statement.get(), column);
-    return bytes == nullptr ? std::string()
-                            : std::string(reinterpret_cast<const char*>(bytes),
-                                          static_cast<std::size_t>(count));
+    return bytes == nullptr
+               ? std::string()
+               : std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
 }
 
 void Statement::reset() noexcept {

@@ -32,6 +32,9 @@ public:
     /// Runs statements that give no rows back.
     void execute(const char* statements);
 
+    /// The same, but does nothing if another connection locks the database.
+    void executeUnlessBusy(const char* statement);
+
     /// The first value of a query's first row as an integer; 0 if there is no row.
     std::int64_t integer(const char* query);
 

@@ -179,7 +179,8 @@ void IndexWriter::announce() {
 void IndexWriter::finish() {
     if (hasLog) {
         connection.execute("PRAGMA wal_checkpoint(TRUNCATE)");
-        connection.execute("PRAGMA journal_mode = DELETE");
+        // While a reader has the index open, the log stays; it can be read as well.
+        connection.executeUnlessBusy("PRAGMA journal_mode = DELETE");
     }
 }
 

@@ -49,7 +49,8 @@ public:
     /// tells them only of states that some connection with that right has read.
     void announce();
 
-    /// Brings everything into the one file index.sqlite, which never changes any more.
+    /// Brings everything into the one file index.sqlite, which never changes any more. The files
+    /// of the log stay if a reader uses them.
     void finish();
 
 private:

@@ -34,12 +34,15 @@ std::string uri_of(const std::string& name, const char* parameters) {
     return uri + '?' + parameters;
 }
 
-std::unique_ptr<Database> opened(const std::string& name, const std::string& shownName,
-                                 const char* parameters) {
+std::unique_ptr<Database> opened(const std::string& name, const char* parameters) {
     auto database =
-        std::make_unique<Database>(uri_of(name, parameters), shownName, SQLITE_OPEN_READONLY);
+        std::make_unique<Database>(uri_of(name, parameters), name, SQLITE_OPEN_READONLY);
     sqlite3_busy_timeout(database->get(), busyMilliseconds);
     return database;
+}
+
+std::unique_ptr<Database> opened_without_log(const std::string& name) {
+    return opened(name, "mode=ro&immutable=1");
 }
 
 bool has_log(const std::string& name) {
@@ -68,18 +71,16 @@ private:
     std::string name;
 };
 
+/// Throws fs::filesystem_error if the files cannot be copied.
 std::unique_ptr<Database> opened_copy(const std::string& name) {
     const PrivateDirectory directory;
     const std::string copy = directory.path() + "/index.sqlite";
-    try {
-        fs::copy_file(name, copy);
-        fs::copy_file(name + "-wal", copy + "-wal");
-        fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write);
-        fs::permissions(copy + "-wal", fs::perms::owner_read | fs::perms::owner_write);
-    } catch (const fs::filesystem_error& error) {
-        throw RecordingError(name, "cannot copy it and its log: " + error.code().message());
-    }
-    auto database = opened(copy, name, "mode=rw");
+    fs::copy_file(name, copy);
+    fs::copy_file(name + "-wal", copy + "-wal");
+    fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write);
+    fs::permissions(copy + "-wal", fs::perms::owner_read | fs::perms::owner_write);
+    auto database =
+        std::make_unique<Database>(uri_of(copy, "mode=rw"), name, SQLITE_OPEN_READWRITE);
     // The connection keeps the files that it has opened, though their names go.
     database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
     return database;
@@ -93,12 +94,20 @@ std::unique_ptr<Database> open_index(const std::string& name) {
         throw RecordingError(name, "it does not exist");
     }
     if (!has_log(name)) {
-        return opened(name, name, "mode=ro&immutable=1");
+        return opened_without_log(name);
     }
-    if (!fs::exists(name + "-shm", error)) {
+    if (fs::exists(name + "-shm", error)) {
+        return opened(name, "mode=ro&readonly_shm=1");
+    }
+    try {
         return opened_copy(name);
+    } catch (const fs::filesystem_error& copyError) {
+        // A writer that finishes at this moment removes the log after its shared memory.
+        if (!has_log(name)) {
+            return opened_without_log(name);
+        }
+        throw RecordingError(name, "cannot copy it and its log: " + copyError.code().message());
     }
-    return opened(name, name, "mode=ro&readonly_shm=1");
 }
 
 } // namespace logging2::core::detail
