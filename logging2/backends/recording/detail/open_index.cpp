@@ -41,10 +41,6 @@ std::unique_ptr<Database> opened(const std::string& name, const char* parameters
     return database;
 }
 
-std::unique_ptr<Database> opened_without_log(const std::string& name) {
-    return opened(name, "mode=ro&immutable=1");
-}
-
 bool has_log(const std::string& name) {
     std::error_code error;
     const auto byteCount = fs::file_size(name + "-wal", error);
@@ -71,18 +67,32 @@ private:
     std::string name;
 };
 
-/// Throws fs::filesystem_error if the files cannot be copied.
 std::unique_ptr<Database> opened_copy(const std::string& name) {
     const PrivateDirectory directory;
     const std::string copy = directory.path() + "/index.sqlite";
-    fs::copy_file(name, copy);
-    fs::copy_file(name + "-wal", copy + "-wal");
-    fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write);
-    fs::permissions(copy + "-wal", fs::perms::owner_read | fs::perms::owner_write);
+    try {
+        fs::copy_file(name, copy);
+        fs::copy_file(name + "-wal", copy + "-wal");
+        fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write);
+        fs::permissions(copy + "-wal", fs::perms::owner_read | fs::perms::owner_write);
+    } catch (const fs::filesystem_error& error) {
+        throw RecordingError(name, "cannot copy it and its log: " + error.code().message());
+    }
     auto database =
         std::make_unique<Database>(uri_of(copy, "mode=rw"), name, SQLITE_OPEN_READWRITE);
     // The connection keeps the files that it has opened, though their names go.
     database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
+    return database;
+}
+
+std::unique_ptr<Database> opened_with_log(const std::string& name) {
+    std::error_code error;
+    if (!fs::exists(name + "-shm", error)) {
+        return opened_copy(name);
+    }
+    auto database = opened(name, "mode=ro&readonly_shm=1");
+    // SQLite opens the log at the first query.
+    database->execute("SELECT count(*) FROM sqlite_schema");
     return database;
 }
 
@@ -93,21 +103,17 @@ std::unique_ptr<Database> open_index(const std::string& name) {
     if (!fs::exists(name, error)) {
         throw RecordingError(name, "it does not exist");
     }
-    if (!has_log(name)) {
-        return opened_without_log(name);
-    }
-    if (fs::exists(name + "-shm", error)) {
-        return opened(name, "mode=ro&readonly_shm=1");
-    }
-    try {
-        return opened_copy(name);
-    } catch (const fs::filesystem_error& copyError) {
-        // A writer that finishes at this moment removes the log after its shared memory.
-        if (!has_log(name)) {
-            return opened_without_log(name);
+    while (has_log(name)) {
+        try {
+            return opened_with_log(name);
+        } catch (const RecordingError&) {
+            // A writer that finishes at this moment removes the log.
+            if (has_log(name)) {
+                throw;
+            }
         }
-        throw RecordingError(name, "cannot copy it and its log: " + copyError.code().message());
     }
+    return opened(name, "mode=ro&immutable=1");
 }
 
 } // namespace logging2::core::detail

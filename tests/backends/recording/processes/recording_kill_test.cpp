@@ -285,11 +285,10 @@ private:
 
     [[noreturn]] void readForEver() {
         for (;;) {
-            const std::string location = recording_in(directory.path());
             if (!progress->isLogging) {
                 continue;
             }
-            const auto run = open_recording(location);
+            const auto run = open_recording(recording_in(directory.path()));
             for (int reads = 0; reads < 5; ++reads) {
                 contents_of(*run);
                 run->refresh();
