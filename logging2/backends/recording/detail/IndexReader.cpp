@@ -28,6 +28,7 @@ void IndexReader::fail(const std::string& what) const {
 }
 
 void IndexReader::checkFormat() {
+    Transaction transaction(*database, Transaction::Kind::read);
     if (database->integer("PRAGMA application_id") != applicationId) {
         fail("it is not the index of a recording");
     }
@@ -76,6 +77,15 @@ Description IndexReader::description() {
 }
 
 bool IndexReader::refresh(IndexState& state) {
+    try {
+        return refreshOnce(state);
+    } catch (const SharedMemoryFault&) {
+        database = open_index(name);
+        return refreshOnce(state);
+    }
+}
+
+bool IndexReader::refreshOnce(IndexState& state) {
     Transaction transaction(*database, Transaction::Kind::read);
     auto run = values("run");
     const std::uint64_t commit = number_of(run["commit"]);

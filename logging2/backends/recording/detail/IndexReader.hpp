@@ -46,6 +46,7 @@ public:
 
 private:
     void checkFormat();
+    bool refreshOnce(IndexState& state);
     std::map<std::string, std::string> values(const char* table);
     void refreshGroup(std::size_t position, StoredGroup& group);
     void checkChunks(std::size_t position, const StoredGroup& group) const;

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 
@@ -169,6 +170,42 @@ TEST_F(RecordingReadersTest, strangerReadsCopyWithoutSharedMemory) {
         fs::copy(location + "/" + name, copy.path());
     }
     expect_ten_steps_as_stranger(copy.path().string(), RunState::interrupted);
+}
+
+/// Changes one of the two copies of what the log's shared memory says first, as a host leaves it
+/// that is killed between them.
+void tear_shared_memory(const std::string& location) {
+    std::fstream file(location + "/index.sqlite-shm",
+                      std::ios::in | std::ios::out | std::ios::binary);
+    constexpr int secondCopy = 48;
+    file.seekp(secondCopy + 8);
+    file.put('x');
+}
+
+TEST_F(RecordingReadersTest, recordingOpensAfterKillInUpdateOfSharedMemory) {
+    RecordingOptions options;
+    options.directory = directory.path().string() + "/killed";
+    const SharedValue<std::atomic<bool>> isStored;
+    ChildProcess host([&] {
+        RecordingStreamWriter other(StreamingAttributes{}, scalarSetup(), options);
+        for (int i = 0; i < 10; ++i) {
+            write(other, 0, i, {10.0 * i});
+        }
+        other.flushIntermediate();
+        *isStored = true;
+        pause();
+    });
+    while (!*isStored) {
+    }
+    const std::string killed = fs::directory_iterator(options.directory)->path().string();
+    // While it is open, the shared memory counts as being in use.
+    const auto reader = open_recording(killed);
+    host.signal(SIGKILL);
+    host.wait();
+    tear_shared_memory(killed);
+    expect_ten_steps(killed, RunState::interrupted);
+    EXPECT_TRUE(reader->refresh());
+    EXPECT_EQ(reader->info().state, RunState::interrupted);
 }
 
 TEST_F(RecordingReadersTest, recordingOpensAtEveryMomentOfFlush) {
