@@ -122,6 +122,24 @@ TEST_F(RecordingReadersTest, strangerReadsRecordingThatWasOpenAtFlush) {
     EXPECT_EQ(DirectoryState(location), before);
 }
 
+TEST_F(RecordingReadersTest, readersSeeNothingBetweenTwoPartsOfRegression) {
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    RecordingOptions options;
+    options.directory = directory.path().string();
+    RecordingStreamWriter other(attributes, scalarSetup(), options);
+    for (int i = 0; i < 5; ++i) {
+        write(other, 0, i, {10.0 * i});
+    }
+    other.flushIntermediate();
+    // The steps at 3 and 4 are later, and the one at 2 is at the time itself.
+    write(other, 0, 2, {7});
+    other.flushIntermediate();
+    const auto run = open_recording(other.location());
+    EXPECT_EQ(run->info().revision, 1U);
+    EXPECT_EQ(run->series(ValuePath("x")).size(), 3U);
+}
+
 TEST_F(RecordingReadersTest, flushSucceedsWhileReaderHasRecordingOpen) {
     const auto reader = open_recording(location);
     EXPECT_NO_THROW(writer->flush());
