@@ -1,7 +1,5 @@
 #include <logging2/backends/recording/detail/Database.hpp>
 
-#include <logging2/backends/recording/RecordingError.hpp>
-
 #include <limits>
 #include <utility>
 
@@ -35,6 +33,9 @@ void Database::check(int resultCode) const {
     }
     if (resultCode == SQLITE_NOMEM) {
         throw std::bad_alloc();
+    }
+    if (resultCode == SQLITE_READONLY_RECOVERY) {
+        throw SharedMemoryFault(path, "the shared memory of its log is damaged");
     }
     throw RecordingError(path, sqlite3_errmsg(connection.get()));
 }
@@ -126,14 +127,47 @@ void Statement::reset() noexcept {
     sqlite3_reset(statement.get());
 }
 
+namespace {
+
+/// So often a reader looks again: the writer changes the shared memory within nanoseconds.
+constexpr int greatestAttemptCount = 100;
+
+void roll_back(const Database& database) noexcept {
+    // A failed commit may have ended the transaction already.
+    sqlite3_exec(database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void begin_reading(Database& database) {
+    for (int attempt = 1;; ++attempt) {
+        try {
+            // The transaction begins with its first query.
+            database.execute("BEGIN; SELECT count(*) FROM sqlite_schema");
+            return;
+        } catch (const SharedMemoryFault&) {
+            roll_back(database);
+            if (attempt == greatestAttemptCount) {
+                throw;
+            }
+        } catch (const std::exception&) {
+            roll_back(database);
+            throw;
+        }
+    }
+}
+
+} // namespace
+
 Transaction::Transaction(Database& owner, Kind kind) : database(owner) {
-    database.execute(kind == Kind::write ? "BEGIN IMMEDIATE" : "BEGIN");
+    if (kind == Kind::write) {
+        database.execute("BEGIN IMMEDIATE");
+    } else {
+        begin_reading(database);
+    }
 }
 
 Transaction::~Transaction() {
     if (isOpen) {
-        // A failed commit may have ended the transaction already.
-        sqlite3_exec(database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        roll_back(database);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <logging2/backends/recording/RecordingError.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -17,6 +19,13 @@ struct CloseDatabase {
 
 struct FinalizeStatement {
     void operator()(sqlite3_stmt* statement) const noexcept;
+};
+
+/// Thrown to a reader if the shared memory of the log is not consistent. Either the writer is
+/// changing it, or it was killed meanwhile; readers may not repair it.
+class SharedMemoryFault : public RecordingError {
+public:
+    using RecordingError::RecordingError;
 };
 
 /// A connection to an SQLite database, for one thread at a time. Errors are thrown as
@@ -83,7 +92,8 @@ private:
 /// All changes while the object lives, or none of them if it is destroyed before commit().
 class Transaction {
 public:
-    /// Begins it. A write transaction locks out other writers from the start.
+    /// Begins it. A write transaction locks out other writers from the start; a read transaction
+    /// shows the state of this moment.
     enum class Kind { read, write };
     Transaction(Database& owner, Kind kind);
     Transaction(const Transaction&) = delete;

@@ -165,25 +165,37 @@ void Engine::rollback(std::size_t group, double time) {
     if (hasEnded) {
         refuse("rollback was called after flush");
     }
-    if (!(buffer.greatestBefore > time)) {
-        keepRows(buffer, buffer.rowsNotLaterThan(time));
-        return;
+    discardFrom(buffer, stepsNotLaterThan(buffer, time));
+}
+
+/// How many steps of the group a rollback to the time keeps.
+std::size_t Engine::stepsNotLaterThan(GroupBuffer& group, double time) {
+    if (!(group.greatestBefore > time)) {
+        return group.firstStep + group.rowsNotLaterThan(time);
     }
     Lock lock(mutex);
     waitUntilIdle(lock, true);
-    const std::optional<std::size_t> later = recorder.firstLater(buffer.position, time);
-    lock.unlock();
-    if (later) {
-        discardFrom(buffer, *later);
-    }
+    return recorder.firstLater(group.position, time).value_or(group.stepCount());
 }
 
-/// As the memory writers do: what is later goes, and then one sample at the time itself.
-void Engine::discardAtRegression(GroupBuffer& group, double time) {
-    rollback(group.id, time);
-    if (group.stepCount() > 0 && group.lastTime() == time) {
-        discardFrom(group, group.stepCount() - 1);
+/// The time of the last of so many steps, of which there is one at least.
+double Engine::lastTimeOf(GroupBuffer& group, std::size_t stepCount) {
+    if (stepCount > group.firstStep) {
+        return *group.row(stepCount - group.firstStep - 1);
     }
+    Lock lock(mutex);
+    waitUntilIdle(lock, true);
+    return recorder.endOf(group.position, stepCount).lastTime;
+}
+
+/// As the memory writers do: what is later goes, and then one sample at the time itself. Both at
+/// once, because readers may not see what is in between.
+void Engine::discardAtRegression(GroupBuffer& group, double time) {
+    std::size_t kept = stepsNotLaterThan(group, time);
+    if (kept > 0 && lastTimeOf(group, kept) == time) {
+        --kept;
+    }
+    discardFrom(group, kept);
 }
 
 void Engine::discardFrom(GroupBuffer& group, std::size_t step) {

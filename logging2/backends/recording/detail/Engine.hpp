@@ -111,6 +111,8 @@ private:
     [[noreturn]] void refuse(const char* what) const;
     void makeRoom(GroupBuffer& group);
     void queueBlock(GroupBuffer& group);
+    std::size_t stepsNotLaterThan(GroupBuffer& group, double time);
+    double lastTimeOf(GroupBuffer& group, std::size_t stepCount);
     void discardAtRegression(GroupBuffer& group, double time);
     void discardFrom(GroupBuffer& group, std::size_t step);
     void keepRows(GroupBuffer& group, std::size_t rowCount);

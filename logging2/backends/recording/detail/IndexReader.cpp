@@ -29,6 +29,7 @@ void IndexReader::fail(const std::string& what) const {
 }
 
 void IndexReader::checkFormat() {
+    Transaction transaction(*database, Transaction::Kind::read);
     if (database->integer("PRAGMA application_id") != applicationId) {
         fail("it is not the index of a recording");
     }
@@ -100,6 +101,15 @@ Description IndexReader::description() {
 }
 
 void IndexReader::refresh(IndexState& state) {
+    try {
+        refreshOnce(state);
+    } catch (const SharedMemoryFault&) {
+        database = open_index(name);
+        refreshOnce(state);
+    }
+}
+
+void IndexReader::refreshOnce(IndexState& state) {
     Transaction transaction(*database, Transaction::Kind::read);
     auto run = runValues();
     const std::uint64_t commit = number_of(run["commit"]);

@@ -45,6 +45,7 @@ public:
 
 private:
     void checkFormat();
+    void refreshOnce(IndexState& state);
     std::map<std::string, std::string> runValues();
     std::map<std::string, std::string> properties();
     void checkHash(std::uint64_t stored, std::uint64_t expected) const;

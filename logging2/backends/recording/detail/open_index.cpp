@@ -91,8 +91,12 @@ std::unique_ptr<Database> opened_with_log(const std::string& name) {
         return opened_copy(name);
     }
     auto database = opened(name, "mode=ro&readonly_shm=1");
-    // SQLite opens the log at the first query.
-    database->execute("SELECT count(*) FROM sqlite_schema");
+    try {
+        // SQLite opens the log at the first query.
+        database->execute("SELECT count(*) FROM sqlite_schema");
+    } catch (const SharedMemoryFault&) {
+        return opened_copy(name);
+    }
     return database;
 }
 
