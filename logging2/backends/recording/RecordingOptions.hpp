@@ -29,9 +29,9 @@ struct RecordingOptions {
     /// Notes that are stored with the run and that tools show, such as the model.
     std::map<std::string, std::string> properties;
 
-    /// How many bytes are appended to the file together. Chunks of many groups are smaller, so
-    /// that the buffers of all groups fit into bufferByteCount. A chunk holds at least 64 steps,
-    /// or one step if 64 do not fit into this many bytes.
+    /// The greatest number of bytes of a chunk, the steps of a group that are stored together. From
+    /// three groups on, chunks become smaller, down to 128 KiB for 32 groups. They become still
+    /// smaller, down to one step, if the chunks of all groups would not fit into bufferByteCount.
     std::size_t chunkByteCount = std::size_t{2} * 1024 * 1024;
 
     /// How many bytes may wait to be written, in all groups together. When the buffers are full,

@@ -34,10 +34,31 @@ constexpr std::array<CopyScalars, sideBySide + 1> copyScalars{
     nullptr,         copy_scalars<1>, copy_scalars<2>, copy_scalars<3>, copy_scalars<4>,
     copy_scalars<5>, copy_scalars<6>, copy_scalars<7>, copy_scalars<8>};
 
+/// The width is known to the compiler, because a call that copies a few bytes costs more than they.
+template <std::size_t Width>
+void copy_vectors(const double* from, std::size_t rowLength, std::size_t rowCount, double* column) {
+    for (std::size_t row = 0; row < rowCount; ++row, from += rowLength) {
+        column = std::copy_n(from, Width, column);
+    }
+}
+
 void copy_wide(const double* from, std::size_t rowLength, std::size_t rowCount, std::size_t width,
                double* column) {
-    for (std::size_t row = 0; row < rowCount; ++row, from += rowLength) {
-        column = std::copy_n(from, width, column);
+    switch (width) {
+    case 2:
+        return copy_vectors<2>(from, rowLength, rowCount, column);
+    case 3:
+        return copy_vectors<3>(from, rowLength, rowCount, column);
+    case 4:
+        return copy_vectors<4>(from, rowLength, rowCount, column);
+    case 6:
+        return copy_vectors<6>(from, rowLength, rowCount, column);
+    case 9:
+        return copy_vectors<9>(from, rowLength, rowCount, column);
+    default:
+        for (std::size_t row = 0; row < rowCount; ++row, from += rowLength) {
+            column = std::copy_n(from, width, column);
+        }
     }
 }
 

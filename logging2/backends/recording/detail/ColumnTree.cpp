@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
+#include <utility>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -29,8 +29,9 @@ void add_range(const ElementRange& part, ElementRange& range) {
 
 #ifdef __SSE2__
 
-/// What was found in every other value.
-struct Lanes {
+/// Compilers do not find these instructions by themselves, and comparing value by value takes three
+/// times as long.
+struct PairRange {
     __m128d least = _mm_set1_pd(ElementRange().least);
     __m128d greatest = _mm_set1_pd(ElementRange().greatest);
     __m128d isNan = _mm_setzero_pd();
@@ -42,53 +43,70 @@ struct Lanes {
         greatest = _mm_max_pd(pair, greatest);
         isNan = _mm_or_pd(isNan, _mm_cmpunord_pd(pair, pair));
     }
+
+    bool hasNan() const { return _mm_movemask_pd(isNan) != 0; }
+
+    ElementRange first() const { return {_mm_cvtsd_f64(least), _mm_cvtsd_f64(greatest), 0}; }
+
+    ElementRange second() const {
+        return {_mm_cvtsd_f64(_mm_unpackhi_pd(least, least)),
+                _mm_cvtsd_f64(_mm_unpackhi_pd(greatest, greatest)), 0};
+    }
 };
 
-double least_of(__m128d pair) {
-    return std::min(_mm_cvtsd_f64(pair), _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)));
-}
+constexpr std::size_t greatestPairCount = 16;
 
-double greatest_of(__m128d pair) {
-    return std::max(_mm_cvtsd_f64(pair), _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)));
-}
-
-/// Adds a multiple of eight values. Compilers do not find these instructions by themselves, and
-/// comparing value by value takes three times as long.
-void add_eights(const double* values, std::size_t count, ElementRange& range) {
-    std::array<Lanes, 4> lanes;
-    for (std::size_t first = 0; first < count; first += 8) {
-        for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
-            lanes[lane].add(values + first + 2 * lane);
+/// Adds count values, a multiple of 2 · PairCount. The values at equal places modulo 2 · PairCount
+/// belong to the same element, and that of place p to element p modulo width. Returns false, and
+/// adds nothing, if there is a NaN.
+template <std::size_t PairCount>
+bool add_pairs(const double* values, std::size_t count, std::size_t width, ElementRange* ranges) {
+    std::array<PairRange, PairCount> pairs;
+    for (std::size_t first = 0; first < count; first += 2 * PairCount) {
+        for (std::size_t k = 0; k < PairCount; ++k) {
+            pairs[k].add(values + first + 2 * k);
         }
     }
-    bool hasNan = false;
-    for (const Lanes& lane : lanes) {
-        add_range({least_of(lane.least), greatest_of(lane.greatest), 0}, range);
-        hasNan = hasNan || _mm_movemask_pd(lane.isNan) != 0;
+    for (const PairRange& pair : pairs) {
+        if (pair.hasNan()) {
+            return false;
+        }
     }
-    if (hasNan) {
-        range.nanCount += static_cast<double>(
-            std::count_if(values, values + count, [](double value) { return value != value; }));
+    for (std::size_t k = 0; k < PairCount; ++k) {
+        add_range(pairs[k].first(), ranges[2 * k % width]);
+        add_range(pairs[k].second(), ranges[(2 * k + 1) % width]);
     }
+    return true;
 }
 
-constexpr std::size_t togetherCount = 8;
+using AddPairs = bool (*)(const double*, std::size_t, std::size_t, ElementRange*);
+
+template <std::size_t... Index>
+constexpr std::array<AddPairs, sizeof...(Index)> add_pairs_table(std::index_sequence<Index...>) {
+    return {add_pairs<Index + 1>...};
+}
+
+/// Adds the first values that fill whole periods, and returns how many, a multiple of the width;
+/// 0 if there is a NaN.
+std::size_t add_periods(const double* values, std::size_t count, std::size_t width,
+                        ElementRange* ranges) {
+    static constexpr auto table = add_pairs_table(std::make_index_sequence<greatestPairCount>());
+    // One element per sample: four pairs at once hide how long each takes.
+    const std::size_t pairCount = width == 1 ? 4 : width;
+    if (pairCount > greatestPairCount) {
+        return 0;
+    }
+    const std::size_t whole = count / (2 * pairCount) * (2 * pairCount);
+    return table[pairCount - 1](values, whole, width, ranges) ? whole : 0;
+}
 
 #else
 
-void add_eights(const double*, std::size_t, ElementRange&) {}
-
-constexpr std::size_t togetherCount = std::numeric_limits<std::size_t>::max();
+std::size_t add_periods(const double*, std::size_t, std::size_t, ElementRange*) {
+    return 0;
+}
 
 #endif
-
-/// One element per sample.
-void add_scalars(const double* values, std::size_t count, ElementRange& range) {
-    const std::size_t together = count / togetherCount * togetherCount;
-    add_eights(values, together, range);
-    std::for_each(values + together, values + count,
-                  [&](double value) { add_value(value, range); });
-}
 
 void write_hash(std::uint64_t hash, double* node) {
     std::memcpy(node, &hash, sizeof hash);
@@ -113,11 +131,12 @@ ElementRange range_of_node(const double* node, std::size_t element) {
 
 void add_samples(const double* samples, std::size_t count, std::size_t width,
                  ElementRange* ranges) {
-    if (width == 1) {
-        add_scalars(samples, count, *ranges);
+    if (width == 0) {
         return;
     }
-    for (const double* const end = samples + count * width; samples != end; samples += width) {
+    const double* const end = samples + count * width;
+    samples += add_periods(samples, count * width, width, ranges);
+    for (; samples != end; samples += width) {
         for (std::size_t element = 0; element < width; ++element) {
             add_value(samples[element], ranges[element]);
         }

@@ -38,6 +38,11 @@ void check_byte_count(std::size_t byteCount, const std::vector<std::size_t>& row
     }
 }
 
+/// The blocks of several groups together should fit into a core's cache, unless they become so small
+/// that the cost of a chunk counts.
+constexpr std::size_t cachedByteCount = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t leastShare = std::size_t{128} * 1024;
+
 std::size_t rounded_down(std::size_t rowCount) {
     return rowCount < leafStepCount ? std::max(rowCount, std::size_t{1})
                                     : rowCount / leafStepCount * leafStepCount;
@@ -67,8 +72,9 @@ std::vector<std::size_t> row_capacities(const RecordingOptions& options,
     // What is left is at least one more block.
     const std::size_t forWaiting = std::max(
         {options.bufferByteCount / 4, options.bufferByteCount / (groups.size() + 1), widest});
-    const std::size_t byteCount = std::min(
-        options.chunkByteCount, share_of(options.bufferByteCount - forWaiting, rowByteCounts));
+    const std::size_t byteCount =
+        std::min({options.chunkByteCount, std::max(cachedByteCount / groups.size(), leastShare),
+                  share_of(options.bufferByteCount - forWaiting, rowByteCounts)});
     for (const std::size_t rowByteCount : rowByteCounts) {
         capacities.push_back(rounded_down(byteCount / rowByteCount));
     }

@@ -50,12 +50,19 @@ std::size_t least_bytes(const std::vector<DescribedGroup>& groups) {
     return needed_bytes(groups, std::vector<std::size_t>(groups.size(), 1));
 }
 
-TEST(BufferPlanTest, fewGroupsFillWholeChunks) {
-    const auto one = row_capacities(RecordingOptions(), groups_of_widths({1}));
-    EXPECT_THAT(one, ElementsAre(2 * mebibyte / 16));
-    const auto ten =
-        row_capacities(RecordingOptions(), groups_of_widths(std::vector<std::size_t>(10, 3)));
-    EXPECT_THAT(ten, Each(2 * mebibyte / 32));
+TEST(BufferPlanTest, twoGroupsFillWholeChunks) {
+    const auto two = row_capacities(RecordingOptions(), groups_of_widths({1, 3}));
+    EXPECT_THAT(two, ElementsAre(2 * mebibyte / 16, 2 * mebibyte / 32));
+}
+
+TEST(BufferPlanTest, blocksOfSeveralGroupsFitIntoACache) {
+    const auto groups = groups_of_widths(std::vector<std::size_t>(8, 3));
+    EXPECT_THAT(row_capacities(RecordingOptions(), groups), Each(4 * mebibyte / 8 / 32));
+}
+
+TEST(BufferPlanTest, chunksDoNotShrinkForTheCacheAlone) {
+    const auto groups = groups_of_widths(std::vector<std::size_t>(100, 3));
+    EXPECT_THAT(row_capacities(RecordingOptions(), groups), Each(mebibyte / 8 / 32));
 }
 
 TEST(BufferPlanTest, manyGroupsShareTheBuffers) {
