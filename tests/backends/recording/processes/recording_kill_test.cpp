@@ -52,13 +52,14 @@ Plan make_plan(std::mt19937& random, const std::filesystem::path& directory) {
     Plan plan{static_cast<unsigned>(random()), 1 + random() % 600, random() % 4 == 0, {}};
     if (random() % 8 == 0) {
         plan.operationCount *= 50; // long enough to empty the index's log
+    } else if (random() % 8 == 0) {
+        plan.options.durability = Durability::power;
     }
     plan.options.directory = directory.string();
     plan.options.chunkByteCount = one_of<std::size_t>(random, {256, 1024, 8192, 65536});
     plan.options.bufferByteCount = one_of<std::size_t>(random, {1 << 14, 1 << 18, 1 << 26});
     plan.options.commitInterval = std::chrono::milliseconds(one_of(random, {1, 2, 5, 20}));
     plan.options.heldBackSteps = one_of<std::size_t>(random, {0, 3, 16, 100});
-    plan.options.durability = random() % 16 == 0 ? Durability::power : Durability::process;
     return plan;
 }
 

@@ -41,12 +41,21 @@ struct Progress {
     std::atomic<std::size_t> revisions{0}; ///< that readers saw
 };
 
-void log_script(const RecordingOptions& options, std::size_t writeCount, Progress& progress) {
+/// Whether a host that lingers lets readers look before it undoes steps for this write.
+bool lingers_before(std::size_t write) {
+    return write % deepPeriod == 0 || write % (300 * shallowPeriod) == 0;
+}
+
+void log_script(const RecordingOptions& options, std::size_t writeCount, bool lingers,
+                Progress& progress) {
     RecordingStreamWriter writer({}, scalarSetup(), options);
     progress.isLogging = true;
     const auto start = Clock::now();
     std::size_t steps = 0;
     for (std::size_t i = 1; i <= writeCount; ++i) {
+        if (lingers && lingers_before(i)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(25));
+        }
         if (const std::size_t undone = std::min(undone_before(i), steps); undone > 0) {
             steps -= undone;
             writer.rollback(0, static_cast<double>(steps) - 1);
@@ -151,7 +160,7 @@ protected:
 
     /// Lets one process write and others read, the first of which is stopped most of the time.
     void readWhileWriting() {
-        ChildProcess host([this] { log_script(options, writeCount, *progress); });
+        ChildProcess host([this] { log_script(options, writeCount, lingers, *progress); });
         while (!progress->isLogging && !host.hasEnded()) {
         }
         location = std::filesystem::directory_iterator(directory.path())->path().string();
@@ -169,7 +178,8 @@ protected:
 
     const TemporaryDirectory directory;
     RecordingOptions options;
-    std::size_t writeCount = setting("LOGGING2_LIVE_SAMPLES", 10000000);
+    bool lingers = false;
+    const std::size_t writeCount = setting("LOGGING2_LIVE_SAMPLES", 10000000);
     const std::size_t readerCount = setting("LOGGING2_LIVE_READERS", 4);
     const SharedValue<Progress> progress;
 
@@ -202,9 +212,9 @@ private:
 
     void print() const {
         std::cout << writeCount << " samples, " << progress->seconds / double(writeCount) * 1e9
-                  << " ns each; " << readerCount << " readers saw " << progress->changes
-                  << " changes and " << progress->revisions << " revisions; the log grew to "
-                  << logByteCount / 1024 << " KiB\n";
+                  << " ns each" << (lingers ? " with pauses; " : "; ") << readerCount
+                  << " readers saw " << progress->changes << " changes and " << progress->revisions
+                  << " revisions; the log grew to " << logByteCount / 1024 << " KiB\n";
     }
 
     std::string location;
@@ -218,6 +228,7 @@ TEST_F(RecordingLiveTest, readersSeeOnlyStatesThatTheGroupHad) {
 TEST_F(RecordingLiveTest, readersOfManySmallCommitsSeeStatesThatTheGroupHad) {
     options.chunkByteCount = 65536;
     options.commitInterval = std::chrono::milliseconds(2);
+    lingers = true;
     readWhileWriting();
 }
 
