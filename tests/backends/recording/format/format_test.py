@@ -1,6 +1,8 @@
+import math
 import os
 import re
 import sqlite3
+import struct
 import subprocess
 import sys
 import tempfile
@@ -57,6 +59,10 @@ def made(mode: str, directory: str) -> tuple[subprocess.Popen, str]:
 
 def height_of(numbers: numpy.ndarray, offset: float) -> numpy.ndarray:
     return numpy.where(numbers % 1000 == 0, numpy.nan, numbers + offset)
+
+
+def signed_hash(content: bytes) -> int:
+    return struct.unpack("<q", struct.pack("<Q", hash_of(content)))[0]
 
 
 def hash_of(content: bytes) -> int:
@@ -128,7 +134,7 @@ class FinishedTest(unittest.TestCase):
         self.assertEqual(sorted(os.listdir(self.location)), ["index.sqlite", "samples.bin"])
 
     def test_records_follow_each_other_at_multiples_of_64(self):
-        run = uuid.UUID(dict(self.rows("SELECT * FROM run"))["id"]).bytes
+        run = uuid.UUID(dict(self.rows("SELECT key, value FROM run"))["id"]).bytes
         for sequence, (offset, header, payload) in enumerate(self.records):
             self.assertEqual(offset % 64, 0)
             self.assertEqual(len(payload) % 64, 0)
@@ -151,7 +157,7 @@ class FinishedTest(unittest.TestCase):
                 self.assertEqual((header["first_step"], payload), (20000, b""))
                 self.assertEqual((header["step_count"], header["payload_hash"]), (0, 0))
             self.assertEqual(header["revision"], revision)
-        self.assertEqual(dict(self.rows("SELECT * FROM run"))["revision"], str(revision))
+        self.assertEqual(dict(self.rows("SELECT key, value FROM run"))["revision"], str(revision))
 
     @unittest.skipUnless(xxh3_64_intdigest, "needs python3-xxhash")
     def test_hashes_are_as_the_page_says(self):
@@ -167,7 +173,7 @@ class FinishedTest(unittest.TestCase):
 
     def test_the_description_says_what_the_index_says(self):
         text = self.records[0][2].rstrip(b"\0").decode()
-        run = dict(self.rows("SELECT * FROM run"))
+        run = dict(self.rows("SELECT key, value FROM run"))
         lines = [[unescaped(word) for word in line.split(" ")] for line in text.splitlines()]
         expected = [["logging2", "recording", "1"]]
         for name in ["id", "name", "start", "host", "process"]:
@@ -185,6 +191,19 @@ class FinishedTest(unittest.TestCase):
         self.assertEqual(lines, expected)
         self.assertIn("property model bouncing%20ball,%20100%20%25\nproperty note %\n", text)
 
+    @unittest.skipUnless(xxh3_64_intdigest, "needs python3-xxhash")
+    def test_rows_of_the_index_have_their_hash(self):
+        for key, value, found in self.rows("SELECT key, value, hash FROM run"):
+            self.assertEqual(signed_hash(f"{key}\0{value}".encode()), found, key)
+        for *numbers, found in self.rows("SELECT position, steps, shown_steps, hash FROM signal_group"):
+            self.assertEqual(signed_hash(struct.pack("<3Q", *numbers)), found)
+        for row in self.rows("SELECT sequence, signal_group, first_step, steps, stored_steps, offset,"
+                             " byte_count, first_time, last_time, least_time, greatest_time, nan_times,"
+                             " ascends, greatest_so_far, hash FROM chunk"):
+            doubles = [math.nan if time is None else time + 0.0 for time in row[7:11] + row[13:14]]
+            content = struct.pack("<7Q4d2Qd", *row[:7], *doubles[:4], *row[11:13], doubles[4])
+            self.assertEqual(signed_hash(content), row[14])
+
     def test_the_index_has_the_tables_and_columns(self):
         for table, columns in rows_of_table("table"):
             found = self.rows("SELECT name FROM pragma_table_info(?)", table.strip("`"))
@@ -197,7 +216,7 @@ class FinishedTest(unittest.TestCase):
         self.assertEqual(self.rows("PRAGMA journal_mode"), [("delete",)])
 
     def test_the_run_has_the_keys(self):
-        run = dict(self.rows("SELECT * FROM run"))
+        run = dict(self.rows("SELECT key, value FROM run"))
         listed = re.search(r"`run` has the keys(.*?)\. Times", PAGE, re.S).group(1)
         self.assertEqual(sorted(run), sorted(set(re.findall("`([a-z_]+)`", listed)) - {"little"}))
         self.assertEqual((run["state"], run["byte_order"]), ("finished", "little"))
