@@ -10,40 +10,55 @@
 
 namespace logging2::core::test {
 
-/// What the library asks of the operating system, by the work and not by the C function: `open` is
-/// fopen as well as open, `write` is writev as well, `stat` lstat, `remove` unlink and rmdir.
-enum class Call { open, close, read, write, seek, stat, makeDirectory, changeMode, remove };
+/// The operations that the library asks of the operating system. One operation covers several C
+/// functions: `open` is fopen and open, `read` is read and preadv, `write` is write, writev and
+/// pwrite, `stat` is stat and lstat, `changeMode` is chmod, fchmod and fchmodat, `remove` is
+/// remove, unlink and rmdir, `synchronize` is fsync and fdatasync, `lock` is flock.
+enum class Call {
+    open,
+    close,
+    read,
+    write,
+    seek,
+    stat,
+    makeDirectory,
+    changeMode,
+    remove,
+    synchronize,
+    lock
+};
 
 std::ostream& operator<<(std::ostream& stream, Call call);
 
-/// What becomes of one call.
+/// The outcome of one call.
 struct Outcome {
-    int error = 0; ///< the call fails with this errno, where it is not 0
+    int error = 0; ///< if not 0, the call fails with this errno
     std::size_t byteLimit = std::numeric_limits<std::size_t>::max(); ///< of a read or a write
-    std::function<void()> before; ///< done before the call, where there is one
+    std::function<void()> before; ///< if set, called before the call
 };
 
-/// The call does nothing and fails; a close still gives the descriptor back, as the system does.
+/// The call fails and does nothing, except that a close still closes the descriptor, as the system
+/// does.
 inline Outcome fails(int error) {
     return {error, Outcome().byteLimit, {}};
 }
 
-/// A read or write that ends after so many bytes, without an error; 0 is the end of the file.
+/// The read or write ends after that many bytes without an error; 0 means the end of the file.
 inline Outcome transfers(std::size_t byteCount) {
     return {0, byteCount, {}};
 }
 
-/// The call works, and somebody else did something just before.
-inline Outcome works(std::function<void()> after = {}) {
-    return {0, Outcome().byteLimit, std::move(after)};
+/// The call works. If `before` is set, it runs first.
+inline Outcome works(std::function<void()> before = {}) {
+    return {0, Outcome().byteLimit, std::move(before)};
 }
 
-/// Decides about the process's next calls of one kind while the object lives: the first call gets
-/// the first outcome and so on; those that come behind the last outcome work as ever. Only calls
-/// on files count whose name has the given end.
+/// Determines the outcomes of the process's next calls of one kind while the object lives: the
+/// first call gets the first outcome and so on; calls after the last outcome work normally. Only
+/// calls on files whose names end in `nameEnd` count.
 ///
-/// Linking its source file puts functions of the same names before those of the C library, as the
-/// standard library and Boost see them; an executable of its own is best.
+/// Linking its source file puts functions of the same names before those of the C library, so that
+/// the standard library and Boost use them. Use it in a separate executable.
 class FailingCalls {
 public:
     FailingCalls(Call call, std::string nameEnd, std::vector<Outcome> outcomes);
@@ -51,7 +66,7 @@ public:
     FailingCalls(const FailingCalls&) = delete;
     FailingCalls& operator=(const FailingCalls&) = delete;
 
-    /// How many calls there were, also those behind the last outcome.
+    /// The number of calls, including those after the last outcome.
     std::size_t count() const;
 
     struct Plan;
