@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -95,6 +96,33 @@ int close_file(Function* next, File file, int descriptor) {
 }
 
 template <class Function, class Offset>
+ssize_t write_at(Function* next, int descriptor, const void* data, std::size_t byteCount,
+                 Offset offset) {
+    const Outcome outcome = decide(Call::write, descriptor);
+    return outcome.error != 0
+               ? -1
+               : next(descriptor, data, std::min(byteCount, outcome.byteLimit), offset);
+}
+
+template <class Function>
+int synchronize(Function* next, int descriptor) {
+    return decide(Call::synchronize, descriptor).error != 0 ? -1 : next(descriptor);
+}
+
+std::vector<iovec> cut(const iovec* pieces, int count, std::size_t byteLimit) {
+    std::vector<iovec> result(pieces, pieces + count);
+    for (iovec& piece : result) {
+        piece.iov_len = std::min(piece.iov_len, byteLimit);
+        byteLimit -= piece.iov_len;
+    }
+    return result;
+}
+
+int open_file(int (*next)(const char*, int, ...), const char* path, int flags, mode_t mode) {
+    return decide(Call::open, path).error != 0 ? -1 : next(path, flags, mode);
+}
+
+template <class Function, class Offset>
 Offset seek(Function* next, int descriptor, Offset offset, int origin) {
     return decide(Call::seek, descriptor).error != 0 ? -1 : next(descriptor, offset, origin);
 }
@@ -102,8 +130,9 @@ Offset seek(Function* next, int descriptor, Offset offset, int origin) {
 } // namespace
 
 std::ostream& operator<<(std::ostream& stream, Call call) {
-    static constexpr std::array names = {"open", "close",         "read",       "write", "seek",
-                                         "stat", "makeDirectory", "changeMode", "remove"};
+    static constexpr std::array names = {"open",   "close",       "read",          "write",
+                                         "seek",   "stat",        "makeDirectory", "changeMode",
+                                         "remove", "synchronize", "lock"};
     return stream << names.at(static_cast<std::size_t>(call));
 }
 
@@ -149,7 +178,16 @@ int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return decide(Call::open, path).error != 0 ? -1 : next(path, flags, mode);
+    return logging2::core::test::open_file(next, path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+    static const auto next = behind<int(const char*, int, ...)>("open64");
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return logging2::core::test::open_file(next, path, flags, mode);
 }
 
 int fclose(std::FILE* file) {
@@ -177,13 +215,40 @@ ssize_t write(int descriptor, const void* data, std::size_t byteCount) {
 ssize_t writev(int descriptor, const iovec* pieces, int count) {
     static const auto next = behind<ssize_t(int, const iovec*, int)>("writev");
     const auto outcome = decide(Call::write, descriptor);
-    std::size_t left = outcome.byteLimit;
-    std::vector<iovec> cut(pieces, pieces + count);
-    for (iovec& piece : cut) {
-        piece.iov_len = std::min(piece.iov_len, left);
-        left -= piece.iov_len;
-    }
-    return outcome.error != 0 ? -1 : next(descriptor, cut.data(), count);
+    const auto parts = logging2::core::test::cut(pieces, count, outcome.byteLimit);
+    return outcome.error != 0 ? -1 : next(descriptor, parts.data(), count);
+}
+
+ssize_t pwrite(int descriptor, const void* data, std::size_t byteCount, off_t offset) {
+    static const auto next = behind<ssize_t(int, const void*, std::size_t, off_t)>("pwrite");
+    return logging2::core::test::write_at(next, descriptor, data, byteCount, offset);
+}
+
+ssize_t pwrite64(int descriptor, const void* data, std::size_t byteCount, off64_t offset) {
+    static const auto next = behind<ssize_t(int, const void*, std::size_t, off64_t)>("pwrite64");
+    return logging2::core::test::write_at(next, descriptor, data, byteCount, offset);
+}
+
+ssize_t preadv(int descriptor, const iovec* pieces, int count, off_t offset) {
+    static const auto next = behind<ssize_t(int, const iovec*, int, off_t)>("preadv");
+    const auto outcome = decide(Call::read, descriptor);
+    const auto parts = logging2::core::test::cut(pieces, count, outcome.byteLimit);
+    return outcome.error != 0 ? -1 : next(descriptor, parts.data(), count, offset);
+}
+
+int fsync(int descriptor) {
+    static const auto next = behind<int(int)>("fsync");
+    return logging2::core::test::synchronize(next, descriptor);
+}
+
+int fdatasync(int descriptor) {
+    static const auto next = behind<int(int)>("fdatasync");
+    return logging2::core::test::synchronize(next, descriptor);
+}
+
+int flock(int descriptor, int operation) noexcept {
+    static const auto next = behind<int(int, int)>("flock");
+    return decide(Call::lock, descriptor).error != 0 ? -1 : next(descriptor, operation);
 }
 
 off_t lseek(int descriptor, off_t offset, int origin) noexcept {
@@ -209,6 +274,16 @@ int lstat(const char* path, struct stat* status) noexcept {
 int mkdir(const char* path, mode_t mode) noexcept {
     static const auto next = behind<int(const char*, mode_t)>("mkdir");
     return decide(Call::makeDirectory, path).error != 0 ? -1 : next(path, mode);
+}
+
+int chmod(const char* path, mode_t mode) noexcept {
+    static const auto next = behind<int(const char*, mode_t)>("chmod");
+    return decide(Call::changeMode, path).error != 0 ? -1 : next(path, mode);
+}
+
+int fchmod(int descriptor, mode_t mode) noexcept {
+    static const auto next = behind<int(int, mode_t)>("fchmod");
+    return decide(Call::changeMode, descriptor).error != 0 ? -1 : next(descriptor, mode);
 }
 
 int fchmodat(int directory, const char* path, mode_t mode, int flags) noexcept {

@@ -11,9 +11,22 @@
 namespace logging2::core::test {
 
 /// The operations that the library asks of the operating system. One operation covers several C
-/// functions: `open` is fopen and open, `write` is write and writev, `stat` is stat and lstat,
-/// `remove` is remove, unlink and rmdir.
-enum class Call { open, close, read, write, seek, stat, makeDirectory, changeMode, remove };
+/// functions: `open` is fopen and open, `read` is read and preadv, `write` is write, writev and
+/// pwrite, `stat` is stat and lstat, `changeMode` is chmod, fchmod and fchmodat, `remove` is
+/// remove, unlink and rmdir, `synchronize` is fsync and fdatasync, `lock` is flock.
+enum class Call {
+    open,
+    close,
+    read,
+    write,
+    seek,
+    stat,
+    makeDirectory,
+    changeMode,
+    remove,
+    synchronize,
+    lock
+};
 
 std::ostream& operator<<(std::ostream& stream, Call call);
 

@@ -6,8 +6,10 @@
 #include <logging2/backends/recording/detail/run_directory.hpp>
 
 #include <array>
+#include <filesystem>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include <unistd.h>
@@ -60,8 +62,14 @@ RecordingStreamWriter::RecordingStreamWriter(const StreamingAttributes& attribut
     }
     directory =
         detail::make_run_directory(options.directory, description.name, start, options.mode);
-    engine.reset(
-        new detail::Engine(directory, options, description, attributes.rollbackOnTimeRegression));
+    try {
+        engine.reset(new detail::Engine(directory, options, description,
+                                        attributes.rollbackOnTimeRegression));
+    } catch (...) {
+        std::error_code ignored;
+        std::filesystem::remove_all(directory, ignored);
+        throw;
+    }
 }
 
 RecordingStreamWriter::RecordingStreamWriter(RecordingStreamWriter&&) noexcept = default;

@@ -89,12 +89,22 @@ DataFile::~DataFile() {
     }
 }
 
-std::uint64_t DataFile::byteCount() const {
-    struct stat status {};
-    if (fstat(descriptor, &status) == -1) {
+struct stat DataFile::status() const {
+    struct stat result {};
+    if (fstat(descriptor, &result) == -1) {
         fail(path, "ask for its size", errno);
     }
-    return static_cast<std::uint64_t>(status.st_size);
+    return result;
+}
+
+std::uint64_t DataFile::byteCount() const {
+    return static_cast<std::uint64_t>(status().st_size);
+}
+
+void DataFile::checkPlace() const {
+    if (status().st_nlink == 0) {
+        throw RecordingError(path, "it was deleted");
+    }
 }
 
 void DataFile::write(const void* bytes, std::size_t byteCount, std::uint64_t offset) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <sys/uio.h>
 
@@ -30,6 +31,9 @@ public:
 
     std::uint64_t byteCount() const;
 
+    /// Throws if the file was deleted: what is written to it would be lost.
+    void checkPlace() const;
+
     /// Writes all of the bytes at the offset.
     void write(const void* bytes, std::size_t byteCount, std::uint64_t offset);
 
@@ -54,6 +58,8 @@ public:
 
 private:
     DataFile(std::string&& name, int fileDescriptor) noexcept;
+
+    struct stat status() const;
 
     std::string path;
     int descriptor;

@@ -17,6 +17,9 @@ constexpr std::size_t commitByteCount = std::size_t{4} * 1024 * 1024;
 constexpr std::size_t patientDoubleCount = std::size_t{1024} * 1024;
 constexpr std::chrono::milliseconds patience{2};
 
+/// The longest wait between commits: longer ones would exceed the clock's range.
+constexpr std::chrono::milliseconds longestInterval = std::chrono::hours(24) * 365;
+
 /// Groups of smaller ids are found by index.
 constexpr std::size_t smallIdCount = std::size_t{1} << 16;
 
@@ -42,7 +45,7 @@ Engine::Engine(std::string directory, const RecordingOptions& options,
     : location(std::move(directory)),
       obeysRegression(discardsOnRegression),
       bornAtFork(fork_count()),
-      commitInterval(options.commitInterval),
+      commitInterval(std::min(options.commitInterval, longestInterval)),
       groups(buffers_of(options, description.groups)),
       recorder(location, options, description),
       pool(options.bufferByteCount) {
@@ -149,12 +152,13 @@ void Engine::queueBlock(GroupBuffer& group) {
     const std::size_t count = group.rowCount.load(std::memory_order_relaxed);
     group.greatestBefore = group.greatestTime();
     group.lastTimeBefore = group.lastTime();
-    queue.push_back({&group, group.firstStep, count, std::move(group.block)});
+    // First the place, for which there may be no memory.
+    queue.emplace_back();
+    queue.back() = {&group, group.firstStep, count, std::move(group.block), group.discardFrom};
     group.firstStep += count;
     group.capacity = 0;
     group.rowCount.store(0, std::memory_order_relaxed);
     group.takenCount = 0;
-    // Storing the whole block replaces what was stored of it.
     group.discardFrom.reset();
     workArrived.notify_one();
 }
@@ -211,14 +215,16 @@ void Engine::keepRows(GroupBuffer& group, std::size_t rowCount) {
         return;
     }
     Lock lock(mutex);
-    if (rowCount < group.takenCount) {
-        waitUntilIdle(lock, false);
-        const std::size_t step = group.firstStep + rowCount;
-        group.takenCount = rowCount;
-        group.discardFrom = std::min(step, group.discardFrom.value_or(step));
+    if (rowCount >= group.takenCount) {
+        group.rowCount.store(rowCount, std::memory_order_relaxed);
+        return;
     }
+    waitUntilIdle(lock, false);
+    const std::size_t step = group.firstStep + rowCount;
+    group.takenCount = rowCount;
+    group.discardFrom = std::min(step, group.discardFrom.value_or(step));
     group.rowCount.store(rowCount, std::memory_order_relaxed);
-    if (group.firstStep + rowCount < recorder.shownStepCount(group.position)) {
+    if (step < recorder.shownStepCount(group.position)) {
         request(lock, false, nullptr);
     }
 }
@@ -271,10 +277,10 @@ void Engine::storeAll() {
 }
 
 void Engine::end() {
+    checkCall();
     if (hasEnded) {
         return;
     }
-    checkCall();
     Lock lock(mutex);
     request(lock, true, "finished");
     lock.unlock();
@@ -360,6 +366,9 @@ std::size_t Engine::addQueued(Commit& commit) const {
     std::size_t byteCount = 0;
     for (; count < queue.size() && byteCount < commitByteCount; ++count) {
         const FullBlock& full = queue[count];
+        if (full.discardFrom) {
+            commit.discards.push_back({full.group->position, *full.discardFrom});
+        }
         commit.pieces.push_back(
             {full.group->position, full.firstStep, full.block.elements.get(), full.rowCount});
         byteCount += full.block.elementCount * sizeof(double);
@@ -391,6 +400,18 @@ void Engine::giveBackBlocks(std::size_t count) {
     }
 }
 
+/// A block's first rows may be stored already, from a commit before it was full.
+UnstoredSample Engine::firstUnstored(const Commit& commit) const {
+    const Piece& first = commit.pieces.front();
+    std::size_t storedCount = recorder.storedStepCount(first.group);
+    for (const Discard& discard : commit.discards) {
+        if (discard.group == first.group) {
+            storedCount = std::min(storedCount, discard.firstStep);
+        }
+    }
+    return {groups[first.group]->id, std::max(first.firstStep, storedCount)};
+}
+
 void Engine::keepFailure(const std::vector<Taken>& taken, const Commit& commit,
                          const std::string& cause) {
     for (const auto& [group, firstStep, formerCount, formerDiscard] : taken) {
@@ -402,8 +423,7 @@ void Engine::keepFailure(const std::vector<Taken>& taken, const Commit& commit,
     }
     std::optional<UnstoredSample> unstored;
     if (!commit.pieces.empty()) {
-        const Piece& first = commit.pieces.front();
-        unstored = UnstoredSample{groups[first.group]->id, first.firstStep};
+        unstored = firstUnstored(commit);
     }
     failure = std::make_exception_ptr(RecordingError(location, cause, unstored));
     hasFailed.store(true, std::memory_order_relaxed);

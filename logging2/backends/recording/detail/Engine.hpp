@@ -64,6 +64,7 @@ private:
         std::size_t firstStep;
         std::size_t rowCount;
         Block block;
+        std::optional<std::size_t> discardFrom; ///< stored steps to be discarded before
     };
 
     /// Rows of a block that is not full, on their way to the file.
@@ -125,6 +126,7 @@ private:
     std::size_t addQueued(Commit& commit) const;
     static void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
     void giveBackBlocks(std::size_t count);
+    UnstoredSample firstUnstored(const Commit& commit) const;
     void keepFailure(const std::vector<Taken>& taken, const Commit& commit,
                      const std::string& cause);
     void stopThread();

@@ -1,5 +1,6 @@
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
 
+#include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/row_hashes.hpp>
 
@@ -38,10 +39,10 @@ Database opened(const std::string& name, mode_t mode, Durability durability,
     DataFile::create(name, mode & 0666);
     Database database(name, name, SQLITE_OPEN_READWRITE);
     // A network file system may not lock; then nobody else may open the index meanwhile.
-    database.execute(allowLiveReaders ? "PRAGMA journal_mode = WAL"
-                                      : "PRAGMA locking_mode = EXCLUSIVE");
     database.execute(durability == Durability::power ? "PRAGMA synchronous = FULL"
                                                      : "PRAGMA synchronous = OFF");
+    database.execute(allowLiveReaders ? "PRAGMA journal_mode = WAL"
+                                      : "PRAGMA locking_mode = EXCLUSIVE");
     database.execute(("PRAGMA application_id = " + std::to_string(applicationId) +
                       "; PRAGMA user_version = " + std::to_string(formatVersion))
                          .c_str());
@@ -89,6 +90,14 @@ IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durabi
     describe(description);
     transaction.commit();
     announce();
+}
+
+void IndexWriter::checkPlace() const {
+    int hasMoved = 0;
+    sqlite3_file_control(connection.get(), nullptr, SQLITE_FCNTL_HAS_MOVED, &hasMoved);
+    if (hasMoved != 0) {
+        throw RecordingError(connection.name(), "it was deleted or moved");
+    }
 }
 
 void IndexWriter::describe(const Description& description) {

@@ -22,6 +22,9 @@ public:
 
     Database& database() noexcept { return connection; }
 
+    /// Throws if the index was deleted or moved, so that nobody could find what is written to it.
+    void checkPlace() const;
+
     /// Adds a chunk, which is its group's last one.
     void add(const ChunkRow& chunk);
 

@@ -100,6 +100,8 @@ Recorder::Draft Recorder::draftOf(const Commit& commit) const {
 }
 
 void Recorder::commit(const Commit& commit) {
+    data.checkPlace();
+    index.checkPlace();
     Draft draft = draftOf(commit);
     for (const Discard& discard : commit.discards) {
         appendDiscard(draft, discard);

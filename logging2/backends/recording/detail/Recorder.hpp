@@ -65,6 +65,8 @@ public:
     /// How the group would stand with its first stepCount stored steps only.
     GroupEnd endOf(std::size_t group, std::size_t stepCount) const;
 
+    std::size_t storedStepCount(std::size_t group) const { return groups[group].counts.steps; }
+
     /// How many stored steps readers see.
     std::size_t shownStepCount(std::size_t group) const { return groups[group].counts.shown; }
 

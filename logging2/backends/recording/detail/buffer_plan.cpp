@@ -38,8 +38,8 @@ void check_byte_count(std::size_t byteCount, const std::vector<std::size_t>& row
     }
 }
 
-/// The blocks of several groups together should fit into a core's cache, unless they become so small
-/// that the cost of a chunk counts.
+/// The blocks of several groups together should fit into a core's cache, unless they become so
+/// small that the cost of a chunk counts.
 constexpr std::size_t cachedByteCount = std::size_t{4} * 1024 * 1024;
 constexpr std::size_t leastShare = std::size_t{128} * 1024;
 

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace logging2::core::detail {
 namespace {
@@ -46,6 +47,15 @@ std::string made_parent(const std::string& parent) {
     throw RecordingError(parent, "cannot make the directory: " + error.message());
 }
 
+/// Sets the permissions of the new directory, whatever the umask, or removes it and throws.
+void set_mode(const std::string& directory, mode_t mode) {
+    if (chmod(directory.c_str(), mode) == -1) {
+        const std::string reason = text_of_error(errno);
+        rmdir(directory.c_str());
+        throw RecordingError(directory, "cannot set its permissions: " + reason);
+    }
+}
+
 } // namespace
 
 std::string directory_name(const std::string& streamName,
@@ -64,7 +74,8 @@ std::string make_run_directory(const std::string& parent, const std::string& str
     for (;;) {
         const std::string mark = new_uuid();
         std::string made = (directory / directory_name(streamName, start, mark)).string();
-        if (mkdir(made.c_str(), mode) == 0 && chmod(made.c_str(), mode) == 0) {
+        if (mkdir(made.c_str(), mode) == 0) {
+            set_mode(made, mode);
             return made;
         }
         // Another writer that drew the same mark in the same second has made it.

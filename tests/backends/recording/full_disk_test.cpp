@@ -1,0 +1,222 @@
+#include <tests/backends/recording/recordings.hpp>
+
+#include <tests/support/FailingCalls.hpp>
+
+#include <cerrno>
+#include <functional>
+#include <stdexcept>
+
+// Writes to the files of a recording fail: nothing is lost once there is space again.
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::AnyOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+/// Calls that fail until the end of a test's patience.
+std::vector<Outcome> many_failures(int error) {
+    return std::vector<Outcome>(100000, fails(error));
+}
+
+class FullDiskTest : public RecordingTest, public ::testing::WithParamInterface<const char*> {
+protected:
+    /// Repeats the call until it works. Returns how many times it has failed.
+    std::size_t insist(const std::function<void()>& call) const {
+        for (std::size_t failureCount = 0;; ++failureCount) {
+            try {
+                call();
+                return failureCount;
+            } catch (const RecordingError& error) {
+                expectWholeMessage(error);
+            }
+        }
+    }
+
+    void expectWholeMessage(const RecordingError& error) const {
+        EXPECT_EQ(error.location(), writer->location());
+        EXPECT_THAT(error.what(), StartsWith(writer->location() + ": "));
+        EXPECT_THAT(error.what(),
+                    AnyOf(HasSubstr("No space left on device"), HasSubstr("disk is full")));
+    }
+
+    void writeTo(std::size_t group, double time) {
+        const Doubles row(group == 0 ? 1 : 4, 10.0 * time);
+        insist([&] { writer->write(group, time, row.data(), row.size()); });
+    }
+
+    /// Full blocks, parts of blocks, and rollbacks to stored and to new steps, in two groups.
+    void live() {
+        for (int step = 0; step < 20; ++step) {
+            writeTo(0, step);
+            writeTo(5, step + 0.5);
+            if (step == 6 || step == 13) {
+                insist([this] { writer->flushIntermediate(); });
+            }
+            if (step == 9 || step == 15) {
+                insist([&] { writer->rollback(0, step - 5); });
+                insist([&] { writer->rollback(5, step - 1); });
+            }
+        }
+        insist([this] { writer->flush(); });
+    }
+
+    static void expectAllSamples(const core::Run& run) {
+        EXPECT_THAT(timesOf(run, "x"), ElementsAre(0, 1, 2, 3, 4, 10, 16, 17, 18, 19));
+        EXPECT_THAT(timesOf(run, "y"), ElementsAre(0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 10.5,
+                                                   11.5, 12.5, 13.5, 16.5, 17.5, 18.5, 19.5));
+        EXPECT_THAT(valuesOf(run, "x"), ElementsAre(0, 10, 20, 30, 40, 100, 160, 170, 180, 190));
+    }
+
+    void makeRun() {
+        options.chunkByteCount = 3 * 5 * sizeof(double);
+        options.bufferByteCount = 1000;
+        writer = makeWriter(twoGroups());
+    }
+
+    void writeUntilItFails() {
+        for (double time = 10.0;; time += 1.0) {
+            writer->write(0, time, &time, 1);
+        }
+    }
+
+    /// The call throws, and the step of the group 0 is the first that is not stored.
+    static void expectUnstored(std::size_t step, const std::function<void()>& call) {
+        try {
+            call();
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const RecordingError& error) {
+            ASSERT_TRUE(error.firstUnstored());
+            EXPECT_EQ(error.firstUnstored()->group, 0U);
+            EXPECT_EQ(error.firstUnstored()->step, step);
+            EXPECT_THAT(error.what(), HasSubstr("; step " + std::to_string(step) +
+                                                " of group 0 is the first that is not stored"));
+        }
+    }
+
+    std::unique_ptr<RecordingStreamWriter> writer;
+};
+
+TEST_P(FullDiskTest, anyWriteMayFailAndNothingIsLost) {
+    std::size_t failedCount = 0;
+    for (bool hasFailed = true; hasFailed && !HasFailure(); ++failedCount) {
+        SCOPED_TRACE("write " + std::to_string(failedCount));
+        makeRun();
+        std::vector<Outcome> outcomes(failedCount, works());
+        outcomes.push_back(fails(ENOSPC));
+        const FailingCalls calls(Call::write, GetParam(), outcomes);
+        live();
+        expectAllSamples(*open(*writer));
+        EXPECT_EQ(open(*writer)->info().state, RunState::finished);
+        hasFailed = calls.count() > failedCount;
+    }
+    EXPECT_GT(failedCount, 8U);
+}
+
+TEST_P(FullDiskTest, manyFailuresInARowLoseNothing) {
+    for (const std::size_t count : {2U, 3U, 5U, 20U}) {
+        makeRun();
+        std::vector<Outcome> outcomes(3, works());
+        outcomes.resize(3 + count, fails(ENOSPC));
+        const FailingCalls calls(Call::write, GetParam(), outcomes);
+        live();
+        expectAllSamples(*open(*writer));
+    }
+}
+
+TEST_P(FullDiskTest, fullBuffersMakeWriteThrowInsteadOfWaiting) {
+    makeRun();
+    auto calls = std::make_unique<FailingCalls>(Call::write, GetParam(), many_failures(ENOSPC));
+    std::size_t failureCount = 0;
+    Doubles times;
+    for (int step = 0; failureCount < 50; ++step) {
+        const double time = step;
+        try {
+            writer->write(0, time, &time, 1);
+            times.push_back(time);
+        } catch (const RecordingError&) {
+            ++failureCount;
+        }
+    }
+    calls.reset();
+    insist([this] { writer->flush(); });
+    EXPECT_EQ(timesOf(*open(*writer)), times);
+}
+
+TEST_P(FullDiskTest, errorNamesTheFirstSampleThatIsNotStored) {
+    makeRun();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    const FailingCalls calls(Call::write, GetParam(), many_failures(ENOSPC));
+    expectUnstored(2, [this] {
+        writeTimes(*writer, {3.0});
+        writer->flushIntermediate();
+    });
+    expectUnstored(2, [this] { writeUntilItFails(); });
+    expectUnstored(2, [this] { writer->flush(); });
+}
+
+TEST_P(FullDiskTest, errorOfARollbackAloneNamesNoSample) {
+    makeRun();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    const FailingCalls calls(Call::write, GetParam(), many_failures(ENOSPC));
+    try {
+        writer->rollback(0, 1.0);
+        FAIL() << "nothing was thrown";
+    } catch (const RecordingError& error) {
+        EXPECT_FALSE(error.firstUnstored());
+    }
+    expectUnstored(1, [this] { writeUntilItFails(); });
+}
+
+TEST_P(FullDiskTest, whatWasCommittedStaysReadable) {
+    makeRun();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    const FailingCalls calls(Call::write, GetParam(), many_failures(ENOSPC));
+    writeTimes(*writer, {3.0});
+    EXPECT_THROW(writer->flushIntermediate(), RecordingError);
+    EXPECT_THROW(writer->flush(), RecordingError);
+    EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 2.0));
+    EXPECT_EQ(open(*writer)->info().state, RunState::running);
+}
+
+TEST_P(FullDiskTest, destructionNeverThrowsAndLeavesAnInterruptedRun) {
+    makeRun();
+    const std::string location = writer->location();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    const FailingCalls calls(Call::write, GetParam(), many_failures(ENOSPC));
+    writeTimes(*writer, {3.0});
+    writer.reset();
+    const auto run = open_recording(location);
+    EXPECT_EQ(run->info().state, RunState::interrupted);
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 2.0));
+}
+
+TEST_P(FullDiskTest, revisionGrowsEvenIfTheRollbackFailedAtFirst) {
+    makeRun();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    {
+        const FailingCalls calls(Call::write, GetParam(), {fails(ENOSPC)});
+        EXPECT_THROW(writer->rollback(0, 1.0), RecordingError);
+    }
+    // The block becomes full before anything else is stored.
+    writeTimes(*writer, {3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0});
+    writer->flushIntermediate();
+    const auto run = open(*writer);
+    EXPECT_EQ(run->info().revision, 1U);
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0));
+}
+
+INSTANTIATE_TEST_SUITE_P(File, FullDiskTest, ::testing::Values("/samples.bin", "/index.sqlite-wal"),
+                         [](const auto& instance) {
+                             return instance.index == 0 ? "samples" : "index";
+                         });
+
+} // namespace
+} // namespace logging2::core::test
