@@ -174,6 +174,9 @@ int run(int argc, char** argv, std::size_t ownArgumentCount) {
         return refuse(std::string("GoogleTest has no option ") +
                       *std::find_if(argv, argv + argc, is_for_googletest));
     }
+    if (testing::GTEST_FLAG(repeat) == 0) {
+        return refuse("--gtest_repeat=0 checks nothing");
+    }
     const int status = RUN_ALL_TESTS();
     const bool onlyLists = testing::GTEST_FLAG(list_tests);
     if (!onlyLists && testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
@@ -197,6 +200,8 @@ int check(int argc, char** argv) {
         subject_under_test() = loaded_subject(arguments);
     } catch (const std::exception& error) {
         return refuse(error.what());
+    } catch (...) {
+        return refuse(arguments.front() + " has thrown an exception of an unknown type");
     }
     return run(argc, argv, arguments.size());
 }
