@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <stdexcept>
 
 // The program logging2-conformance, which checks a back-end that a shared library offers.
@@ -95,6 +96,19 @@ Supports supports_of(const std::vector<std::string>& words) {
     return supports;
 }
 
+/// Says which capabilities were not given, so that nobody mistakes a missing word for a fault.
+void hint_at_capabilities(const Supports& supports) {
+    std::vector<Capability> absent;
+    std::copy_if(std::begin(capabilities), std::end(capabilities), std::back_inserter(absent),
+                 [&](const Capability& capability) { return !(supports.*capability.member); });
+    if (!absent.empty()) {
+        std::cerr << "logging2-conformance: these capabilities were not given, so they must have "
+                     "no effect: "
+                  << listed(absent, [](const Capability& known) { return known.word; })
+                  << "; see --help\n";
+    }
+}
+
 /// Returns descriptions of the back-ends that the library offers.
 std::vector<BackendInfo> backends_of(const std::string& library) {
     foundation::install_and_start_vantrel_core();
@@ -178,6 +192,9 @@ int run(int argc, char** argv, std::size_t ownArgumentCount) {
         return refuse("--gtest_repeat=0 checks nothing");
     }
     const int status = RUN_ALL_TESTS();
+    if (status != 0) {
+        hint_at_capabilities(subject_under_test().supports);
+    }
     const bool onlyLists = testing::GTEST_FLAG(list_tests);
     if (!onlyLists && testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
         return refuse("no promise matches --gtest_filter=" + testing::GTEST_FLAG(filter));
