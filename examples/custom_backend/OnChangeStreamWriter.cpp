@@ -24,12 +24,11 @@ bool is_unchanged(const ChannelHistory& channel, const double* values) {
                       channel.values.end() - static_cast<std::ptrdiff_t>(channel.width), same_bits);
 }
 
-/// Drops the last sample as long as the predicate says so by its time.
+/// Drops the first sample whose time satisfies the predicate, and every sample after it.
 template <class Predicate>
-void drop_last_while(GroupHistory& group, Predicate isDropped) {
-    while (!group.times.empty() && isDropped(group.times.back())) {
-        group.times.pop_back();
-    }
+void drop_from_first(GroupHistory& group, Predicate isDropped) {
+    const auto first = std::find_if(group.times.begin(), group.times.end(), isDropped);
+    group.times.erase(first, group.times.end());
     for (ChannelHistory& channel : group.channels) {
         while (!channel.steps.empty() && channel.steps.back() >= group.times.size()) {
             channel.steps.pop_back();
@@ -60,8 +59,8 @@ OnChangeStreamWriter::OnChangeStreamWriter(const logging2::core::StreamingAttrib
 bool OnChangeStreamWriter::write(std::size_t group, double time, const double* values,
                                  std::size_t /*n*/) {
     GroupHistory& history = histories.at(group);
-    if (rollbackOnTimeRegression) {
-        drop_last_while(history, [time](double held) { return held >= time; });
+    if (rollbackOnTimeRegression && !history.times.empty() && history.times.back() >= time) {
+        drop_from_first(history, [time](double held) { return held >= time; });
     }
     for (ChannelHistory& channel : history.channels) {
         if (!is_unchanged(channel, values)) {
@@ -75,7 +74,7 @@ bool OnChangeStreamWriter::write(std::size_t group, double time, const double* v
 }
 
 void OnChangeStreamWriter::rollback(std::size_t group, double time) {
-    drop_last_while(histories.at(group), [time](double held) { return held > time; });
+    drop_from_first(histories.at(group), [time](double held) { return held > time; });
 }
 
 void OnChangeStreamWriter::flush() {

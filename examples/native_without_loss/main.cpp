@@ -1,9 +1,10 @@
 #include <logging2/logging2.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <iostream>
 
-// Logs two groups in step to files, and shows that no sample is lost.
+// Logs two groups together to files, and shows that no sample is lost.
 
 namespace {
 
@@ -27,16 +28,18 @@ NativeStreamWriter make_writer() {
 }
 
 void log_run(NativeStreamWriter& writer) {
-    std::size_t bufferedSteps = 0;
+    // One row fewer than fills the smaller buffer.
+    const std::size_t rowLimit = std::min(writer.getBufferSize(0), writer.getBufferSize(1)) - 1;
+    std::size_t bufferedRows = 0; // of the group that is logged most often
     for (std::size_t step = 0; step < stepCount; ++step) {
         const double speed = static_cast<double>(step);
         const double pressure = -speed;
         writer.write(0, time_of(step), &speed, 1);
         writer.write(1, time_of(step), &pressure, 1);
-        if (++bufferedSteps == 100'000) { // fewer than getBufferSize() of every group
-            writer.flushIntermediate();   // appends all buffered rows to the files
-            writer.clearBuffer();         // starts to count the rows of each buffer again
-            bufferedSteps = 0;
+        if (++bufferedRows >= rowLimit) {
+            writer.flushIntermediate(); // appends all buffered rows to the files
+            writer.clearBuffer();       // resets the row count of each buffer to 0
+            bufferedRows = 0;
         }
     }
     writer.flush();

@@ -6,7 +6,7 @@ int main() {
     using namespace logging2::core;
     using lang::core::ValuePath;
 
-    // One group: "ball.height" shows channel 0, one double; "ball.position" channel 1, three.
+    // One group: "ball.height" names channel 0 (one double), "ball.position" channel 1 (three).
     const SequenceMap<Group, LoggedPathsSetupData> setup{
         {Group(0), LoggedPathsSetupData({{ValuePath("ball.height"), CoreDataId(0)},
                                          {ValuePath("ball.position"), CoreDataId(1)}},

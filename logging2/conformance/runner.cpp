@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <stdexcept>
 
 // The program logging2-conformance, which checks a back-end that a shared library offers.
@@ -95,6 +96,19 @@ Supports supports_of(const std::vector<std::string>& words) {
     return supports;
 }
 
+/// Says which capabilities were not given, so that nobody mistakes a missing word for a fault.
+void hint_at_capabilities(const Supports& supports) {
+    std::vector<Capability> absent;
+    std::copy_if(std::begin(capabilities), std::end(capabilities), std::back_inserter(absent),
+                 [&](const Capability& capability) { return !(supports.*capability.member); });
+    if (!absent.empty()) {
+        std::cerr << "logging2-conformance: these capabilities were not given, so they must have "
+                     "no effect: "
+                  << listed(absent, [](const Capability& known) { return known.word; })
+                  << "; see --help\n";
+    }
+}
+
 /// Returns descriptions of the back-ends that the library offers.
 std::vector<BackendInfo> backends_of(const std::string& library) {
     foundation::install_and_start_vantrel_core();
@@ -174,7 +188,13 @@ int run(int argc, char** argv, std::size_t ownArgumentCount) {
         return refuse(std::string("GoogleTest has no option ") +
                       *std::find_if(argv, argv + argc, is_for_googletest));
     }
+    if (testing::GTEST_FLAG(repeat) == 0) {
+        return refuse("--gtest_repeat=0 checks nothing");
+    }
     const int status = RUN_ALL_TESTS();
+    if (status != 0) {
+        hint_at_capabilities(subject_under_test().supports);
+    }
     const bool onlyLists = testing::GTEST_FLAG(list_tests);
     if (!onlyLists && testing::UnitTest::GetInstance()->test_to_run_count() == 0) {
         return refuse("no promise matches --gtest_filter=" + testing::GTEST_FLAG(filter));
@@ -197,6 +217,8 @@ int check(int argc, char** argv) {
         subject_under_test() = loaded_subject(arguments);
     } catch (const std::exception& error) {
         return refuse(error.what());
+    } catch (...) {
+        return refuse(arguments.front() + " has thrown an exception of an unknown type");
     }
     return run(argc, argv, arguments.size());
 }

@@ -5,6 +5,7 @@
 #include <logging2/stream/StreamWriterService.hpp>
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <set>
 #include <stdexcept>
@@ -95,6 +96,15 @@ void register_services(BundleContext& context, const Backend& backend,
 
 using OfferBackends = void(std::vector<Backend>&);
 
+/// Returns whether the function is defined by the library itself, not by one that it depends on.
+bool is_in(void* library, void* function) {
+    link_map* own = nullptr;
+    void* owner = nullptr;
+    Dl_info info{};
+    return dlinfo(library, RTLD_DI_LINKMAP, &own) == 0 &&
+           dladdr1(function, &info, &owner, RTLD_DL_LINKMAP) != 0 && owner == own;
+}
+
 /// Returns the library's function. The library is never unloaded: its writers and readers may still
 /// be in use, and threads that its initialisers started may not survive the unloading.
 OfferBackends* load_function(const std::string& file) {
@@ -105,7 +115,7 @@ OfferBackends* load_function(const std::string& file) {
         throw std::runtime_error(failed + dlerror()); // NOLINT(concurrency-mt-unsafe)
     }
     void* const function = dlsym(library, "logging2_backends");
-    if (function == nullptr) {
+    if (function == nullptr || !is_in(library, function)) {
         throw std::runtime_error(failed +
                                  "it does not export the function logging2_backends, which "
                                  "must be declared extern \"C\" and be visible");

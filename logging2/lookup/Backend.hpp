@@ -107,9 +107,10 @@ registered_backends(cppmicroservices::BundleContext context);
 /// looked up in the system's library directories. A loaded library stays loaded until the process
 /// ends, even after an error.
 ///
-/// Throws std::runtime_error if the library cannot be loaded or does not export the function; the
-/// message names the file and the reason. Also throws what register_backend() and the library's
-/// function throw. Nothing stays registered after an error. Any thread may call.
+/// Throws std::runtime_error if the library cannot be loaded or does not export the function, even
+/// if a library that it depends on does; the message names the file and the reason. Also throws
+/// what register_backend() and the library's function throw. Nothing stays registered after an
+/// error. Any thread may call.
 LOGGING2_EXPORT BackendRegistrations load_backends(const std::string& file,
                                                    cppmicroservices::BundleContext context);
 

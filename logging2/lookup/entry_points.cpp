@@ -8,6 +8,7 @@
 #include <logging2/stream/StreamWriterService.hpp>
 
 #include <cppmicroservices/BundleContext.h>
+#include <cppmicroservices/IllegalStateException.h>
 #include <cppmicroservices/ServiceReference.h>
 
 #include <stdexcept>
@@ -37,10 +38,15 @@ std::shared_ptr<Service> find_service(const std::string& key, const std::string&
     if (!context) {
         return nullptr;
     }
-    const auto references = context.GetServiceReferences<Service>(filter);
-    // Intended: only the first reference is tried, so that another back-end of the same name does
-    // not hide a broken one.
-    return references.empty() ? nullptr : object_of(context, references.front());
+    try {
+        const auto references = context.GetServiceReferences<Service>(filter);
+        // Intended: only the first reference is tried, so that another back-end of the same name
+        // does not hide a broken one.
+        return references.empty() ? nullptr : object_of(context, references.front());
+    } catch (const cppmicroservices::IllegalStateException&) {
+        // The framework was stopped after the context was found valid.
+        return nullptr;
+    }
 }
 
 } // namespace

@@ -20,8 +20,8 @@ namespace logging2::core {
 ///
 /// The optional has a value if a service was found; the pointer in it is null if that service
 /// created no writer. The optional is empty if no service of that name is registered, if the bundle
-/// context is invalid, or if the service object is null. A service that is unregistered during the
-/// call may count as not found.
+/// context is invalid, or if the service object is null. If the service is unregistered or the
+/// framework is stopped during the call, the service may count as not found.
 ///
 /// The caller owns the writer, which stays usable after the service is gone.
 ///

@@ -146,29 +146,36 @@ template <class Times, class Rows>
 bool BasicMemoryStreamWriter<Times, Rows>::write(std::size_t group, double time,
                                                  const double* values, std::size_t n) {
     assert(group < groupTimes.size());
-    Times& times = groupTimes[group];
-    RowStorage& storage = rowStorages[group];
     // The slot and the row are allocated before samples are undone, so that nothing is lost if
     // memory runs out. The values may also lie in a row that the rollback releases.
-    storage.makeRoom();
+    rowStorages[group].makeRoom();
     std::vector<double> row(values, values + n);
-    if (attributes.rollbackOnTimeRegression && !times.empty() && times.back() >= time) {
-        rollback(group, time);
-        if (!times.empty() && times.back() == time) {
-            rollback(group, std::size_t{1});
-        }
-        // An override of rollback() may have used the free slot.
-        storage.makeRoom();
+    if (attributes.rollbackOnTimeRegression) {
+        undoFrom(group, time);
     }
+    Times& times = groupTimes[group];
     timesOrders[group].expect(times, time);
     times.push_back(time);
     try {
-        groupData[group].push_back(storage.makeRow(std::move(row)));
+        groupData[group].push_back(rowStorages[group].makeRow(std::move(row)));
     } catch (...) {
         times.pop_back();
         throw;
     }
     return true;
+}
+
+template <class Times, class Rows>
+void BasicMemoryStreamWriter<Times, Rows>::undoFrom(std::size_t group, double time) {
+    if (groupTimes[group].empty() || !(groupTimes[group].back() >= time)) {
+        return;
+    }
+    rollback(group, time);
+    // An override may have replaced the containers, and used the free slot.
+    if (!groupTimes[group].empty() && groupTimes[group].back() == time) {
+        rollback(group, std::size_t{1});
+    }
+    rowStorages[group].makeRoom();
 }
 
 template <class Times, class Rows>

@@ -44,7 +44,8 @@ public:
     /// the samples from that time on are first undone, so that the new sample replaces them. This
     /// calls the virtual rollback() with the time, and then discards the last sample if its time is
     /// equal. A NaN on either side undoes nothing. An override of rollback() may do what any caller
-    /// may do, including write, rollback and flush.
+    /// may do, including write, rollback, flush and the assignment of another writer of the same
+    /// groups.
     ///
     /// Cost: the values are copied once. One row of n doubles is allocated, and one block of
     /// handles per 63 rows. The containers of a writer without a limit also grow, in amortised
@@ -123,6 +124,7 @@ protected:
 private:
     friend class core::MemoryStreamRestrictedWriter;
 
+    LOGGING2_NO_EXPORT void undoFrom(std::size_t group, double time);
     LOGGING2_NO_EXPORT void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
 
     SequenceMap<Group, LoggedPathsSetupData> groups;

@@ -43,7 +43,7 @@ struct NativeStreamWriterAccess;
 ///
 /// Intended: there is one hand-off slot and no queue. If a buffer fills before the thread has taken
 /// the previous one, it replaces the previous one. The replaced steps are lost, and nothing is
-/// reported. If N groups with equally many paths are logged in step, their buffers fill on
+/// reported. If N groups with equally many paths are logged together, their buffers fill on
 /// consecutive calls, and about (N - 1)/N of the batches are lost, at any speed. To lose no step,
 /// call flushIntermediate() and then clearBuffer() before any group has getBufferSize() rows. Then
 /// no buffer is ever handed over.

@@ -93,6 +93,15 @@ TEST_F(CheckedBackendsTest, closeFlushesMemoryWriters) {
     }
 }
 
+TEST_F(CheckedBackendsTest, closeFlushesMemoryWritersThatAreCheckedTwice) {
+    keep(register_checked_backend(context(), "checked:memory"));
+    const auto target = writer("checked:checked:memory");
+    target->write(0, 1.0, row, 3);
+    target->close();
+    EXPECT_THAT(*memoryStore(*target, "a").times, ElementsAre(1.0));
+    EXPECT_EQ(mistake_of([&] { target->flush(); }), flushedBefore);
+}
+
 TEST_F(CheckedBackendsTest, closeDoesNotFlushFileWriters) {
     const auto target = writer("checked:native");
     target->write(0, 1.0, row, 3);

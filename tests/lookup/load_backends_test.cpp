@@ -93,6 +93,11 @@ TEST_F(LoadBackendsTest, libraryWithoutTheFunctionIsRefusedAndStaysLoaded) {
     EXPECT_TRUE(is_loaded(module_file("no_function")));
 }
 
+TEST_F(LoadBackendsTest, functionOfADependencyDoesNotCount) {
+    expect_not_loaded(module_file("dependent"),
+                      "it does not export the function logging2_backends");
+}
+
 TEST_F(LoadBackendsTest, nameWithoutASlashIsSearchedInSystemDirectories) {
     expect_not_loaded("libm.so.6", "it does not export the function logging2_backends");
     expect_not_loaded("two_backends.so", "cannot open shared object file");

@@ -80,6 +80,17 @@ TYPED_TEST(MemoryWritersRollbackTest, overriddenRollbackMayWriteInAWrite) {
     }
 }
 
+TYPED_TEST(MemoryWritersRollbackTest, overriddenRollbackMayAssignAnotherWriterInAWrite) {
+    OverridingWriter<TypeParam> writer(1000, [](auto& self) {
+        TypeParam other(attributes(true), scalarSetup());
+        MemoryWritersTest<TypeParam>::writeTimes(other, {0.5});
+        static_cast<TypeParam&>(self) = std::move(other);
+    });
+    this->writeTimes(writer, {1.0, 2.0, 1.5});
+    EXPECT_THAT(this->times(writer), ElementsAre(0.5, 1.5));
+    EXPECT_THAT(this->firstValues(writer), ElementsAre(1.0, 3.0));
+}
+
 TYPED_TEST(MemoryWritersRollbackTest, rollbackScansTimesChangedByTheCallerFromTheFront) {
     auto writer = this->make();
     this->writeTimes(writer, {1.0, 2.0, 3.0, 4.0});

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace logging2::core {
@@ -13,6 +14,8 @@ namespace {
 
 using detail::CheckedRules;
 using detail::quoted;
+
+constexpr std::string_view prefix = "checked:";
 
 BackendInfo find_backend(const cppmicroservices::BundleContext& context, const std::string& name) {
     const std::vector<BackendInfo> backends = registered_backends(context);
@@ -30,9 +33,18 @@ BackendInfo find_backend(const cppmicroservices::BundleContext& context, const s
                                 " (" + detail::listing("back-end", names) + ')');
 }
 
+/// The name of the back-end that stores the samples in the end.
+std::string storing_backend(std::string name) {
+    while (name.rfind(prefix, 0) == 0) {
+        name.erase(0, prefix.size());
+    }
+    return name;
+}
+
 CheckedRules rules_of(const BackendInfo& inner, const CheckedOptions& options) {
-    const bool isMemory = inner.name == "memory" || inner.name == "memory-restricted";
-    const bool isNative = inner.name == "native";
+    const std::string storing = storing_backend(inner.name);
+    const bool isMemory = storing == "memory" || storing == "memory-restricted";
+    const bool isNative = storing == "native";
     return {inner.name, options.groupIdsAreIndices.value_or(isMemory),
             options.channelsAreUnique.value_or(isNative), options.closeFlushes.value_or(isMemory),
             options.refuseUnsupportedRollback && !inner.supportsRollback};
@@ -40,7 +52,7 @@ CheckedRules rules_of(const BackendInfo& inner, const CheckedOptions& options) {
 
 BackendInfo checked_info(const BackendInfo& inner) {
     const std::string separator = inner.description.empty() ? "" : "; ";
-    return {"checked:" + inner.name, inner.description + separator + "checks every call",
+    return {std::string(prefix) + inner.name, inner.description + separator + "checks every call",
             inner.supportsRollback, inner.isPersistent};
 }
 

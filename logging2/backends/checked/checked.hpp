@@ -9,8 +9,8 @@ namespace logging2::core {
 
 /// Rules that a checked back-end enforces in addition to those that hold for every back-end.
 ///
-/// A member without a value has the default that the built-in back-end of that name needs. For any
-/// other back-end the default is false.
+/// A member without a value has the default that the built-in back-end of that name needs, even if
+/// that back-end is checked already. For any other back-end the default is false.
 struct CheckedOptions {
     /// Whether the ids of N groups must be 0 to N - 1. The default is true for "memory" and
     /// "memory-restricted", which use the ids as indices.

@@ -2,6 +2,7 @@
 
 #include <logging2/conformance/detail/memory_oracle.hpp>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -99,12 +100,19 @@ private:
         }
     }
 
-    /// If the back-end rolls back by time, the host's times ascend otherwise.
+    /// The times of even groups ascend, except after a NaN. If the writer rolls back when time goes
+    /// backwards, any time may follow, but no NaN.
     double nextTime(std::size_t group) {
         const double any = static_cast<double>(below(random, 40)) / 2.0;
+        if (oracle.rollbackOnTimeRegression) {
+            return any;
+        }
+        if (below(random, 20) == 0) {
+            return std::numeric_limits<double>::quiet_NaN();
+        }
         const Doubles& times = oracle.times[group];
-        const bool forwardOnly = rollsBack(subject) && !oracle.rollbackOnTimeRegression;
-        return forwardOnly && !times.empty() ? times.back() + any / 20.0 : any;
+        const bool ascends = group % 2 == 0 && !times.empty() && !std::isnan(times.back());
+        return ascends ? times.back() + any / 20.0 : any;
     }
 
     void write(std::size_t group) {

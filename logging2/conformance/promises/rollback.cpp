@@ -12,6 +12,7 @@ using test::mixedWidthSetup;
 using test::write;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 bool declines(const Subject& subject) {
     return !rollsBack(subject);
@@ -67,6 +68,38 @@ const Promise table[] = {
          writer->rollback(0, 0.5);
          writer->flush();
          EXPECT_TRUE(holds(session.read(*writer, "x"), {}, {}));
+     }},
+    {"rollbackDiscardsEarlierTimesAfterTheFirstLaterTime", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {0.0, 2.0, 1.0});
+         writer->rollback(0, 1.5);
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {0.0}, {1.0}));
+     }},
+    {"rollbackDiscardsEqualTimesAfterTheFirstLaterTime", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {1.0, 1.0, 2.0, 1.0, 2.0, 1.0});
+         writer->rollback(0, 1.0);
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, 1.0}, {1.0, 2.0}));
+     }},
+    {"rollbackTreatsNanAsNotLater", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {1.0, nan, 2.0});
+         writer->rollback(0, 1.5);
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0, nan}, {1.0, 2.0}));
+     }},
+    {"rollbackDiscardsNanAfterTheFirstLaterTime", rollsBack,
+     [](Session& session) {
+         const auto writer = session.writer();
+         write_calls(*writer, 0, {1.0, 3.0, nan});
+         writer->rollback(0, 2.0);
+         writer->flush();
+         EXPECT_TRUE(holds(session.read(*writer, "x"), {1.0}, {1.0}));
      }},
     {"rollbackOfOneGroupKeepsTheOthers", rollsBack,
      [](Session& session) {

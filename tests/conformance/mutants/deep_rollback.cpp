@@ -48,6 +48,19 @@ const Mutant table[] = {
      [](Faults& faults, Subject&) {
          change_count(faults, [](std::size_t count) { return count - (count > many ? 1 : 0); });
      }},
+    {"searchesUnorderedTimesOnlyAmongTheNewest", "rollbackOfManyUnorderedSamplesIsExact",
+     Base::memory,
+     [](Faults& faults, Subject&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             const auto isLater = [time](double held) { return held > time; };
+             const Doubles& times = memory(target).times(group);
+             const auto searched = static_cast<std::ptrdiff_t>(std::min(times.size(), many));
+             const auto first =
+                 std::min(std::find_if(times.end() - searched, times.end(), isLater),
+                          std::find_if_not(times.rbegin(), times.rend(), isLater).base());
+             memory(target).rollback(group, static_cast<std::size_t>(times.end() - first));
+         };
+     }},
     {"keepsManySamplesFlushedIntermediately", "rollbackOfManySamplesIsExactAfterFlushIntermediate",
      Base::memory,
      [](Faults& faults, Subject&) {

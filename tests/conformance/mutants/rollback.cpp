@@ -1,5 +1,6 @@
 #include <tests/conformance/mutants/Mutant.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -25,6 +26,33 @@ void drop_oldest(MemoryStreamWriter& writer, std::size_t group, std::size_t limi
         writer.times(group).erase(writer.times(group).begin());
         writer.data(group).pop_front();
     }
+}
+
+bool is_earlier(double held, double time) {
+    return held < time;
+}
+
+bool is_equal(double held, double time) {
+    return held == time;
+}
+
+bool is_nan(double held, double /*time*/) {
+    return std::isnan(held);
+}
+
+/// Makes rollback keep everything up to the last time that the predicate selects. After that, it
+/// follows the rule.
+void keep_up_to_last(Faults& faults, bool (*isSelected)(double held, double time)) {
+    faults.rollback = [isSelected](StreamWriter& target, std::size_t group, double time) {
+        const Doubles& times = memory(target).times(group);
+        const auto afterLast =
+            std::find_if(times.rbegin(), times.rend(), [isSelected, time](double held) {
+                return isSelected(held, time);
+            }).base();
+        const auto firstLater =
+            std::find_if(afterLast, times.end(), [time](double held) { return held > time; });
+        memory(target).rollback(group, static_cast<std::size_t>(times.end() - firstLater));
+    };
 }
 
 const Mutant table[] = {
@@ -55,6 +83,21 @@ const Mutant table[] = {
              target.rollback(group, std::max(time, memory(target).times(group).front()));
          };
      }},
+    {"keepsEverythingUpToTheLastEarlierTime", "rollbackDiscardsEarlierTimesAfterTheFirstLaterTime",
+     Base::memory, [](Faults& faults, Subject&) { keep_up_to_last(faults, is_earlier); }},
+    {"keepsEverythingUpToTheLastEqualTime", "rollbackDiscardsEqualTimesAfterTheFirstLaterTime",
+     Base::memory, [](Faults& faults, Subject&) { keep_up_to_last(faults, is_equal); }},
+    {"treatsNanAsLater", "rollbackTreatsNanAsNotLater", Base::memory,
+     [](Faults& faults, Subject&) {
+         faults.rollback = [](StreamWriter& target, std::size_t group, double time) {
+             const Doubles& times = memory(target).times(group);
+             const auto first = std::find_if(times.begin(), times.end(),
+                                             [time](double held) { return !(held <= time); });
+             memory(target).rollback(group, static_cast<std::size_t>(times.end() - first));
+         };
+     }},
+    {"keepsEverythingUpToTheLastNan", "rollbackDiscardsNanAfterTheFirstLaterTime", Base::memory,
+     [](Faults& faults, Subject&) { keep_up_to_last(faults, is_nan); }},
     {"rollsBackAllGroups", "rollbackOfOneGroupKeepsTheOthers", Base::memory,
      [](Faults& faults, Subject&) {
          faults.rollback = [](StreamWriter& target, std::size_t, double time) {
