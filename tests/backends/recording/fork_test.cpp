@@ -33,7 +33,7 @@ protected:
 };
 
 TEST_F(RecordingForkTest, everyCallInAChildIsALogicError) {
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         const double value = 0.0;
         EXPECT_THROW(writer->write(0, 9.0, &value, 1), std::logic_error);
         EXPECT_THROW(writer->rollback(0, 0.0), std::logic_error);
@@ -45,7 +45,7 @@ TEST_F(RecordingForkTest, everyCallInAChildIsALogicError) {
 }
 
 TEST_F(RecordingForkTest, destructionInAChildTouchesNothing) {
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         alarm(20); // for a child that hangs
         writer.reset();
     })));
@@ -54,8 +54,8 @@ TEST_F(RecordingForkTest, destructionInAChildTouchesNothing) {
 }
 
 TEST_F(RecordingForkTest, childOfAChildDoesNotOwnItEither) {
-    EXPECT_TRUE(endedWell(status_of_child([this] {
-        EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
+        EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
             EXPECT_THROW(writer->flush(), std::logic_error);
             writer.reset();
         })));
@@ -64,7 +64,7 @@ TEST_F(RecordingForkTest, childOfAChildDoesNotOwnItEither) {
 }
 
 TEST_F(RecordingForkTest, childMayMakeARecordingOfItsOwn) {
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         const auto own = makeWriter();
         writeTimes(*own, {7.0});
         own->flush();
@@ -74,7 +74,7 @@ TEST_F(RecordingForkTest, childMayMakeARecordingOfItsOwn) {
 }
 
 TEST_F(RecordingForkTest, childReadsTheRecordingOfItsParent) {
-    EXPECT_TRUE(endedWell(status_of_child(
+    EXPECT_TRUE(exitedWithSuccess(status_of_child(
         [this] { EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 2.0, 3.0)); })));
     expectWholeRecording();
 }
@@ -82,7 +82,7 @@ TEST_F(RecordingForkTest, childReadsTheRecordingOfItsParent) {
 TEST_F(RecordingForkTest, callsAfterTheEndAreALogicErrorInAChild) {
     writeTimes(*writer, {5.0});
     writer->flush();
-    EXPECT_TRUE(endedWell(status_of_child([this] {
+    EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         EXPECT_THROW(writer->flush(), std::logic_error);
         EXPECT_THROW(writer->flushIntermediate(), std::logic_error);
         writer.reset();

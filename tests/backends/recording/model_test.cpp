@@ -250,7 +250,7 @@ private:
 /// LOGGING2_MODEL_SEEDS is how many sequences are tried.
 unsigned seed_count() {
     const char* const text = std::getenv("LOGGING2_MODEL_SEEDS");
-    return text == nullptr ? 300 : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
+    return text == nullptr ? 200 : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
 }
 
 TEST_F(RecordingModelTest, randomSequencesEndAsInTheMemoryWriter) {

@@ -70,7 +70,7 @@ TEST(RunDirectoryTest, equalNamesInOneSecondGetDirectoriesOfTheirOwn) {
 
 TEST(RunDirectoryTest, permissionsDoNotDependOnTheUmask) {
     const TemporaryDirectory directory;
-    for (const mode_t mask : {0000, 0022, 0077, 0777}) {
+    for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
         const core::test::Umask umask(mask);
         const std::string made = make_run_directory(directory.path().string(), "x", someTime, 0751);
         EXPECT_EQ(fs::status(made).permissions(), fs::perms(0751));
