@@ -68,7 +68,7 @@ void log_script(const RecordingOptions& options, std::size_t writeCount, bool li
     progress.seconds = std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void expect(bool condition, const std::string& otherwise) {
+void expect(bool condition, const char* otherwise) {
     if (!condition) {
         throw std::runtime_error(otherwise);
     }
