@@ -24,6 +24,8 @@ struct Options {
     double tolerance = 1e-9;
     /// The samples per group that a back-end with a limit keeps.
     std::size_t pointLimit = 1000;
+    /// Where the back-end "recording" makes its recordings.
+    std::filesystem::path recordingDirectory = "recordings";
     std::filesystem::path outputDirectory = "out";
     bool plots = true;
     /// List models and back-ends instead of running one.

@@ -1,6 +1,7 @@
 #include <examples/simulate/command_line.hpp>
 
 #include <examples/simulate/HostError.hpp>
+#include <examples/simulate/logging/recording.hpp>
 
 #include <CLI/CLI.hpp>
 
@@ -24,10 +25,11 @@ constexpr const char* footer =
     "  simulate bouncing-ball --out pictures\n"
     "  simulate lorenz --stop-time 5000 --no-plots\n"
     "  simulate dc-motor --backend memory-restricted --point-limit 200\n"
+    "  simulate dc-motor --backend recording --directory results\n"
     "\n"
     "Files are named MODEL_GROUP.csv, .svg and .png. They appear together when the run has\n"
     "succeeded, and replace those of a former run. A run that fails writes none of them and exits\n"
-    "with status 2.";
+    "with status 2. A recording that it has begun stays.";
 
 std::string shown(double value) {
     std::ostringstream text;
@@ -89,6 +91,11 @@ void add_options(CLI::App& app, Options& options) {
         ->type_name("N")
         ->capture_default_str()
         ->check(within(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()));
+    app.add_option(
+           "--directory", options.recordingDirectory,
+           "Make recordings in this directory, with --backend recording; created if missing")
+        ->type_name("DIR")
+        ->capture_default_str();
     app.add_option("--out", options.outputDirectory,
                    "Write the files to this directory; created if missing")
         ->type_name("DIR")
@@ -110,6 +117,21 @@ void check_model_given(const Options& options) {
     }
 }
 
+void check_directory_used(const CLI::App& app, const Options& options) {
+    if (app.count("--directory") == 0) {
+        return;
+    }
+    if (!can_record()) {
+        throw HostError("--directory: this build cannot record");
+    }
+    if (options.backend != "recording") {
+        throw HostError("--directory needs --backend recording");
+    }
+    if (options.recordingDirectory.empty()) {
+        throw HostError("--directory needs the name of a directory");
+    }
+}
+
 } // namespace
 
 std::optional<Options> parse_command_line(int argc, const char* const* argv, std::ostream& out) {
@@ -127,6 +149,7 @@ std::optional<Options> parse_command_line(int argc, const char* const* argv, std
         throw HostError(first_line(error.what()) + " (--help explains the options)");
     }
     check_model_given(options);
+    check_directory_used(app, options);
     return options;
 }
 

@@ -3,6 +3,7 @@
 #include <examples/simulate/HostError.hpp>
 #include <examples/simulate/command_line.hpp>
 #include <examples/simulate/logging/LogSession.hpp>
+#include <examples/simulate/logging/recording.hpp>
 #include <examples/simulate/models/catalogue.hpp>
 #include <examples/simulate/report/Gnuplot.hpp>
 #include <examples/simulate/report/OutputDirectory.hpp>
@@ -13,8 +14,11 @@
 #include <logging2/backends/checked/checked.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <charconv>
 #include <iomanip>
+#include <map>
 #include <new>
 
 namespace simulate {
@@ -25,6 +29,8 @@ struct Outcome {
     std::vector<GroupResult> results;
     RunSummary summary;
     std::vector<Event> events;
+    /// The directory of the recording; empty if the back-end makes none.
+    std::string recording;
 };
 
 std::string file_stem(const Model& model, const GroupInfo& group) {
@@ -47,6 +53,19 @@ RunSettings settings_of(const Model& model, const Options& options) {
     return {options.stopTime.value_or(model.defaultStopTime()), options.tolerance};
 }
 
+/// The fewest digits that give the same number again.
+std::string shortest(double value) {
+    std::array<char, 32> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    return {digits.data(), end.ptr};
+}
+
+std::map<std::string, std::string> properties_of(const Model& model, const RunSettings& settings) {
+    return {{"model", model.name()},
+            {"stop time", shortest(settings.stopTime)},
+            {"tolerance", shortest(settings.tolerance)}};
+}
+
 logging2::core::StreamingAttributes attributes_of(const Model& model, const Options& options) {
     logging2::core::StreamingAttributes attributes;
     attributes.pointLimit = options.pointLimit;
@@ -62,7 +81,7 @@ Outcome record_run(const Model& model, const RunSettings& settings, LogSession& 
     const auto begin = std::chrono::steady_clock::now();
     model.run(recorder, settings);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-    return {{}, {recorder.counts(), elapsed.count()}, recorder.events()};
+    return {{}, {recorder.counts(), elapsed.count()}, recorder.events(), {}};
 }
 
 PlotContext plot_context(const Model& model, const GroupResult& result, const Outcome& outcome,
@@ -106,21 +125,26 @@ void print_report(std::ostream& out, const Model& model, const Outcome& outcome,
     for (const std::filesystem::path& file : files) {
         out << "wrote " << file.string() << '\n';
     }
+    if (!outcome.recording.empty()) {
+        out << "recorded in " << outcome.recording << '\n';
+    }
 }
 
 /// Everything that can be refused is refused before the first step is solved.
 void simulate_model(const Options& options, std::ostream& out, std::ostream& err, bool terminal) {
     const Model& model = find_model(options.model);
     const RunSettings settings = settings_of(model, options);
+    offer_recording(options.recordingDirectory, properties_of(model, settings));
     const Backend backend = chosen_backend(options);
     const std::optional<Gnuplot> gnuplot = options.plots ? std::optional(Gnuplot()) : std::nullopt;
-    LogSession session(backend, attributes_of(model, options), model.groups());
     OutputDirectory output(options.outputDirectory);
+    LogSession session(backend, attributes_of(model, options), model.groups());
     Outcome outcome = [&] {
         ProgressBar bar(err, terminal, settings.stopTime);
         return record_run(model, settings, session, bar);
     }();
     outcome.results = session.finish();
+    outcome.recording = session.recording();
     write_files(model, outcome, backend, gnuplot, output);
     print_report(out, model, outcome, output.commit());
 }
@@ -151,6 +175,7 @@ void run_options(const Options& options, std::ostream& out, std::ostream& err, b
         logging2::core::load_backends(library, foundation::get_global_bundle_context());
     }
     if (options.list) {
+        offer_recording(options.recordingDirectory, {});
         print_list(out);
     } else {
         simulate_model(options, out, err, terminal);

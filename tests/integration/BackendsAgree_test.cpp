@@ -1,6 +1,8 @@
+#include <examples/simulate/logging/recording.hpp>
 #include <examples/simulate/models/catalogue.hpp>
 #include <examples/simulate/report/samples.hpp>
 #include <tests/integration/support/runs.hpp>
+#include <tests/integration/support/test_backends.hpp>
 
 #include <gtest/gtest.h>
 
@@ -95,12 +97,19 @@ TEST_P(BackendsAgreeTest, filesGiveTheSameValuesPlusRejectedSteps) {
     expect_same(without_rejected(native), run(Backend()));
 }
 
+TEST_P(BackendsAgreeTest, recordingGivesTheSameValuesAsTheDefault) {
+    if (!simulate::can_record()) {
+        GTEST_SKIP() << "this build cannot record";
+    }
+    expect_same(run(Backend("recording")), run(Backend()));
+}
+
 TEST_P(BackendsAgreeTest, secondRunGivesTheSameValues) {
     expect_same(run(Backend()), run(Backend()));
 }
 
 TEST_P(BackendsAgreeTest, checksChangeNothing) {
-    for (const std::string name : {"memory", "memory-restricted", "native"}) {
+    for (const std::string& name : integration::backend_names()) {
         SCOPED_TRACE(name);
         const LoggedRun plain = run(Backend(name), smallLimit);
         const LoggedRun checked = run(Backend("checked:" + name), smallLimit);

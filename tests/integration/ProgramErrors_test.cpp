@@ -1,3 +1,4 @@
+#include <examples/simulate/logging/recording.hpp>
 #include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/integration/support/process.hpp>
 #include <tests/support/files.hpp>
@@ -94,6 +95,18 @@ TEST(ProgramErrorsTest, incompleteOutputFileLeavesNoOutput) {
                               "trap '' XFSZ; ulimit -f 64;"),
                  "cannot write \"lorenz_state.csv\": File too large");
     EXPECT_EQ(directory.names(), Names{});
+}
+
+TEST(ProgramErrorsTest, directoryIsRefusedWithoutTheBackendRecording) {
+    const std::string error = simulate::can_record() ? "--directory needs --backend recording"
+                                                     : "--directory: this build cannot record";
+    for (const std::string arguments :
+         {"lorenz", "lorenz --default", "lorenz --checked", "lorenz --backend native", "--list"}) {
+        SCOPED_TRACE(arguments);
+        const TemporaryDirectory directory;
+        expect_error(run_simulate(directory.path(), arguments + " --directory made"), error);
+        EXPECT_EQ(directory.names(), Names{});
+    }
 }
 
 TEST(ProgramErrorsTest, fullStandardOutputIsAnError) {

@@ -1,5 +1,7 @@
+#include <examples/simulate/logging/recording.hpp>
 #include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/integration/support/process.hpp>
+#include <tests/integration/support/test_backends.hpp>
 #include <tests/support/files.hpp>
 
 #include <gtest/gtest.h>
@@ -21,21 +23,29 @@ TEST(ProgramTest, listsModelsAndBackends) {
     const auto result = run_simulate(directory.path(), "--list");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
-    for (const std::string name :
-         {"bouncing-ball", "dc-motor", "lorenz", "memory", "memory-restricted", "native"}) {
+    Names names = integration::backend_names();
+    names.insert(names.end(), {"bouncing-ball", "dc-motor", "lorenz"});
+    for (const std::string& name : names) {
         EXPECT_TRUE(std::regex_search(result.out, std::regex("\n  " + name + " +[^ \n].*\n")))
             << name;
     }
     EXPECT_EQ(directory.names(), Names{});
 }
 
+TEST(ProgramTest, recordingIsListedOnlyIfTheBuildCanRecord) {
+    const TemporaryDirectory directory;
+    const auto result = run_simulate(directory.path(), "--list");
+    EXPECT_EQ(result.out.find("\n  recording ") != std::string::npos, simulate::can_record());
+}
+
 TEST(ProgramTest, helpExplainsEveryOption) {
     const TemporaryDirectory directory;
     const auto result = run_simulate(directory.path(), "--help");
     EXPECT_EQ(result.status, 0);
-    for (const std::string word : {"MODEL", "--backend NAME", "--backend-library FILE", "--default",
-                                   "--checked", "--stop-time S", "--tolerance R", "--point-limit N",
-                                   "--out DIR", "--no-plots", "--list", "Examples:"}) {
+    for (const std::string word :
+         {"MODEL", "--backend NAME", "--backend-library FILE", "--default", "--checked",
+          "--stop-time S", "--tolerance R", "--point-limit N", "--directory DIR", "--out DIR",
+          "--no-plots", "--list", "Examples:"}) {
         EXPECT_NE(result.out.find(word), std::string::npos) << word;
     }
 }
@@ -105,7 +115,7 @@ void expect_same_files(const std::filesystem::path& a, const std::filesystem::pa
 
 TEST(ProgramTest, checkedRunsOfEveryModelWriteTheSameCsv) {
     for (const std::string model : {"bouncing-ball", "dc-motor", "lorenz"}) {
-        for (const std::string backend : {"memory", "memory-restricted", "native"}) {
+        for (const std::string& backend : integration::backend_names()) {
             const TemporaryDirectory directory;
             const std::string run = model + " --no-plots --stop-time 2 --backend " + backend;
             EXPECT_EQ(run_simulate(directory.path(), run + " --out plain").status, 0);

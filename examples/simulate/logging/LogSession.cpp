@@ -1,6 +1,7 @@
 #include <examples/simulate/logging/LogSession.hpp>
 
 #include <examples/simulate/HostError.hpp>
+#include <examples/simulate/logging/recording.hpp>
 
 #include <utility>
 
@@ -73,12 +74,13 @@ void LogSession::flush() {
     }
 }
 
-LogSession::Readers LogSession::openReaders() const {
+LogSession::Readers LogSession::openReaders() {
     Readers readers;
     for (const GroupInfo& group : groups) {
         for (const PathInfo& info : group.paths) {
-            const lang::core::ValuePath path(info.path);
-            readers.push_back(backend.openReader(streamWriter->dataStore(path)));
+            const boost::any dataStore = streamWriter->dataStore(lang::core::ValuePath(info.path));
+            recordingDirectory = recording_of(dataStore);
+            readers.push_back(backend.openReader(dataStore));
         }
     }
     return readers;

@@ -5,6 +5,7 @@
 #include <logging2/logging2.hpp>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace simulate {
@@ -30,16 +31,20 @@ public:
     /// Throws HostError where the back-end fails or gives back what cannot be.
     std::vector<GroupResult> finish();
 
+    /// After finish(): the directory of the recording; empty if the back-end makes none.
+    const std::string& recording() const { return recordingDirectory; }
+
 private:
     using Readers = std::vector<std::unique_ptr<logging2::core::StreamReader>>;
 
     void flush();
-    Readers openReaders() const;
+    Readers openReaders();
 
     Backend backend;
     std::vector<GroupInfo> groups;
     std::unique_ptr<logging2::core::StreamWriter> streamWriter;
     bool flushed = false;
+    std::string recordingDirectory;
 };
 
 } // namespace simulate

@@ -1,7 +1,9 @@
 #include <tests/integration/support/test_backends.hpp>
 
+#include <examples/simulate/logging/recording.hpp>
 #include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/backends/checked/checked.hpp>
+#include <logging2/conformance/detail/TemporaryDirectory.hpp>
 
 #include <new>
 #include <stdexcept>
@@ -102,6 +104,14 @@ Backend short_backend(const std::string& name) {
     return backend;
 }
 
+void register_recording(cppmicroservices::BundleContext context) {
+    static const logging2::core::test::TemporaryDirectory recordings;
+    simulate::offer_recording(recordings.path(), {});
+    if (simulate::can_record()) {
+        logging2::core::register_checked_backend(std::move(context), "recording");
+    }
+}
+
 bool register_all() {
     foundation::install_and_start_vantrel_core();
     const auto context = foundation::get_global_bundle_context();
@@ -118,6 +128,7 @@ bool register_all() {
                   throwing_backend("throws", std::runtime_error("the cable is out")),
                   throwing_backend("out-of-memory", std::bad_alloc()), short_backend("short")});
     logging2::core::register_backend(context, memory_backend("no-reader")).back().Unregister();
+    register_recording(context);
     return true;
 }
 
@@ -126,6 +137,17 @@ bool register_all() {
 void register_test_backends() {
     static const bool done = register_all();
     static_cast<void>(done);
+}
+
+std::vector<std::string> backend_names() {
+    std::vector<std::string> names;
+    for (const auto& backend : logging2::core::builtin_backends()) {
+        names.push_back(backend.name);
+    }
+    if (simulate::can_record()) {
+        names.push_back("recording");
+    }
+    return names;
 }
 
 const SingleUseCounts& single_use_counts() {

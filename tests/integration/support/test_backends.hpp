@@ -3,6 +3,7 @@
 #include <logging2/logging2.hpp>
 
 #include <cstddef>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -15,7 +16,12 @@ namespace integration {
 /// - "makes-nothing" makes null pointers, "throws" throws, "out-of-memory" runs out of memory;
 /// - "no-reader" has only a writer;
 /// - "short" returns one value too few.
+/// If this build can record, it also registers "recording"; its recordings are deleted at the end
+/// of the process.
 void register_test_backends();
+
+/// The names of the back-ends that the program offers in this build.
+std::vector<std::string> backend_names();
 
 /// The number of flushes of "single-use" writers, and of its readers that were opened and
 /// destroyed, since the start of the process.
