@@ -38,15 +38,16 @@ std::shared_ptr<Service> find_service(const std::string& key, const std::string&
     if (!context) {
         return nullptr;
     }
+    std::shared_ptr<Service> service;
     try {
         const auto references = context.GetServiceReferences<Service>(filter);
         // Intended: only the first reference is tried, so that another back-end of the same name
         // does not hide a broken one.
-        return references.empty() ? nullptr : object_of(context, references.front());
+        service = references.empty() ? nullptr : object_of(context, references.front());
     } catch (const cppmicroservices::IllegalStateException&) {
-        // The framework was stopped after the context was found valid.
-        return nullptr;
+        // The framework was stopped after the context was found valid, so there is no service.
     }
+    return service;
 }
 
 } // namespace

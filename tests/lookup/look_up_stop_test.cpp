@@ -70,7 +70,7 @@ int stopAtEveryMoment(LookUp lookUp) {
             *wasStopped = remaining < 0;
             remaining = -1;
         });
-        EXPECT_TRUE(endedWell(status)) << "stopped at moment " << moment;
+        EXPECT_TRUE(exitedWithSuccess(status)) << "stopped at moment " << moment;
     }
     return moment;
 }

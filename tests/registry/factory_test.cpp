@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <thread>
 #include <type_traits>
 
 namespace services_test {
@@ -103,6 +104,24 @@ TEST_F(ServiceFactoryTest, unregisterReleasesTheObjectAndLeavesThePointerUsable)
 
     EXPECT_EQ(factory->released.size(), 1u);
     EXPECT_EQ(service->greeting(), "made");
+}
+
+TEST_F(ServiceFactoryTest, objectMadeDuringUnregisterIsReleasedAtMostOnce) {
+    std::thread unregistering;
+    factory->make = [&]() -> InterfaceMapConstPtr {
+        unregistering = std::thread([this] { registration.Unregister(); });
+        while (!context.GetServiceReferences<Greeter>().empty()) {
+            std::this_thread::yield();
+        }
+        return MakeInterfaceMap<Greeter>(make_service("made"));
+    };
+
+    auto service = context.GetService(reference);
+    unregistering.join();
+
+    EXPECT_EQ(service->greeting(), "made");
+    service.reset();
+    EXPECT_LE(factory->released.size(), 1u);
 }
 
 TEST_F(ServiceFactoryTest, objectIsReleasedOnlyOnce) {

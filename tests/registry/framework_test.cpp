@@ -1,5 +1,9 @@
 #include "registry_fixture.hpp"
 
+#include <atomic>
+#include <future>
+#include <thread>
+
 namespace services_test {
 namespace {
 
@@ -109,6 +113,32 @@ TEST(FrameworkTest, waitForStopTimesOutWhileRunning) {
     EXPECT_EQ(framework.WaitForStop(milliseconds(1)).GetType(),
               FrameworkEvent::FRAMEWORK_WAIT_TIMEDOUT);
     stop(framework);
+}
+
+TEST(FrameworkTest, waitForStopWaitsUntilServicesAreDestroyed) {
+    auto framework = new_framework();
+    framework.Start();
+    std::promise<void> isDestroying;
+    std::atomic<bool> isDestroyed{false};
+    std::atomic<bool> returned{false};
+    const auto destroy = [&](NamedService* service) {
+        isDestroying.set_value();
+        for (int i = 0; i < 1000 && !returned; ++i) {
+            std::this_thread::yield();
+        }
+        delete service;
+        isDestroyed = true;
+    };
+    framework.GetBundleContext().RegisterService<Greeter>(
+        std::shared_ptr<NamedService>(new NamedService, destroy));
+
+    std::thread stopping([&] { framework.Stop(); });
+    isDestroying.get_future().wait();
+    framework.WaitForStop(forEver);
+
+    EXPECT_TRUE(isDestroyed);
+    returned = true;
+    stopping.join();
 }
 
 TEST(FrameworkTest, waitForStopCanBeRepeatedAfterStop) {

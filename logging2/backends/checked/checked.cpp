@@ -33,7 +33,7 @@ BackendInfo find_backend(const cppmicroservices::BundleContext& context, const s
                                 " (" + detail::listing("back-end", names) + ')');
 }
 
-/// The name of the back-end that stores the samples in the end.
+/// Returns the name of the back-end that stores the samples, without the checks around it.
 std::string storing_backend(std::string name) {
     while (name.rfind(prefix, 0) == 0) {
         name.erase(0, prefix.size());
