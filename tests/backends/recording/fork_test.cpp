@@ -64,6 +64,9 @@ TEST_F(RecordingForkTest, childOfAChildDoesNotOwnItEither) {
 }
 
 TEST_F(RecordingForkTest, childMayMakeARecordingOfItsOwn) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer allows no threads in a child of a process with threads";
+#endif
     EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {
         const auto own = makeWriter();
         writeTimes(*own, {7.0});

@@ -4,7 +4,6 @@
 #include <tests/support/files.hpp>
 
 #include <stdexcept>
-#include <thread>
 
 namespace logging2::core::test {
 namespace {
@@ -72,8 +71,9 @@ TEST_F(RecordingOptionsTest, longestCommitIntervalMeansNever) {
     const auto writer = makeWriter();
     const auto run = open(*writer);
     writeTimes(*writer, {1.0});
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_FALSE(run->refresh());
+    for (int round = 0; round < 1000; ++round) {
+        ASSERT_FALSE(run->refresh());
+    }
     writer->flush();
     EXPECT_TRUE(run->refresh());
     EXPECT_THAT(timesOf(*run), ElementsAre(1.0));
@@ -133,34 +133,6 @@ TEST_F(RecordingOptionsTest, synchronizedCommitsKeepTheSameSamples) {
 TEST_F(RecordingOptionsTest, backendRefusesThemAtRegistration) {
     options.chunkByteCount = 0;
     EXPECT_THROW(register_recording_backend({}, options), std::invalid_argument);
-}
-
-TEST_F(RecordingOptionsTest, thousandWritersAtOnceHaveDirectoriesOfTheirOwn) {
-    constexpr std::size_t threadCount = 8;
-    constexpr std::size_t writersPerThread = 125;
-    options.bufferByteCount = 4096;
-    std::vector<std::vector<std::unique_ptr<RecordingStreamWriter>>> writers(threadCount);
-    std::vector<std::thread> threads;
-    for (std::size_t t = 0; t < threadCount; ++t) {
-        threads.emplace_back([this, t, &writers] {
-            for (std::size_t i = 0; i < writersPerThread; ++i) {
-                writers[t].push_back(makeWriter());
-                write(*writers[t].back(), 0, 1.0, {static_cast<double>(t * writersPerThread + i)});
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(directory.names().size(), threadCount * writersPerThread);
-    for (std::size_t t = 0; t < threadCount; ++t) {
-        for (std::size_t i = 0; i < writersPerThread; ++i) {
-            const std::string location = writers[t][i]->location();
-            writers[t][i].reset();
-            EXPECT_THAT(valuesOf(*open_recording(location)),
-                        ElementsAre(static_cast<double>(t * writersPerThread + i)));
-        }
-    }
 }
 
 } // namespace
