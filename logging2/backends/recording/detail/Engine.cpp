@@ -204,14 +204,15 @@ void Engine::keepRows(GroupBuffer& group, std::size_t rowCount) {
         return;
     }
     Lock lock(mutex);
-    if (rowCount < group.takenCount) {
+    const bool isStored = rowCount < group.takenCount;
+    if (isStored) {
         waitUntilIdle(lock, false);
         const std::size_t step = group.firstStep + rowCount;
         group.takenCount = rowCount;
         group.discardFrom = std::min(step, group.discardFrom.value_or(step));
     }
     group.rowCount.store(rowCount, std::memory_order_relaxed);
-    if (group.firstStep + rowCount < recorder.shownStepCount(group.position)) {
+    if (isStored && group.firstStep + rowCount < recorder.shownStepCount(group.position)) {
         request(lock, false, nullptr);
     }
 }
