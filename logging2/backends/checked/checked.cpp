@@ -13,7 +13,7 @@ namespace logging2::core {
 namespace {
 
 using detail::CheckedRules;
-using detail::quoted;
+using detail::in_quotes;
 
 constexpr std::string_view prefix = "checked:";
 
@@ -27,10 +27,10 @@ BackendInfo find_backend(const cppmicroservices::BundleContext& context, const s
     std::vector<std::string> names;
     names.reserve(backends.size());
     for (const BackendInfo& info : backends) {
-        names.push_back(quoted(info.name));
+        names.push_back(in_quotes(info.name));
     }
-    throw std::invalid_argument("register_checked_backend: there is no back-end " + quoted(name) +
-                                " (" + detail::listing("back-end", names) + ')');
+    throw std::invalid_argument("register_checked_backend: there is no back-end " +
+                                in_quotes(name) + " (" + detail::listing("back-end", names) + ')');
 }
 
 /// Returns the name of the back-end that stores the samples, without the checks around it.
@@ -62,8 +62,8 @@ template <class Product>
 std::unique_ptr<Product> found_of(std::optional<std::unique_ptr<Product>> product,
                                   const std::string& name) {
     if (!product) {
-        throw std::runtime_error("the back-end " + quoted("checked:" + name) +
-                                 " needs the back-end " + quoted(name) +
+        throw std::runtime_error("the back-end " + in_quotes("checked:" + name) +
+                                 " needs the back-end " + in_quotes(name) +
                                  ", which is not registered in the host's service framework");
     }
     return std::move(*product);

@@ -27,8 +27,8 @@ std::string number_of_values(std::size_t count) {
 class ChannelOwners {
 public:
     explicit ChannelOwners(const std::string& backend)
-        : need(", but the back-end " + quoted(backend) + " needs channel numbers that are listed " +
-               "once, in one group") {}
+        : need(", but the back-end " + in_quotes(backend) +
+               " needs channel numbers that are listed " + "once, in one group") {}
 
     void add(std::size_t group, const LoggedPathsSetupData& data) {
         std::set<std::size_t> listed;
@@ -82,12 +82,12 @@ void CheckedSetup::addPath(std::size_t group, const LoggedPath& logged) {
     const auto [entry, isNew] = paths.emplace(logged.path, PathTarget{group, logged.id()});
     const PathTarget& former = entry->second;
     if (former.group != group) {
-        throw std::logic_error("setup: the path " + quoted(logged.path) + " is in group " +
+        throw std::logic_error("setup: the path " + in_quotes(logged.path) + " is in group " +
                                to_string(former.group) + " and in group " + to_string(group) +
                                ", but a path belongs to one group");
     }
     if (former.channel != logged.id()) {
-        throw std::logic_error("setup: the path " + quoted(logged.path) + " shows channel " +
+        throw std::logic_error("setup: the path " + in_quotes(logged.path) + " shows channel " +
                                to_string(former.channel) + " and channel " +
                                to_string(logged.id()) + ", but a path shows one channel");
     }
@@ -96,7 +96,7 @@ void CheckedSetup::addPath(std::size_t group, const LoggedPath& logged) {
 void CheckedSetup::checkIds(const std::string& backend) const {
     if (!groups.empty() && groups.back().id != groups.size() - 1) {
         throw std::logic_error("setup: " + listOfGroups() + ", but the back-end " +
-                               quoted(backend) + " needs ids that count from 0");
+                               in_quotes(backend) + " needs ids that count from 0");
     }
 }
 
@@ -106,9 +106,9 @@ void CheckedSetup::checkPath(const ValuePath& path) const {
     }
     std::vector<std::string> known;
     for (const auto& entry : paths) {
-        known.push_back(quoted(entry.first));
+        known.push_back(in_quotes(entry.first));
     }
-    throw std::logic_error("dataStore: the path " + quoted(path) + " is not in the setup (" +
+    throw std::logic_error("dataStore: the path " + in_quotes(path) + " is not in the setup (" +
                            listing("path", known) + ')');
 }
 

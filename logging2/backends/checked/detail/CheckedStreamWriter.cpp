@@ -68,7 +68,7 @@ void CheckedStreamWriter::rollback(std::size_t group, double time) {
                                " after flush or close");
     }
     if (rules.refusesRollback) {
-        throw std::logic_error("rollback: the back-end " + quoted(rules.backend) +
+        throw std::logic_error("rollback: the back-end " + in_quotes(rules.backend) +
                                " cannot discard samples, but " + wanted_rollback(group, time));
     }
     inner->rollback(group, time);
@@ -78,7 +78,7 @@ boost::any CheckedStreamWriter::dataStore(const lang::core::ValuePath& path) con
     const DrivingThread::Call call(thread, "dataStore");
     setup.checkPath(path);
     if (!isFlushed()) {
-        throw std::logic_error("dataStore: the path " + quoted(path) +
+        throw std::logic_error("dataStore: the path " + in_quotes(path) +
                                " was asked for before flush");
     }
     return inner->dataStore(path);

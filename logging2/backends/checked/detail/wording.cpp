@@ -22,14 +22,14 @@ std::string enumeration(const std::vector<std::string>& items) {
 
 } // namespace
 
-std::string quoted(const std::string& text) {
+std::string in_quotes(const std::string& text) {
     return '"' + text + '"';
 }
 
-std::string quoted(const lang::core::ValuePath& path) {
+std::string in_quotes(const lang::core::ValuePath& path) {
     std::ostringstream text;
     text << path;
-    return quoted(text.str());
+    return in_quotes(text.str());
 }
 
 std::string listing(const std::string& noun, const std::vector<std::string>& items) {

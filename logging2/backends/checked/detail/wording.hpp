@@ -8,8 +8,8 @@
 namespace logging2::core::detail {
 
 /// Returns the text between double quotes.
-std::string quoted(const std::string& text);
-std::string quoted(const lang::core::ValuePath& path);
+std::string in_quotes(const std::string& text);
+std::string in_quotes(const lang::core::ValuePath& path);
 
 /// Returns, for example, "there are no groups", "the only group is 0" or "the groups are 0, 1 and
 /// 2". If there are more than nine items, it lists the first eight and the number of the others.
