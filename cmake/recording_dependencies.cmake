@@ -1,8 +1,9 @@
 # What the back-end "recording" needs, and whether it was found.
 find_package(SQLite3 3.37)
 find_path(LOGGING2_XXHASH_INCLUDE_DIR xxhash.h DOC "The folder of xxhash.h")
-mark_as_advanced(LOGGING2_XXHASH_INCLUDE_DIR)
+find_library(LOGGING2_XXHASH_LIBRARY xxhash DOC "The library xxHash")
+mark_as_advanced(LOGGING2_XXHASH_INCLUDE_DIR LOGGING2_XXHASH_LIBRARY)
 set(finds_recording_dependencies OFF)
-if(SQLite3_FOUND AND LOGGING2_XXHASH_INCLUDE_DIR)
+if(SQLite3_FOUND AND LOGGING2_XXHASH_INCLUDE_DIR AND LOGGING2_XXHASH_LIBRARY)
   set(finds_recording_dependencies ON)
 endif()

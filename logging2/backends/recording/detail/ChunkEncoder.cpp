@@ -62,6 +62,14 @@ void copy_wide(const double* from, std::size_t rowLength, std::size_t rowCount, 
     }
 }
 
+/// Fetches the doubles in the order of their addresses, which is faster than that of the columns.
+void prefetch(const double* first, std::size_t count) {
+    constexpr std::size_t lineLength = 8;
+    for (std::size_t k = 0; k < count; k += lineLength) {
+        __builtin_prefetch(first + k);
+    }
+}
+
 /// Where the leaf goes: among the lowest level, or into the directory if it is the only node.
 double* leaf_of(const ColumnLayout& column, std::size_t leaf, char* payload) {
     const std::uint64_t first = column.levels.empty() ? column.root : column.levels.front();
@@ -99,8 +107,9 @@ void ChunkEncoder::encode(const double* rows, std::size_t rowCount, char* payloa
     // So that no gap holds what the memory held before.
     std::memset(payload, 0, chunk.directoryByteCount);
     for (std::size_t first = 0; first < rowCount; first += leafStepCount) {
-        encodeLeaf(rows + first * length, first, std::min(leafStepCount, rowCount - first),
-                   payload);
+        const std::size_t next = std::min(first + leafStepCount, rowCount);
+        prefetch(rows + next * length, std::min(leafStepCount, rowCount - next) * length);
+        encodeLeaf(rows + first * length, first, next - first, payload);
     }
     for (const ColumnLayout& column : chunk.columns) {
         writeInnerNodes(column, payload);

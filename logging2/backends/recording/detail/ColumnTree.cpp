@@ -7,10 +7,6 @@
 #include <cstring>
 #include <utility>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 namespace logging2::core::detail {
 namespace {
 
@@ -27,86 +23,107 @@ void add_range(const ElementRange& part, ElementRange& range) {
     range.nanCount += part.nanCount;
 }
 
-#ifdef __SSE2__
-
-/// Compilers do not find these instructions by themselves, and comparing value by value takes three
-/// times as long.
-struct PairRange {
-    __m128d least = _mm_set1_pd(ElementRange().least);
-    __m128d greatest = _mm_set1_pd(ElementRange().greatest);
-    __m128d isNan = _mm_setzero_pd();
-
-    void add(const double* values) {
-        const __m128d pair = _mm_loadu_pd(values);
-        // If one operand is NaN, the result is the second one.
-        least = _mm_min_pd(pair, least);
-        greatest = _mm_max_pd(pair, greatest);
-        isNan = _mm_or_pd(isNan, _mm_cmpunord_pd(pair, pair));
-    }
-
-    bool hasNan() const { return _mm_movemask_pd(isNan) != 0; }
-
-    ElementRange first() const { return {_mm_cvtsd_f64(least), _mm_cvtsd_f64(greatest), 0}; }
-
-    ElementRange second() const {
-        return {_mm_cvtsd_f64(_mm_unpackhi_pd(least, least)),
-                _mm_cvtsd_f64(_mm_unpackhi_pd(greatest, greatest)), 0};
-    }
+/// Several doubles in one register. Compilers turn the comparisons below into single instructions.
+template <std::size_t Lanes>
+struct Packed {
+    using Values __attribute__((vector_size(Lanes * sizeof(double)))) = double;
+    using Flags __attribute__((vector_size(Lanes * sizeof(double)))) = std::int64_t;
 };
 
-constexpr std::size_t greatestPairCount = 16;
-
-/// Adds count values, a multiple of 2 · PairCount. The values at equal places modulo 2 · PairCount
+/// Adds count values, a multiple of Lanes · PackCount. The values at equal places modulo that
 /// belong to the same element, and that of place p to element p modulo width. Returns false, and
 /// adds nothing, if there is a NaN.
-template <std::size_t PairCount>
-bool add_pairs(const double* values, std::size_t count, std::size_t width, ElementRange* ranges) {
-    std::array<PairRange, PairCount> pairs;
-    for (std::size_t first = 0; first < count; first += 2 * PairCount) {
-        for (std::size_t k = 0; k < PairCount; ++k) {
-            pairs[k].add(values + first + 2 * k);
+template <std::size_t Lanes, std::size_t PackCount>
+[[gnu::always_inline]] inline bool add_packs(const double* values, std::size_t count,
+                                             std::size_t width, ElementRange* ranges) {
+    using Values = typename Packed<Lanes>::Values;
+    std::array<Values, PackCount> least{};
+    std::array<Values, PackCount> greatest{};
+    typename Packed<Lanes>::Flags isNan{};
+    for (std::size_t k = 0; k < PackCount; ++k) {
+        least[k] += ElementRange().least;
+        greatest[k] += ElementRange().greatest;
+    }
+    for (std::size_t first = 0; first < count; first += Lanes * PackCount) {
+        for (std::size_t k = 0; k < PackCount; ++k) {
+            Values pack;
+            std::memcpy(&pack, values + first + k * Lanes, sizeof pack);
+            least[k] = pack < least[k] ? pack : least[k];
+            greatest[k] = pack > greatest[k] ? pack : greatest[k];
+            isNan |= pack != pack;
         }
     }
-    for (const PairRange& pair : pairs) {
-        if (pair.hasNan()) {
+    for (std::size_t lane = 0; lane < Lanes; ++lane) {
+        if (isNan[lane] != 0) {
             return false;
         }
     }
-    for (std::size_t k = 0; k < PairCount; ++k) {
-        add_range(pairs[k].first(), ranges[2 * k % width]);
-        add_range(pairs[k].second(), ranges[(2 * k + 1) % width]);
+    for (std::size_t k = 0; k < PackCount; ++k) {
+        for (std::size_t lane = 0; lane < Lanes; ++lane) {
+            add_range({least[k][lane], greatest[k][lane], 0},
+                      ranges[(k * Lanes + lane) % width]);
+        }
     }
     return true;
 }
 
-using AddPairs = bool (*)(const double*, std::size_t, std::size_t, ElementRange*);
+template <std::size_t PackCount>
+bool add_narrow_packs(const double* values, std::size_t count, std::size_t width,
+                      ElementRange* ranges) {
+    return add_packs<2, PackCount>(values, count, width, ranges);
+}
+
+#ifdef __x86_64__
+constexpr std::size_t greatestLanes = 4;
+
+template <std::size_t PackCount>
+__attribute__((target("avx2"))) bool add_wide_packs(const double* values, std::size_t count,
+                                                    std::size_t width, ElementRange* ranges) {
+    return add_packs<4, PackCount>(values, count, width, ranges);
+}
+
+bool has_wide_packs() {
+    static const bool has = __builtin_cpu_supports("avx2") != 0;
+    return has;
+}
+#else
+constexpr std::size_t greatestLanes = 2;
+
+template <std::size_t PackCount>
+bool add_wide_packs(const double* values, std::size_t count, std::size_t width,
+                    ElementRange* ranges) {
+    return add_narrow_packs<PackCount>(values, count, width, ranges);
+}
+
+bool has_wide_packs() {
+    return false;
+}
+#endif
+
+using AddPacks = bool (*)(const double*, std::size_t, std::size_t, ElementRange*);
+
+constexpr std::size_t greatestPackCount = 16;
 
 template <std::size_t... Index>
-constexpr std::array<AddPairs, sizeof...(Index)> add_pairs_table(std::index_sequence<Index...>) {
-    return {add_pairs<Index + 1>...};
+constexpr std::array<std::array<AddPacks, 2>, sizeof...(Index)>
+add_packs_table(std::index_sequence<Index...>) {
+    return {{{add_narrow_packs<Index + 1>, add_wide_packs<Index + 1>}...}};
 }
 
 /// Adds the first values that fill whole periods, and returns how many, a multiple of the width;
 /// 0 if there is a NaN.
 std::size_t add_periods(const double* values, std::size_t count, std::size_t width,
                         ElementRange* ranges) {
-    static constexpr auto table = add_pairs_table(std::make_index_sequence<greatestPairCount>());
-    // One element per sample: four pairs at once hide how long each takes.
-    const std::size_t pairCount = width == 1 ? 4 : width;
-    if (pairCount > greatestPairCount) {
+    static constexpr auto table = add_packs_table(std::make_index_sequence<greatestPackCount>());
+    // One element per sample: four packs at once hide how long each takes.
+    const std::size_t packCount = width == 1 ? 4 : width;
+    if (packCount > greatestPackCount) {
         return 0;
     }
-    const std::size_t whole = count / (2 * pairCount) * (2 * pairCount);
-    return table[pairCount - 1](values, whole, width, ranges) ? whole : 0;
+    const std::size_t period = packCount * (has_wide_packs() ? greatestLanes : 2);
+    const std::size_t whole = count / period * period;
+    return table[packCount - 1][has_wide_packs() ? 1 : 0](values, whole, width, ranges) ? whole : 0;
 }
-
-#else
-
-std::size_t add_periods(const double*, std::size_t, std::size_t, ElementRange*) {
-    return 0;
-}
-
-#endif
 
 void write_hash(std::uint64_t hash, double* node) {
     std::memcpy(node, &hash, sizeof hash);

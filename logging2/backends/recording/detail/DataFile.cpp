@@ -7,12 +7,14 @@
 #include <cerrno>
 #include <limits>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <unistd.h>
 
 namespace logging2::core::detail {
@@ -21,6 +23,12 @@ namespace {
 [[noreturn]] void fail(const std::string& name, const std::string& what, int error) {
     throw RecordingError(name, "cannot " + what + ": " + text_of_error(error));
 }
+
+/// What is reserved ahead grows with the file, up to this.
+constexpr std::uint64_t leastReserve = std::uint64_t{1} << 20;
+constexpr std::uint64_t greatestReserve = std::uint64_t{64} << 20;
+
+constexpr std::uint32_t ext4Magic = 0xef53;
 
 /// Repeats a call that a signal has interrupted.
 template <class SystemCall>
@@ -75,11 +83,13 @@ DataFile::DataFile(std::string&& name, int fileDescriptor) noexcept
 
 DataFile::DataFile(DataFile&& other) noexcept
     : path(std::move(other.path)),
-      descriptor(std::exchange(other.descriptor, -1)) {}
+      descriptor(std::exchange(other.descriptor, -1)),
+      reservedEnd(other.reservedEnd) {}
 
 DataFile& DataFile::operator=(DataFile&& other) noexcept {
     std::swap(path, other.path);
     std::swap(descriptor, other.descriptor);
+    std::swap(reservedEnd, other.reservedEnd);
     return *this;
 }
 
@@ -108,6 +118,9 @@ void DataFile::checkPlace() const {
 }
 
 void DataFile::write(const void* bytes, std::size_t byteCount, std::uint64_t offset) {
+    if (offset + byteCount > reservedEnd) {
+        reserve(offset + byteCount);
+    }
     const char* rest = static_cast<const char*>(bytes);
     while (byteCount > 0) {
         const ssize_t written = repeated(
@@ -119,6 +132,34 @@ void DataFile::write(const void* bytes, std::size_t byteCount, std::uint64_t off
         byteCount -= static_cast<std::size_t>(written);
         offset += static_cast<std::uint64_t>(written);
     }
+}
+
+void DataFile::reserveAhead() {
+    struct statfs system {};
+    if (fstatfs(descriptor, &system) == 0 &&
+        static_cast<std::uint32_t>(system.f_type) == ext4Magic) {
+        reservedEnd = 0;
+    }
+}
+
+/// If it fails, the disk may be nearly full, and write() will tell.
+void DataFile::reserve(std::uint64_t end) noexcept {
+    const std::uint64_t byteCount =
+        end - reservedEnd + std::clamp(end, leastReserve, greatestReserve);
+    const int result = repeated([&] {
+        return fallocate(descriptor, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(reservedEnd),
+                         static_cast<off_t>(byteCount));
+    });
+    reservedEnd = result == 0 ? reservedEnd + byteCount : std::numeric_limits<std::uint64_t>::max();
+}
+
+void DataFile::giveBackReserved() noexcept {
+    struct stat file {};
+    if (fstat(descriptor, &file) == 0) {
+        // The size stays the same, so a reader's mapping stays valid.
+        std::ignore = ftruncate(descriptor, file.st_size);
+    }
+    reservedEnd = std::numeric_limits<std::uint64_t>::max();
 }
 
 void DataFile::synchronize() {

