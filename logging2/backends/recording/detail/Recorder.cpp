@@ -58,6 +58,9 @@ Recorder::Recorder(const std::string& directory, const RecordingOptions& options
       index(directory + "/index.sqlite", options.mode, options.durability,
             allows_live_readers(directory), description) {
     data.claim();
+    if (options.compression == Compression::lz4) {
+        packer.emplace();
+    }
     for (const DescribedGroup& group : description.groups) {
         groups.push_back({ChunkEncoder(widths_of(group)), {}});
     }
@@ -189,20 +192,35 @@ void Recorder::appendPiece(Draft& draft, const Piece& piece) {
     char* const place = stage(draft, sizeof header + layout.byteCount);
     char* const payload = place + sizeof header;
     encoder.encode(piece.rows, piece.rowCount, payload);
-    header.payloadHash = hash_of(payload, layout.directoryByteCount);
+    ChunkRow row;
+    describe_times(doubles_at(payload, layout.columns[0].values), piece.rowCount, row);
+    header.payloadHash = hash_of(payload, pack(draft, header, layout, payload));
     header.headerHash = hash_of(header);
     std::memcpy(place, &header, sizeof header);
 
-    ChunkRow row;
     row.sequence = header.sequence;
     row.group = piece.group;
     row.firstStep = piece.firstStep;
     row.storedStepCount = piece.rowCount;
-    row.byteCount = sizeof header + layout.byteCount;
+    row.byteCount = sizeof header + header.payloadByteCount;
     row.offset = draft.end - row.byteCount;
-    describe_times(doubles_at(payload, layout.columns[0].values), piece.rowCount, row);
     draft.rows.push_back(row);
     draft.counts[piece.group].steps = piece.firstStep + piece.rowCount;
+}
+
+/// Packs the payload of the record that was staged last, if this is wanted and saves something.
+/// Returns the number of bytes of its directory.
+std::uint64_t Recorder::pack(Draft& draft, RecordHeader& header, const ChunkLayout& layout,
+                             char* payload) {
+    const auto packed = packer ? packer->pack(layout, payload) : std::nullopt;
+    if (!packed) {
+        return layout.directoryByteCount;
+    }
+    header.kind = RecordKind::packedChunk;
+    header.payloadByteCount = packed->byteCount;
+    draft.stagedByteCount -= layout.byteCount - packed->byteCount;
+    draft.end -= layout.byteCount - packed->byteCount;
+    return packed->directoryByteCount;
 }
 
 void Recorder::updateIndex(Draft& draft, const Commit& commit) {

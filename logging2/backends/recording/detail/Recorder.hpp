@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/RecordingOptions.hpp>
 #include <logging2/backends/recording/detail/ChunkEncoder.hpp>
+#include <logging2/backends/recording/detail/ChunkPacker.hpp>
 #include <logging2/backends/recording/detail/ChunkRow.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/Description.hpp>
@@ -94,6 +95,8 @@ private:
     void appendDescription(const Description& description);
     void appendDiscard(Draft& draft, const Discard& discard);
     void appendPiece(Draft& draft, const Piece& piece);
+    std::uint64_t pack(Draft& draft, RecordHeader& header, const ChunkLayout& layout,
+                       char* payload);
     RecordHeader headerOf(Draft& draft, RecordKind kind, std::size_t group) const;
     char* stage(Draft& draft, std::size_t byteCount);
     void writeStaged(Draft& draft);
@@ -109,6 +112,7 @@ private:
     DataFile data;
     mutable IndexWriter index;
     std::vector<GroupState> groups;
+    std::optional<ChunkPacker> packer; ///< if chunks are to be packed
     std::unique_ptr<char[]> staging;
     std::size_t stagingByteCount = 0;
     std::uint64_t end = 0; ///< of the records in the data file
