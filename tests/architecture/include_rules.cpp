@@ -85,7 +85,7 @@ std::string broken_dependency_rule(const Include& include) {
         return {};
     }
     for (const char* dependency :
-         {"cppmicroservices", "boost/uuid", "boost/filesystem", "sqlite3.h", "xxhash.h"}) {
+         {"cppmicroservices", "boost/uuid", "boost/filesystem", "sqlite3.h", "xxhash.h", "lz4.h"}) {
         if (starts_with(include.header, dependency) && !shows_services(include.file)) {
             return std::string("no installed header may include ") + dependency;
         }

@@ -17,6 +17,14 @@ enum class Durability {
     power
 };
 
+/// How the samples of a recording are stored.
+enum class Compression {
+    /// As they are.
+    none,
+    /// Channels whose values follow each other regularly are packed with LZ4, bit for bit.
+    lz4
+};
+
 /// How recordings are written. Every member has a default.
 struct RecordingOptions {
     /// Where the directories of recordings are made; created if it is missing, with its parents.
@@ -48,6 +56,10 @@ struct RecordingOptions {
 
     /// What a commit survives.
     Durability durability = Durability::process;
+
+    /// How the samples are stored. With `lz4`, a channel's values in a chunk are packed if that saves
+    /// at least 15 % of their bytes.
+    Compression compression = Compression::none;
 };
 
 } // namespace logging2::core

@@ -45,7 +45,8 @@ protected:
     static constexpr std::size_t longStepCount = 600;
     static constexpr std::size_t stepCount = 700;
 
-    DamagedRecordingTest() {
+    explicit DamagedRecordingTest(Compression compression = Compression::none) {
+        options.compression = compression;
         options.properties = {{"model", "ball"}};
         const GroupSetup setup{{Group(3), LoggedPathsSetupData(paths({{"x", 0}, {"v", 1}}),
                                                                channels({{0, 1}, {1, 2}}))}};

@@ -82,6 +82,7 @@ private:
         options.heldBackSteps = one_of<std::size_t>(random, {0, 3, 100});
         options.commitInterval =
             below(random, 3) == 0 ? std::chrono::hours(1) : std::chrono::milliseconds(1);
+        options.compression = below(random, 2) == 0 ? Compression::lz4 : Compression::none;
         options.durability = below(random, 20) == 0 ? Durability::power : Durability::process;
         StreamingAttributes attributes;
         attributes.rollbackOnTimeRegression = below(random, 2) == 0;

@@ -130,6 +130,18 @@ TEST_F(RecordingOptionsTest, synchronizedCommitsKeepTheSameSamples) {
     EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 3.0));
 }
 
+TEST_F(RecordingOptionsTest, samplesArePackedOnlyIfAskedFor) {
+    const auto byteCount = [this] {
+        const auto writer = makeWriter();
+        writeTimes(*writer, Doubles(1000, 1.0));
+        writer->flush();
+        return fs::file_size(fs::path(writer->location()) / "samples.bin");
+    };
+    EXPECT_GT(byteCount(), 16000U);
+    options.compression = Compression::lz4;
+    EXPECT_LT(byteCount(), 2000U);
+}
+
 TEST_F(RecordingOptionsTest, backendRefusesThemAtRegistration) {
     options.chunkByteCount = 0;
     EXPECT_THROW(register_recording_backend({}, options), std::invalid_argument);

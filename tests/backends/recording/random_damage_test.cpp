@@ -9,8 +9,11 @@
 namespace logging2::core::test {
 namespace {
 
-class RandomDamageTest : public DamagedRecordingTest {
+class RandomDamageTest : public DamagedRecordingTest,
+                         public ::testing::WithParamInterface<Compression> {
 protected:
+    RandomDamageTest() : DamagedRecordingTest(GetParam()) {}
+
     /// Each answer as a text of its own. An answer that is an error is empty.
     std::vector<std::string> answers() const {
         std::vector<std::string> result;
@@ -124,13 +127,19 @@ protected:
     std::mt19937 random;
 };
 
-TEST_F(RandomDamageTest, ofTheDataFileNeverGivesWrongAnswers) {
+TEST_P(RandomDamageTest, ofTheDataFileNeverGivesWrongAnswers) {
     expectErrorsOrRightAnswers(samples());
 }
 
-TEST_F(RandomDamageTest, ofTheIndexNeverGivesWrongAnswers) {
+TEST_P(RandomDamageTest, ofTheIndexNeverGivesWrongAnswers) {
     expectErrorsOrRightAnswers(index());
 }
+
+INSTANTIATE_TEST_SUITE_P(Recording, RandomDamageTest,
+                         ::testing::Values(Compression::none, Compression::lz4),
+                         [](const auto& test) {
+                             return test.param == Compression::none ? "notPacked" : "packed";
+                         });
 
 } // namespace
 } // namespace logging2::core::test

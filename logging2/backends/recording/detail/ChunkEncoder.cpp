@@ -95,21 +95,21 @@ ChunkEncoder::ChunkEncoder(std::vector<std::size_t> channelWidths)
     }
 }
 
-const ChunkLayout& ChunkEncoder::layout(std::size_t stepCount) {
-    if (current.stepCount != stepCount || current.columns.empty()) {
-        current = layout_of(widths, stepCount);
+std::shared_ptr<const ChunkLayout> ChunkEncoder::layout(std::size_t stepCount) {
+    if (!current || current->stepCount != stepCount) {
+        current = std::make_shared<const ChunkLayout>(layout_of(widths, stepCount));
     }
     return current;
 }
 
-void ChunkEncoder::encode(const double* rows, std::size_t rowCount, char* payload) {
-    const ChunkLayout& chunk = layout(rowCount);
+void ChunkEncoder::encode(const ChunkLayout& chunk, const double* rows, char* payload) const {
+    const std::size_t rowCount = chunk.stepCount;
     // So that no gap holds what the memory held before.
     std::memset(payload, 0, chunk.directoryByteCount);
     for (std::size_t first = 0; first < rowCount; first += leafStepCount) {
         const std::size_t next = std::min(first + leafStepCount, rowCount);
         prefetch(rows + next * length, std::min(leafStepCount, rowCount - next) * length);
-        encodeLeaf(rows + first * length, first, next - first, payload);
+        encodeLeaf(chunk, rows + first * length, first, next - first, payload);
     }
     for (const ColumnLayout& column : chunk.columns) {
         writeInnerNodes(column, payload);
@@ -117,15 +117,15 @@ void ChunkEncoder::encode(const double* rows, std::size_t rowCount, char* payloa
     }
 }
 
-void ChunkEncoder::encodeLeaf(const double* rows, std::size_t firstStep, std::size_t count,
-                              char* payload) {
+void ChunkEncoder::encodeLeaf(const ChunkLayout& chunk, const double* rows, std::size_t firstStep,
+                              std::size_t count, char* payload) const {
     for (const auto& [firstColumn, columnCount, offset] : strips) {
         std::array<double*, sideBySide> columns{};
         for (std::size_t k = 0; k < columnCount; ++k) {
-            const ColumnLayout& column = current.columns[firstColumn + k];
+            const ColumnLayout& column = chunk.columns[firstColumn + k];
             columns[k] = doubles_at(payload, column.values) + firstStep * column.width;
         }
-        const std::size_t width = current.columns[firstColumn].width;
+        const std::size_t width = chunk.columns[firstColumn].width;
         if (width == 1) {
             copyScalars[columnCount](rows + offset, length, count, columns);
         } else {
@@ -134,7 +134,7 @@ void ChunkEncoder::encodeLeaf(const double* rows, std::size_t firstStep, std::si
         for (std::size_t k = 0; k < columnCount; ++k) {
             write_leaf(
                 columns[k], count, width,
-                leaf_of(current.columns[firstColumn + k], firstStep / leafStepCount, payload));
+                leaf_of(chunk.columns[firstColumn + k], firstStep / leafStepCount, payload));
         }
     }
 }

@@ -18,12 +18,12 @@ public:
     /// The number of doubles of a row, the time included.
     std::size_t rowLength() const noexcept { return length; }
 
-    /// The layout of so many steps; valid until the next call.
-    const ChunkLayout& layout(std::size_t stepCount);
+    /// The layout of so many steps. The last one is kept for the next call.
+    std::shared_ptr<const ChunkLayout> layout(std::size_t stepCount);
 
-    /// Writes the payload of the rows, which lie back to back, to layout(rowCount).byteCount bytes
-    /// at a multiple of the alignment.
-    void encode(const double* rows, std::size_t rowCount, char* payload);
+    /// Writes the payload of as many rows as the layout has steps. They lie back to back, and the
+    /// payload at a multiple of the alignment. May be called by several threads at once.
+    void encode(const ChunkLayout& layout, const double* rows, char* payload) const;
 
 private:
     /// Columns that are copied together: several of width 1, or a single one.
@@ -33,13 +33,14 @@ private:
         std::size_t offset; ///< of the first value in the row
     };
 
-    void encodeLeaf(const double* rows, std::size_t firstStep, std::size_t count, char* payload);
+    void encodeLeaf(const ChunkLayout& layout, const double* rows, std::size_t firstStep,
+                    std::size_t count, char* payload) const;
     static void writeInnerNodes(const ColumnLayout& column, char* payload);
 
     std::vector<std::size_t> widths;
     std::size_t length;
     std::vector<Strip> strips;
-    ChunkLayout current;
+    std::shared_ptr<const ChunkLayout> current;
 };
 
 } // namespace logging2::core::detail

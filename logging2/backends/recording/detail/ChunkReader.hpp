@@ -3,17 +3,20 @@
 #include <logging2/backends/recording/detail/ChunkLayout.hpp>
 #include <logging2/backends/recording/detail/ChunkRow.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
+#include <logging2/backends/recording/detail/PackedLayout.hpp>
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
+#include <logging2/backends/recording/detail/SegmentCodec.hpp>
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace logging2::core::detail {
 
-/// Reads one column of one chunk. Everything is compared with its hash before it is given out:
-/// the root with the directory's hash, nodes with the node above them, samples with their leaf.
-/// What does not fit is thrown as RecordingError.
+/// Reads one column of one chunk, packed or not. Everything is compared with its hash before it is
+/// given out: the root with the directory's hash, nodes with the node above them, samples with
+/// their leaf. What does not fit is thrown as RecordingError.
 class ChunkReader {
 public:
     /// The file and the layout must outlive the object. The header and the directory are checked
@@ -36,25 +39,49 @@ public:
     /// Copies the samples [firstStep, firstStep + count) of a column.
     void read(std::size_t column, std::size_t firstStep, std::size_t count, double* to) const;
 
-    /// Compares the samples [firstStep, firstStep + count) with their hashes, where they lie in a
-    /// mapping of the file, and returns where the first of them is.
+    /// Whether the values of the column are packed, and so cannot be mapped.
+    bool isPacked(std::size_t column) const;
+
+    /// Of a column that is not packed: compares the samples [firstStep, firstStep + count) with
+    /// their hashes, where they lie in a mapping of the file, and returns where the first of them
+    /// is.
     const double* verified(const char* mapping, std::size_t column, std::size_t firstStep,
                            std::size_t count) const;
 
 private:
+    /// The segments of the same steps, one for each element of a column.
+    struct Segments {
+        const char* bytes;
+        const std::uint32_t* byteCounts;
+        std::size_t firstStep;
+    };
+
     void verifyHead(const RunId& run) const;
+    void readSegmentTable();
+    std::uint64_t payloadByteCount() const noexcept;
+    std::uint64_t directoryByteCount() const;
+    std::uint64_t valuesAt(std::size_t column) const;
+    std::uint64_t nodesAt(std::size_t column, std::size_t level) const;
     std::vector<double> leaves(std::size_t column) const;
     void verifyLeaves(std::size_t column, const std::vector<double>& nodes, std::size_t firstLeaf,
                       std::size_t endLeaf, const double* samplesOfFirst) const;
     void readPart(std::size_t column, std::size_t leaf, const double* node, std::size_t firstStep,
                   std::size_t count, double* to) const;
+    void readPacked(std::size_t column, const std::vector<double>& nodes, std::size_t firstStep,
+                    std::size_t count, double* to) const;
+    void fetch(std::size_t column, std::size_t firstStep, std::size_t count, double* to) const;
+    void unpack(std::size_t column, std::size_t firstStep, std::size_t endStep, double* to) const;
+    void unpackSegments(SegmentCodec& codec, Segments segments, std::size_t firstStep,
+                        std::size_t endStep, std::size_t width, double* to) const;
     std::size_t leafStepCountAt(std::size_t leaf) const;
+    bool isPacked() const noexcept;
     std::uint64_t payload() const;
     [[noreturn]] void fail(const char* what) const;
 
     const DataFile& file;
     const ChunkRow& row;
     const ChunkLayout& layout;
+    std::optional<PackedLayout> packed; ///< if the chunk is packed
 };
 
 } // namespace logging2::core::detail

@@ -118,9 +118,6 @@ void DataFile::checkPlace() const {
 }
 
 void DataFile::write(const void* bytes, std::size_t byteCount, std::uint64_t offset) {
-    if (offset + byteCount > reservedEnd) {
-        reserve(offset + byteCount);
-    }
     const char* rest = static_cast<const char*>(bytes);
     while (byteCount > 0) {
         const ssize_t written = repeated(
@@ -142,8 +139,10 @@ void DataFile::reserveAhead() {
     }
 }
 
-/// If it fails, the disk may be nearly full, and write() will tell.
 void DataFile::reserve(std::uint64_t end) noexcept {
+    if (end <= reservedEnd) {
+        return;
+    }
     const std::uint64_t byteCount =
         end - reservedEnd + std::clamp(end, leastReserve, greatestReserve);
     const int result = repeated([&] {

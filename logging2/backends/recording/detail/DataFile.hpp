@@ -38,9 +38,13 @@ public:
     /// Writes all of the bytes at the offset.
     void write(const void* bytes, std::size_t byteCount, std::uint64_t offset);
 
-    /// Lets write() take room on the disk in larger pieces, ahead of what it writes: ext4 then
-    /// needs a third less time. Does nothing on other file systems.
+    /// Lets reserve() work, if the file system profits from it: ext4 then writes in a third less
+    /// time.
     void reserveAhead();
+
+    /// Reserves room on the disk for the bytes up to the end and more, unless that was done. If the
+    /// room is missing, write() will tell.
+    void reserve(std::uint64_t end) noexcept;
 
     /// Gives back what was reserved and not written.
     void giveBackReserved() noexcept;
@@ -68,7 +72,6 @@ private:
     DataFile(std::string&& name, int fileDescriptor) noexcept;
 
     struct stat status() const;
-    void reserve(std::uint64_t end) noexcept;
 
     std::string path;
     int descriptor;

@@ -11,7 +11,7 @@ namespace logging2::core::detail {
 namespace {
 
 /// A commit ends with the block that reaches this size.
-constexpr std::size_t commitByteCount = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t commitByteCount = std::size_t{8} * 1024 * 1024;
 
 /// If more than this waits to be stored, a full group first waits for a block to come back.
 constexpr std::size_t patientDoubleCount = std::size_t{1024} * 1024;

@@ -11,7 +11,7 @@ namespace logging2::core::detail {
 using RunId = std::array<unsigned char, 16>;
 
 /// What stands in a data file behind a header.
-enum class RecordKind : std::uint32_t { description = 1, chunk = 2, rollback = 3 };
+enum class RecordKind : std::uint32_t { description = 1, chunk = 2, rollback = 3, packedChunk = 4 };
 
 /// The version of the format of data files and indexes.
 constexpr std::uint32_t formatVersion = 1;

@@ -14,9 +14,6 @@
 namespace logging2::core::detail {
 namespace {
 
-/// Records are collected up to this size and written together.
-constexpr std::size_t leastStagingByteCount = std::size_t{4} * 1024 * 1024;
-
 /// Network file systems whose locks and shared memory SQLite's log cannot rely on.
 bool is_remote(const std::string& directory) {
     struct statfs status {};
@@ -28,18 +25,6 @@ bool is_remote(const std::string& directory) {
                                                   0x5346414f, 0x01021997, 0x00c36400, 0x65735546};
     return std::find(remote.begin(), remote.end(), static_cast<std::uint32_t>(status.f_type)) !=
            remote.end();
-}
-
-/// Sets what the row says about its times, whose range is known.
-void describe_times(const double* times, std::size_t count, const ElementRange& range,
-                    ChunkRow& row) {
-    row.stepCount = count;
-    row.firstTime = times[0];
-    row.lastTime = times[count - 1];
-    row.leastTime = range.least;
-    row.greatestTime = range.greatest;
-    row.nanTimeCount = static_cast<std::size_t>(range.nanCount);
-    row.ascends = row.nanTimeCount == 0 && std::is_sorted(times, times + count);
 }
 
 } // namespace
@@ -55,7 +40,8 @@ Recorder::Recorder(const std::string& directory, const RecordingOptions& options
       run(run_id_of(description.id)),
       data(DataFile::create(directory + "/samples.bin", options.mode & 0666)),
       index(directory + "/index.sqlite", options.mode, options.durability,
-            allows_live_readers(directory), description) {
+            allows_live_readers(directory), description),
+      chunkWriter(data, options.compression) {
     data.claim();
     data.reserveAhead();
     for (const DescribedGroup& group : description.groups) {
@@ -69,24 +55,21 @@ Recorder::Recorder(const std::string& directory, const RecordingOptions& options
 }
 
 void Recorder::appendDescription(const Description& description) {
-    const std::string text = text_of(description);
-    Draft draft = draftOf({});
-    RecordHeader header = headerOf(draft, RecordKind::description, 0);
-    header.payloadByteCount = aligned(text.size());
-    char* const place = stage(draft, sizeof header + header.payloadByteCount);
-    char* const payload = place + sizeof header;
-    std::fill_n(std::copy(text.begin(), text.end(), payload), header.payloadByteCount - text.size(),
-                '\0');
-    header.payloadHash = hash_of(payload, header.payloadByteCount);
+    std::string payload = text_of(description);
+    payload.resize(aligned(payload.size()), '\0');
+    RecordHeader header;
+    header.run = run;
+    header.payloadByteCount = payload.size();
+    header.payloadHash = hash_of(payload.data(), payload.size());
     header.headerHash = hash_of(header);
-    std::memcpy(place, &header, sizeof header);
-    writeStaged(draft);
-    end = draft.end;
-    nextSequence = draft.nextSequence;
+    data.write(&header, sizeof header, 0);
+    data.write(payload.data(), payload.size(), sizeof header);
+    end = sizeof header + payload.size();
+    nextSequence = 1;
 }
 
 Recorder::Draft Recorder::draftOf(const Commit& commit) const {
-    Draft draft{end, nextSequence, revision, {}, {}, 0};
+    Draft draft{end, nextSequence, revision, {}, {}};
     for (const Discard& discard : commit.discards) {
         draft.counts.emplace(discard.group, groups[discard.group].counts);
     }
@@ -103,13 +86,8 @@ void Recorder::commit(const Commit& commit) {
     data.checkPlace();
     index.checkPlace();
     Draft draft = draftOf(commit);
-    for (const Discard& discard : commit.discards) {
-        appendDiscard(draft, discard);
-    }
-    for (const Piece& piece : commit.pieces) {
-        appendPiece(draft, piece);
-    }
-    writeStaged(draft);
+    appendDiscards(draft, commit.discards);
+    appendPieces(draft, commit.pieces);
     if (durability == Durability::power) {
         data.synchronize();
     }
@@ -137,75 +115,40 @@ RecordHeader Recorder::headerOf(Draft& draft, RecordKind kind, std::size_t group
     return header;
 }
 
-/// Room for a record at the end of the staged ones.
-char* Recorder::stage(Draft& draft, std::size_t byteCount) {
-    if (draft.stagedByteCount + byteCount > stagingByteCount) {
-        writeStaged(draft);
+void Recorder::appendDiscards(Draft& draft, const std::vector<Discard>& discards) {
+    std::vector<RecordHeader> headers;
+    for (const Discard& discard : discards) {
+        Counts& counts = draft.counts[discard.group];
+        if (discard.firstStep < counts.shown) {
+            counts.shown = discard.firstStep;
+            draft.revision = revision + 1;
+        }
+        counts.steps = discard.firstStep;
+        RecordHeader header = headerOf(draft, RecordKind::rollback, discard.group);
+        header.firstStep = discard.firstStep;
+        header.headerHash = hash_of(header);
+        headers.push_back(header);
     }
-    if (byteCount > stagingByteCount) {
-        stagingByteCount = std::max(leastStagingByteCount, byteCount);
-        staging.reset();
-        staging.reset(new char[stagingByteCount + alignment]);
-    }
-    void* first = staging.get();
-    std::size_t space = stagingByteCount + alignment;
-    std::align(alignment, stagingByteCount, first, space);
-    char* const place = static_cast<char*>(first) + draft.stagedByteCount;
-    draft.stagedByteCount += byteCount;
+    const std::size_t byteCount = headers.size() * sizeof(RecordHeader);
+    data.write(headers.data(), byteCount, draft.end);
     draft.end += byteCount;
-    return place;
 }
 
-void Recorder::writeStaged(Draft& draft) {
-    if (draft.stagedByteCount == 0) {
-        return;
+void Recorder::appendPieces(Draft& draft, const std::vector<Piece>& pieces) {
+    for (const Piece& piece : pieces) {
+        ChunkEncoder& encoder = groups[piece.group].encoder;
+        PendingChunk chunk{&encoder, encoder.layout(piece.rowCount), piece.rows, {}, {}};
+        chunk.header = headerOf(draft, RecordKind::chunk, piece.group);
+        chunk.header.firstStep = piece.firstStep;
+        chunk.header.stepCount = piece.rowCount;
+        chunk.row.sequence = chunk.header.sequence;
+        chunk.row.group = piece.group;
+        chunk.row.firstStep = piece.firstStep;
+        chunk.row.storedStepCount = piece.rowCount;
+        draft.chunks.push_back(std::move(chunk));
+        draft.counts[piece.group].steps = piece.firstStep + piece.rowCount;
     }
-    void* first = staging.get();
-    std::size_t space = stagingByteCount + alignment;
-    std::align(alignment, stagingByteCount, first, space);
-    data.write(first, draft.stagedByteCount, draft.end - draft.stagedByteCount);
-    draft.stagedByteCount = 0;
-}
-
-void Recorder::appendDiscard(Draft& draft, const Discard& discard) {
-    Counts& counts = draft.counts[discard.group];
-    if (discard.firstStep < counts.shown) {
-        counts.shown = discard.firstStep;
-        draft.revision = revision + 1;
-    }
-    counts.steps = discard.firstStep;
-    RecordHeader header = headerOf(draft, RecordKind::rollback, discard.group);
-    header.firstStep = discard.firstStep;
-    header.headerHash = hash_of(header);
-    std::memcpy(stage(draft, sizeof header), &header, sizeof header);
-}
-
-void Recorder::appendPiece(Draft& draft, const Piece& piece) {
-    ChunkEncoder& encoder = groups[piece.group].encoder;
-    const ChunkLayout& layout = encoder.layout(piece.rowCount);
-    RecordHeader header = headerOf(draft, RecordKind::chunk, piece.group);
-    header.firstStep = piece.firstStep;
-    header.stepCount = piece.rowCount;
-    header.payloadByteCount = layout.byteCount;
-    char* const place = stage(draft, sizeof header + layout.byteCount);
-    char* const payload = place + sizeof header;
-    encoder.encode(piece.rows, piece.rowCount, payload);
-    header.payloadHash = hash_of(payload, layout.directoryByteCount);
-    header.headerHash = hash_of(header);
-    std::memcpy(place, &header, sizeof header);
-
-    ChunkRow row;
-    row.sequence = header.sequence;
-    row.group = piece.group;
-    row.firstStep = piece.firstStep;
-    row.storedStepCount = piece.rowCount;
-    row.byteCount = sizeof header + layout.byteCount;
-    row.offset = draft.end - row.byteCount;
-    const ColumnLayout& times = layout.columns[0];
-    describe_times(doubles_at(payload, times.values), piece.rowCount,
-                   range_of_node(doubles_at(payload, times.root), 0), row);
-    draft.rows.push_back(row);
-    draft.counts[piece.group].steps = piece.firstStep + piece.rowCount;
+    draft.end = chunkWriter.write(draft.chunks, draft.end);
 }
 
 void Recorder::updateIndex(Draft& draft, const Commit& commit) {
@@ -213,8 +156,8 @@ void Recorder::updateIndex(Draft& draft, const Commit& commit) {
     for (const Discard& discard : commit.discards) {
         discardInIndex(discard.group, discard.firstStep);
     }
-    for (const ChunkRow& row : draft.rows) {
-        addToIndex(row);
+    for (const PendingChunk& chunk : draft.chunks) {
+        addToIndex(chunk.row);
     }
     for (auto& [group, counts] : draft.counts) {
         const std::size_t settled =
@@ -263,7 +206,8 @@ ChunkRow Recorder::shortened(ChunkRow row, std::size_t stepCount) const {
 
 std::vector<double> Recorder::timesOf(const ChunkRow& row, std::size_t count) const {
     ChunkEncoder encoder = groups[row.group].encoder;
-    const ChunkReader chunk(data, run, row, encoder.layout(row.storedStepCount), true);
+    const auto layout = encoder.layout(row.storedStepCount);
+    const ChunkReader chunk(data, run, row, *layout, true);
     std::vector<double> times(count);
     chunk.read(0, 0, count, times.data());
     return times;

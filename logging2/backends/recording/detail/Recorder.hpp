@@ -3,6 +3,7 @@
 #include <logging2/backends/recording/RecordingOptions.hpp>
 #include <logging2/backends/recording/detail/ChunkEncoder.hpp>
 #include <logging2/backends/recording/detail/ChunkRow.hpp>
+#include <logging2/backends/recording/detail/ChunkWriter.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/Description.hpp>
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
@@ -11,7 +12,6 @@
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -86,17 +86,14 @@ private:
         std::uint64_t nextSequence;
         std::uint64_t revision;
         std::map<std::size_t, Counts> counts; ///< of the groups that it changes
-        std::vector<ChunkRow> rows;           ///< of its pieces
-        std::size_t stagedByteCount = 0;      ///< they end at `end` and are not written yet
+        std::vector<PendingChunk> chunks;     ///< of its pieces
     };
 
     Draft draftOf(const Commit& commit) const;
     void appendDescription(const Description& description);
-    void appendDiscard(Draft& draft, const Discard& discard);
-    void appendPiece(Draft& draft, const Piece& piece);
+    void appendDiscards(Draft& draft, const std::vector<Discard>& discards);
+    void appendPieces(Draft& draft, const std::vector<Piece>& pieces);
     RecordHeader headerOf(Draft& draft, RecordKind kind, std::size_t group) const;
-    char* stage(Draft& draft, std::size_t byteCount);
-    void writeStaged(Draft& draft);
     void updateIndex(Draft& draft, const Commit& commit);
     void discardInIndex(std::size_t group, std::size_t firstStep);
     void addToIndex(ChunkRow row);
@@ -108,9 +105,8 @@ private:
     RunId run;
     DataFile data;
     mutable IndexWriter index;
+    ChunkWriter chunkWriter;
     std::vector<GroupState> groups;
-    std::unique_ptr<char[]> staging;
-    std::size_t stagingByteCount = 0;
     std::uint64_t end = 0; ///< of the records in the data file
     std::uint64_t nextSequence = 0;
     std::uint64_t revision = 0;

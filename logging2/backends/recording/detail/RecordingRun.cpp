@@ -17,6 +17,9 @@ namespace {
 /// So many layouts are kept; those of whole chunks are used again and again.
 constexpr std::size_t keptLayoutCount = 64;
 
+/// No bytes become more than so many times as many when LZ4 unpacks them.
+constexpr std::size_t greatestPackedRatio = 256;
+
 std::size_t sample_count(const std::vector<SampleSpan>& spans) {
     return std::accumulate(
         spans.begin(), spans.end(), std::size_t{0},
@@ -213,11 +216,11 @@ void RecordingRun::addSpansBetween(const SampleSpan& span, double from, double t
 }
 
 Series RecordingRun::seriesOf(const Place& place, const std::vector<SampleSpan>& spans) const {
-    if (spans.size() == 1) {
+    if (spans.size() == 1 && canBeMapped(place, *spans.front().chunk)) {
         return mappedSeries(place, spans.front());
     }
     const std::size_t count = sample_count(spans);
-    if (count > data.byteCount() / sizeof(double) / (1 + place.width)) {
+    if (count / greatestPackedRatio > data.byteCount() / sizeof(double) / (1 + place.width)) {
         throw RecordingError(location, "the index is damaged: it names more samples than the data "
                                        "file holds");
     }
@@ -235,6 +238,14 @@ Series RecordingRun::seriesOf(const Place& place, const std::vector<SampleSpan>&
         values += span.count * place.width;
     }
     return series;
+}
+
+bool RecordingRun::canBeMapped(const Place& place, const ChunkRow& row) const {
+    bool result = false;
+    withChunk(row, [&](const ChunkReader& chunk) {
+        result = !chunk.isPacked(0) && !chunk.isPacked(place.column);
+    });
+    return result;
 }
 
 Series RecordingRun::mappedSeries(const Place& place, const SampleSpan& span) const {
@@ -274,7 +285,8 @@ const ChunkLayout& RecordingRun::layoutOf(const ChunkRow& chunk) const {
 void RecordingRun::withChunk(const ChunkRow& chunk,
                              const std::function<void(const ChunkReader&)>& action) const {
     const ChunkLayout& layout = layoutOf(chunk);
-    if (chunk.byteCount != sizeof(RecordHeader) + layout.byteCount) {
+    // A packed chunk is smaller.
+    if (chunk.byteCount > sizeof(RecordHeader) + layout.byteCount) {
         throw RecordingError(location, "the index is damaged: a chunk has another size");
     }
     const ChunkReader reader(data, run, chunk, layout, trusted.count(chunk.sequence) != 0);

@@ -62,6 +62,7 @@ private:
     void addSpansBetween(const SampleSpan& span, double from, double to,
                          std::vector<SampleSpan>& result) const;
     Series seriesOf(const Place& place, const std::vector<SampleSpan>& spans) const;
+    bool canBeMapped(const Place& place, const ChunkRow& row) const;
     Series mappedSeries(const Place& place, const SampleSpan& span) const;
     void withChunk(const ChunkRow& chunk,
                    const std::function<void(const ChunkReader&)>& action) const;

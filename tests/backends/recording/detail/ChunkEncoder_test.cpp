@@ -50,13 +50,13 @@ protected:
         ChunkEncoder encoder(widths);
         rowLength = encoder.rowLength();
         rows = random_rows(random, rowCount * rowLength);
-        layout = encoder.layout(rowCount);
+        layout = *encoder.layout(rowCount);
         memory.assign((layout.byteCount + alignment) / sizeof(double) + 1, 1e300);
         void* place = memory.data();
         std::size_t space = memory.size() * sizeof(double);
         std::align(alignment, layout.byteCount, place, space);
         payload = static_cast<char*>(place);
-        encoder.encode(rows.data(), rowCount, payload);
+        encoder.encode(layout, rows.data(), payload);
     }
 
     Doubles doublesAt(std::uint64_t offset, std::size_t count) const {
@@ -187,9 +187,9 @@ TEST_F(ChunkEncoderTest, rowLengthCountsTheTime) {
 
 TEST_F(ChunkEncoderTest, layoutFollowsTheNumberOfSteps) {
     ChunkEncoder encoder({1});
-    EXPECT_EQ(encoder.layout(10).stepCount, 10U);
-    EXPECT_EQ(encoder.layout(20).stepCount, 20U);
-    EXPECT_EQ(encoder.layout(20).byteCount, layout_of({1}, 20).byteCount);
+    EXPECT_EQ(encoder.layout(10)->stepCount, 10U);
+    EXPECT_EQ(encoder.layout(20)->stepCount, 20U);
+    EXPECT_EQ(encoder.layout(20)->byteCount, layout_of({1}, 20).byteCount);
 }
 
 } // namespace

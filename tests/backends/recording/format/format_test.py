@@ -47,7 +47,7 @@ def header_type() -> numpy.dtype:
 
 
 HEADER = header_type()
-DESCRIPTION, CHUNK, ROLLBACK = 1, 2, 3
+DESCRIPTION, CHUNK, ROLLBACK, PACKED_CHUNK = 1, 2, 3, 4
 
 
 def made(mode: str, directory: str) -> tuple[subprocess.Popen, str]:
@@ -59,6 +59,12 @@ def made(mode: str, directory: str) -> tuple[subprocess.Popen, str]:
 
 def height_of(numbers: numpy.ndarray, offset: float) -> numpy.ndarray:
     return numpy.where(numbers % 1000 == 0, numpy.nan, numbers + offset)
+
+
+def noise_of(numbers: numpy.ndarray) -> numpy.ndarray:
+    numbers = numbers.astype("u8") * numpy.uint64(0x9e3779b97f4a7c15)
+    numbers = (numbers ^ numbers >> numpy.uint64(29)) * numpy.uint64(0xbf58476d1ce4e5b9)
+    return (numbers >> numpy.uint64(11)) * 2.0 ** -53
 
 
 def signed_hash(content: bytes) -> int:
@@ -84,10 +90,13 @@ def unescaped(word: str) -> str:
 
 
 class FinishedTest(unittest.TestCase):
+    MODE = "finished"
+    CHUNK_KIND = CHUNK
+
     @classmethod
     def setUpClass(cls):
         cls.directory = tempfile.TemporaryDirectory()
-        program, cls.location = made("finished", cls.directory.name)
+        program, cls.location = made(cls.MODE, cls.directory.name)
         assert program.wait() == 0
         program.stdout.close()
         cls.content = Path(cls.location, "samples.bin").read_bytes()
@@ -115,6 +124,7 @@ class FinishedTest(unittest.TestCase):
                 ("ball.height", 0.5 * numbers, height[:, None]),
                 ("ball.h", 0.5 * numbers, height[:, None]),
                 ("ball.position", 0.5 * numbers, position),
+                ("ball.noise", 0.5 * numbers, noise_of(numbers)[:, None]),
                 ("motor.speed", motor // 8 * 8, -motor[:, None]),
                 ("motor.nothing", motor // 8 * 8, numpy.empty((100, 0))),
                 ("idle.value", numpy.empty(0), numpy.empty((0, 2)))]:
@@ -147,7 +157,8 @@ class FinishedTest(unittest.TestCase):
         self.assertEqual(kinds[0], DESCRIPTION)
         self.assertEqual(kinds.count(DESCRIPTION), 1)
         self.assertEqual(kinds.count(ROLLBACK), 1)
-        self.assertGreaterEqual(kinds.count(CHUNK), 5)
+        self.assertGreaterEqual(kinds.count(self.CHUNK_KIND), 5)
+        self.assertEqual(set(kinds), {DESCRIPTION, ROLLBACK, self.CHUNK_KIND})
 
     def test_a_rollback_has_no_payload_and_increases_the_revision(self):
         revision = 0
@@ -165,11 +176,14 @@ class FinishedTest(unittest.TestCase):
             self.assertEqual(header["header_hash"], hash_of(self.content[offset:offset + 120]))
             if header["kind"] == DESCRIPTION:
                 self.assertEqual(header["payload_hash"], hash_of(payload))
-            elif header["kind"] == CHUNK:
-                roots = sum(EXAMPLE.node_size(w) for w in self.widths(int(header["group"])))
-                directory = payload[:EXAMPLE.rounded_up(roots, 64)]
+            elif header["kind"] == self.CHUNK_KIND:
+                size = self.directory_size(header)
+                directory = payload[:EXAMPLE.rounded_up(size, 64)]
                 self.assertEqual(header["payload_hash"], hash_of(directory))
-                self.assertEqual(directory[roots:], bytes(len(directory) - roots))
+                self.assertEqual(directory[size:], bytes(len(directory) - size))
+
+    def directory_size(self, header) -> int:
+        return sum(EXAMPLE.node_size(w) for w in self.widths(int(header["group"])))
 
     def test_the_description_says_what_the_index_says(self):
         text = self.records[0][2].rstrip(b"\0").decode()
@@ -259,10 +273,14 @@ class FinishedTest(unittest.TestCase):
                 (times[0], times[-1], times.min(), times.max(), 0, 1, greatest_so_far[group]))
 
     def column(self, offset: int, group: int, steps: int, column: int) -> bytes:
+        with open(self.location + "/samples.bin", "rb") as samples:
+            return EXAMPLE.read_column(samples, offset, self.widths(group), steps, column).tobytes()
+
+    def place(self, offset: int, group: int, steps: int, column: int) -> tuple[int, int]:
+        """Where a column's values begin, and how many bytes they need there."""
         widths = self.widths(group)
         start = offset + EXAMPLE.column_offset(widths, steps, column)
-        self.assertEqual(start % 64, 0)
-        return self.content[start:start + 8 * steps * widths[column]]
+        return start, 8 * steps * widths[column]
 
     def test_the_index_follows_from_the_data_file(self):
         chunks = {}
@@ -270,7 +288,7 @@ class FinishedTest(unittest.TestCase):
             group, first = int(header["group"]), int(header["first_step"])
             kept = [(start, min(count, first - start), at)
                     for start, count, at in chunks.get(group, []) if start < first]
-            if header["kind"] == CHUNK:
+            if header["kind"] == self.CHUNK_KIND:
                 kept.append((first, int(header["step_count"]), offset))
             chunks[group] = kept
         for group, found in chunks.items():
@@ -280,7 +298,7 @@ class FinishedTest(unittest.TestCase):
     def test_trees_describe_their_columns(self):
         depths = set()
         for offset, header, _ in self.records:
-            if header["kind"] == CHUNK:
+            if header["kind"] == self.CHUNK_KIND:
                 for column in range(len(self.widths(int(header["group"])))):
                     depths.add(self.check_tree(offset, header, column))
         self.assertEqual(depths, {1, 2, 3})
@@ -293,7 +311,9 @@ class FinishedTest(unittest.TestCase):
         values = numpy.frombuffer(content, "<f8").reshape(steps, width)
         parts = [(content[8 * width * i:8 * width * (i + 256)], values[i:i + 256])
                  for i in range(0, steps, 256)]
-        end = offset + EXAMPLE.column_offset(widths, steps, column) + len(content)
+        values_start, values_size = self.place(offset, int(header["group"]), steps, column)
+        self.assertEqual(values_start % 64, 0)
+        end = values_start + values_size
         for depth in range(1, 9):
             is_root = len(parts) == 1
             start = offset + 128 + sum(map(EXAMPLE.node_size, widths[:column])) if is_root else end
@@ -317,6 +337,45 @@ class FinishedTest(unittest.TestCase):
             self.assertEqual((least, greatest, nans),
                              (numbers.min(initial=numpy.inf), numbers.max(initial=-numpy.inf),
                               len(values) - len(numbers)))
+
+
+class PackedTest(FinishedTest):
+    MODE = "packed"
+    CHUNK_KIND = PACKED_CHUNK
+
+    def sizes(self, offset: int, group: int, steps: int) -> list:
+        with open(self.location + "/samples.bin", "rb") as samples:
+            return EXAMPLE.segment_sizes(samples, offset, self.widths(group), steps)
+
+    def directory_size(self, header) -> int:
+        counts = EXAMPLE.segment_counts(self.widths(int(header["group"])), int(header["step_count"]))
+        return super().directory_size(header) + 4 * sum(counts)
+
+    def place(self, offset: int, group: int, steps: int, column: int) -> tuple[int, int]:
+        sizes = self.sizes(offset, group, steps)
+        start = offset + EXAMPLE.column_offset(self.widths(group), steps, column, sizes)
+        packed = EXAMPLE.rounded_up(int(sizes[column].sum()), 8)
+        return start, packed or 8 * steps * self.widths(group)[column]
+
+    def test_all_columns_but_the_noise_are_packed(self):
+        for offset, header, _ in self.records:
+            group, steps = int(header["group"]), int(header["step_count"])
+            if header["kind"] == PACKED_CHUNK:
+                packed = [bool(sizes.all() and len(sizes)) for sizes in self.sizes(offset, group, steps)]
+                unpacked = [bool(not sizes.any()) for sizes in self.sizes(offset, group, steps)]
+                self.assertEqual(packed, [True, True, True, False] if group == 0 else [True, False, True])
+                self.assertEqual(unpacked, [not is_packed for is_packed in packed])
+
+    def test_packed_columns_need_at_most_85_percent(self):
+        for offset, header, payload in self.records:
+            group, steps = int(header["group"]), int(header["step_count"])
+            if header["kind"] == PACKED_CHUNK:
+                for sizes, width in zip(self.sizes(offset, group, steps), self.widths(group)):
+                    if sizes.any():
+                        needed = int(sizes.sum()) + 4 * len(sizes)
+                        self.assertLessEqual(100 * needed, 85 * 8 * steps * width)
+                end = EXAMPLE.column_offset(self.widths(group), steps, len(self.widths(group)))
+                self.assertLess(128 + len(payload), end)
 
 
 class RunningTest(unittest.TestCase):

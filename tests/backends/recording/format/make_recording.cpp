@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <limits>
@@ -11,8 +12,9 @@
 #include <unistd.h>
 
 // make_recording DIRECTORY finished: makes a recording with known values, and prints where it is.
+// make_recording DIRECTORY packed: the same with packed chunks.
 // make_recording DIRECTORY running: the same for a short one, which is not flushed, and then waits
-// to be killed. format_test.py compares both with the same formulas.
+// to be killed. format_test.py compares all of them with the same formulas.
 
 namespace {
 
@@ -25,8 +27,9 @@ constexpr std::size_t motor = 70000;
 GroupSetup known_setup() {
     return GroupSetup{
         {Group(ball),
-         LoggedPathsSetupData(paths({{"ball.height", 7}, {"ball.position", 9}, {"ball.h", 7}}),
-                              channels({{7, 1}, {9, 3}}))},
+         LoggedPathsSetupData(
+             paths({{"ball.height", 7}, {"ball.position", 9}, {"ball.h", 7}, {"ball.noise", 10}}),
+             channels({{7, 1}, {9, 3}, {10, 1}}))},
         {Group(5), LoggedPathsSetupData(paths({{"idle.value", 1}}), channels({{1, 2}}))},
         {Group(motor), LoggedPathsSetupData(paths({{"motor.speed", 3}, {"motor.nothing", 2}}),
                                             channels({{2, 0}, {3, 1}}))}};
@@ -41,12 +44,19 @@ RecordingOptions known_options(const std::string& directory) {
     return options;
 }
 
+/// A number below 1 that resembles none of its neighbours.
+double noise_of(std::uint64_t number) {
+    number *= 0x9e3779b97f4a7c15;
+    number = (number ^ (number >> 29)) * 0xbf58476d1ce4e5b9;
+    return static_cast<double>(number >> 11) * 0x1p-53;
+}
+
 /// The height is the number of the step plus the offset, and NaN at every thousandth step.
 void write_balls(StreamWriter& writer, std::size_t first, std::size_t end, double offset) {
     for (std::size_t i = first; i < end; ++i) {
         const auto x = static_cast<double>(i);
         const double height = i % 1000 == 0 ? std::numeric_limits<double>::quiet_NaN() : x + offset;
-        write(writer, ball, 0.5 * x, {height, x, -x, 0.25 * x});
+        write(writer, ball, 0.5 * x, {height, x, -x, 0.25 * x, noise_of(i)});
     }
 }
 
@@ -76,8 +86,10 @@ void make_finished(RecordingStreamWriter& writer) {
 
 int main(int, char** arguments) {
     try {
-        const bool isLeftRunning = arguments[2] == std::string("running");
+        const std::string mode = arguments[2];
+        const bool isLeftRunning = mode == "running";
         RecordingOptions options = known_options(arguments[1]);
+        options.compression = mode == "packed" ? Compression::lz4 : Compression::none;
         if (isLeftRunning) {
             options.commitInterval = std::chrono::milliseconds(10);
         }
