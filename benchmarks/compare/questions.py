@@ -88,6 +88,15 @@ QUESTIONS = [
             Entry("one-file", "total", "write(2) into one file, rows ready"),
         ],
         floor="one-file"),
+    # The values repeat after 1,024 steps, so they are packed better than most signals.
+    Question(
+        "recordings", "Storing in recordings, packed or not", FULL_WORKLOADS,
+        [
+            Entry("recording", "total", "recording"),
+            Entry("recording-lz4", "total", "recording, packed with LZ4"),
+            Entry("one-file", "total", "write(2) into one file, rows ready"),
+        ],
+        floor="one-file", most_repetitions=3),
     # Here the file-backed writer is expected to lose rows.
     Question(
         "files-lockstep", "Storing in files: buffers that fill on consecutive calls", ["WL"],

@@ -17,6 +17,7 @@ class Summary:
     peak_kib: float  # median, at the end of the phase
     rows: float  # of one run
     rows_lost: float  # the most of any run
+    stored_share: float  # bytes on disk per byte of the rows; 0 if nothing is stored in files
     values_per_row: float  # without the time
     label: str
     verified_count: int  # runs
@@ -60,6 +61,7 @@ class Results:
             bytes_per_second=1e9 * first["bytes_per_row"] / (median * units) if median else 0,
             peak_kib=statistics.median(run[peak] for run in verified),
             rows=first["rows"],
+            stored_share=first["stored_bytes_per_row"] / first["bytes_per_row"],
             rows_lost=max(run["rows_lost"] for run in verified),
             values_per_row=values_per_row,
             label=first["label"],

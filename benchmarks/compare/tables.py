@@ -110,6 +110,8 @@ def _remarks(summary: Summary) -> list[str]:
     if summary.verified_count < summary.run_count:
         failed = summary.run_count - summary.verified_count
         remarks.append(f"{failed} of {summary.run_count} runs FAILED")
+    if 0 < summary.stored_share < 0.9:
+        remarks.append(f"{100 * summary.stored_share:.0f} % of the bytes on disk")
     if summary.rows_lost > 0:
         remarks.append(f"LOST {summary.rows_lost:.0f} rows")
     return remarks

@@ -60,6 +60,14 @@ double peak_kib() {
     return kib;
 }
 
+double stored_byte_count(const std::filesystem::path& directory) {
+    std::uintmax_t sum = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        sum += entry.is_regular_file() ? entry.file_size() : 0;
+    }
+    return static_cast<double>(sum);
+}
+
 template <class Function>
 double seconds_of(Function function) {
     const Clock::time_point start = Clock::now();
@@ -68,7 +76,8 @@ double seconds_of(Function function) {
 }
 
 /// Runs the contender, and compares what it stored.
-void measure(benchmark::State& state, Contender& contender, const Workload& workload) {
+void measure(benchmark::State& state, Contender& contender, const Workload& workload,
+             const std::filesystem::path& directory) {
     const auto rowCount = static_cast<double>(workload.rowCount());
     contender.prepare();
     for (auto _ : state) {
@@ -82,6 +91,7 @@ void measure(benchmark::State& state, Contender& contender, const Workload& work
     }
     state.counters["rows"] = rowCount;
     state.counters["bytes_per_row"] = static_cast<double>(workload.byteCount()) / rowCount;
+    state.counters["stored_bytes_per_row"] = stored_byte_count(directory) / rowCount;
     state.counters["rows_lost"] = static_cast<double>(contender.check());
     state.SetLabel(workload.description());
 }
@@ -94,7 +104,7 @@ void measure_on(benchmark::State& state, const std::string& workloadName,
         const TemporaryDirectory directory;
         set_temp_directory(directory.path());
         const auto contender = make(rows, directory.path());
-        measure(state, *contender, rows.workload());
+        measure(state, *contender, rows.workload(), directory.path());
     } catch (const std::exception& error) {
         allVerified = false;
         state.SkipWithError(error.what());

@@ -26,7 +26,7 @@ using ContenderMaker = std::function<std::unique_ptr<Contender>(
 /// The benchmark runs a new contender once, on warm memory and in a new directory, and compares
 /// what it stored. Its time is that of run() and finish() together. Its counters are the
 /// nanoseconds per row of run() and of finish(), the peak of the resident memory after each of
-/// them, and the numbers of rows, bytes per row and lost rows.
+/// them, and the numbers of rows, bytes per row, bytes on disk per row and lost rows.
 bool add_contender(const std::string& name, Suits suits, const ContenderMaker& make);
 
 /// Registers contenders of the class `Kind`, whose constructor takes the rows, the directory and

@@ -26,6 +26,9 @@ int main_of(int argc, char** argv) {
     register_read();
     register_look_up();
     register_checked();
+#ifdef LOGGING2_HAS_RECORDING
+    register_compress();
+#endif
     warm_memory(warmByteCount);
     benchmark::RunSpecifiedBenchmarks();
     foundation::stop_vantrel_core();

@@ -7,7 +7,8 @@ def run(name: str, run_ns: float = 10, finish_ns: float = 0, **others) -> dict:
     """One run of CONTENDER/WORKLOAD; times are per row of three doubles and a time."""
     return {"name": f"{name}/iterations:1/manual_time", "run_ns_per_row": run_ns,
             "finish_ns_per_row": finish_ns, "run_peak_kib": 1024, "finish_peak_kib": 2048,
-            "rows": 1000, "bytes_per_row": 32, "rows_lost": 0, "label": "a shape", **others}
+            "rows": 1000, "bytes_per_row": 32, "stored_bytes_per_row": 0, "rows_lost": 0,
+            "label": "a shape", **others}
 
 
 def failed_run(name: str) -> dict:

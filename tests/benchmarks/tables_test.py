@@ -31,6 +31,11 @@ class MarkdownTest(unittest.TestCase):
         self.assertIn("| 1 of 2 runs FAILED; LOST 5 rows |\n", text)
         self.assertIn("| 10 rows only; floor |\n", text)
 
+    def test_reports_contenders_that_need_fewer_bytes(self):
+        self.assertIn("| 25 % of the bytes on disk |\n",
+                      tables(results(run("ours/W1", stored_bytes_per_row=8))))
+        self.assertNotIn("on disk", tables(results(run("ours/W1", stored_bytes_per_row=32))))
+
     def test_reports_a_contender_whose_runs_all_failed(self):
         text = tables(results(failed_run("ours/W1"), run("copy-touched/W1")))
         self.assertIn("| our writer | | | | | | FAILED |\n", text)

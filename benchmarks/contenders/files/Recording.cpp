@@ -5,19 +5,24 @@
 
 #include <logging2/backends/recording/recording.hpp>
 
+#include <filesystem>
 #include <optional>
+#include <utility>
 
 namespace logging2::core::bench {
 namespace {
 
-/// The back-end "recording" with its defaults: the samples survive the process.
+/// The back-end "recording" with its defaults, packed or not: the samples survive the process.
 class Recording final : public Contender {
 public:
-    using Contender::Contender;
+    Recording(const Rows& workloadRows, std::filesystem::path emptyDirectory, Compression how)
+        : Contender(workloadRows, std::move(emptyDirectory)),
+          compression(how) {}
 
     void prepare() override {
         RecordingOptions options;
         options.directory = directory.string();
+        options.compression = compression;
         writer.emplace(StreamingAttributes(), setup_of(rows.workload()), options);
     }
 
@@ -41,10 +46,13 @@ public:
     }
 
 private:
+    Compression compression;
     std::optional<RecordingStreamWriter> writer;
 };
 
-[[maybe_unused]] const bool added = add_contender<Recording>("recording", Suits::anyGroups);
+[[maybe_unused]] const bool added =
+    add_contender<Recording>("recording", Suits::anyGroups, Compression::none) &&
+    add_contender<Recording>("recording-lz4", Suits::anyGroups, Compression::lz4);
 
 } // namespace
 } // namespace logging2::core::bench

@@ -77,8 +77,8 @@ protected:
 
 TEST_F(RecordingCompressionTest, everyKindOfValueIsKeptBitForBit) {
     for (const char* kind : value_kinds()) {
-        for (const std::size_t width : {0, 1, 3, 100}) {
-            for (const std::size_t count : {1, 2, 255, 256, 257, 9000}) {
+        for (const std::size_t width : {0U, 1U, 3U, 100U}) {
+            for (const std::size_t count : {1U, 2U, 255U, 256U, 257U, 9000U}) {
                 SCOPED_TRACE(kind + (" " + std::to_string(width)) + " " + std::to_string(count));
                 const auto writer = makeWriter(wideSetup(width));
                 const Doubles times = values_of_kind("regular times", count);

@@ -37,6 +37,7 @@ protected:
     void record(unsigned seed, std::size_t greatestStepCount) {
         random.seed(seed);
         options.chunkByteCount = (std::size_t{1} << below(12)) * (rowLength + 1) * sizeof(double);
+        options.compression = below(2) == 0 ? Compression::lz4 : Compression::none;
         ascends = below(2) == 0;
         writer = makeWriter(threeChannels());
         held = std::make_unique<MemoryOracle>(threeChannels(), false, std::nullopt);
@@ -49,6 +50,32 @@ protected:
             writer->flushIntermediate();
         }
         run = open(*writer);
+    }
+
+    /// Overviews and ranges of 30,000 steps in one chunk, which is shortened.
+    void readLongChunk() {
+        random.seed(1);
+        ascends = true;
+        options.chunkByteCount = std::size_t{4} << 20;
+        writer = makeWriter(threeChannels());
+        held = std::make_unique<MemoryOracle>(threeChannels(), false, std::nullopt);
+        for (std::size_t s = 0; s < 30000; ++s) {
+            const double time = static_cast<double>(s) / 8.0;
+            const Doubles row{std::sin(time), std::cos(time), static_cast<double>(random()), 0.0};
+            write(*writer, 0, time, row);
+            held->write(0, time, row);
+        }
+        writer->flushIntermediate();
+        // The chunk is shortened in the middle of a leaf.
+        writer->rollback(0, 3333.0);
+        held->rollbackToTime(0, 3333.0);
+        run = open(*writer);
+        for (int round = 0; round < 20; ++round) {
+            const auto [from, to] = finiteRange();
+            expectOverviews(from, to);
+            expectRange(from, to);
+        }
+        expectOverviews(0.0, 3333.0);
     }
 
     void step() {
@@ -187,28 +214,12 @@ TEST_F(RandomRunTest, overviewEqualsAPlainLoop) {
 }
 
 TEST_F(RandomRunTest, overviewOfALongChunkEqualsAPlainLoop) {
-    random.seed(1);
-    ascends = true;
-    options.chunkByteCount = std::size_t{4} << 20;
-    writer = makeWriter(threeChannels());
-    held = std::make_unique<MemoryOracle>(threeChannels(), false, std::nullopt);
-    for (std::size_t s = 0; s < 30000; ++s) {
-        const double time = static_cast<double>(s) / 8.0;
-        const Doubles row{std::sin(time), std::cos(time), static_cast<double>(random()), 0.0};
-        write(*writer, 0, time, row);
-        held->write(0, time, row);
-    }
-    writer->flushIntermediate();
-    // The chunk is shortened in the middle of a leaf.
-    writer->rollback(0, 3333.0);
-    held->rollbackToTime(0, 3333.0);
-    run = open(*writer);
-    for (int round = 0; round < 20; ++round) {
-        const auto [from, to] = finiteRange();
-        expectOverviews(from, to);
-        expectRange(from, to);
-    }
-    expectOverviews(0.0, 3333.0);
+    readLongChunk();
+}
+
+TEST_F(RandomRunTest, overviewOfALongPackedChunkEqualsAPlainLoop) {
+    options.compression = Compression::lz4;
+    readLongChunk();
 }
 
 } // namespace

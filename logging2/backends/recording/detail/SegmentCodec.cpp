@@ -71,11 +71,13 @@ void split_bytes(const std::uint64_t* numbers, std::size_t count, char* planes) 
     }
 }
 
-void join_bytes(const char* planes, std::size_t count, std::uint64_t* numbers) {
+/// The first endStep numbers of so many.
+void join_bytes(const char* planes, std::size_t count, std::size_t endStep,
+                std::uint64_t* numbers) {
     const auto byte = [=](std::size_t k, std::size_t i) {
         return std::uint64_t{static_cast<unsigned char>(planes[k * count + i])} << (8 * k);
     };
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < endStep; ++i) {
         numbers[i] = byte(0, i) | byte(1, i) | byte(2, i) | byte(3, i) | byte(4, i) | byte(5, i) |
                      byte(6, i) | byte(7, i);
     }
@@ -120,7 +122,7 @@ bool SegmentCodec::unpack(const char* bytes, std::size_t byteCount, std::size_t 
                             whole_byte_count(stepCount)) != whole_byte_count(stepCount)) {
         return false;
     }
-    join_bytes(planes.get(), stepCount, numbers.get());
+    join_bytes(planes.get(), stepCount, endStep, numbers.get());
     for (std::size_t round = 0; round < order; ++round) {
         add_previous(numbers.get(), endStep);
     }

@@ -85,7 +85,7 @@ TEST_F(ChunkPackerTest, columnIsPackedIfItSaves15Percent) {
 }
 
 TEST_F(ChunkPackerTest, payloadThatDoesNotBecomeSmallerIsLeftAlone) {
-    for (const std::size_t stepCount : {1, 2, 100, 9000}) {
+    for (const std::size_t stepCount : {1U, 2U, 100U, 9000U}) {
         encode({1, 0, 3}, stepCount);
         pack();
         EXPECT_FALSE(packed);
@@ -108,7 +108,7 @@ TEST_F(ChunkPackerTest, columnsThatAreNotPackedKeepTheirBytes) {
     pack();
     ASSERT_TRUE(packed);
     const PackedLayout places = packedLayout();
-    for (const std::size_t k : {0, 1, 3, 4}) {
+    for (const std::size_t k : {0U, 1U, 3U, 4U}) {
         const std::size_t byteCount = layout.columns[k].width * 9000 * sizeof(double);
         EXPECT_FALSE(places.column(k).isPacked);
         EXPECT_EQ(places.column(k).values % alignment, 0U);

@@ -46,7 +46,8 @@ protected:
 
 TEST_F(SegmentCodecTest, unpacksEveryKindOfValueBitForBit) {
     for (const char* kind : value_kinds()) {
-        for (const std::size_t count : {1, 2, 3, 7, 255, 256, 511, 512, 513, 5000, 8192}) {
+        for (const std::size_t count :
+             {1U, 2U, 3U, 7U, 255U, 256U, 511U, 512U, 513U, 5000U, 8192U}) {
             SCOPED_TRACE(kind + (" " + std::to_string(count)));
             const Doubles values = values_of_kind(kind, count);
             Doubles actual(count);
@@ -82,7 +83,7 @@ TEST_F(SegmentCodecTest, makesRegularValuesMuchSmaller) {
 
 TEST_F(SegmentCodecTest, noiseStaysBelowTheLimit) {
     for (const char* kind : {"noise", "any bits"}) {
-        for (const std::size_t count : {1, 2, 100, 8192}) {
+        for (const std::size_t count : {1U, 2U, 100U, 8192U}) {
             EXPECT_LE(pack(values_of_kind(kind, count)).size(), packed_byte_count_limit(count));
         }
     }
@@ -105,7 +106,7 @@ TEST_F(SegmentCodecTest, refusesBytesThatAreNoSegment) {
 
 TEST_F(SegmentCodecTest, refusesSegmentsWithOtherNumbersOfSteps) {
     const std::string bytes = pack(values_of_kind("smooth", 1000));
-    for (const std::size_t count : {1, 999, 1001, 8192}) {
+    for (const std::size_t count : {1U, 999U, 1001U, 8192U}) {
         Doubles values(count);
         EXPECT_FALSE(unpack(bytes, values)) << count;
     }

@@ -59,6 +59,7 @@ Plan make_plan(std::mt19937& random, const std::filesystem::path& directory) {
     plan.options.chunkByteCount = one_of<std::size_t>(random, {256, 1024, 8192, 65536});
     plan.options.bufferByteCount = one_of<std::size_t>(random, {1 << 14, 1 << 18, 1 << 26});
     plan.options.commitInterval = std::chrono::milliseconds(one_of(random, {1, 2, 5, 20}));
+    plan.options.compression = one_of(random, {Compression::none, Compression::lz4});
     plan.options.heldBackSteps = one_of<std::size_t>(random, {0, 3, 16, 100});
     return plan;
 }

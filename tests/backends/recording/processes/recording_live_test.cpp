@@ -225,6 +225,11 @@ TEST_F(RecordingLiveTest, readersSeeOnlyStatesThatTheGroupHad) {
     readWhileWriting();
 }
 
+TEST_F(RecordingLiveTest, readersOfPackedChunksSeeStatesThatTheGroupHad) {
+    options.compression = Compression::lz4;
+    readWhileWriting();
+}
+
 TEST_F(RecordingLiveTest, readersOfManySmallCommitsSeeStatesThatTheGroupHad) {
     options.chunkByteCount = 65536;
     options.commitInterval = std::chrono::milliseconds(2);
