@@ -1,7 +1,7 @@
 #include <logging2/backends/recording/detail/Recorder.hpp>
 
 #include <logging2/backends/recording/detail/ChunkReader.hpp>
-#include <logging2/backends/recording/detail/ColumnTree.hpp>
+#include <logging2/backends/recording/detail/add_times.hpp>
 #include <logging2/backends/recording/detail/doubles_at.hpp>
 
 #include <algorithm>
@@ -30,19 +30,6 @@ bool is_remote(const std::string& directory) {
            remote.end();
 }
 
-/// Sets what the row says about its times.
-void describe_times(const double* times, std::size_t count, ChunkRow& row) {
-    ElementRange range;
-    add_samples(times, count, 1, &range);
-    row.stepCount = count;
-    row.firstTime = times[0];
-    row.lastTime = times[count - 1];
-    row.leastTime = range.least;
-    row.greatestTime = range.greatest;
-    row.nanTimeCount = static_cast<std::size_t>(range.nanCount);
-    row.ascends = row.nanTimeCount == 0 && std::is_sorted(times, times + count);
-}
-
 } // namespace
 
 bool allows_live_readers(const std::string& directory) {
@@ -50,13 +37,14 @@ bool allows_live_readers(const std::string& directory) {
 }
 
 Recorder::Recorder(const std::string& directory, const RecordingOptions& options,
-                   const Description& description)
+                   const Description& description, std::uint64_t firstRevision)
     : durability(options.durability),
       heldBack(options.heldBackSteps),
       run(run_id_of(description.id)),
       data(DataFile::create(directory + "/samples.bin", options.mode & 0666)),
       index(directory + "/index.sqlite", options.mode, options.durability,
-            allows_live_readers(directory), description) {
+            allows_live_readers(directory), description, firstRevision),
+      revision(firstRevision) {
     data.claim();
     for (const DescribedGroup& group : description.groups) {
         groups.push_back({ChunkEncoder(widths_of(group)), {}});
@@ -86,7 +74,7 @@ void Recorder::appendDescription(const Description& description) {
 }
 
 Recorder::Draft Recorder::draftOf(const Commit& commit) const {
-    Draft draft{end, nextSequence, revision, {}, {}, 0};
+    Draft draft{end, nextSequence, revision, rollbacks, {}, {}, 0};
     for (const Discard& discard : commit.discards) {
         draft.counts.emplace(discard.group, groups[discard.group].counts);
     }
@@ -103,6 +91,28 @@ void Recorder::commit(const Commit& commit) {
     data.checkPlace();
     index.checkPlace();
     Draft draft = draftOf(commit);
+    try {
+        store(draft, commit);
+    } catch (const std::exception&) {
+        // The file may hold records that a shorter commit does not overwrite. A reader of the file
+        // alone knows them by their sequence numbers, which are never used again.
+        nextSequence = draft.nextSequence;
+        throw;
+    }
+    end = draft.end;
+    nextSequence = draft.nextSequence;
+    revision = draft.revision;
+    rollbacks = draft.rollbacks;
+    for (const auto& [group, counts] : draft.counts) {
+        groups[group].counts = counts;
+    }
+    index.announce();
+    if (commit.end) {
+        index.finish();
+    }
+}
+
+void Recorder::store(Draft& draft, const Commit& commit) {
     for (const Discard& discard : commit.discards) {
         appendDiscard(draft, discard);
     }
@@ -114,16 +124,6 @@ void Recorder::commit(const Commit& commit) {
         data.synchronize();
     }
     updateIndex(draft, commit);
-    end = draft.end;
-    nextSequence = draft.nextSequence;
-    revision = draft.revision;
-    for (const auto& [group, counts] : draft.counts) {
-        groups[group].counts = counts;
-    }
-    index.announce();
-    if (commit.endState != nullptr) {
-        index.finish();
-    }
 }
 
 RecordHeader Recorder::headerOf(Draft& draft, RecordKind kind, std::size_t group) const {
@@ -133,6 +133,9 @@ RecordHeader Recorder::headerOf(Draft& draft, RecordKind kind, std::size_t group
     header.sequence = draft.nextSequence++;
     header.group = group;
     header.revision = draft.revision;
+    header.rollbackCount = draft.rollbacks.count;
+    header.rollbackGroup = draft.rollbacks.last.group;
+    header.rollbackFirstStep = draft.rollbacks.last.firstStep;
     return header;
 }
 
@@ -177,6 +180,7 @@ void Recorder::appendDiscard(Draft& draft, const Discard& discard) {
     header.firstStep = discard.firstStep;
     header.headerHash = hash_of(header);
     std::memcpy(stage(draft, sizeof header), &header, sizeof header);
+    draft.rollbacks = {draft.rollbacks.count + 1, discard};
 }
 
 void Recorder::appendPiece(Draft& draft, const Piece& piece) {
@@ -200,7 +204,7 @@ void Recorder::appendPiece(Draft& draft, const Piece& piece) {
     row.storedStepCount = piece.rowCount;
     row.byteCount = sizeof header + layout.byteCount;
     row.offset = draft.end - row.byteCount;
-    describe_times(doubles_at(payload, layout.columns[0].values), piece.rowCount, row);
+    add_times(doubles_at(payload, layout.columns[0].values), piece.rowCount, row);
     draft.rows.push_back(row);
     draft.counts[piece.group].steps = piece.firstStep + piece.rowCount;
 }
@@ -222,8 +226,8 @@ void Recorder::updateIndex(Draft& draft, const Commit& commit) {
     if (draft.revision != revision) {
         index.setRevision(draft.revision);
     }
-    if (commit.endState != nullptr) {
-        index.end(commit.endState, text_of_time(std::chrono::system_clock::now()));
+    if (commit.end) {
+        index.end(*commit.end);
     }
     index.countCommit();
     transaction.commit();
@@ -248,7 +252,8 @@ void Recorder::discardInIndex(std::size_t group, std::size_t firstStep) {
 
 ChunkRow Recorder::shortened(ChunkRow row, std::size_t stepCount) const {
     const std::vector<double> times = timesOf(row, stepCount);
-    describe_times(times.data(), times.size(), row);
+    row.stepCount = 0;
+    add_times(times.data(), times.size(), row);
     row.greatestSoFar = row.greatestTime;
     if (const auto previous = index.lastBefore(row.group, row.firstStep)) {
         row.greatestSoFar = std::max(row.greatestSoFar, previous->greatestSoFar);
