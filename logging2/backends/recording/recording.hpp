@@ -6,8 +6,10 @@
 #include <logging2/backends/recording/RecordingDatastore.hpp>
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/RecordingOptions.hpp>
+#include <logging2/backends/recording/RecordingProgress.hpp>
 #include <logging2/backends/recording/RecordingStreamReader.hpp>
 #include <logging2/backends/recording/RecordingStreamWriter.hpp>
+#include <logging2/backends/recording/check_recording.hpp>
 #include <logging2/backends/recording/export.hpp>
 #include <logging2/backends/recording/open_recording.hpp>
 #include <logging2/backends/recording/register_recording_backend.hpp>

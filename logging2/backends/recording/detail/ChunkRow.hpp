@@ -1,7 +1,5 @@
 #pragma once
 
-#include <logging2/backends/recording/detail/ChunkLayout.hpp>
-
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -25,10 +23,6 @@ struct ChunkRow {
     bool ascends = true; ///< no time is less than the one before it, and none is NaN
     double greatestSoFar = -std::numeric_limits<double>::infinity(); ///< also of earlier chunks
 };
-
-/// Sets what the row says about its times: so many, of which the range is known.
-void describe_times(const double* times, std::size_t count, const ElementRange& range,
-                    ChunkRow& row);
 
 /// Whether both describe the same samples.
 inline bool is_same_chunk(const ChunkRow& a, const ChunkRow& b) {

@@ -1,6 +1,6 @@
 #include <logging2/backends/recording/detail/ChunkWriter.hpp>
 
-#include <logging2/backends/recording/detail/ColumnTree.hpp>
+#include <logging2/backends/recording/detail/add_times.hpp>
 #include <logging2/backends/recording/detail/doubles_at.hpp>
 
 #include <algorithm>
@@ -151,9 +151,7 @@ std::size_t ChunkWriter::encode(Workspace& workspace, PendingChunk& chunk, char*
     RecordHeader& header = chunk.header;
     char* const payload = place + sizeof header;
     chunk.encoder->encode(layout, chunk.rows, payload);
-    const ColumnLayout& times = layout.columns[0];
-    describe_times(doubles_at(payload, times.values), layout.stepCount,
-                   range_of_node(doubles_at(payload, times.root), 0), chunk.row);
+    add_times(doubles_at(payload, layout.columns[0].values), layout.stepCount, chunk.row);
     const auto packed =
         workspace.packer ? workspace.packer->pack(layout, payload) : std::nullopt;
     header.kind = packed ? RecordKind::packedChunk : RecordKind::chunk;

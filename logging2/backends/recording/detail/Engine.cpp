@@ -336,7 +336,9 @@ void Engine::storeOnce(Lock& lock, bool withPartialBlocks) {
     }
     const bool servesRequest = isRequested && takesPartialBlocks;
     commit.showAll = servesRequest && showsAll;
-    commit.endState = servesRequest ? endState : nullptr;
+    if (servesRequest && endState != nullptr) {
+        commit.end = RunEnd{endState, text_of_time(std::chrono::system_clock::now())};
+    }
     if (commit.pieces.empty() && commit.discards.empty() && !servesRequest) {
         return;
     }

@@ -9,7 +9,26 @@
 namespace logging2::core::detail {
 namespace {
 
-constexpr const char* schema = R"(
+Database opened(const std::string& name, mode_t mode, Durability durability,
+                bool allowLiveReaders) {
+    // So that it has the permissions from the start; SQLite gives its log the same ones.
+    DataFile::create(name, mode & 0666);
+    Database database(name, name, SQLITE_OPEN_READWRITE);
+    // A network file system may not lock; then nobody else may open the index meanwhile.
+    database.execute(durability == Durability::power ? "PRAGMA synchronous = FULL"
+                                                     : "PRAGMA synchronous = OFF");
+    database.execute(allowLiveReaders ? "PRAGMA journal_mode = WAL"
+                                      : "PRAGMA locking_mode = EXCLUSIVE");
+    database.execute(("PRAGMA application_id = " + std::to_string(applicationId) +
+                      "; PRAGMA user_version = " + std::to_string(formatVersion))
+                         .c_str());
+    database.execute(indexSchema);
+    return database;
+}
+
+} // namespace
+
+const char* const indexSchema = R"(
     CREATE TABLE run (
         key TEXT PRIMARY KEY, value TEXT NOT NULL, hash INTEGER NOT NULL) WITHOUT ROWID;
     CREATE TABLE property (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
@@ -33,25 +52,6 @@ constexpr const char* schema = R"(
         PRIMARY KEY (signal_group, first_step)) WITHOUT ROWID;
 )";
 
-Database opened(const std::string& name, mode_t mode, Durability durability,
-                bool allowLiveReaders) {
-    // So that it has the permissions from the start; SQLite gives its log the same ones.
-    DataFile::create(name, mode & 0666);
-    Database database(name, name, SQLITE_OPEN_READWRITE);
-    // A network file system may not lock; then nobody else may open the index meanwhile.
-    database.execute(durability == Durability::power ? "PRAGMA synchronous = FULL"
-                                                     : "PRAGMA synchronous = OFF");
-    database.execute(allowLiveReaders ? "PRAGMA journal_mode = WAL"
-                                      : "PRAGMA locking_mode = EXCLUSIVE");
-    database.execute(("PRAGMA application_id = " + std::to_string(applicationId) +
-                      "; PRAGMA user_version = " + std::to_string(formatVersion))
-                         .c_str());
-    database.execute(schema);
-    return database;
-}
-
-} // namespace
-
 const char* const chunkColumns =
     "sequence, signal_group, first_step, steps, stored_steps, offset, byte_count, first_time, "
     "last_time, least_time, greatest_time, nan_times, ascends, greatest_so_far, hash";
@@ -66,7 +66,8 @@ ChunkRow chunk_of(const Statement& statement) {
 }
 
 IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durability,
-                         bool allowLiveReaders, const Description& description)
+                         bool allowLiveReaders, const Description& description,
+                         std::uint64_t revision)
     : connection(opened(name, mode, durability, allowLiveReaders)),
       addChunk(connection, (std::string("INSERT INTO chunk (") + chunkColumns +
                             ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
@@ -87,7 +88,7 @@ IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durabi
       readCommit(connection, "SELECT value FROM run WHERE key = 'commit'"),
       hasLog(allowLiveReaders) {
     Transaction transaction(connection, Transaction::Kind::write);
-    describe(description);
+    describe(description, revision);
     transaction.commit();
     announce();
 }
@@ -100,7 +101,7 @@ void IndexWriter::checkPlace() const {
     }
 }
 
-void IndexWriter::describe(const Description& description) {
+void IndexWriter::describe(const Description& description, std::uint64_t revision) {
     setValue("id", description.id);
     setValue("name", description.name);
     setValue("start", description.start);
@@ -109,7 +110,7 @@ void IndexWriter::describe(const Description& description) {
     setValue("library_version", description.libraryVersion);
     setValue("byte_order", "little");
     setValue("state", "running");
-    setRevision(0);
+    setRevision(revision);
     countCommit();
     Statement addProperty(connection, "INSERT INTO property (key, value) VALUES (?, ?)");
     for (const auto& [key, value] : description.properties) {
@@ -171,9 +172,11 @@ void IndexWriter::countCommit() {
     setValue("commit", std::to_string(++commitCount));
 }
 
-void IndexWriter::end(const char* state, const std::string& time) {
-    setValue("state", state);
-    setValue("end", time);
+void IndexWriter::end(const RunEnd& end) {
+    setValue("state", end.state);
+    if (!end.time.empty()) {
+        setValue("end", end.time);
+    }
 }
 
 std::optional<ChunkRow> IndexWriter::lastBefore(std::size_t group, std::size_t step) {

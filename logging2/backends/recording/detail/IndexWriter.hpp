@@ -12,13 +12,19 @@
 
 namespace logging2::core::detail {
 
+/// How a run has ended.
+struct RunEnd {
+    std::string state;
+    std::string time; ///< see text_of_time(); empty if nobody knows it
+};
+
 /// The index of a recording that is being written: the only connection that changes it. For one
 /// thread at a time. A commit is a Transaction on database().
 class IndexWriter {
 public:
-    /// Makes the index with the description, for a run that is running.
+    /// Makes the index with the description and the revision, for a run that is running.
     IndexWriter(const std::string& name, mode_t mode, Durability durability, bool allowLiveReaders,
-                const Description& description);
+                const Description& description, std::uint64_t revision);
 
     Database& database() noexcept { return connection; }
 
@@ -42,8 +48,7 @@ public:
     /// Counts the commit, so that readers notice it.
     void countCommit();
 
-    /// Sets the state and the time of its end.
-    void end(const char* state, const std::string& time);
+    void end(const RunEnd& end);
 
     /// The group's last chunk with a first step before this one, if there is one.
     std::optional<ChunkRow> lastBefore(std::size_t group, std::size_t step);
@@ -57,7 +62,7 @@ public:
     void finish();
 
 private:
-    void describe(const Description& description);
+    void describe(const Description& description, std::uint64_t revision);
     void describeGroup(std::size_t position, const DescribedGroup& group);
     void setValue(std::string_view key, std::string_view value);
 
@@ -72,6 +77,9 @@ private:
     std::uint64_t commitCount = 0;
     bool hasLog;
 };
+
+/// The statements that make the tables.
+extern const char* const indexSchema;
 
 /// The columns of a chunk's row, in the order in which chunk_of() expects them, and its hash.
 extern const char* const chunkColumns;

@@ -29,14 +29,17 @@ struct RecordHeader {
     std::uint32_t version = formatVersion;
     RecordKind kind = RecordKind::description;
     RunId run{};
-    std::uint64_t sequence = 0;         ///< counts the records
-    std::uint64_t group = 0;            ///< position of the group in the description
-    std::uint64_t firstStep = 0;        ///< of a chunk; of a rollback the first discarded step
-    std::uint64_t stepCount = 0;        ///< of a chunk
-    std::uint64_t revision = 0;         ///< of the run when the record was written
-    std::uint64_t payloadByteCount = 0; ///< a multiple of the alignment
-    std::uint64_t payloadHash = 0;      ///< of a description's payload or a chunk's directory
-    std::array<std::uint64_t, 4> reserved{};
+    std::uint64_t sequence = 0;          ///< grows from record to record
+    std::uint64_t group = 0;             ///< position of the group in the description
+    std::uint64_t firstStep = 0;         ///< of a chunk; of a rollback the first discarded step
+    std::uint64_t stepCount = 0;         ///< of a chunk
+    std::uint64_t revision = 0;          ///< of the run when the record was written
+    std::uint64_t payloadByteCount = 0;  ///< a multiple of the alignment
+    std::uint64_t payloadHash = 0;       ///< of a description's payload or a chunk's directory
+    std::uint64_t rollbackCount = 0;     ///< rollbacks in the file before this record
+    std::uint64_t rollbackGroup = 0;     ///< group of the last one of them
+    std::uint64_t rollbackFirstStep = 0; ///< its first discarded step
+    std::uint64_t reserved = 0;
     std::uint64_t headerHash = 0; ///< of the bytes before it
 };
 static_assert(sizeof(RecordHeader) == 128);

@@ -1,8 +1,7 @@
 #include <logging2/backends/recording/detail/Recorder.hpp>
 
 #include <logging2/backends/recording/detail/ChunkReader.hpp>
-#include <logging2/backends/recording/detail/ColumnTree.hpp>
-#include <logging2/backends/recording/detail/doubles_at.hpp>
+#include <logging2/backends/recording/detail/add_times.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -34,14 +33,15 @@ bool allows_live_readers(const std::string& directory) {
 }
 
 Recorder::Recorder(const std::string& directory, const RecordingOptions& options,
-                   const Description& description)
+                   const Description& description, std::uint64_t firstRevision)
     : durability(options.durability),
       heldBack(options.heldBackSteps),
       run(run_id_of(description.id)),
       data(DataFile::create(directory + "/samples.bin", options.mode & 0666)),
       index(directory + "/index.sqlite", options.mode, options.durability,
-            allows_live_readers(directory), description),
-      chunkWriter(data, options.compression) {
+            allows_live_readers(directory), description, firstRevision),
+      chunkWriter(data, options.compression),
+      revision(firstRevision) {
     data.claim();
     data.reserveAhead();
     for (const DescribedGroup& group : description.groups) {
@@ -59,6 +59,7 @@ void Recorder::appendDescription(const Description& description) {
     payload.resize(aligned(payload.size()), '\0');
     RecordHeader header;
     header.run = run;
+    header.revision = revision;
     header.payloadByteCount = payload.size();
     header.payloadHash = hash_of(payload.data(), payload.size());
     header.headerHash = hash_of(header);
@@ -69,7 +70,7 @@ void Recorder::appendDescription(const Description& description) {
 }
 
 Recorder::Draft Recorder::draftOf(const Commit& commit) const {
-    Draft draft{end, nextSequence, revision, {}, {}};
+    Draft draft{end, nextSequence, revision, rollbacks, {}, {}};
     for (const Discard& discard : commit.discards) {
         draft.counts.emplace(discard.group, groups[discard.group].counts);
     }
@@ -86,23 +87,35 @@ void Recorder::commit(const Commit& commit) {
     data.checkPlace();
     index.checkPlace();
     Draft draft = draftOf(commit);
+    try {
+        store(draft, commit);
+    } catch (const std::exception&) {
+        // The file may hold records that a shorter commit does not overwrite. A reader of the file
+        // alone knows them by their sequence numbers, which are never used again.
+        nextSequence = draft.nextSequence;
+        throw;
+    }
+    end = draft.end;
+    nextSequence = draft.nextSequence;
+    revision = draft.revision;
+    rollbacks = draft.rollbacks;
+    for (const auto& [group, counts] : draft.counts) {
+        groups[group].counts = counts;
+    }
+    index.announce();
+    if (commit.end) {
+        index.finish();
+        data.giveBackReserved();
+    }
+}
+
+void Recorder::store(Draft& draft, const Commit& commit) {
     appendDiscards(draft, commit.discards);
     appendPieces(draft, commit.pieces);
     if (durability == Durability::power) {
         data.synchronize();
     }
     updateIndex(draft, commit);
-    end = draft.end;
-    nextSequence = draft.nextSequence;
-    revision = draft.revision;
-    for (const auto& [group, counts] : draft.counts) {
-        groups[group].counts = counts;
-    }
-    index.announce();
-    if (commit.endState != nullptr) {
-        index.finish();
-        data.giveBackReserved();
-    }
 }
 
 RecordHeader Recorder::headerOf(Draft& draft, RecordKind kind, std::size_t group) const {
@@ -112,6 +125,9 @@ RecordHeader Recorder::headerOf(Draft& draft, RecordKind kind, std::size_t group
     header.sequence = draft.nextSequence++;
     header.group = group;
     header.revision = draft.revision;
+    header.rollbackCount = draft.rollbacks.count;
+    header.rollbackGroup = draft.rollbacks.last.group;
+    header.rollbackFirstStep = draft.rollbacks.last.firstStep;
     return header;
 }
 
@@ -128,6 +144,7 @@ void Recorder::appendDiscards(Draft& draft, const std::vector<Discard>& discards
         header.firstStep = discard.firstStep;
         header.headerHash = hash_of(header);
         headers.push_back(header);
+        draft.rollbacks = {draft.rollbacks.count + 1, discard};
     }
     const std::size_t byteCount = headers.size() * sizeof(RecordHeader);
     data.write(headers.data(), byteCount, draft.end);
@@ -168,8 +185,8 @@ void Recorder::updateIndex(Draft& draft, const Commit& commit) {
     if (draft.revision != revision) {
         index.setRevision(draft.revision);
     }
-    if (commit.endState != nullptr) {
-        index.end(commit.endState, text_of_time(std::chrono::system_clock::now()));
+    if (commit.end) {
+        index.end(*commit.end);
     }
     index.countCommit();
     transaction.commit();
@@ -194,9 +211,8 @@ void Recorder::discardInIndex(std::size_t group, std::size_t firstStep) {
 
 ChunkRow Recorder::shortened(ChunkRow row, std::size_t stepCount) const {
     const std::vector<double> times = timesOf(row, stepCount);
-    ElementRange range;
-    add_samples(times.data(), times.size(), 1, &range);
-    describe_times(times.data(), times.size(), range, row);
+    row.stepCount = 0;
+    add_times(times.data(), times.size(), row);
     row.greatestSoFar = row.greatestTime;
     if (const auto previous = index.lastBefore(row.group, row.firstStep)) {
         row.greatestSoFar = std::max(row.greatestSoFar, previous->greatestSoFar);

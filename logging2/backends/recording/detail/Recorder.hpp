@@ -37,8 +37,8 @@ struct Discard {
 struct Commit {
     std::vector<Discard> discards;
     std::vector<Piece> pieces;
-    bool showAll = false; ///< readers see also the newest steps, which the solver may reject
-    const char* endState = nullptr; ///< the run's state from now on, unless it is still running
+    bool showAll = false;      ///< readers see also the newest steps, which the solver may reject
+    std::optional<RunEnd> end; ///< unless the run goes on
 };
 
 /// How a group stands after its last step.
@@ -53,9 +53,9 @@ struct GroupEnd {
 /// If a function throws, the recording is as it was before, and the call may be repeated.
 class Recorder {
 public:
-    /// Makes the files in the directory, which exists.
+    /// Makes the files in the directory, which exists, for a run that begins with this revision.
     Recorder(const std::string& directory, const RecordingOptions& options,
-             const Description& description);
+             const Description& description, std::uint64_t firstRevision = 0);
 
     void commit(const Commit& commit);
 
@@ -80,16 +80,24 @@ private:
         Counts counts;
     };
 
+    /// The rollbacks in the data file. Each record tells of them, in case the last one is damaged.
+    struct Rollbacks {
+        std::uint64_t count = 0;
+        Discard last{};
+    };
+
     /// What a commit makes of the state; it is kept if the commit succeeds.
     struct Draft {
         std::uint64_t end;
         std::uint64_t nextSequence;
         std::uint64_t revision;
+        Rollbacks rollbacks;
         std::map<std::size_t, Counts> counts; ///< of the groups that it changes
         std::vector<PendingChunk> chunks;     ///< of its pieces
     };
 
     Draft draftOf(const Commit& commit) const;
+    void store(Draft& draft, const Commit& commit);
     void appendDescription(const Description& description);
     void appendDiscards(Draft& draft, const std::vector<Discard>& discards);
     void appendPieces(Draft& draft, const std::vector<Piece>& pieces);
@@ -109,7 +117,8 @@ private:
     std::vector<GroupState> groups;
     std::uint64_t end = 0; ///< of the records in the data file
     std::uint64_t nextSequence = 0;
-    std::uint64_t revision = 0;
+    std::uint64_t revision;
+    Rollbacks rollbacks;
 };
 
 } // namespace logging2::core::detail

@@ -152,7 +152,7 @@ class FinishedTest(unittest.TestCase):
             self.assertEqual(header["version"], 1)
             self.assertEqual(header["run"].tobytes(), run)
             self.assertEqual(header["sequence"], sequence)
-            self.assertEqual(header["reserved"].tobytes(), bytes(32))
+            self.assertEqual(header["reserved"], 0)
         kinds = [header["kind"] for _, header, _ in self.records]
         self.assertEqual(kinds[0], DESCRIPTION)
         self.assertEqual(kinds.count(DESCRIPTION), 1)
@@ -162,8 +162,12 @@ class FinishedTest(unittest.TestCase):
 
     def test_a_rollback_has_no_payload_and_increases_the_revision(self):
         revision = 0
+        before = (0, 0, 0)
         for _, header, payload in self.records:
+            self.assertEqual(tuple(header[name] for name in (
+                "rollback_count", "rollback_group", "rollback_first_step")), before)
             if header["kind"] == ROLLBACK:
+                before = (before[0] + 1, header["group"], header["first_step"])
                 revision += 1
                 self.assertEqual((header["first_step"], payload), (20000, b""))
                 self.assertEqual((header["step_count"], header["payload_hash"]), (0, 0))

@@ -1,0 +1,125 @@
+#include <logging2/backends/recording/detail/DatabaseCheck.hpp>
+
+#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/IndexWriter.hpp>
+#include <logging2/backends/recording/detail/RecordHeader.hpp>
+
+#include <set>
+#include <tuple>
+
+#include <sqlite3.h>
+
+namespace logging2::core::detail {
+namespace {
+
+/// The kinds, names and definitions of everything in the database.
+using Schema = std::set<std::tuple<std::string, std::string, std::string>>;
+
+Schema schema_of(Database& database) {
+    Schema schema;
+    Statement query(database, "SELECT type, name, sql FROM sqlite_schema");
+    while (query.step()) {
+        schema.emplace(query.text(0), query.text(1), query.text(2));
+    }
+    return schema;
+}
+
+/// A database with the tables of an index.
+Database empty_index() {
+    Database memory(":memory:", ":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY);
+    memory.execute(indexSchema);
+    return memory;
+}
+
+} // namespace
+
+DatabaseCheck::DatabaseCheck(Database& index, Findings& foundFaults, std::uint64_t greatestRowCount)
+    : database(index),
+      findings(foundFaults),
+      limit(" LIMIT " + std::to_string(greatestRowCount)) {}
+
+bool DatabaseCheck::check() {
+    // Nothing else may be asked of a database that could hold anything.
+    if (!hasFormat() || !hasSchema()) {
+        return false;
+    }
+    checkIntegrity();
+    checkTypes();
+    return true;
+}
+
+bool DatabaseCheck::hasFormat() {
+    if (database.integer("PRAGMA application_id") != applicationId) {
+        add("it is not the index of a recording");
+        return false;
+    }
+    const std::int64_t version = database.integer("PRAGMA user_version");
+    if (version != formatVersion) {
+        add(version > formatVersion
+                ? "it was written by a newer version of logging2"
+                : "there is no such version of the format: " + std::to_string(version));
+        return false;
+    }
+    return true;
+}
+
+bool DatabaseCheck::hasSchema() {
+    const Schema found = schema_of(database);
+    Database empty = empty_index();
+    const Schema expected = schema_of(empty);
+    for (const auto& entry : found) {
+        if (expected.count(entry) == 0) {
+            add("its " + std::get<0>(entry) + " \"" + std::get<1>(entry) +
+                "\" is not that of a recording");
+        }
+    }
+    for (const auto& entry : expected) {
+        if (found.count(entry) == 0) {
+            add("the table \"" + std::get<1>(entry) + "\" is missing");
+        }
+    }
+    return found == expected;
+}
+
+void DatabaseCheck::checkIntegrity() {
+    try {
+        Statement faults(database, "PRAGMA integrity_check");
+        while (faults.step()) {
+            if (faults.text(0) != "ok") {
+                add(faults.text(0));
+            }
+        }
+    } catch (const RecordingError& error) {
+        findings.add(error);
+    }
+}
+
+/// SQLite stores values of any type in a column, and compares them by their types.
+void DatabaseCheck::checkTypes() {
+    Database empty = empty_index();
+    Statement columns(empty, "SELECT tables.name, columns.name, columns.type FROM sqlite_schema "
+                             "AS tables, pragma_table_info(tables.name) AS columns");
+    while (columns.step()) {
+        const std::string type = columns.text(2);
+        checkType(columns.text(0), columns.text(1),
+                  type == "REAL" ? "'real', 'null'" : "lower('" + type + "')");
+    }
+}
+
+void DatabaseCheck::checkType(const std::string& table, const std::string& column,
+                              const std::string& types) {
+    try {
+        const std::int64_t count =
+            database.integer(("SELECT count(*) FROM (SELECT " + column + " AS value FROM " + table +
+                              limit + ") WHERE typeof(value) NOT IN (" + types + ")")
+                                 .c_str());
+        if (count != 0) {
+            add("values of another type in the column " + column + " of the table " + table + ": " +
+                std::to_string(count));
+        }
+    } catch (const RecordingError& error) {
+        findings.add(error);
+    }
+}
+
+} // namespace logging2::core::detail
