@@ -33,9 +33,12 @@ constexpr Kind kinds[] = {
     {Call::map, ENOMEM},        {Call::statOpen, EIO},   {Call::lockRange, ENOLCK},
     {Call::lockRange, EAGAIN}};
 
-constexpr const char* files[] = {"/samples.bin",      "/index.sqlite",
-                                 "/index.sqlite-wal", "/index.sqlite-shm",
-                                 ".recording",        "/index.sqlite-journal",
+constexpr const char* files[] = {"/samples.bin",
+                                 "/index.sqlite",
+                                 "/index.sqlite-wal",
+                                 "/index.sqlite-shm",
+                                 ".recording",
+                                 "/index.sqlite-journal",
                                  "/runs"};
 
 /// What came of the runs in which one kind of call fails on one file.
@@ -71,9 +74,9 @@ protected:
         std::size_t first = 0;
         const std::size_t formerCount = descriptor_count();
         for (bool hasFailed = true; hasFailed && !HasFailure(); ++first) {
-            SCOPED_TRACE(::testing::Message() << kind.call << " " << file << ", number " << first
-                                              << ", error " << kind.error
-                                              << (once ? ", once" : ", from then on"));
+            SCOPED_TRACE(::testing::Message()
+                         << kind.call << " " << file << ", number " << first << ", error "
+                         << kind.error << (once ? ", once" : ", from then on"));
             std::filesystem::remove_all(options.directory);
             hasFailed = runWithFailure(kind, file, first, once);
             EXPECT_EQ(descriptor_count(), formerCount);

@@ -22,7 +22,7 @@ std::vector<Outcome> many_failures(int error) {
     return std::vector<Outcome>(100000, fails(error));
 }
 
-class FullDiskTest : public RecordingTest, public ::testing::WithParamInterface<const char*> {
+class FullIndexTest : public RecordingTest {
 protected:
     /// Repeats the call until it works. Returns how many times it has failed.
     std::size_t insist(const std::function<void()>& call) const {
@@ -76,6 +76,9 @@ protected:
 
     std::unique_ptr<RecordingStreamWriter> writer;
 };
+
+/// The parameter is the file to which nothing can be written.
+class FullDiskTest : public FullIndexTest, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(FullDiskTest, anyWriteMayFailAndNothingIsLost) {
     std::size_t failedCount = 0;
@@ -173,6 +176,22 @@ TEST_P(FullDiskTest, destructionNeverThrowsAndLeavesAnInterruptedRun) {
     const auto run = open_recording(location);
     EXPECT_EQ(run->info().state, RunState::interrupted);
     EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 2.0));
+}
+
+TEST_F(FullIndexTest, rollbackAfterAFailedFlushIsStored) {
+    for (const double time : {0.0, 1.0}) {
+        makeRun();
+        writeTimes(*writer, {1.0, 2.0, 3.0});
+        {
+            // What the log holds is brought to the index at the end.
+            const FailingCalls calls(Call::write, "/index.sqlite", many_failures(ENOSPC));
+            EXPECT_THROW(writer->flush(), RecordingError);
+        }
+        writer->rollback(0, time);
+        EXPECT_EQ(open(*writer)->info().state, RunState::running);
+        writer->flush();
+        EXPECT_EQ(timesOf(*open(*writer)).size(), time == 0.0 ? 0U : 1U);
+    }
 }
 
 TEST_P(FullDiskTest, revisionGrowsEvenIfTheRollbackFailedAtFirst) {

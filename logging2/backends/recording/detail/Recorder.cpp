@@ -120,8 +120,12 @@ void Recorder::commit(const Commit& commit) {
     for (const auto& [group, counts] : draft.counts) {
         groups[group].counts = counts;
     }
+    hasEnded = commit.endState != nullptr;
+}
+
+void Recorder::publish() {
     index.announce();
-    if (commit.endState != nullptr) {
+    if (hasEnded) {
         index.finish();
     }
 }
@@ -142,9 +146,12 @@ char* Recorder::stage(Draft& draft, std::size_t byteCount) {
         writeStaged(draft);
     }
     if (byteCount > stagingByteCount) {
-        stagingByteCount = std::max(leastStagingByteCount, byteCount);
+        // First the old memory goes, so that not both are held.
+        stagingByteCount = 0;
         staging.reset();
-        staging.reset(new char[stagingByteCount + alignment]);
+        const std::size_t wanted = std::max(leastStagingByteCount, byteCount);
+        staging.reset(new char[wanted + alignment]);
+        stagingByteCount = wanted;
     }
     void* first = staging.get();
     std::size_t space = stagingByteCount + alignment;
@@ -224,6 +231,8 @@ void Recorder::updateIndex(Draft& draft, const Commit& commit) {
     }
     if (commit.endState != nullptr) {
         index.end(commit.endState, text_of_time(std::chrono::system_clock::now()));
+    } else if (hasEnded) {
+        index.end("running", "");
     }
     index.countCommit();
     transaction.commit();
