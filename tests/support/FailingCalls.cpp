@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -122,6 +123,15 @@ int open_file(int (*next)(const char*, int, ...), const char* path, int flags, m
     return decide(Call::open, path).error != 0 ? -1 : next(path, flags, mode);
 }
 
+/// Memory without a file is left alone.
+template <class Function, class Offset>
+void* map(Function* next, void* place, std::size_t byteCount, int protection, int flags,
+          int descriptor, Offset offset) {
+    return descriptor != -1 && decide(Call::map, descriptor).error != 0
+               ? MAP_FAILED
+               : next(place, byteCount, protection, flags, descriptor, offset);
+}
+
 template <class Function, class Offset>
 Offset seek(Function* next, int descriptor, Offset offset, int origin) {
     return decide(Call::seek, descriptor).error != 0 ? -1 : next(descriptor, offset, origin);
@@ -132,7 +142,8 @@ Offset seek(Function* next, int descriptor, Offset offset, int origin) {
 std::ostream& operator<<(std::ostream& stream, Call call) {
     static constexpr std::array names = {"open",   "close",       "read",          "write",
                                          "seek",   "stat",        "makeDirectory", "changeMode",
-                                         "remove", "synchronize", "lock"};
+                                         "remove", "synchronize", "lock",
+                                         "truncate", "map", "statOpen", "lockRange"};
     return stream << names.at(static_cast<std::size_t>(call));
 }
 
@@ -246,6 +257,50 @@ int fdatasync(int descriptor) {
     return logging2::core::test::synchronize(next, descriptor);
 }
 
+int ftruncate(int descriptor, off_t length) noexcept {
+    static const auto next = behind<int(int, off_t)>("ftruncate");
+    return decide(Call::truncate, descriptor).error != 0 ? -1 : next(descriptor, length);
+}
+
+int ftruncate64(int descriptor, off64_t length) noexcept {
+    static const auto next = behind<int(int, off64_t)>("ftruncate64");
+    return decide(Call::truncate, descriptor).error != 0 ? -1 : next(descriptor, length);
+}
+
+void* mmap(void* place, std::size_t byteCount, int protection, int flags, int descriptor,
+           off_t offset) noexcept {
+    static const auto next = behind<void*(void*, std::size_t, int, int, int, off_t)>("mmap");
+    return logging2::core::test::map(next, place, byteCount, protection, flags, descriptor, offset);
+}
+
+void* mmap64(void* place, std::size_t byteCount, int protection, int flags, int descriptor,
+             off64_t offset) noexcept {
+    static const auto next = behind<void*(void*, std::size_t, int, int, int, off64_t)>("mmap64");
+    return logging2::core::test::map(next, place, byteCount, protection, flags, descriptor, offset);
+}
+
+int fstat(int descriptor, struct stat* status) noexcept {
+    static const auto next = behind<int(int, struct stat*)>("fstat");
+    return decide(Call::statOpen, descriptor).error != 0 ? -1 : next(descriptor, status);
+}
+
+int fstat64(int descriptor, struct stat64* status) noexcept {
+    static const auto next = behind<int(int, struct stat64*)>("fstat64");
+    return decide(Call::statOpen, descriptor).error != 0 ? -1 : next(descriptor, status);
+}
+
+int fcntl64(int descriptor, int command, ...) {
+    static const auto next = behind<int(int, int, ...)>("fcntl64");
+    va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    const bool isLock = command == F_SETLK || command == F_GETLK;
+    return isLock && decide(Call::lockRange, descriptor).error != 0
+               ? -1
+               : next(descriptor, command, argument);
+}
+
 int flock(int descriptor, int operation) noexcept {
     static const auto next = behind<int(int, int)>("flock");
     return decide(Call::lock, descriptor).error != 0 ? -1 : next(descriptor, operation);
@@ -264,6 +319,24 @@ off64_t lseek64(int descriptor, off64_t offset, int origin) noexcept {
 int stat(const char* path, struct stat* status) noexcept {
     static const auto next = behind<int(const char*, struct stat*)>("stat");
     return decide(Call::stat, path).error != 0 ? -1 : next(path, status);
+}
+
+int stat64(const char* path, struct stat64* status) noexcept {
+    static const auto next = behind<int(const char*, struct stat64*)>("stat64");
+    return decide(Call::stat, path).error != 0 ? -1 : next(path, status);
+}
+
+int lstat64(const char* path, struct stat64* status) noexcept {
+    static const auto next = behind<int(const char*, struct stat64*)>("lstat64");
+    return decide(Call::stat, path).error != 0 ? -1 : next(path, status);
+}
+
+ssize_t pread64(int descriptor, void* data, std::size_t byteCount, off64_t offset) {
+    static const auto next = behind<ssize_t(int, void*, std::size_t, off64_t)>("pread64");
+    const auto outcome = decide(Call::read, descriptor);
+    return outcome.error != 0
+               ? -1
+               : next(descriptor, data, std::min(byteCount, outcome.byteLimit), offset);
 }
 
 int lstat(const char* path, struct stat* status) noexcept {

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -20,6 +22,12 @@ inline std::vector<bool> closedOnExec(const std::filesystem::path& file) {
         }
     }
     return result;
+}
+
+/// The number of descriptors of the process, and another one.
+inline std::size_t descriptor_count() {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
 }
 
 } // namespace logging2::core::test

@@ -60,9 +60,13 @@ RecordingStreamWriter::RecordingStreamWriter(const StreamingAttributes& attribut
             paths.insert(lang::core::ValuePath(path.text));
         }
     }
+    const std::string existing = detail::existing_part(options.directory);
     directory =
         detail::make_run_directory(options.directory, description.name, start, options.mode);
     try {
+        if (options.durability == Durability::power) {
+            detail::synchronize_parents(directory, existing);
+        }
         engine.reset(new detail::Engine(directory, options, description,
                                         attributes.rollbackOnTimeRegression));
     } catch (...) {

@@ -131,6 +131,16 @@ TEST_F(RecordingDamageTest, lossOfTheTailLeavesTheRestReadable) {
     EXPECT_EQ(opened()->series(ValuePath("x"), 0.0, 59.9).size(), longStepCount);
 }
 
+TEST_F(RecordingDamageTest, logWithoutFramesHoldsNothing) {
+    // The writer was killed after it had written the log's header.
+    writeBytes(location / "index.sqlite-wal",
+               {"\x37\x7f\x06\x82\x00\x2d\xe2\x18\x00\x00\x10\x00\x00\x00\x00\x00"
+                "\xab\x48\xb4\x36\x96\xc1\xa8\xaa\x0b\x9b\x4b\xbe\x6e\x2b\xe4\xf9",
+                32});
+    writeBytes(location / "index.sqlite-shm", std::string(32768, '\0'));
+    EXPECT_NO_THROW(readAll());
+}
+
 TEST_F(RecordingDamageTest, filesOfDifferentRecordingsAreToldApart) {
     const auto other = makeWriter();
     fs::copy_file(other->location() + "/samples.bin", samples(),

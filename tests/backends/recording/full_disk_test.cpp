@@ -1,3 +1,4 @@
+#include <tests/backends/recording/fixed_run.hpp>
 #include <tests/backends/recording/recordings.hpp>
 
 #include <tests/support/FailingCalls.hpp>
@@ -21,7 +22,7 @@ std::vector<Outcome> many_failures(int error) {
     return std::vector<Outcome>(100000, fails(error));
 }
 
-class FullDiskTest : public RecordingTest, public ::testing::WithParamInterface<const char*> {
+class FullIndexTest : public RecordingTest {
 protected:
     /// Repeats the call until it works. Returns how many times it has failed.
     std::size_t insist(const std::function<void()>& call) const {
@@ -42,37 +43,14 @@ protected:
                     AnyOf(HasSubstr("No space left on device"), HasSubstr("disk is full")));
     }
 
-    void writeTo(std::size_t group, double time) {
-        const Doubles row(group == 0 ? 1 : 4, 10.0 * time);
-        insist([&] { writer->write(group, time, row.data(), row.size()); });
-    }
-
-    /// Full blocks, parts of blocks, and rollbacks to stored and to new steps, in two groups.
+    /// Everything that a run does.
     void live() {
-        for (int step = 0; step < 20; ++step) {
-            writeTo(0, step);
-            writeTo(5, step + 0.5);
-            if (step == 6 || step == 13) {
-                insist([this] { writer->flushIntermediate(); });
-            }
-            if (step == 9 || step == 15) {
-                insist([&] { writer->rollback(0, step - 5); });
-                insist([&] { writer->rollback(5, step - 1); });
-            }
-        }
-        insist([this] { writer->flush(); });
-    }
-
-    static void expectAllSamples(const core::Run& run) {
-        EXPECT_THAT(timesOf(run, "x"), ElementsAre(0, 1, 2, 3, 4, 10, 16, 17, 18, 19));
-        EXPECT_THAT(timesOf(run, "y"), ElementsAre(0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 10.5,
-                                                   11.5, 12.5, 13.5, 16.5, 17.5, 18.5, 19.5));
-        EXPECT_THAT(valuesOf(run, "x"), ElementsAre(0, 10, 20, 30, 40, 100, 160, 170, 180, 190));
+        const auto untilItWorks = [this](const auto& call) { insist(call); };
+        live_fixed_run(*writer, untilItWorks, untilItWorks);
     }
 
     void makeRun() {
-        options.chunkByteCount = 3 * 5 * sizeof(double);
-        options.bufferByteCount = 1000;
+        use_small_buffers(options);
         writer = makeWriter(twoGroups());
     }
 
@@ -99,6 +77,9 @@ protected:
     std::unique_ptr<RecordingStreamWriter> writer;
 };
 
+/// The parameter is the file to which nothing can be written.
+class FullDiskTest : public FullIndexTest, public ::testing::WithParamInterface<const char*> {};
+
 TEST_P(FullDiskTest, anyWriteMayFailAndNothingIsLost) {
     std::size_t failedCount = 0;
     for (bool hasFailed = true; hasFailed && !HasFailure(); ++failedCount) {
@@ -108,7 +89,7 @@ TEST_P(FullDiskTest, anyWriteMayFailAndNothingIsLost) {
         outcomes.push_back(fails(ENOSPC));
         const FailingCalls calls(Call::write, GetParam(), outcomes);
         live();
-        expectAllSamples(*open(*writer));
+        expect_fixed_run(*open(*writer));
         EXPECT_EQ(open(*writer)->info().state, RunState::finished);
         hasFailed = calls.count() > failedCount;
     }
@@ -122,7 +103,7 @@ TEST_P(FullDiskTest, manyFailuresInARowLoseNothing) {
         outcomes.resize(3 + count, fails(ENOSPC));
         const FailingCalls calls(Call::write, GetParam(), outcomes);
         live();
-        expectAllSamples(*open(*writer));
+        expect_fixed_run(*open(*writer));
     }
 }
 
@@ -195,6 +176,22 @@ TEST_P(FullDiskTest, destructionNeverThrowsAndLeavesAnInterruptedRun) {
     const auto run = open_recording(location);
     EXPECT_EQ(run->info().state, RunState::interrupted);
     EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 2.0));
+}
+
+TEST_F(FullIndexTest, rollbackAfterAFailedFlushIsStored) {
+    for (const double time : {0.0, 1.0}) {
+        makeRun();
+        writeTimes(*writer, {1.0, 2.0, 3.0});
+        {
+            // What the log holds is brought to the index at the end.
+            const FailingCalls calls(Call::write, "/index.sqlite", many_failures(ENOSPC));
+            EXPECT_THROW(writer->flush(), RecordingError);
+        }
+        writer->rollback(0, time);
+        EXPECT_EQ(open(*writer)->info().state, RunState::running);
+        writer->flush();
+        EXPECT_EQ(timesOf(*open(*writer)).size(), time == 0.0 ? 0U : 1U);
+    }
 }
 
 TEST_P(FullDiskTest, revisionGrowsEvenIfTheRollbackFailedAtFirst) {

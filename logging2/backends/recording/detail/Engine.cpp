@@ -4,6 +4,7 @@
 #include <logging2/backends/recording/detail/fork_count.hpp>
 
 #include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -326,39 +327,43 @@ void Engine::storeUntilStopped() {
 }
 
 void Engine::storeOnce(Lock& lock, bool withPartialBlocks) {
-    Commit commit;
-    std::vector<Taken> taken;
-    const std::size_t blockCount = addQueued(commit);
-    // What is left of the queue comes before the blocks that are not full.
-    const bool takesPartialBlocks = withPartialBlocks && blockCount == queue.size();
-    for (std::size_t g = 0; takesPartialBlocks && g < groups.size(); ++g) {
-        takeRows(*groups[g], commit, taken);
-    }
-    const bool servesRequest = isRequested && takesPartialBlocks;
-    commit.showAll = servesRequest && showsAll;
-    if (servesRequest && endState != nullptr) {
-        commit.end = RunEnd{endState, text_of_time(std::chrono::system_clock::now())};
-    }
-    if (commit.pieces.empty() && commit.discards.empty() && !servesRequest) {
-        return;
-    }
-    isStoring = true;
-    lock.unlock();
-    std::string fault;
+    Batch batch;
     try {
-        recorder.commit(commit);
+        collect(batch, withPartialBlocks);
+        if (batch.isEmpty()) {
+            return;
+        }
+        store(batch, lock);
+        isRequested = isRequested && !batch.servesRequest;
     } catch (const std::exception& error) {
-        fault = error.what();
+        keepFailure(batch, error);
     }
-    lock.lock();
-    isStoring = false;
-    if (fault.empty()) {
-        giveBackBlocks(blockCount);
-        isRequested = isRequested && !servesRequest;
-    } else {
-        keepFailure(taken, commit, fault);
+    if (batch.isStored) {
+        giveBackBlocks(batch.blockCount);
     }
     workDone.notify_all();
+}
+
+void Engine::collect(Batch& batch, bool withPartialBlocks) {
+    batch.blockCount = addQueued(batch.commit);
+    // What is left of the queue comes before the blocks that are not full.
+    const bool takesPartialBlocks = withPartialBlocks && batch.blockCount == queue.size();
+    for (std::size_t g = 0; takesPartialBlocks && g < groups.size(); ++g) {
+        takeRows(*groups[g], batch.commit, batch.taken);
+    }
+    batch.servesRequest = isRequested && takesPartialBlocks;
+    batch.commit.showAll = batch.servesRequest && showsAll;
+    if (batch.servesRequest && endState != nullptr) {
+        batch.commit.end = RunEnd{endState, text_of_time(std::chrono::system_clock::now())};
+    }
+}
+
+/// Lets the writing thread go on meanwhile.
+void Engine::store(Batch& batch, Lock& lock) {
+    const Storing storing(isStoring, lock);
+    recorder.commit(batch.commit);
+    batch.isStored = true;
+    recorder.publish();
 }
 
 /// Adds blocks of the queue, and returns how many: not all of a long queue, so that the writing
@@ -403,7 +408,10 @@ void Engine::giveBackBlocks(std::size_t count) {
 }
 
 /// A block's first rows may be stored already, from a commit before it was full.
-UnstoredSample Engine::firstUnstored(const Commit& commit) const {
+std::optional<UnstoredSample> Engine::firstUnstored(const Commit& commit) const {
+    if (commit.pieces.empty()) {
+        return std::nullopt;
+    }
     const Piece& first = commit.pieces.front();
     std::size_t storedCount = recorder.storedStepCount(first.group);
     for (const Discard& discard : commit.discards) {
@@ -411,23 +419,27 @@ UnstoredSample Engine::firstUnstored(const Commit& commit) const {
             storedCount = std::min(storedCount, discard.firstStep);
         }
     }
-    return {groups[first.group]->id, std::max(first.firstStep, storedCount)};
+    return UnstoredSample{groups[first.group]->id, std::max(first.firstStep, storedCount)};
 }
 
-void Engine::keepFailure(const std::vector<Taken>& taken, const Commit& commit,
-                         const std::string& cause) {
-    for (const auto& [group, firstStep, formerCount, formerDiscard] : taken) {
+/// The next call throws it. Called while the error is being handled.
+void Engine::keepFailure(const Batch& batch, const std::exception& error) noexcept {
+    for (const auto& [group, firstStep, formerCount, formerDiscard] : batch.taken) {
         // If the block has become full meanwhile, all of it waits in the queue.
-        if (group->firstStep == firstStep) {
+        if (!batch.isStored && group->firstStep == firstStep) {
             group->takenCount = formerCount;
             group->discardFrom = formerDiscard;
         }
     }
-    std::optional<UnstoredSample> unstored;
-    if (!commit.pieces.empty()) {
-        unstored = firstUnstored(commit);
+    try {
+        if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
+            throw;
+        }
+        throw RecordingError(location, error.what(),
+                             batch.isStored ? std::nullopt : firstUnstored(batch.commit));
+    } catch (const std::exception&) {
+        failure = std::current_exception();
     }
-    failure = std::make_exception_ptr(RecordingError(location, cause, unstored));
     hasFailed.store(true, std::memory_order_relaxed);
 }
 

@@ -14,6 +14,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -75,7 +76,39 @@ private:
         std::optional<std::size_t> formerDiscard;
     };
 
+    /// What the storing thread stores at once.
+    struct Batch {
+        Commit commit;
+        std::vector<Taken> taken;
+        std::size_t blockCount = 0; ///< of the queue
+        bool servesRequest = false;
+        bool isStored = false;
+
+        bool isEmpty() const {
+            return commit.pieces.empty() && commit.discards.empty() && !servesRequest;
+        }
+    };
+
     using Lock = std::unique_lock<std::mutex>;
+
+    /// Gives the lock away while the recorder works.
+    class Storing {
+    public:
+        Storing(bool& flag, Lock& given) : isStoring(flag), lock(given) {
+            isStoring = true;
+            lock.unlock();
+        }
+        ~Storing() {
+            lock.lock();
+            isStoring = false;
+        }
+        Storing(const Storing&) = delete;
+        Storing& operator=(const Storing&) = delete;
+
+    private:
+        bool& isStoring;
+        Lock& lock;
+    };
 
     GroupBuffer& bufferOf(std::size_t group) const {
         return group < groupsByIndex.size() && groupsByIndex[group] != nullptr
@@ -123,12 +156,13 @@ private:
 
     void storeUntilStopped();
     void storeOnce(Lock& lock, bool withPartialBlocks);
+    void collect(Batch& batch, bool withPartialBlocks);
+    void store(Batch& batch, Lock& lock);
     std::size_t addQueued(Commit& commit) const;
     static void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
     void giveBackBlocks(std::size_t count);
-    UnstoredSample firstUnstored(const Commit& commit) const;
-    void keepFailure(const std::vector<Taken>& taken, const Commit& commit,
-                     const std::string& cause);
+    std::optional<UnstoredSample> firstUnstored(const Commit& commit) const;
+    void keepFailure(const Batch& batch, const std::exception& error) noexcept;
     void stopThread();
     void endInterrupted() noexcept;
 

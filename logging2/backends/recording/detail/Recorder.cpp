@@ -102,8 +102,12 @@ void Recorder::commit(const Commit& commit) {
     for (const auto& [group, counts] : draft.counts) {
         groups[group].counts = counts;
     }
+    hasEnded = commit.end.has_value();
+}
+
+void Recorder::publish() {
     index.announce();
-    if (commit.end) {
+    if (hasEnded) {
         index.finish();
         data.giveBackReserved();
     }
@@ -187,6 +191,8 @@ void Recorder::updateIndex(Draft& draft, const Commit& commit) {
     }
     if (commit.end) {
         index.end(*commit.end);
+    } else if (hasEnded) {
+        index.end({"running", ""});
     }
     index.countCommit();
     transaction.commit();

@@ -59,6 +59,10 @@ public:
 
     void commit(const Commit& commit);
 
+    /// Shows the last commit to all readers. If it has ended the run, brings everything into the
+    /// index. What was committed is stored even if this throws.
+    void publish();
+
     /// The first stored step of the group that is later than the time, if there is one.
     std::optional<std::size_t> firstLater(std::size_t group, double time) const;
 
@@ -119,6 +123,7 @@ private:
     std::uint64_t nextSequence = 0;
     std::uint64_t revision;
     Rollbacks rollbacks;
+    bool hasEnded = false; ///< by the last commit
 };
 
 } // namespace logging2::core::detail

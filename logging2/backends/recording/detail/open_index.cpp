@@ -3,6 +3,7 @@
 #include <logging2/backends/recording/RecordingError.hpp>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -41,10 +42,13 @@ std::unique_ptr<Database> opened(const std::string& name, const char* parameters
     return database;
 }
 
+/// A log of its header alone holds nothing, and SQLite would wait for its writer in vain.
+constexpr std::uintmax_t logHeaderByteCount = 32;
+
 bool has_log(const std::string& name) {
     std::error_code error;
     const auto byteCount = fs::file_size(name + "-wal", error);
-    return !error && byteCount > 0;
+    return !error && byteCount > logHeaderByteCount;
 }
 
 /// A directory that only this user sees, until the end of the object.

@@ -35,16 +35,28 @@ std::string plain_name(std::string name) {
     return name.empty() ? "run" : name.substr(0, greatestNameLength);
 }
 
-std::string made_parent(const std::string& parent) {
+[[noreturn]] void fail_to_make(const std::string& directory, const std::error_code& error) {
+    throw RecordingError(directory, "cannot make the directory: " + error.message());
+}
+
+/// The absolute name, without a slash at its end.
+std::filesystem::path absolute_name(const std::string& directory) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(directory, error);
+    if (error) {
+        fail_to_make(directory, error);
+    }
+    const std::filesystem::path normal = absolute.lexically_normal();
+    return normal.has_filename() ? normal : normal.parent_path();
+}
+
+std::filesystem::path made_parent(const std::string& parent) {
     std::error_code error;
     std::filesystem::create_directories(parent, error);
-    if (!error) {
-        const std::filesystem::path absolute = std::filesystem::absolute(parent, error);
-        if (!error) {
-            return absolute.lexically_normal().string();
-        }
+    if (error) {
+        fail_to_make(parent, error);
     }
-    throw RecordingError(parent, "cannot make the directory: " + error.message());
+    return absolute_name(parent);
 }
 
 /// Sets the permissions of the new directory, whatever the umask, or removes it and throws.
@@ -83,6 +95,23 @@ std::string make_run_directory(const std::string& parent, const std::string& str
             throw RecordingError(made, "cannot make the directory: " + text_of_error(errno));
         }
     }
+}
+
+std::string existing_part(const std::string& directory) {
+    std::filesystem::path part = absolute_name(directory);
+    std::error_code error;
+    while (!std::filesystem::exists(part, error) && part.has_relative_path()) {
+        part = part.parent_path();
+    }
+    return part.string();
+}
+
+void synchronize_parents(const std::string& directory, const std::string& last) {
+    std::filesystem::path parent = directory;
+    do {
+        parent = parent.parent_path();
+        synchronize_directory(parent.string());
+    } while (parent != last && parent.has_relative_path());
 }
 
 } // namespace logging2::core::detail

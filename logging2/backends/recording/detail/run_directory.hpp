@@ -21,4 +21,10 @@ std::string directory_name(const std::string& streamName,
 std::string make_run_directory(const std::string& parent, const std::string& streamName,
                                std::chrono::system_clock::time_point start, mode_t mode);
 
+/// The absolute name of the directory, or of its closest parent that exists.
+std::string existing_part(const std::string& directory);
+
+/// Waits until the disk has the entries of the directory's parents, up to the last one of them.
+void synchronize_parents(const std::string& directory, const std::string& last);
+
 } // namespace logging2::core::detail
