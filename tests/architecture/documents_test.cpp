@@ -99,8 +99,7 @@ TEST(DocumentsTest, everyDecisionIsListedAndHasTheSameHeadings) {
     ASSERT_THAT(listed, SizeIs(pages.size() - 1));
     for (std::size_t i = 0; i < listed.size(); ++i) {
         EXPECT_THAT(listed[i], StartsWith((i < 9 ? "0" : "") + std::to_string(i + 1) + "-"));
-        EXPECT_THAT(headings(bytesOf(folder + "/" + listed[i])),
-                    ElementsAre("Decision", "Reasons"))
+        EXPECT_THAT(headings(bytesOf(folder + "/" + listed[i])), ElementsAre("Decision", "Reasons"))
             << listed[i];
     }
 }

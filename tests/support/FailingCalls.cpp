@@ -142,8 +142,8 @@ Offset seek(Function* next, int descriptor, Offset offset, int origin) {
 std::ostream& operator<<(std::ostream& stream, Call call) {
     static constexpr std::array names = {"open",   "close",       "read",          "write",
                                          "seek",   "stat",        "makeDirectory", "changeMode",
-                                         "remove", "synchronize", "lock",
-                                         "truncate", "map", "statOpen", "lockRange"};
+                                         "remove", "synchronize", "lock",          "truncate",
+                                         "map",    "statOpen",    "lockRange"};
     return stream << names.at(static_cast<std::size_t>(call));
 }
 

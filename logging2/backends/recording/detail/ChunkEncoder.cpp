@@ -132,9 +132,8 @@ void ChunkEncoder::encodeLeaf(const ChunkLayout& chunk, const double* rows, std:
             copy_wide(rows + offset, length, count, width, columns.front());
         }
         for (std::size_t k = 0; k < columnCount; ++k) {
-            write_leaf(
-                columns[k], count, width,
-                leaf_of(chunk.columns[firstColumn + k], firstStep / leafStepCount, payload));
+            write_leaf(columns[k], count, width,
+                       leaf_of(chunk.columns[firstColumn + k], firstStep / leafStepCount, payload));
         }
     }
 }

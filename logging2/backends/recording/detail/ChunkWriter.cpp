@@ -152,8 +152,7 @@ std::size_t ChunkWriter::encode(Workspace& workspace, PendingChunk& chunk, char*
     char* const payload = place + sizeof header;
     chunk.encoder->encode(layout, chunk.rows, payload);
     add_times(doubles_at(payload, layout.columns[0].values), layout.stepCount, chunk.row);
-    const auto packed =
-        workspace.packer ? workspace.packer->pack(layout, payload) : std::nullopt;
+    const auto packed = workspace.packer ? workspace.packer->pack(layout, payload) : std::nullopt;
     header.kind = packed ? RecordKind::packedChunk : RecordKind::chunk;
     header.payloadByteCount = packed ? packed->byteCount : layout.byteCount;
     header.payloadHash =

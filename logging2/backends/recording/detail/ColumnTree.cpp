@@ -60,8 +60,7 @@ template <std::size_t Lanes, std::size_t PackCount>
     }
     for (std::size_t k = 0; k < PackCount; ++k) {
         for (std::size_t lane = 0; lane < Lanes; ++lane) {
-            add_range({least[k][lane], greatest[k][lane], 0},
-                      ranges[(k * Lanes + lane) % width]);
+            add_range({least[k][lane], greatest[k][lane], 0}, ranges[(k * Lanes + lane) % width]);
         }
     }
     return true;
