@@ -57,8 +57,8 @@ struct RecordingOptions {
     /// What a commit survives.
     Durability durability = Durability::process;
 
-    /// How the samples are stored. With `lz4`, a channel's values in a chunk are packed if that saves
-    /// at least 15 % of their bytes.
+    /// How the samples are stored. With `lz4`, a channel's values in a chunk are packed if that
+    /// saves at least 15 % of their bytes.
     Compression compression = Compression::none;
 };
 
