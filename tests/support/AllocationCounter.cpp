@@ -30,6 +30,12 @@ thread_local Failure failure;
 thread_local const logging2::core::test::RefusedAllocation* lastRefusal = nullptr;
 std::atomic<std::size_t> liveCount{0};
 
+/// How many allocations of threads that do not plan the failure come before it, and 1; not positive
+/// behind it.
+std::atomic<std::ptrdiff_t> leftElsewhere{0};
+std::atomic<bool> isPlannedElsewhere{false};
+thread_local bool plansElsewhere = false;
+
 void record(std::size_t bytes) {
     if (!tally.active) {
         return;
@@ -42,6 +48,9 @@ void record(std::size_t bytes) {
 }
 
 bool is_to_fail() {
+    if (isPlannedElsewhere && !plansElsewhere) {
+        return --leftElsewhere == 0;
+    }
     if (!failure.active || failure.happened) {
         return false;
     }
@@ -188,6 +197,21 @@ AllocationFailure::~AllocationFailure() {
 
 bool AllocationFailure::happened() const {
     return failure.happened;
+}
+
+AllocationFailureElsewhere::AllocationFailureElsewhere(std::size_t before) {
+    plansElsewhere = true;
+    leftElsewhere = static_cast<std::ptrdiff_t>(before) + 1;
+    isPlannedElsewhere = true;
+}
+
+AllocationFailureElsewhere::~AllocationFailureElsewhere() {
+    isPlannedElsewhere = false;
+    plansElsewhere = false;
+}
+
+bool AllocationFailureElsewhere::happened() const {
+    return leftElsewhere <= 0;
 }
 
 std::size_t live_allocation_count() {

@@ -54,6 +54,18 @@ public:
     bool happened() const;
 };
 
+/// The same for one allocation of the other threads together.
+class AllocationFailureElsewhere {
+public:
+    explicit AllocationFailureElsewhere(std::size_t before);
+    ~AllocationFailureElsewhere();
+    AllocationFailureElsewhere(const AllocationFailureElsewhere&) = delete;
+    AllocationFailureElsewhere& operator=(const AllocationFailureElsewhere&) = delete;
+
+    /// Whether that allocation was requested.
+    bool happened() const;
+};
+
 /// Allocations of this process that have not been freed.
 std::size_t live_allocation_count();
 

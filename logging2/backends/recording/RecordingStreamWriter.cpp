@@ -7,7 +7,6 @@
 
 #include <array>
 #include <filesystem>
-#include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -92,9 +91,7 @@ void RecordingStreamWriter::rollback(std::size_t group, double time) {
 
 boost::any RecordingStreamWriter::dataStore(const lang::core::ValuePath& path) const {
     if (paths.count(path) == 0) {
-        std::ostringstream message;
-        message << directory << ": there is no signal \"" << path << '"';
-        throw std::out_of_range(message.str());
+        throw std::out_of_range(directory + ": there is no signal \"" + path.text() + '"');
     }
     return RecordingDatastore{directory, path};
 }

@@ -20,8 +20,10 @@ inline void use_small_buffers(RecordingOptions& options) {
 template <class Insist, class Attempt>
 void live_fixed_run(StreamWriter& writer, Insist insist, Attempt attempt) {
     const auto writeTo = [&](std::size_t group, double time) {
-        const Doubles row(group == 0 ? 1 : 4, 10.0 * time);
-        insist([&] { writer.write(group, time, row.data(), row.size()); });
+        insist([&] {
+            const Doubles row(group == 0 ? 1 : 4, 10.0 * time);
+            writer.write(group, time, row.data(), row.size());
+        });
     };
     for (int step = 0; step < 20; ++step) {
         writeTo(0, step);

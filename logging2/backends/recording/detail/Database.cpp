@@ -66,8 +66,7 @@ Statement::Statement(Database& owner, const char* text) : database(&owner) {
 }
 
 Statement& Statement::bind(std::int64_t value) {
-    database->check(sqlite3_bind_int64(statement.get(), ++bound, value));
-    return *this;
+    return checked(sqlite3_bind_int64(statement.get(), ++bound, value));
 }
 
 Statement& Statement::bind(std::uint64_t value) {
@@ -75,13 +74,20 @@ Statement& Statement::bind(std::uint64_t value) {
 }
 
 Statement& Statement::bind(double value) {
-    database->check(sqlite3_bind_double(statement.get(), ++bound, value));
-    return *this;
+    return checked(sqlite3_bind_double(statement.get(), ++bound, value));
 }
 
 Statement& Statement::bind(std::string_view text) {
-    database->check(sqlite3_bind_text64(statement.get(), ++bound, text.data(), text.size(),
-                                        SQLITE_TRANSIENT, SQLITE_UTF8));
+    return checked(sqlite3_bind_text64(statement.get(), ++bound, text.data(), text.size(),
+                                       SQLITE_TRANSIENT, SQLITE_UTF8));
+}
+
+Statement& Statement::checked(int resultCode) {
+    if (resultCode != SQLITE_OK) {
+        // The next use begins with the first parameter.
+        reset();
+    }
+    database->check(resultCode);
     return *this;
 }
 

@@ -82,6 +82,7 @@ public:
     std::string text(int column) const;
 
 private:
+    Statement& checked(int resultCode);
     void reset() noexcept;
 
     Database* database;

@@ -107,6 +107,7 @@ void read_path(std::istringstream& line, DescribedGroup& group) {
 
 void read_line(const std::string& text, Description& description) {
     std::istringstream line(text);
+    line.exceptions(std::ios::badbit);
     const std::string kind = word_of(line);
     const std::map<std::string, std::string*> words{
         {"id", &description.id},           {"name", &description.name},
@@ -131,6 +132,12 @@ void read_line(const std::string& text, Description& description) {
     }
 }
 
+/// A stream that throws if there is no memory; by default it would leave something out.
+class TextStream : public std::ostringstream {
+public:
+    TextStream() { exceptions(std::ios::badbit); }
+};
+
 std::vector<DescribedPath> paths_of(const LoggedPathsSetupData& setup,
                                     std::set<std::string>& known) {
     std::vector<DescribedPath> paths;
@@ -139,10 +146,9 @@ std::vector<DescribedPath> paths_of(const LoggedPathsSetupData& setup,
         const auto channel =
             std::find_if(channels.begin(), channels.end(),
                          [&](const LoggedChannel& candidate) { return candidate.id == logged.id; });
-        std::ostringstream text;
-        text << logged.path;
-        if (channel != channels.end() && known.insert(text.str()).second) {
-            paths.push_back({text.str(), static_cast<std::size_t>(channel - channels.begin())});
+        const std::string text = logged.path.text();
+        if (channel != channels.end() && known.insert(text).second) {
+            paths.push_back({text, static_cast<std::size_t>(channel - channels.begin())});
         }
     }
     std::stable_sort(paths.begin(), paths.end(),
@@ -177,7 +183,7 @@ std::vector<std::size_t> widths_of(const DescribedGroup& group) {
 }
 
 std::string text_of(const Description& description) {
-    std::ostringstream text;
+    TextStream text;
     text << firstLine << "\nid " << escaped(description.id) << "\nname "
          << escaped(description.name) << "\nstart " << escaped(description.start) << "\nhost "
          << escaped(description.host) << "\nprocess " << escaped(description.process)
@@ -200,6 +206,7 @@ std::string text_of(const Description& description) {
 Description description_of(const std::string& text) {
     Description description;
     std::istringstream lines(text);
+    lines.exceptions(std::ios::badbit);
     std::string line;
     if (!std::getline(lines, line) || line != firstLine) {
         throw std::runtime_error("the description does not begin as that of a recording");
@@ -247,7 +254,7 @@ std::chrono::system_clock::time_point time_of(const std::string& text) {
 }
 
 std::string new_uuid() {
-    std::ostringstream text;
+    TextStream text;
     text << get_unique_id();
     return text.str();
 }

@@ -136,7 +136,9 @@ void IndexWriter::describeGroup(std::size_t position, const DescribedGroup& grou
 }
 
 void IndexWriter::setValue(std::string_view key, std::string_view value) {
-    updateValue.bind(key).bind(value).bind(hash_of_row(key, value)).run();
+    // First the hash, which needs memory: a statement is bound as a whole.
+    const std::uint64_t hash = hash_of_row(key, value);
+    updateValue.bind(key).bind(value).bind(hash).run();
 }
 
 void IndexWriter::add(const ChunkRow& chunk) {

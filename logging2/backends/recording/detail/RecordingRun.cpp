@@ -7,7 +7,6 @@
 #include <cmath>
 #include <memory>
 #include <numeric>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -169,11 +168,10 @@ std::vector<SignalInfo> RecordingRun::signals() const {
 }
 
 RecordingRun::Place RecordingRun::placeOf(const lang::core::ValuePath& path) const {
-    std::ostringstream text;
-    text << path;
-    const auto place = places.find(text.str());
+    const std::string text = path.text();
+    const auto place = places.find(text);
     if (place == places.end()) {
-        throw std::out_of_range(location + ": there is no signal \"" + text.str() + '"');
+        throw std::out_of_range(location + ": there is no signal \"" + text + '"');
     }
     return place->second;
 }
