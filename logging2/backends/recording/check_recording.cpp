@@ -6,13 +6,12 @@
 #include <logging2/backends/recording/detail/Findings.hpp>
 #include <logging2/backends/recording/detail/IndexCheck.hpp>
 #include <logging2/backends/recording/detail/read_description.hpp>
+#include <logging2/backends/recording/detail/run_directory.hpp>
 
 #include <algorithm>
-#include <filesystem>
 #include <limits>
 #include <optional>
 #include <sstream>
-#include <system_error>
 
 namespace logging2::core {
 namespace {
@@ -145,10 +144,7 @@ private:
 } // namespace
 
 RecordingCheck check_recording(const std::string& directory, const RecordingProgress& progress) {
-    std::error_code error;
-    if (!std::filesystem::is_directory(directory, error)) {
-        throw RecordingError(directory, "it is not a directory, and so not a recording");
-    }
+    detail::require_directory(directory);
     return Check(directory, progress).run();
 }
 

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <system_error>
 #include <tuple>
 
 namespace logging2::core {
@@ -33,10 +32,7 @@ bool comes_before(const RecordingEntry& a, const RecordingEntry& b) {
 } // namespace
 
 std::unique_ptr<Run> open_recording(const std::string& directory) {
-    std::error_code error;
-    if (!fs::is_directory(directory, error)) {
-        throw RecordingError(directory, "it is not a directory, and so not a recording");
-    }
+    detail::require_directory(directory);
     return std::make_unique<detail::RecordingRun>(directory);
 }
 

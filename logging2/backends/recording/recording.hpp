@@ -10,6 +10,8 @@
 #include <logging2/backends/recording/RecordingStreamReader.hpp>
 #include <logging2/backends/recording/RecordingStreamWriter.hpp>
 #include <logging2/backends/recording/check_recording.hpp>
+#include <logging2/backends/recording/copy_recording.hpp>
 #include <logging2/backends/recording/export.hpp>
 #include <logging2/backends/recording/open_recording.hpp>
+#include <logging2/backends/recording/rebuild_recording.hpp>
 #include <logging2/backends/recording/register_recording_backend.hpp>

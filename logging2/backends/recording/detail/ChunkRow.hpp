@@ -24,6 +24,13 @@ struct ChunkRow {
     double greatestSoFar = -std::numeric_limits<double>::infinity(); ///< also of earlier chunks
 };
 
+/// Consecutive samples of one chunk.
+struct SampleSpan {
+    const ChunkRow* chunk = nullptr;
+    std::size_t first = 0; ///< in the chunk
+    std::size_t count = 0;
+};
+
 /// Whether both describe the same samples.
 inline bool is_same_chunk(const ChunkRow& a, const ChunkRow& b) {
     return a.sequence == b.sequence && a.stepCount == b.stepCount;

@@ -135,6 +135,18 @@ std::vector<SampleSpan> RecordingRun::spansOf(std::size_t group) const {
     return spans;
 }
 
+RunContent RecordingRun::content() const {
+    const char* const endState = state.state == "finished" ? "finished" : "interrupted";
+    RunContent result{data, description, state.revision, {endState, state.end}, {}};
+    for (std::size_t group = 0; group < description.groups.size(); ++group) {
+        result.groups.push_back(spansOf(group));
+        for (const SampleSpan& span : result.groups.back()) {
+            withChunk(*span.chunk, [](const ChunkReader&) {});
+        }
+    }
+    return result;
+}
+
 std::vector<GroupInfo> RecordingRun::groups() const {
     std::vector<GroupInfo> result;
     for (std::size_t group = 0; group < description.groups.size(); ++group) {

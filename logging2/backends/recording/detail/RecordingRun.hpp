@@ -5,6 +5,7 @@
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/Description.hpp>
 #include <logging2/backends/recording/detail/IndexReader.hpp>
+#include <logging2/backends/recording/detail/RunWriter.hpp>
 #include <logging2/runs/Run.hpp>
 
 #include <cstddef>
@@ -17,13 +18,6 @@
 #include <vector>
 
 namespace logging2::core::detail {
-
-/// Visible samples of one chunk.
-struct SampleSpan {
-    const ChunkRow* chunk = nullptr;
-    std::size_t first = 0; ///< in the chunk
-    std::size_t count = 0;
-};
 
 /// A recording that is being read.
 class RecordingRun final : public Run {
@@ -38,6 +32,10 @@ public:
     Overview overview(const lang::core::ValuePath& path, double from, double to,
                       std::size_t bucketCount) const override;
     bool refresh() override;
+
+    /// What is visible, to be written once more; valid until the next refresh. The headers of all
+    /// chunks are checked. A run that is running counts as interrupted.
+    RunContent content() const;
 
 private:
     /// Where a path's samples stand.

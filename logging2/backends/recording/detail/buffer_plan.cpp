@@ -43,11 +43,6 @@ void check_byte_count(std::size_t byteCount, const std::vector<std::size_t>& row
 constexpr std::size_t cachedByteCount = std::size_t{4} * 1024 * 1024;
 constexpr std::size_t leastShare = std::size_t{128} * 1024;
 
-std::size_t rounded_down(std::size_t rowCount) {
-    return rowCount < leafStepCount ? std::max(rowCount, std::size_t{1})
-                                    : rowCount / leafStepCount * leafStepCount;
-}
-
 } // namespace
 
 std::size_t row_length(const DescribedGroup& group) {
@@ -56,6 +51,12 @@ std::size_t row_length(const DescribedGroup& group) {
         length += channel.width;
     }
     return length;
+}
+
+std::size_t rows_per_chunk(std::size_t chunkByteCount, std::size_t rowByteCount) {
+    const std::size_t rowCount = chunkByteCount / rowByteCount;
+    return rowCount < leafStepCount ? std::max(rowCount, std::size_t{1})
+                                    : rowCount / leafStepCount * leafStepCount;
 }
 
 std::vector<std::size_t> row_capacities(const RecordingOptions& options,
@@ -76,7 +77,7 @@ std::vector<std::size_t> row_capacities(const RecordingOptions& options,
         std::min({options.chunkByteCount, std::max(cachedByteCount / groups.size(), leastShare),
                   share_of(options.bufferByteCount - forWaiting, rowByteCounts)});
     for (const std::size_t rowByteCount : rowByteCounts) {
-        capacities.push_back(rounded_down(byteCount / rowByteCount));
+        capacities.push_back(rows_per_chunk(byteCount, rowByteCount));
     }
     return capacities;
 }

@@ -11,6 +11,10 @@ namespace logging2::core::detail {
 /// The number of doubles of a group's row, the time included.
 std::size_t row_length(const DescribedGroup& group);
 
+/// How many rows of this size fit into a chunk: one at least, and whole leaves if there is room for
+/// one.
+std::size_t rows_per_chunk(std::size_t chunkByteCount, std::size_t rowByteCount);
+
 /// How many rows a block of each group holds. A quarter of the buffer's bytes, or what the largest
 /// block needs, is left for blocks that wait to be written.
 ///

@@ -59,7 +59,15 @@ std::filesystem::path made_parent(const std::string& parent) {
     return absolute_name(parent);
 }
 
-/// Sets the permissions of the new directory, whatever the umask, or removes it and throws.
+} // namespace
+
+void require_directory(const std::string& directory) {
+    std::error_code error;
+    if (!std::filesystem::is_directory(directory, error)) {
+        throw RecordingError(directory, "it is not a directory, and so not a recording");
+    }
+}
+
 void set_mode(const std::string& directory, mode_t mode) {
     if (chmod(directory.c_str(), mode) == -1) {
         const std::string reason = text_of_error(errno);
@@ -67,8 +75,6 @@ void set_mode(const std::string& directory, mode_t mode) {
         throw RecordingError(directory, "cannot set its permissions: " + reason);
     }
 }
-
-} // namespace
 
 std::string directory_name(const std::string& streamName,
                            std::chrono::system_clock::time_point start, const std::string& mark) {

@@ -16,6 +16,13 @@ constexpr const char* recordingSuffix = ".recording";
 std::string directory_name(const std::string& streamName,
                            std::chrono::system_clock::time_point start, const std::string& mark);
 
+/// Throws RecordingError unless there is such a directory.
+void require_directory(const std::string& directory);
+
+/// Sets the permissions of the new directory, whatever the umask, or removes it and throws
+/// RecordingError.
+void set_mode(const std::string& directory, mode_t mode);
+
 /// Makes a new directory for a recording below the parent, which is made if it is missing, and
 /// returns its absolute path. Throws RecordingError.
 std::string make_run_directory(const std::string& parent, const std::string& streamName,
