@@ -14,8 +14,8 @@ namespace logging2::core {
 ///
 /// The copy has the same id, description, start, end and revision. A run that is running is
 /// interrupted in the copy; otherwise the state is the same. Of the options, `mode`,
-/// `chunkByteCount` and `durability` are obeyed; with Durability::power the disk has the copy when
-/// the function returns.
+/// `chunkByteCount`, `compression` and `durability` are obeyed; with Durability::power the disk has
+/// the copy when the function returns.
 ///
 /// Everything is compared with its hash. Throws RecordingError if the recording is damaged or the
 /// copy cannot be written, std::invalid_argument if an option has no meaning, std::bad_alloc, and

@@ -103,7 +103,17 @@ private:
     std::vector<SampleSpan> readableSpans(const ChunkRow& row) const {
         const detail::ChunkLayout layout = detail::layout_of(
             detail::widths_of(first.description.groups[row.group]), row.storedStepCount);
-        const detail::ChunkReader chunk(file, first.run, row, layout, true);
+        try {
+            return readableSpans(row, layout,
+                                 detail::ChunkReader(file, first.run, row, layout, true));
+        } catch (const RecordingError&) {
+            return {}; // Nobody knows where the segments of a packed chunk are.
+        }
+    }
+
+    static std::vector<SampleSpan> readableSpans(const ChunkRow& row,
+                                                 const detail::ChunkLayout& layout,
+                                                 const detail::ChunkReader& chunk) {
         detail::ChunkLeaves leaves(chunk, layout);
         std::vector<SampleSpan> spans;
         bool isReadable = false;

@@ -99,6 +99,19 @@ TEST_F(CopyRecordingTest, chunksHaveTheSizeOfTheOptions) {
     EXPECT_EQ(chunkCount(1 << 20), 2U);
 }
 
+TEST_F(CopyRecordingTest, copiesCanBePackedAndUnpacked) {
+    const std::string location = record();
+    const auto original = open_recording(location);
+    RecordingOptions packing;
+    packing.compression = Compression::lz4;
+    const std::string packed = (copies.path() / "packed").string();
+    copy_recording(location, packed, packing);
+    EXPECT_THAT(check_recording(packed).findings, IsEmpty());
+    EXPECT_LT(fs::file_size(packed + "/samples.bin"), fs::file_size(location + "/samples.bin") / 2);
+    expectSameSamples(*open_recording(packed), *original);
+    expectSameSamples(*copied(packed), *original);
+}
+
 TEST_F(CopyRecordingTest, longChunksAreTakenApart) {
     const auto writer = makeWriter();
     for (int step = 0; step < 20000; ++step) {

@@ -12,6 +12,7 @@ namespace logging2::core::test {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::ThrowsMessage;
 
 class PackedDamageTest : public DamagedRecordingTest {
@@ -71,6 +72,7 @@ protected:
 
     void expectDamage(const char* text) const {
         EXPECT_THAT([this] { readAll(); }, ThrowsMessage<RecordingError>(HasSubstr(text)));
+        EXPECT_GE(check_recording(location.string()).findingCount, 1U);
     }
 };
 
@@ -81,6 +83,7 @@ TEST_F(PackedDamageTest, wholeRecordingHasNone) {
     setSegmentSizes(segmentSizes());
     setPlace(chunkOffset(), byteCount());
     EXPECT_NO_THROW(readAll());
+    EXPECT_THAT(check_recording(location.string()).findings, IsEmpty());
 }
 
 TEST_F(PackedDamageTest, segmentsMustFillTheChunk) {

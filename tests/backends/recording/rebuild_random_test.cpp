@@ -29,6 +29,7 @@ protected:
         random.seed(seed);
         options.chunkByteCount = std::size_t{128} << below(8);
         options.heldBackSteps = below(2) * 8;
+        options.compression = below(2) == 0 ? Compression::none : Compression::lz4;
         const auto writer = makeWriter(script_setup());
         location = writer->location();
         Script script(seed);

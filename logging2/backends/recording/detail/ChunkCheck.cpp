@@ -2,9 +2,11 @@
 
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/ColumnTree.hpp>
+#include <logging2/backends/recording/detail/PackedLayout.hpp>
 #include <logging2/backends/recording/detail/add_times.hpp>
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 
 namespace logging2::core::detail {
@@ -25,12 +27,12 @@ ChunkCheck::ChunkCheck(const DataFile& dataFile, std::uint64_t fileByteCount, co
       run(runId),
       group(describedGroup),
       row(chunkRow),
-      findings(foundFaults),
-      chunk(dataFile, run, row, layout, true) {}
+      findings(foundFaults) {}
 
 void ChunkCheck::check(double greatestTimeBefore) {
     try {
         if (hasPlace() && isExpected()) {
+            chunk.emplace(file, run, row, layout, true);
             checkColumns();
             checkTimes(greatestTimeBefore);
         }
@@ -58,7 +60,9 @@ bool ChunkCheck::hasPlace() {
         return false;
     }
     const std::uint64_t expected = sizeof(RecordHeader) + layout.byteCount;
-    if (row.byteCount != expected) {
+    if (row.byteCount > expected ||
+        (isPacked() &&
+         row.byteCount < sizeof(RecordHeader) + packed_directory_byte_count(layout))) {
         add(text_of_difference("in the index, its byte_count", expected, row.byteCount));
         return false;
     }
@@ -74,6 +78,11 @@ bool ChunkCheck::hasPlace() {
     return true;
 }
 
+/// Whether the index says so: packed chunks are smaller.
+bool ChunkCheck::isPacked() const {
+    return row.byteCount < sizeof(RecordHeader) + layout.byteCount;
+}
+
 /// Whether the samples can be looked at. If the header is damaged, they may be whole.
 bool ChunkCheck::isExpected() {
     RecordHeader header;
@@ -82,31 +91,30 @@ bool ChunkCheck::isExpected() {
         add(fault);
         return true;
     }
-    struct Field {
-        const char* name;
-        std::uint64_t expected;
-        std::uint64_t found;
-    };
     bool result = header.run == run;
     if (!result) {
         add("it belongs to another run");
     }
-    for (const auto& [name, expected, found] :
-         {Field{"kind", static_cast<std::uint64_t>(RecordKind::chunk),
-                static_cast<std::uint64_t>(header.kind)},
-          Field{"sequence", row.sequence, header.sequence}, Field{"group", row.group, header.group},
-          Field{"first_step", row.firstStep, header.firstStep},
-          Field{"step_count", row.storedStepCount, header.stepCount},
-          Field{"payload_byte_count", layout.byteCount, header.payloadByteCount}}) {
-        if (found != expected) {
-            add(text_of_difference(std::string("in its header, ") + name, expected, found));
-            result = false;
-        }
-    }
+    const RecordKind kind = isPacked() ? RecordKind::packedChunk : RecordKind::chunk;
+    const std::array fields{
+        hasField("kind", static_cast<std::uint64_t>(kind), static_cast<std::uint64_t>(header.kind)),
+        hasField("sequence", row.sequence, header.sequence),
+        hasField("group", row.group, header.group),
+        hasField("first_step", row.firstStep, header.firstStep),
+        hasField("step_count", row.storedStepCount, header.stepCount),
+        hasField("payload_byte_count", row.byteCount - sizeof header, header.payloadByteCount)};
+    result = result && std::find(fields.begin(), fields.end(), false) == fields.end();
     if (result) {
         checkDirectory();
     }
     return result;
+}
+
+bool ChunkCheck::hasField(const char* name, std::uint64_t expected, std::uint64_t found) {
+    if (found != expected) {
+        add(text_of_difference(std::string("in its header, ") + name, expected, found));
+    }
+    return found == expected;
 }
 
 void ChunkCheck::checkDirectory() {
@@ -119,7 +127,7 @@ void ChunkCheck::checkDirectory() {
 
 void ChunkCheck::checkColumns() {
     for (column = 0; column < layout.columns.size(); ++column) {
-        checkNode(layout.columns[column].levels.size(), 0, chunk.root(column).data());
+        checkNode(layout.columns[column].levels.size(), 0, chunk->root(column).data());
     }
 }
 
@@ -145,7 +153,7 @@ void ChunkCheck::checkLeaf(std::size_t index, const double* node) {
     const std::size_t width = layout.columns[column].width;
     const std::size_t first = index * leafStepCount;
     const std::size_t count = stepCountOf(0, index);
-    const std::vector<double> samples = chunk.samples(column, index, node);
+    const std::vector<double> samples = chunk->samples(column, index, node);
     std::vector<ElementRange> ranges(width);
     add_samples(samples.data(), count, width, ranges.data());
     compareRanges(node, ranges, place(first, count));
@@ -156,7 +164,7 @@ void ChunkCheck::checkLeaf(std::size_t index, const double* node) {
 
 void ChunkCheck::checkChildren(std::size_t level, std::size_t index, const double* node) {
     const std::size_t width = layout.columns[column].width;
-    const std::vector<double> nodes = chunk.children(column, level - 1, index, node);
+    const std::vector<double> nodes = chunk->children(column, level - 1, index, node);
     const std::size_t stride = node_double_count(width);
     const std::size_t count = nodes.size() / stride;
     std::vector<ElementRange> ranges(width);

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,7 +31,9 @@ public:
 
 private:
     bool hasPlace();
+    bool isPacked() const;
     bool isExpected();
+    bool hasField(const char* name, std::uint64_t expected, std::uint64_t found);
     void checkDirectory();
     void checkColumns();
     void checkNode(std::size_t level, std::size_t index, const double* node);
@@ -50,9 +53,9 @@ private:
     const ChunkRow& row;
     Findings& findings;
     ChunkLayout layout;
-    ChunkReader chunk;      ///< does not check the header, because this object tells more about it
-    std::size_t column = 0; ///< the one that is being checked
-    ChunkRow times;         ///< what the row ought to say about its times
+    std::optional<ChunkReader> chunk; ///< without a check of the header, of which this tells more
+    std::size_t column = 0;           ///< the one that is being checked
+    ChunkRow times;                   ///< what the row ought to say about its times
     bool knowsTimes = true;
 };
 

@@ -73,29 +73,26 @@ bool add_narrow_packs(const double* values, std::size_t count, std::size_t width
 }
 
 #ifdef __x86_64__
-constexpr std::size_t greatestLanes = 4;
-
 template <std::size_t PackCount>
 __attribute__((target("avx2"))) bool add_wide_packs(const double* values, std::size_t count,
                                                     std::size_t width, ElementRange* ranges) {
     return add_packs<4, PackCount>(values, count, width, ranges);
 }
 
-bool has_wide_packs() {
-    static const bool has = __builtin_cpu_supports("avx2") != 0;
-    return has;
+/// How many doubles the fastest way takes at once.
+std::size_t lane_count() {
+    static const std::size_t count = __builtin_cpu_supports("avx2") != 0 ? 4 : 2;
+    return count;
 }
 #else
-constexpr std::size_t greatestLanes = 2;
-
 template <std::size_t PackCount>
 bool add_wide_packs(const double* values, std::size_t count, std::size_t width,
                     ElementRange* ranges) {
     return add_narrow_packs<PackCount>(values, count, width, ranges);
 }
 
-bool has_wide_packs() {
-    return false;
+std::size_t lane_count() {
+    return 2;
 }
 #endif
 
@@ -119,9 +116,9 @@ std::size_t add_periods(const double* values, std::size_t count, std::size_t wid
     if (packCount > greatestPackCount) {
         return 0;
     }
-    const std::size_t period = packCount * (has_wide_packs() ? greatestLanes : 2);
+    const std::size_t period = packCount * lane_count();
     const std::size_t whole = count / period * period;
-    return table[packCount - 1][has_wide_packs() ? 1 : 0](values, whole, width, ranges) ? whole : 0;
+    return table[packCount - 1][lane_count() / 4](values, whole, width, ranges) ? whole : 0;
 }
 
 void write_hash(std::uint64_t hash, double* node) {

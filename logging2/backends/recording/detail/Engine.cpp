@@ -4,15 +4,11 @@
 #include <logging2/backends/recording/detail/fork_count.hpp>
 
 #include <algorithm>
-#include <new>
 #include <stdexcept>
 #include <utility>
 
 namespace logging2::core::detail {
 namespace {
-
-/// A commit ends with the block that reaches this size.
-constexpr std::size_t commitByteCount = std::size_t{8} * 1024 * 1024;
 
 /// If more than this waits to be stored, a full group first waits for a block to come back.
 constexpr std::size_t patientDoubleCount = std::size_t{1024} * 1024;
@@ -174,7 +170,7 @@ void Engine::rollback(std::size_t group, double time) {
 }
 
 /// How many steps of the group a rollback to the time keeps.
-std::size_t Engine::stepsNotLaterThan(GroupBuffer& group, double time) {
+std::size_t Engine::stepsNotLaterThan(const GroupBuffer& group, double time) {
     if (!(group.greatestBefore > time)) {
         return group.firstStep + group.rowsNotLaterThan(time);
     }
@@ -184,7 +180,7 @@ std::size_t Engine::stepsNotLaterThan(GroupBuffer& group, double time) {
 }
 
 /// The time of the last of so many steps, of which there is one at least.
-double Engine::lastTimeOf(GroupBuffer& group, std::size_t stepCount) {
+double Engine::lastTimeOf(const GroupBuffer& group, std::size_t stepCount) {
     if (stepCount > group.firstStep) {
         return *group.row(stepCount - group.firstStep - 1);
     }
@@ -307,140 +303,6 @@ void Engine::stopThread() {
     workArrived.notify_one();
     thread.join();
     hasEnded = true;
-}
-
-void Engine::storeUntilStopped() {
-    using Clock = std::chrono::steady_clock;
-    Lock lock(mutex);
-    for (Clock::time_point due = Clock::now() + commitInterval; !isStopping;) {
-        workArrived.wait_until(lock, due, [this] {
-            return isStopping || (!failure && (isRequested || !queue.empty()));
-        });
-        const bool isDue = Clock::now() >= due;
-        if (!failure && !isStopping) {
-            storeOnce(lock, isDue || isRequested);
-        }
-        if (isDue) {
-            due = Clock::now() + commitInterval;
-        }
-    }
-}
-
-void Engine::storeOnce(Lock& lock, bool withPartialBlocks) {
-    Batch batch;
-    try {
-        collect(batch, withPartialBlocks);
-        if (batch.isEmpty()) {
-            return;
-        }
-        store(batch, lock);
-        isRequested = isRequested && !batch.servesRequest;
-    } catch (const std::exception& error) {
-        keepFailure(batch, error);
-    }
-    if (batch.isStored) {
-        giveBackBlocks(batch.blockCount);
-    }
-    workDone.notify_all();
-}
-
-void Engine::collect(Batch& batch, bool withPartialBlocks) {
-    batch.blockCount = addQueued(batch.commit);
-    // What is left of the queue comes before the blocks that are not full.
-    const bool takesPartialBlocks = withPartialBlocks && batch.blockCount == queue.size();
-    for (std::size_t g = 0; takesPartialBlocks && g < groups.size(); ++g) {
-        takeRows(*groups[g], batch.commit, batch.taken);
-    }
-    batch.servesRequest = isRequested && takesPartialBlocks;
-    batch.commit.showAll = batch.servesRequest && showsAll;
-    if (batch.servesRequest && endState != nullptr) {
-        batch.commit.end = RunEnd{endState, text_of_time(std::chrono::system_clock::now())};
-    }
-}
-
-/// Lets the writing thread go on meanwhile.
-void Engine::store(Batch& batch, Lock& lock) {
-    const Storing storing(isStoring, lock);
-    recorder.commit(batch.commit);
-    batch.isStored = true;
-    recorder.publish();
-}
-
-/// Adds blocks of the queue, and returns how many: not all of a long queue, so that the writing
-/// thread gets blocks back early.
-std::size_t Engine::addQueued(Commit& commit) const {
-    std::size_t count = 0;
-    std::size_t byteCount = 0;
-    for (; count < queue.size() && byteCount < commitByteCount; ++count) {
-        const FullBlock& full = queue[count];
-        if (full.discardFrom) {
-            commit.discards.push_back({full.group->position, *full.discardFrom});
-        }
-        commit.pieces.push_back(
-            {full.group->position, full.firstStep, full.block.elements.get(), full.rowCount});
-        byteCount += full.block.elementCount * sizeof(double);
-    }
-    return count;
-}
-
-void Engine::takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken) {
-    const std::size_t count = group.rowCount.load(std::memory_order_acquire);
-    if (count == group.takenCount && !group.discardFrom) {
-        return;
-    }
-    taken.push_back({&group, group.firstStep, group.takenCount, group.discardFrom});
-    if (group.discardFrom) {
-        commit.discards.push_back({group.position, *group.discardFrom});
-        group.discardFrom.reset();
-    }
-    if (count > group.takenCount) {
-        commit.pieces.push_back({group.position, group.firstStep + group.takenCount,
-                                 group.row(group.takenCount), count - group.takenCount});
-        group.takenCount = count;
-    }
-}
-
-void Engine::giveBackBlocks(std::size_t count) {
-    for (; count > 0; --count) {
-        pool.giveBack(std::move(queue.front().block));
-        queue.pop_front();
-    }
-}
-
-/// A block's first rows may be stored already, from a commit before it was full.
-std::optional<UnstoredSample> Engine::firstUnstored(const Commit& commit) const {
-    if (commit.pieces.empty()) {
-        return std::nullopt;
-    }
-    const Piece& first = commit.pieces.front();
-    std::size_t storedCount = recorder.storedStepCount(first.group);
-    for (const Discard& discard : commit.discards) {
-        if (discard.group == first.group) {
-            storedCount = std::min(storedCount, discard.firstStep);
-        }
-    }
-    return UnstoredSample{groups[first.group]->id, std::max(first.firstStep, storedCount)};
-}
-
-/// The next call throws it. Called while the error is being handled.
-void Engine::keepFailure(const Batch& batch, const std::exception& error) noexcept {
-    for (const auto& [group, firstStep, formerCount, formerDiscard] : batch.taken) {
-        // If the block has become full meanwhile, all of it waits in the queue.
-        if (!batch.isStored && group->firstStep == firstStep) {
-            group->takenCount = formerCount;
-            group->discardFrom = formerDiscard;
-        }
-    }
-    try {
-        if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
-            throw;
-        }
-        throw RecordingError(location, error.what(),
-                             batch.isStored ? std::nullopt : firstUnstored(batch.commit));
-    } catch (const std::exception&) {
-        failure = std::current_exception();
-    }
-    hasFailed.store(true, std::memory_order_relaxed);
 }
 
 } // namespace logging2::core::detail

@@ -145,8 +145,8 @@ private:
     [[noreturn]] void refuse(const char* what) const;
     void makeRoom(GroupBuffer& group);
     void queueBlock(GroupBuffer& group);
-    std::size_t stepsNotLaterThan(GroupBuffer& group, double time);
-    double lastTimeOf(GroupBuffer& group, std::size_t stepCount);
+    std::size_t stepsNotLaterThan(const GroupBuffer& group, double time);
+    double lastTimeOf(const GroupBuffer& group, std::size_t stepCount);
     void discardAtRegression(GroupBuffer& group, double time);
     void discardFrom(GroupBuffer& group, std::size_t step);
     void keepRows(GroupBuffer& group, std::size_t rowCount);
@@ -162,7 +162,8 @@ private:
     static void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
     void giveBackBlocks(std::size_t count);
     std::optional<UnstoredSample> firstUnstored(const Commit& commit) const;
-    void keepFailure(const Batch& batch, const std::exception& error) noexcept;
+    std::exception_ptr failureOf(const Batch& batch, const char* cause) const noexcept;
+    void keepFailure(const Batch& batch, std::exception_ptr thrown) noexcept;
     void stopThread();
     void endInterrupted() noexcept;
 

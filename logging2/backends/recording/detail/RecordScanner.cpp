@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/ChunkLayout.hpp>
+#include <logging2/backends/recording/detail/PackedLayout.hpp>
 
 #include <algorithm>
 #include <array>
@@ -17,9 +18,15 @@ constexpr std::size_t searchByteCount = std::size_t{1} << 20;
 /// So many bytes are given up if the disk cannot read them.
 constexpr std::size_t sectorByteCount = 4096;
 
-bool is_layout(const RecordHeader& header, const std::vector<std::size_t>& widths) {
+/// Whether a chunk of these widths can have a payload of that size.
+bool is_chunk(const RecordHeader& header, const std::vector<std::size_t>& widths) {
     try {
-        return header.payloadByteCount == layout_of(widths, header.stepCount).byteCount;
+        const ChunkLayout layout = layout_of(widths, header.stepCount);
+        if (header.kind == RecordKind::packedChunk) {
+            return header.payloadByteCount < layout.byteCount &&
+                   header.payloadByteCount >= packed_directory_byte_count(layout);
+        }
+        return header.kind == RecordKind::chunk && header.payloadByteCount == layout.byteCount;
     } catch (const std::length_error&) {
         return false;
     }
@@ -45,8 +52,7 @@ bool RecordScanner::isOfRun(const RecordHeader& header) const {
     }
     return header.kind == RecordKind::rollback
                ? header.payloadByteCount == 0
-               : header.kind == RecordKind::chunk && header.stepCount > 0 &&
-                     is_layout(header, widths[header.group]);
+               : header.stepCount > 0 && is_chunk(header, widths[header.group]);
 }
 
 /// Reads bytes that the file has. What the disk cannot read becomes zeros.

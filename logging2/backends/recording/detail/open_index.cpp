@@ -104,6 +104,11 @@ std::unique_ptr<Database> opened_with_log(const std::string& name) {
     return database;
 }
 
+/// Whether the log has gone that there was.
+bool has_lost_log(const std::string& name) {
+    return !has_log(name);
+}
+
 } // namespace
 
 std::unique_ptr<Database> open_index(const std::string& name) {
@@ -116,7 +121,7 @@ std::unique_ptr<Database> open_index(const std::string& name) {
             return opened_with_log(name);
         } catch (const RecordingError&) {
             // A writer that finishes at this moment removes the log.
-            if (has_log(name)) {
+            if (!has_lost_log(name)) {
                 throw;
             }
         }

@@ -29,7 +29,8 @@ std::uint64_t hash_of_row(const ChunkRow& row) {
     return hash_of_fields(row.sequence, row.group, row.firstStep, row.stepCount,
                           row.storedStepCount, row.offset, row.byteCount, bits_of(row.firstTime),
                           bits_of(row.lastTime), bits_of(row.leastTime), bits_of(row.greatestTime),
-                          row.nanTimeCount, std::uint64_t{row.ascends}, bits_of(row.greatestSoFar));
+                          row.nanTimeCount, std::uint64_t{row.ascends ? 1U : 0U},
+                          bits_of(row.greatestSoFar));
 }
 
 std::uint64_t hash_of_row(std::size_t group, std::size_t stepCount, std::size_t shownStepCount) {
