@@ -80,17 +80,8 @@ void log_script(const Plan& plan, Progress& progress) {
     progress.hasFlushed = true;
 }
 
-/// Bit for bit. The ends differ first.
-bool is_equal(const std::vector<ModelSample>& a, const std::vector<ModelSample>& b) {
-    return a.size() == b.size() && (a.empty() || a.back().number == b.back().number) &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [](const ModelSample& one, const ModelSample& other) {
-                          return one.number == other.number &&
-                                 std::memcmp(&one.time, &other.time, sizeof(double)) == 0;
-                      });
-}
-
-using Contents = std::array<std::vector<ModelSample>, scriptGroups.size()>;
+/// A number for each group.
+using Counts = std::array<std::size_t, scriptGroups.size()>;
 
 /// Repeats what a host did and looks for its groups' contents among the states that they had.
 ///
@@ -177,19 +168,11 @@ private:
     std::size_t begun;
     std::size_t returned;
     Model model;
-    std::array<std::size_t, scriptGroups.size()> shown{};
-    std::array<std::size_t, scriptGroups.size()> leastOperation{};
+    Counts shown{};
+    Counts leastOperation{};
     std::array<std::optional<std::size_t>, scriptGroups.size()> found;
     std::uint64_t revisions = 0;
 };
-
-Contents contents_of(const Run& run) {
-    Contents contents;
-    for (std::size_t g = 0; g < scriptGroups.size(); ++g) {
-        contents[g] = content_of(run, g);
-    }
-    return contents;
-}
 
 /// What a series of kills came to.
 struct Findings {
@@ -222,7 +205,7 @@ public:
     void killHostThatIsRead() {
         ChildProcess host([this] { log_script(plan, *progress); });
         waitForMoment(host);
-        std::array<std::size_t, scriptGroups.size()> seen{};
+        Counts seen{};
         if (progress->isLogging) {
             const auto run = open_recording(recording_in(directory.path()));
             for (std::size_t reads = random() % 4; reads > 0; --reads) {
@@ -297,7 +280,7 @@ private:
         }
     }
 
-    void expectAllowedState(const std::array<std::size_t, scriptGroups.size()>& seen = {}) {
+    void expectAllowedState(const Counts& seen = {}) {
         if (!progress->isLogging) {
             ++findings.beforeTheStart;
             return;
@@ -306,15 +289,26 @@ private:
         const DirectoryState before(location);
         const auto run = open_recording(location);
         const Contents contents = contents_of(*run);
-        expectAllowedContents(*run, contents, seen);
+        findings.whileFlushing += progress->isFlushing && !progress->hasFlushed ? 1 : 0;
+        findings.revisions += run->info().revision;
+        findings.missing += expectAllowedContents(*run, contents, seen);
+        for (const auto& samples : contents) {
+            findings.written += samples.size();
+        }
+        const RecordingCheck check = check_recording(location);
+        EXPECT_EQ(check.findingCount, 0U) << ::testing::PrintToString(check.findings);
         EXPECT_EQ(DirectoryState(location), before) << "reading has changed the recording";
         if (random() % 4 == 0) {
             expectSameInCopy(location, *run, contents);
+            if (!progress->hasFlushed) {
+                expectAllowedStateInRebuilt(location, seen);
+            }
         }
     }
 
-    void expectAllowedContents(const Run& run, const Contents& contents,
-                               const std::array<std::size_t, scriptGroups.size()>& seen) {
+    /// Returns how many samples more than are found were written.
+    std::size_t expectAllowedContents(const Run& run, const Contents& contents,
+                                      const Counts& seen) {
         const RunState state = run.info().state;
         EXPECT_TRUE(state == RunState::interrupted ||
                     (state == RunState::finished && progress->isFlushing));
@@ -326,12 +320,16 @@ private:
         oracle.follow(contents);
         EXPECT_EQ(oracle.fault(contents), "");
         EXPECT_GE(run.info().revision, oracle.leastRevision());
-        findings.whileFlushing += progress->isFlushing && !progress->hasFlushed ? 1 : 0;
-        findings.missing += oracle.missing(contents);
-        findings.revisions += run.info().revision;
-        for (const auto& samples : contents) {
-            findings.written += samples.size();
-        }
+        return oracle.missing(contents);
+    }
+
+    /// The data file alone gives a state that the host had, too.
+    void expectAllowedStateInRebuilt(const std::string& location, const Counts& seen) {
+        const TemporaryDirectory other;
+        const std::string rebuilt = (other.path() / "rebuilt.recording").string();
+        EXPECT_LE(rebuild_recording(location, rebuilt).lostSteps.size(), 1U);
+        const auto run = open_recording(rebuilt);
+        expectAllowedContents(*run, contents_of(*run), seen);
     }
 
     /// Whoever copies the files of a killed host may leave the shared memory behind.
