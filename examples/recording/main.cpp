@@ -3,6 +3,7 @@
 
 #include <iostream>
 #include <memory>
+#include <string>
 #include <vector>
 
 // Records a run below the directory "results", and reads a part of it.
@@ -56,11 +57,25 @@ void print_newest() {
     }
 }
 
+void rescue(const std::string& location, const std::string& newLocation) {
+    using namespace logging2::core;
+    for (const std::string& finding : check_recording(location).findings) {
+        std::cout << finding << '\n';
+    }
+    const RecordingRebuild report = rebuild_recording(location, newLocation);
+    for (const LostSteps& lost : report.lostSteps) {
+        std::cout << "group " << lost.group << ": " << lost.stepCount << " steps from "
+                  << lost.firstStep << " on are lost\n";
+    }
+}
+
 } // namespace
 
 int main() {
     foundation::install_and_start_vantrel_core();
     record(foundation::get_global_bundle_context());
     print_newest();
+    const std::string newest = logging2::core::list_recordings("results").front().location;
+    rescue(newest, newest + ".rescued");
     foundation::stop_vantrel_core();
 }

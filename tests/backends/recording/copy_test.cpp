@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <set>
 #include <thread>
 
 // copy_recording: what a reader sees, in a new recording.
@@ -255,20 +256,12 @@ TEST_F(CopyRecordingTest, exceptionOfTheProgressLeavesNothing) {
     EXPECT_THAT(copies.names(), IsEmpty());
 }
 
-/// The contents of all groups of a script's run.
-std::array<std::vector<ModelSample>, scriptGroups.size()> contents_of(const core::Run& run) {
-    std::array<std::vector<ModelSample>, scriptGroups.size()> contents;
-    for (std::size_t group = 0; group < contents.size(); ++group) {
-        contents[group] = content_of(run, group);
-    }
-    return contents;
-}
-
-bool is_same(const std::vector<ModelSample>& a, const std::vector<ModelSample>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](const ModelSample& one, const ModelSample& other) {
-                          return one.number == other.number;
-                      });
+/// Whether the group had these samples and perhaps newer ones, which readers may not see yet.
+bool was_state(const std::vector<ModelSample>& content, const std::vector<ModelSample>& held) {
+    return content.size() <= held.size() &&
+           (content.empty() || content.back().number == held[content.size() - 1].number) &&
+           is_equal(content,
+                    {held.begin(), held.begin() + static_cast<std::ptrdiff_t>(content.size())});
 }
 
 TEST_F(CopyRecordingTest, copiesOfALiveRecordingAreStatesThatItHad) {
@@ -285,7 +278,7 @@ TEST_F(CopyRecordingTest, copiesOfALiveRecordingAreStatesThatItHad) {
             perform(*writer, operations.back(), static_cast<double>(operations.size()));
         }
     });
-    std::vector<std::array<std::vector<ModelSample>, scriptGroups.size()>> copiesOfRuns;
+    std::vector<Contents> copiesOfRuns;
     for (int i = 0; i < 15; ++i) {
         copiesOfRuns.push_back(contents_of(*copied(writer->location())));
         fs::remove_all(copyName());
@@ -298,13 +291,7 @@ TEST_F(CopyRecordingTest, copiesOfALiveRecordingAreStatesThatItHad) {
     for (std::size_t i = 0; i <= operations.size(); ++i) {
         for (std::size_t group = 0; group < scriptGroups.size(); ++group) {
             for (std::size_t copy = 0; copy < copiesOfRuns.size(); ++copy) {
-                const auto& content = copiesOfRuns[copy][group];
-                const auto& held = model[group];
-                // Readers see all steps but the newest.
-                if (content.size() <= held.size() &&
-                    (content.empty() || content.back().number == held[content.size() - 1].number) &&
-                    is_same(content,
-                            {held.begin(), held.begin() + static_cast<long>(content.size())})) {
+                if (was_state(copiesOfRuns[copy][group], model[group])) {
                     found[group].insert(copy);
                 }
             }

@@ -3,9 +3,12 @@
 #include <tests/backends/recording/recordings.hpp>
 #include <tests/backends/recording/same_runs.hpp>
 
+#include <logging2/backends/recording/detail/RecordHeader.hpp>
 #include <tests/support/files.hpp>
 
+#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <tuple>
 
 namespace logging2::core::test {
@@ -50,6 +53,76 @@ protected:
 
     TemporaryDirectory made;
     fs::path location;
+};
+
+/// The same for a recording whose records lie where the test wants them.
+class RebuildRecordingTest : public RebuiltRecordingTest {
+protected:
+    /// A recording of group 0 that is finished behind these steps.
+    void record(const std::function<void(RecordingStreamWriter&)>& write) {
+        const auto writer = makeWriter(setup);
+        location = writer->location();
+        write(*writer);
+        writer->flush();
+        fs::remove(location / "index.sqlite");
+    }
+
+    /// Writes the times from the first one on, in steps of 1, as one chunk.
+    static void writeChunk(RecordingStreamWriter& writer, double first, int count) {
+        for (int step = 0; step < count; ++step) {
+            writeTimes(writer, {first + step});
+        }
+        writer.flushIntermediate();
+    }
+
+    std::unique_ptr<core::Run> rebuilt() {
+        report = rebuild();
+        EXPECT_THAT(check_recording(newName()).findings, ::testing::IsEmpty());
+        return open_recording(newName());
+    }
+
+    /// Where the records begin, and their kinds.
+    std::vector<std::pair<std::size_t, detail::RecordKind>> records() const {
+        std::vector<std::pair<std::size_t, detail::RecordKind>> result;
+        const std::string bytes = bytesOf(samples());
+        for (std::size_t offset = 0; offset < bytes.size();) {
+            detail::RecordHeader header;
+            std::memcpy(&header, &bytes[offset], sizeof header);
+            result.emplace_back(offset, header.kind);
+            offset += sizeof header + header.payloadByteCount;
+        }
+        return result;
+    }
+
+    /// Damages the headers of so many records from that one on.
+    void damageHeaders(std::size_t record, std::size_t count = 1) {
+        for (const auto all = records(); count > 0; --count, ++record) {
+            flip(all.at(record).first + 40);
+        }
+    }
+
+    /// Changes the header at the offset, and its hash so that it fits.
+    void changeHeader(std::size_t offset,
+                      const std::function<void(detail::RecordHeader&)>& change) {
+        std::string bytes = bytesOf(samples());
+        detail::RecordHeader header;
+        std::memcpy(&header, &bytes.at(offset), sizeof header);
+        change(header);
+        header.headerHash = hash_of(header);
+        std::memcpy(&bytes.at(offset), &header, sizeof header);
+        writeBytes(samples(), bytes);
+    }
+
+    Doubles range(double first, double end) const {
+        Doubles times;
+        for (double time = first; time < end; ++time) {
+            times.push_back(time);
+        }
+        return times;
+    }
+
+    GroupSetup setup = scalarSetup();
+    RecordingRebuild report;
 };
 
 } // namespace logging2::core::test

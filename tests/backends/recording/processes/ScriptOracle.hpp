@@ -7,24 +7,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace logging2::core::test {
 
-/// Bit for bit. The ends differ first.
-inline bool is_equal(const std::vector<ModelSample>& a, const std::vector<ModelSample>& b) {
-    return a.size() == b.size() && (a.empty() || a.back().number == b.back().number) &&
-           std::equal(a.begin(), a.end(), b.begin(),
-                      [](const ModelSample& one, const ModelSample& other) {
-                          return one.number == other.number &&
-                                 std::memcmp(&one.time, &other.time, sizeof(double)) == 0;
-                      });
-}
-
-using Contents = std::array<std::vector<ModelSample>, scriptGroups.size()>;
+/// A number for each group.
+using Counts = std::array<std::size_t, scriptGroups.size()>;
 
 /// Repeats what a host did and looks for its groups' contents among the states that they had.
 ///
@@ -115,18 +105,10 @@ private:
     std::size_t begun;
     std::size_t returned;
     Model model;
-    std::array<std::size_t, scriptGroups.size()> shown{};
-    std::array<std::size_t, scriptGroups.size()> leastOperation{};
+    Counts shown{};
+    Counts leastOperation{};
     std::array<std::optional<std::size_t>, scriptGroups.size()> found;
     std::uint64_t revisions = 0;
 };
-
-inline Contents contents_of(const Run& run) {
-    Contents contents;
-    for (std::size_t g = 0; g < scriptGroups.size(); ++g) {
-        contents[g] = content_of(run, g);
-    }
-    return contents;
-}
 
 } // namespace logging2::core::test

@@ -113,7 +113,7 @@ public:
     void killHostThatIsRead() {
         ChildProcess host([this] { log_script(plan, *progress); });
         waitForMoment(host);
-        std::array<std::size_t, scriptGroups.size()> seen{};
+        Counts seen{};
         if (progress->isLogging) {
             const auto run = open_recording(recording_in(directory.path()));
             for (std::size_t reads = random() % 4; reads > 0; --reads) {
@@ -188,7 +188,7 @@ private:
         }
     }
 
-    void expectAllowedState(const std::array<std::size_t, scriptGroups.size()>& seen = {}) {
+    void expectAllowedState(const Counts& seen = {}) {
         if (!progress->isLogging) {
             ++findings.beforeTheStart;
             return;
@@ -197,15 +197,26 @@ private:
         const DirectoryState before(location);
         const auto run = open_recording(location);
         const Contents contents = contents_of(*run);
-        expectAllowedContents(*run, contents, seen);
+        findings.whileFlushing += progress->isFlushing && !progress->hasFlushed ? 1 : 0;
+        findings.revisions += run->info().revision;
+        findings.missing += expectAllowedContents(*run, contents, seen);
+        for (const auto& samples : contents) {
+            findings.written += samples.size();
+        }
+        const RecordingCheck check = check_recording(location);
+        EXPECT_EQ(check.findingCount, 0U) << ::testing::PrintToString(check.findings);
         EXPECT_EQ(DirectoryState(location), before) << "reading has changed the recording";
         if (random() % 4 == 0) {
             expectSameInCopy(location, *run, contents);
+            if (!progress->hasFlushed) {
+                expectAllowedStateInRebuilt(location, seen);
+            }
         }
     }
 
-    void expectAllowedContents(const Run& run, const Contents& contents,
-                               const std::array<std::size_t, scriptGroups.size()>& seen) {
+    /// Returns how many samples more than are found were written.
+    std::size_t expectAllowedContents(const Run& run, const Contents& contents,
+                                      const Counts& seen) {
         const RunState state = run.info().state;
         EXPECT_TRUE(state == RunState::interrupted ||
                     (state == RunState::finished && progress->isFlushing));
@@ -217,12 +228,16 @@ private:
         oracle.follow(contents);
         EXPECT_EQ(oracle.fault(contents), "");
         EXPECT_GE(run.info().revision, oracle.leastRevision());
-        findings.whileFlushing += progress->isFlushing && !progress->hasFlushed ? 1 : 0;
-        findings.missing += oracle.missing(contents);
-        findings.revisions += run.info().revision;
-        for (const auto& samples : contents) {
-            findings.written += samples.size();
-        }
+        return oracle.missing(contents);
+    }
+
+    /// The data file alone gives a state that the host had, too.
+    void expectAllowedStateInRebuilt(const std::string& location, const Counts& seen) {
+        const TemporaryDirectory other;
+        const std::string rebuilt = (other.path() / "rebuilt.recording").string();
+        EXPECT_LE(rebuild_recording(location, rebuilt).lostSteps.size(), 1U);
+        const auto run = open_recording(rebuilt);
+        expectAllowedContents(*run, contents_of(*run), seen);
     }
 
     /// Whoever copies the files of a killed host may leave the shared memory behind.

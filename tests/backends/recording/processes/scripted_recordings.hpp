@@ -5,6 +5,7 @@
 #include <logging2/backends/recording/recording.hpp>
 #include <tests/support/setups.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <filesystem>
@@ -74,6 +75,27 @@ inline std::vector<ModelSample> content_of(const Run& run, std::size_t group) {
         }
     }
     return samples;
+}
+
+/// The samples of each group.
+using Contents = std::array<std::vector<ModelSample>, scriptGroups.size()>;
+
+inline Contents contents_of(const Run& run) {
+    Contents contents;
+    for (std::size_t g = 0; g < scriptGroups.size(); ++g) {
+        contents[g] = content_of(run, g);
+    }
+    return contents;
+}
+
+/// Bit for bit. The ends differ first.
+inline bool is_equal(const std::vector<ModelSample>& a, const std::vector<ModelSample>& b) {
+    return a.size() == b.size() && (a.empty() || a.back().number == b.back().number) &&
+           std::equal(a.begin(), a.end(), b.begin(),
+                      [](const ModelSample& one, const ModelSample& other) {
+                          return one.number == other.number &&
+                                 std::memcmp(&one.time, &other.time, sizeof(double)) == 0;
+                      });
 }
 
 /// The only recording in the directory; empty if there is none yet.
