@@ -22,11 +22,15 @@ struct Soak {
     Findings (*run)(std::size_t rowCount);
 };
 
-constexpr Soak soaks[] = {{"native, appended by the caller", soak_native_chain},
-                          {"native, small buffers, paced", soak_native_small_buffers},
-                          {"native, large buffers, paced", soak_native_large_buffers},
-                          {"native, small buffers, unpaced", soak_native_unpaced},
-                          {"memory-restricted", soak_restricted}};
+constexpr Soak soaks[] = {
+#ifdef LOGGING2_SOAK_RECORDING
+    {"recording", soak_recording},
+#endif
+    {"native, appended by the caller", soak_native_chain},
+    {"native, small buffers, paced", soak_native_small_buffers},
+    {"native, large buffers, paced", soak_native_large_buffers},
+    {"native, small buffers, unpaced", soak_native_unpaced},
+    {"memory-restricted", soak_restricted}};
 
 double mebibytes(std::size_t bytes) {
     return static_cast<double>(bytes) / 1048576.0;
@@ -66,12 +70,15 @@ bool run_in_own_process(const Soak& soak, std::size_t rowCount) {
 
 int main(int argc, char** argv) {
     const std::size_t rowCount = argc > 1 ? std::stoul(argv[1]) : 100000000;
+    const std::string wanted = argc > 2 ? argv[2] : "";
     std::printf("%-32s %11s %11s %7s %11s %9s %9s %8s\n", "", "rows", "right", "wrong", "lost",
                 "1st MiB", "2nd MiB", "seconds");
     std::fflush(stdout);
     bool good = true;
     for (const Soak& soak : soaks) {
-        good = run_in_own_process(soak, rowCount) && good;
+        if (std::string(soak.name).rfind(wanted, 0) == 0) {
+            good = run_in_own_process(soak, rowCount) && good;
+        }
     }
     return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -37,6 +37,9 @@ Findings soak_native_large_buffers(std::size_t rowCount);
 /// Small buffers without waiting: batches are replaced if the thread is slower than the host.
 Findings soak_native_unpaced(std::size_t rowCount);
 
+/// One recording, which is read in pieces at its end.
+Findings soak_recording(std::size_t rowCount);
+
 /// One restricted writer. The rings are checked whenever all of their rows are new, and the last
 /// rows are read through the reader.
 Findings soak_restricted(std::size_t rowCount);

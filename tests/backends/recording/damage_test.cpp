@@ -2,6 +2,8 @@
 
 #include <logging2/backends/recording/detail/row_hashes.hpp>
 
+#include <chrono>
+
 namespace logging2::core::test {
 namespace {
 
@@ -139,6 +141,14 @@ TEST_F(RecordingDamageTest, logWithoutFramesHoldsNothing) {
                 32});
     writeBytes(location / "index.sqlite-shm", std::string(32768, '\0'));
     EXPECT_NO_THROW(readAll());
+}
+
+TEST_F(RecordingDamageTest, logThatIsNoneIsNotWaitedFor) {
+    const auto start = std::chrono::steady_clock::now();
+    writeBytes(location / "index.sqlite-wal", std::string(5000, 'x'));
+    writeBytes(location / "index.sqlite-shm", std::string(32768, '\0'));
+    expectDamage(index(), "its log is damaged");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST_F(RecordingDamageTest, filesOfDifferentRecordingsAreToldApart) {

@@ -1,6 +1,7 @@
 #include <logging2/backends/recording/detail/open_index.hpp>
 
 #include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/DataFile.hpp>
 
 #include <array>
 #include <cstdint>
@@ -51,6 +52,26 @@ bool has_log(const std::string& name) {
     return !error && byteCount > logHeaderByteCount;
 }
 
+/// Throws if the log does not begin as one of SQLite's, which would wait for its writer in vain.
+void check_log(const std::string& name) {
+    std::array<unsigned char, logHeaderByteCount> header{};
+    DataFile::open(name + "-wal").read(header.data(), header.size(), 0);
+    const auto numberAt = [&](std::size_t place) {
+        return std::uint32_t{header[place]} << 24 | std::uint32_t{header[place + 1]} << 16 |
+               std::uint32_t{header[place + 2]} << 8 | header[place + 3];
+    };
+    const std::uint32_t pageByteCount = numberAt(8);
+    const bool isPageSize = pageByteCount >= 512 && pageByteCount <= 65536 &&
+                            (pageByteCount & (pageByteCount - 1)) == 0;
+    // The last bit tells the byte order of the hashes.
+    const bool isLog = (numberAt(0) & ~std::uint32_t{1}) == 0x377f0682 && isPageSize;
+    // A header of zeros has not reached the disk; SQLite passes over such a log.
+    const bool isMarked = (numberAt(16) | numberAt(20)) != 0;
+    if (!isLog && isMarked) {
+        throw RecordingError(name, "its log is damaged");
+    }
+}
+
 /// A directory that only this user sees, until the end of the object.
 class PrivateDirectory {
 public:
@@ -94,6 +115,7 @@ std::unique_ptr<Database> opened_with_log(const std::string& name) {
     if (!fs::exists(name + "-shm", error)) {
         return opened_copy(name);
     }
+    check_log(name);
     auto database = opened(name, "mode=ro&readonly_shm=1");
     try {
         // SQLite opens the log at the first query.
