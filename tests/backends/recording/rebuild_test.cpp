@@ -115,7 +115,7 @@ TEST_F(RebuildRecordingTest, damageOfManyRecordsIsPassed) {
     expectLostSteps(report, {{0, 190, 710}});
 }
 
-TEST_F(RebuildRecordingTest, bytesThatAreMissingInAChunkDoNotHideTheNext) {
+TEST_F(RebuildRecordingTest, missingBytesOfAChunkDoNotHideTheNext) {
     record([](auto& writer) {
         writeChunk(writer, 0, 100);
         writeChunk(writer, 100, 100);

@@ -167,7 +167,7 @@ TEST_F(RescueFailuresTest, damageOfTheNewRecordingIsNoSuccess) {
     EXPECT_THAT(made.names(), IsEmpty());
 }
 
-TEST_F(RescueFailuresTest, anyReadOfACheckMayFailAndIsAFinding) {
+TEST_F(RescueFailuresTest, failingReadOfACheckIsAFinding) {
     bool hasFailed = true;
     for (std::size_t number = 0; hasFailed && !HasFailure(); ++number) {
         std::vector<Outcome> outcomes(number, works());
@@ -181,7 +181,7 @@ TEST_F(RescueFailuresTest, anyReadOfACheckMayFailAndIsAFinding) {
     }
 }
 
-TEST_F(RescueFailuresTest, remainsOfAFailedCommitAreNoPartOfTheRun) {
+TEST_F(RescueFailuresTest, remainsOfAFailedCommitAreLeftOut) {
     auto writer = makeWriter();
     location = writer->location();
     writeTimes(*writer, {1.0, 2.0});
@@ -201,7 +201,7 @@ TEST_F(RescueFailuresTest, remainsOfAFailedCommitAreNoPartOfTheRun) {
     EXPECT_EQ(report.stepCount, 1U);
 }
 
-TEST_F(RescueFailuresTest, wholeRecordsOfAFailedCommitAreNoPartOfTheRun) {
+TEST_F(RescueFailuresTest, wholeRecordsOfAFailedCommitAreLeftOut) {
     auto writer = makeWriter(twoGroups());
     location = writer->location();
     writeTimes(*writer, {1.0, 2.0});

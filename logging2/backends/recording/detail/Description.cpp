@@ -245,7 +245,9 @@ std::chrono::system_clock::time_point time_of(const std::string& text) {
     const int count =
         std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%6dZ%n", &parts.tm_year, &parts.tm_mon,
                     &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &micros, &length);
-    if (count != 7 || static_cast<std::size_t>(length) != text.size()) {
+    // The clock counts nanoseconds since 1970 in 64 bits.
+    if (count != 7 || static_cast<std::size_t>(length) != text.size() || parts.tm_year < 1700 ||
+        parts.tm_year > 2200) {
         throw std::runtime_error("\"" + text + "\" is not a time");
     }
     parts.tm_year -= 1900;

@@ -148,7 +148,8 @@ TEST(DescriptionTest, timesComeBackToTheMicrosecond) {
 
 TEST(DescriptionTest, otherTextsAreNoTimes) {
     for (const char* text : {"", "now", "2026-11-21", "2026-11-21T22:15:30Z",
-                             "2026-11-21T22:15:30.123456", "2026-11-21T22:15:30.123456Z "}) {
+                             "2026-11-21T22:15:30.123456", "2026-11-21T22:15:30.123456Z ",
+                             "0026-11-21T22:15:30.123456Z", "9026-11-21T22:15:30.123456Z"}) {
         EXPECT_THROW(time_of(text), std::runtime_error) << text;
     }
 }
