@@ -102,7 +102,7 @@ TEST_P(ChunkWriterTest, oneThreadIsEnoughIfAnotherCannotBeStarted) {
     expectRecords(end);
 }
 
-TEST_P(ChunkWriterTest, failedWriteOfEitherThreadIsThrownAndCanBeRepeated) {
+TEST_P(ChunkWriterTest, failedWriteIsThrownAndCanBeRepeated) {
     ChunkWriter writer(file, GetParam());
     for (std::size_t before = 0; before < 3; ++before) {
         {

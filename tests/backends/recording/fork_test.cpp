@@ -82,7 +82,7 @@ TEST_F(RecordingForkTest, childReadsTheRecordingOfItsParent) {
     expectWholeRecording();
 }
 
-TEST_F(RecordingForkTest, callsAfterTheEndAreALogicErrorInAChild) {
+TEST_F(RecordingForkTest, callsAfterTheEndAreLogicErrorsInAChild) {
     writeTimes(*writer, {5.0});
     writer->flush();
     EXPECT_TRUE(exitedWithSuccess(status_of_child([this] {

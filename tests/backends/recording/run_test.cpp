@@ -87,7 +87,7 @@ TEST_F(RecordingRunTest, groupsTellTheirStepsAndTimes) {
     EXPECT_EQ(groups[1].lastTime, 0.5);
 }
 
-TEST_F(RecordingRunTest, lastTimeIsThatOfTheLastStepThatIsShown) {
+TEST_F(RecordingRunTest, lastTimeIsThatOfTheLastVisibleStep) {
     options.heldBackSteps = 1;
     options.bufferByteCount = 200;
     options.chunkByteCount = 3 * 16;

@@ -123,7 +123,7 @@ TEST(BufferPlanTest, everyBufferThatHoldsTheRowsIsEnough) {
     }
 }
 
-TEST(BufferPlanTest, tooSmallABufferIsRefusedWithTheSizeThatSuffices) {
+TEST(BufferPlanTest, tooSmallABufferIsRefusedWithASufficientSize) {
     const auto groups = groups_of_widths({99, 9, 0});
     const std::size_t enough = least_bytes(groups);
     EXPECT_NO_THROW(row_capacities(options_of(mebibyte, enough), groups));

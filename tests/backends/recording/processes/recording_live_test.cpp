@@ -230,7 +230,7 @@ TEST_F(RecordingLiveTest, readersOfPackedChunksSeeStatesThatTheGroupHad) {
     readWhileWriting();
 }
 
-TEST_F(RecordingLiveTest, readersOfManySmallCommitsSeeStatesThatTheGroupHad) {
+TEST_F(RecordingLiveTest, readersOfManySmallCommitsSeeFormerStates) {
     options.chunkByteCount = 65536;
     options.commitInterval = std::chrono::milliseconds(2);
     lingers = true;
