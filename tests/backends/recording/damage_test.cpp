@@ -27,8 +27,8 @@ class RecordingDamageTest : public DamagedRecordingTest {
 protected:
     /// Where the payload of the long chunk has what; its directory has three roots.
     static constexpr std::size_t headerByteCount = 128;
-    static constexpr std::size_t directory = headerByteCount;
-    static constexpr std::size_t times = directory + 128;
+    static constexpr std::size_t directoryOffset = headerByteCount;
+    static constexpr std::size_t times = directoryOffset + 128;
     static constexpr std::size_t timeLeaves = times + longStepCount * 8;
 
     void expectDamage(const fs::path& place, const char* text) const {
@@ -173,8 +173,8 @@ TEST_F(RecordingDamageTest, flippedByteOfAChunkIsFound) {
     expectChunkDamage(0, "it is not a recording's data file");
     expectChunkDamage(40, "a record's header is damaged");
     expectChunkDamage(120, "a record's header is damaged");
-    expectChunkDamage(directory, "its directory has another hash");
-    expectChunkDamage(directory + 40, "its directory has another hash");
+    expectChunkDamage(directoryOffset, "its directory has another hash");
+    expectChunkDamage(directoryOffset + 40, "its directory has another hash");
     expectChunkDamage(times, "samples have another hash");
     expectChunkDamage(times + 8 * 599, "samples have another hash");
     expectChunkDamage(timeLeaves, "nodes of a column's tree have another hash");

@@ -50,7 +50,7 @@ template <std::size_t Lanes, std::size_t PackCount>
             std::memcpy(&pack, values + first + k * Lanes, sizeof pack);
             least[k] = pack < least[k] ? pack : least[k];
             greatest[k] = pack > greatest[k] ? pack : greatest[k];
-            isNan |= pack != pack;
+            isNan |= pack != pack; // NOLINT(misc-redundant-expression)
         }
     }
     for (std::size_t lane = 0; lane < Lanes; ++lane) {
@@ -81,7 +81,7 @@ __attribute__((target("avx2"))) bool add_wide_packs(const double* values, std::s
 
 /// How many doubles the fastest way takes at once.
 std::size_t lane_count() {
-    static const std::size_t count = __builtin_cpu_supports("avx2") != 0 ? 4 : 2;
+    static const std::size_t count = static_cast<bool>(__builtin_cpu_supports("avx2")) ? 4 : 2;
     return count;
 }
 #else

@@ -180,7 +180,7 @@ std::vector<SignalInfo> RecordingRun::signals() const {
 }
 
 RecordingRun::Place RecordingRun::placeOf(const lang::core::ValuePath& path) const {
-    const std::string text = path.text();
+    const std::string& text = path.text();
     const auto place = places.find(text);
     if (place == places.end()) {
         throw std::out_of_range(location + ": there is no signal \"" + text + '"');

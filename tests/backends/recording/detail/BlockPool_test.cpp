@@ -31,7 +31,8 @@ TEST(BlockPoolTest, blockThatComesBackIsGivenOutAgain) {
     Block block = pool.take(10);
     const double* const place = block.elements.get();
     pool.giveBack(std::move(block));
-    EXPECT_EQ(pool.take(10).elements.get(), place);
+    const Block again = pool.take(10);
+    EXPECT_EQ(again.elements.get(), place);
 }
 
 TEST(BlockPoolTest, spareBlocksMakeRoomForOtherSizes) {
