@@ -49,8 +49,7 @@ protected:
             random.seed(seed);
             writeBytes(file, damaged(whole));
             const std::vector<std::string> actual = answers();
-            EXPECT_TRUE(actual == expected ||
-                        check_recording(location.string()).findingCount > 0);
+            EXPECT_TRUE(actual == expected || check_recording(location.string()).findingCount > 0);
             for (std::size_t i = 0; i < expected.size(); ++i) {
                 EXPECT_TRUE(actual[i].empty() || actual[i] == expected[i])
                     << "question " << i << ": " << actual[i].substr(0, 1000);

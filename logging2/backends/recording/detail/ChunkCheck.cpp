@@ -82,27 +82,23 @@ bool ChunkCheck::isExpected() {
         add(fault);
         return true;
     }
-    struct Field {
-        const char* name;
-        std::uint64_t expected;
-        std::uint64_t found;
-    };
     bool result = header.run == run;
     if (!result) {
         add("it belongs to another run");
     }
-    for (const auto& [name, expected, found] :
-         {Field{"kind", static_cast<std::uint64_t>(RecordKind::chunk),
-                static_cast<std::uint64_t>(header.kind)},
-          Field{"sequence", row.sequence, header.sequence}, Field{"group", row.group, header.group},
-          Field{"first_step", row.firstStep, header.firstStep},
-          Field{"step_count", row.storedStepCount, header.stepCount},
-          Field{"payload_byte_count", layout.byteCount, header.payloadByteCount}}) {
+    const auto compare = [&](const char* name, std::uint64_t expected, std::uint64_t found) {
         if (found != expected) {
             add(text_of_difference(std::string("in its header, ") + name, expected, found));
             result = false;
         }
-    }
+    };
+    compare("kind", static_cast<std::uint64_t>(RecordKind::chunk),
+            static_cast<std::uint64_t>(header.kind));
+    compare("sequence", row.sequence, header.sequence);
+    compare("group", row.group, header.group);
+    compare("first_step", row.firstStep, header.firstStep);
+    compare("step_count", row.storedStepCount, header.stepCount);
+    compare("payload_byte_count", layout.byteCount, header.payloadByteCount);
     if (result) {
         checkDirectory();
     }
