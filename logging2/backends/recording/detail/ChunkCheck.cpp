@@ -6,7 +6,6 @@
 #include <logging2/backends/recording/detail/add_times.hpp>
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 
 namespace logging2::core::detail {
@@ -95,26 +94,23 @@ bool ChunkCheck::isExpected() {
     if (!result) {
         add("it belongs to another run");
     }
+    const auto compare = [&](const char* name, std::uint64_t expected, std::uint64_t found) {
+        if (found != expected) {
+            add(text_of_difference(std::string("in its header, ") + name, expected, found));
+            result = false;
+        }
+    };
     const RecordKind kind = isPacked() ? RecordKind::packedChunk : RecordKind::chunk;
-    const std::array fields{
-        hasField("kind", static_cast<std::uint64_t>(kind), static_cast<std::uint64_t>(header.kind)),
-        hasField("sequence", row.sequence, header.sequence),
-        hasField("group", row.group, header.group),
-        hasField("first_step", row.firstStep, header.firstStep),
-        hasField("step_count", row.storedStepCount, header.stepCount),
-        hasField("payload_byte_count", row.byteCount - sizeof header, header.payloadByteCount)};
-    result = result && std::find(fields.begin(), fields.end(), false) == fields.end();
+    compare("kind", static_cast<std::uint64_t>(kind), static_cast<std::uint64_t>(header.kind));
+    compare("sequence", row.sequence, header.sequence);
+    compare("group", row.group, header.group);
+    compare("first_step", row.firstStep, header.firstStep);
+    compare("step_count", row.storedStepCount, header.stepCount);
+    compare("payload_byte_count", row.byteCount - sizeof header, header.payloadByteCount);
     if (result) {
         checkDirectory();
     }
     return result;
-}
-
-bool ChunkCheck::hasField(const char* name, std::uint64_t expected, std::uint64_t found) {
-    if (found != expected) {
-        add(text_of_difference(std::string("in its header, ") + name, expected, found));
-    }
-    return found == expected;
 }
 
 void ChunkCheck::checkDirectory() {

@@ -33,7 +33,6 @@ private:
     bool hasPlace();
     bool isPacked() const;
     bool isExpected();
-    bool hasField(const char* name, std::uint64_t expected, std::uint64_t found);
     void checkDirectory();
     void checkColumns();
     void checkNode(std::size_t level, std::size_t index, const double* node);
