@@ -11,8 +11,8 @@
 namespace logging2::core::test {
 
 /// The operations that the library asks of the operating system. One operation covers several C
-/// functions: `open` is fopen and open, `read` is read, pread and preadv, `write` is write, writev and
-/// pwrite, `stat` is stat and lstat, `changeMode` is chmod, fchmod and fchmodat, `remove` is
+/// functions: `open` is fopen and open, `read` is read, pread and preadv, `write` is write, writev
+/// and pwrite, `stat` is stat and lstat, `changeMode` is chmod, fchmod and fchmodat, `remove` is
 /// remove, unlink and rmdir, `synchronize` is fsync and fdatasync, `lock` is flock, `lockRange` is
 /// fcntl with a command that locks, `map` is mmap of a file, `statOpen` is fstat. The variants for
 /// large files count as the same.
