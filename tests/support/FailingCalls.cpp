@@ -267,6 +267,8 @@ int ftruncate64(int descriptor, off64_t length) noexcept {
     return decide(Call::truncate, descriptor).error != 0 ? -1 : next(descriptor, length);
 }
 
+#ifndef __SANITIZE_THREAD__ // its runtime maps memory before functions can be looked up
+
 void* mmap(void* place, std::size_t byteCount, int protection, int flags, int descriptor,
            off_t offset) noexcept {
     static const auto next = behind<void*(void*, std::size_t, int, int, int, off_t)>("mmap");
@@ -278,6 +280,8 @@ void* mmap64(void* place, std::size_t byteCount, int protection, int flags, int 
     static const auto next = behind<void*(void*, std::size_t, int, int, int, off64_t)>("mmap64");
     return logging2::core::test::map(next, place, byteCount, protection, flags, descriptor, offset);
 }
+
+#endif
 
 int fstat(int descriptor, struct stat* status) noexcept {
     static const auto next = behind<int(int, struct stat*)>("fstat");

@@ -60,11 +60,11 @@ protected:
 
     /// Runs with a failure of that kind until none happens any more.
     template <class Failure>
-    void sweep(const char* what) {
+    void sweep(const char* what, std::size_t stride = 1) {
         live();
         expectAllOrNothing(false);
         std::size_t count = 0;
-        for (bool hasFailed = true; hasFailed && !HasFailure(); ++count) {
+        for (bool hasFailed = true; hasFailed && !HasFailure(); count += stride) {
             SCOPED_TRACE("failing allocation " + std::to_string(count));
             const std::size_t formerRefusedCount = refusedCount;
             const std::size_t formerCount = live_allocation_count();
@@ -77,8 +77,9 @@ protected:
             expectAllOrNothing(refusedCount > formerRefusedCount);
         }
         EXPECT_GT(count, 10U);
-        std::cout << "allocation sweep | recording: " << what << " | " << count - 1 << " | "
-                  << refusedCount << " without a writer, " << errorCount << " errors of calls\n";
+        std::cout << "allocation sweep | recording: " << what << " | " << (count - 1) / stride
+                  << " | " << refusedCount << " without a writer, " << errorCount
+                  << " errors of calls\n";
     }
 
     void live() {
@@ -133,16 +134,17 @@ protected:
     std::size_t errorCount = 0;
 };
 
-TEST_F(RecordingSweepTest, nothingIsLostIfTheHostHasNoMemory) {
+TEST_F(RecordingSweepTest, hostWithoutMemoryLosesNothing) {
     sweep<AllocationFailure>("host's thread");
 }
 
-TEST_F(RecordingSweepTest, nothingIsLostIfTheStoringThreadHasNoMemory) {
+TEST_F(RecordingSweepTest, storingThreadWithoutMemoryLosesNothing) {
     sweep<AllocationFailureElsewhere>("storing thread");
 }
 
-TEST_F(RecordingSweepTest, nothingIsLostIfSqliteHasNoMemory) {
-    sweep<SqliteMemory>("SQLite");
+TEST_F(RecordingSweepTest, sqliteWithoutMemoryLosesNothing) {
+    // There are thousands of them.
+    sweep<SqliteMemory>("SQLite", 7);
 }
 
 } // namespace
