@@ -23,6 +23,11 @@ RecordingEntry entry_of(const std::string& location) {
     return entry;
 }
 
+bool is_named_recording(const fs::directory_entry& entry) {
+    const bool hasSuffix = entry.path().extension() == detail::recordingSuffix;
+    return hasSuffix && entry.is_directory();
+}
+
 bool comes_before(const RecordingEntry& a, const RecordingEntry& b) {
     // The newest first; all that are damaged have the same start.
     return std::make_tuple(!a.fault.empty(), b.info.start, a.location) <
@@ -40,7 +45,7 @@ std::vector<RecordingEntry> list_recordings(const std::string& directory) {
     std::vector<RecordingEntry> entries;
     try {
         for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-            if (entry.path().extension() == detail::recordingSuffix && entry.is_directory()) {
+            if (is_named_recording(entry)) {
                 entries.push_back(entry_of(entry.path().string()));
             }
         }

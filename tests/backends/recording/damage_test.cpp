@@ -1,8 +1,10 @@
 #include <tests/backends/recording/damaged_recordings.hpp>
 
+#include <logging2/backends/recording/detail/RecordHeader.hpp>
 #include <logging2/backends/recording/detail/row_hashes.hpp>
 
 #include <chrono>
+#include <cstring>
 
 namespace logging2::core::test {
 namespace {
@@ -96,6 +98,45 @@ TEST_F(RecordingDamageTest, missingTableIsDamage) {
 TEST_F(RecordingDamageTest, missingChunkIsDamage) {
     run_sql(index(), "DELETE FROM chunk WHERE first_step = 0");
     expectDamage(index(), "it is damaged: the chunks of a group do not follow each other");
+}
+
+TEST_F(RecordingDamageTest, pathWithoutItsGroupIsDamage) {
+    run_sql(index(), "UPDATE path SET signal_group = 9");
+    expectDamage(index(), "it is damaged: a path has no group");
+}
+
+TEST_F(RecordingDamageTest, chunkThatCannotBeSoLargeIsDamage) {
+    detail::ChunkRow row;
+    row.sequence = static_cast<std::uint64_t>(
+        number_in(index(), "SELECT sequence FROM chunk WHERE first_step = 0"));
+    row.stepCount = longStepCount;
+    row.storedStepCount = std::size_t{1} << 62;
+    row.offset = chunkOffset();
+    row.lastTime = row.greatestTime = row.greatestSoFar = 59.9;
+    row.leastTime = 0.0;
+    run_sql(index(), "UPDATE chunk SET stored_steps = " + std::to_string(row.storedStepCount) +
+                         ", byte_count = 0, hash = " +
+                         std::to_string(static_cast<std::int64_t>(detail::hash_of_row(row))) +
+                         " WHERE first_step = 0");
+    expectDamage(location, "the index is damaged: a chunk of a recording cannot be so large");
+}
+
+TEST_F(RecordingDamageTest, descriptionWithoutMeaningIsDamage) {
+    // The id is not one, and all hashes say that it was written so.
+    const std::string id = opened()->info().id;
+    const std::string wrong(id.size(), 'x');
+    const auto hash = static_cast<std::int64_t>(detail::hash_of_row("id", wrong));
+    run_sql(index(), "UPDATE run SET value = '" + wrong + "', hash = " + std::to_string(hash) +
+                         " WHERE key = 'id'");
+    std::string bytes = bytesOf(samples());
+    bytes.replace(bytes.find(id), id.size(), wrong);
+    detail::RecordHeader header;
+    std::memcpy(&header, bytes.data(), sizeof header);
+    header.payloadHash = detail::hash_of(bytes.data() + sizeof header, header.payloadByteCount);
+    header.headerHash = detail::hash_of(header);
+    std::memcpy(bytes.data(), &header, sizeof header);
+    writeBytes(samples(), bytes);
+    expectDamage(location, "");
 }
 
 TEST_F(RecordingDamageTest, missingLastChunkIsDamage) {

@@ -3,6 +3,7 @@
 #include <tests/support/FailingCalls.hpp>
 
 #include <cerrno>
+#include <filesystem>
 
 namespace logging2::core::test {
 namespace {
@@ -60,6 +61,19 @@ TEST_F(RecordingFailingCallsTest, shortAndInterruptedWritesAreContinued) {
     writer->flush();
     EXPECT_GE(calls.count(), 4U);
     EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 2.0));
+}
+
+TEST_F(RecordingFailingCallsTest, logThatCannotBeCopiedIsReported) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0});
+    writer->flushIntermediate();
+    const TemporaryDirectory other;
+    for (const char* name : {"samples.bin", "index.sqlite", "index.sqlite-wal"}) {
+        std::filesystem::copy(writer->location() + "/" + name, other.path());
+    }
+    const FailingCalls calls(Call::open, "index.sqlite-wal", {fails(EACCES)});
+    EXPECT_THAT([&] { open_recording(other.path().string()); },
+                ThrowsMessage<RecordingError>(HasSubstr("cannot copy it and its log")));
 }
 
 TEST_F(RecordingFailingCallsTest, shortAndInterruptedReadsAreContinued) {

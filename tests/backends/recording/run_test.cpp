@@ -1,6 +1,8 @@
 #include <tests/backends/recording/recordings.hpp>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <tuple>
 
@@ -221,6 +223,58 @@ TEST_F(RecordingRunTest, seriesTakenApartIsValidInItsScope) {
     EXPECT_THAT(doubles(times), ElementsAre(2.0, 3.0));
     EXPECT_THAT(doubles(values), ElementsAre(20.0, 30.0));
     EXPECT_EQ(width, 1U);
+}
+
+TEST_F(RecordingRunTest, chunksOfManySizesCanBeRead) {
+    const auto writer = makeWriter();
+    std::vector<double> times;
+    for (int size = 1; size < 70; ++size) {
+        for (int step = 0; step < size; ++step) {
+            times.push_back(static_cast<double>(times.size()));
+            writeTimes(*writer, {times.back()});
+        }
+        writer->flushIntermediate();
+    }
+    EXPECT_EQ(timesOf(*open(*writer)), times);
+}
+
+TEST_F(RecordingRunTest, directoryMayHaveCharactersThatUrisReserve) {
+    options.directory = (directory.path() / "a%b?c#d").string();
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    EXPECT_EQ(timesOf(*open(*writer)), (Doubles{1.0, 2.0}));
+    writer->flush();
+    EXPECT_EQ(timesOf(*open(*writer)), (Doubles{1.0, 2.0}));
+}
+
+TEST_F(RecordingRunTest, errorCanBeAssigned) {
+    RecordingError error("here", "this");
+    error = RecordingError("there", "that");
+    EXPECT_STREQ(error.what(), RecordingError("there", "that").what());
+}
+
+TEST_F(RecordingRunTest, relativeDirectoryNeedsACurrentOne) {
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::create_directory(directory.path() / "gone");
+    std::filesystem::current_path(directory.path() / "gone");
+    std::filesystem::remove(directory.path() / "gone");
+    options.directory = "results";
+    EXPECT_THROW(makeWriter(), RecordingError);
+    std::filesystem::current_path(before);
+}
+
+/// Without the shared memory of its log, an index is read from a copy.
+TEST_F(RecordingRunTest, copyOfAnIndexNeedsADirectoryForTemporaryFiles) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0});
+    writer->flushIntermediate();
+    const TemporaryDirectory other;
+    for (const char* name : {"samples.bin", "index.sqlite", "index.sqlite-wal"}) {
+        std::filesystem::copy(writer->location() + "/" + name, other.path());
+    }
+    setenv("TMPDIR", (other.path() / "missing").c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    EXPECT_THROW(open_recording(other.path().string()), RecordingError);
 }
 
 } // namespace

@@ -30,6 +30,7 @@ struct Packed {
     using Flags __attribute__((vector_size(Lanes * sizeof(double)))) = std::int64_t;
 };
 
+// Each of its instances counts for itself. GCOVR_EXCL_BR_START
 /// Adds count values, a multiple of Lanes · PackCount. The values at equal places modulo that
 /// belong to the same element, and that of place p to element p modulo width. Returns false, and
 /// adds nothing, if there is a NaN.
@@ -66,11 +67,16 @@ template <std::size_t Lanes, std::size_t PackCount>
     return true;
 }
 
+// GCOVR_EXCL_BR_STOP
+
+// Which of them runs is up to the processor. GCOVR_EXCL_START
 template <std::size_t PackCount>
 bool add_narrow_packs(const double* values, std::size_t count, std::size_t width,
                       ElementRange* ranges) {
     return add_packs<2, PackCount>(values, count, width, ranges);
 }
+
+// GCOVR_EXCL_STOP
 
 #ifdef __x86_64__
 template <std::size_t PackCount>

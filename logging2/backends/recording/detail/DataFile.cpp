@@ -86,13 +86,6 @@ DataFile::DataFile(DataFile&& other) noexcept
       descriptor(std::exchange(other.descriptor, -1)),
       reservedEnd(other.reservedEnd) {}
 
-DataFile& DataFile::operator=(DataFile&& other) noexcept {
-    std::swap(path, other.path);
-    std::swap(descriptor, other.descriptor);
-    std::swap(reservedEnd, other.reservedEnd);
-    return *this;
-}
-
 DataFile::~DataFile() {
     if (descriptor != -1) {
         ::close(descriptor);

@@ -23,8 +23,8 @@ public:
     static DataFile open(const std::string& name);
 
     DataFile(DataFile&& other) noexcept;
-    DataFile& operator=(DataFile&& other) noexcept;
     DataFile(const DataFile&) = delete;
+    DataFile& operator=(DataFile&&) = delete;
     DataFile& operator=(const DataFile&) = delete;
     ~DataFile();
 

@@ -12,6 +12,11 @@
 namespace logging2::core::detail {
 namespace {
 
+constexpr const char* newerVersion = "it was written by a newer version of logging2";
+
+/// A NaN is stored as NULL.
+constexpr const char* numberOrNan = "'real', 'null'";
+
 /// The kinds, names and definitions of everything in the database.
 using Schema = std::set<std::tuple<std::string, std::string, std::string>>;
 
@@ -55,9 +60,9 @@ bool DatabaseCheck::hasFormat() {
     }
     const std::int64_t version = database.integer("PRAGMA user_version");
     if (version != formatVersion) {
-        add(version > formatVersion
-                ? "it was written by a newer version of logging2"
-                : "there is no such version of the format: " + std::to_string(version));
+        const std::string unknown =
+            "there is no such version of the format: " + std::to_string(version);
+        add(version > formatVersion ? newerVersion : unknown.c_str());
         return false;
     }
     return true;
@@ -101,8 +106,9 @@ void DatabaseCheck::checkTypes() {
                              "AS tables, pragma_table_info(tables.name) AS columns");
     while (columns.step()) {
         const std::string type = columns.text(2);
-        checkType(columns.text(0), columns.text(1),
-                  type == "REAL" ? "'real', 'null'" : "lower('" + type + "')");
+        const std::string exactly = "lower('" + type + "')";
+        const bool isNumber = type == "REAL";
+        checkType(columns.text(0), columns.text(1), isNumber ? numberOrNan : exactly.c_str());
     }
 }
 

@@ -83,7 +83,9 @@ GroupBuffer& Engine::bufferOfLargeId(std::size_t group) const {
 
 void Engine::checkCall() {
     if (belongsToParent()) {
+        // A forked child leaves no counts. GCOVR_EXCL_START
         refuse("the recording belongs to the parent of this process");
+        // GCOVR_EXCL_STOP
     }
     if (hasFailed.load(std::memory_order_relaxed)) {
         throwFailure();
@@ -176,7 +178,7 @@ std::size_t Engine::stepsNotLaterThan(const GroupBuffer& group, double time) {
     }
     Lock lock(mutex);
     waitUntilIdle(lock, true);
-    return recorder.firstLater(group.position, time).value_or(group.stepCount());
+    return recorder.firstLater(group.position, time);
 }
 
 /// The time of the last of so many steps, of which there is one at least.

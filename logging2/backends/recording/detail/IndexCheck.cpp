@@ -132,7 +132,9 @@ void IndexCheck::checkRunValues() {
             add(std::string("the run's ") + key + " cannot be \"" + values[key] + '"');
         }
     }
-    if (values["state"] == "running" && values.count("end") != 0) {
+    const bool isRunning = values["state"] == "running";
+    const bool hasEnd = values.count("end") != 0;
+    if (isRunning && hasEnd) {
         add("the run has an end but its state is running");
     }
 }

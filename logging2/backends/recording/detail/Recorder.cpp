@@ -16,14 +16,12 @@ namespace {
 /// Network file systems whose locks and shared memory SQLite's log cannot rely on.
 bool is_remote(const std::string& directory) {
     struct statfs status {};
-    if (statfs(directory.c_str(), &status) == -1) {
-        return false;
-    }
+    const bool isKnown = statfs(directory.c_str(), &status) == 0;
     // NFS, SMB, SMB2, CIFS, AFS, 9P, Ceph, FUSE
     constexpr std::array<std::uint32_t, 8> remote{0x6969,     0x517b,     0xfe534d42, 0xff534d42,
                                                   0x5346414f, 0x01021997, 0x00c36400, 0x65735546};
-    return std::find(remote.begin(), remote.end(), static_cast<std::uint32_t>(status.f_type)) !=
-           remote.end();
+    return isKnown && std::find(remote.begin(), remote.end(),
+                                static_cast<std::uint32_t>(status.f_type)) != remote.end();
 }
 
 } // namespace
@@ -235,23 +233,17 @@ std::vector<double> Recorder::timesOf(const ChunkRow& row, std::size_t count) co
     return times;
 }
 
-std::optional<std::size_t> Recorder::firstLater(std::size_t group, double time) const {
-    std::optional<ChunkRow> holding;
-    std::size_t before = groups[group].counts.steps;
-    while (const auto row = index.lastBefore(group, before)) {
-        if (!(row->greatestSoFar > time)) {
-            break;
-        }
-        holding = row;
-        before = row->firstStep;
+std::size_t Recorder::firstLater(std::size_t group, double time) const {
+    ChunkRow holding;
+    auto row = index.lastBefore(group, groups[group].counts.steps);
+    while (row && row->greatestSoFar > time) {
+        holding = *row;
+        row = index.lastBefore(group, holding.firstStep);
     }
-    if (!holding) {
-        return std::nullopt;
-    }
-    const std::vector<double> times = timesOf(*holding, holding->stepCount);
+    const std::vector<double> times = timesOf(holding, holding.stepCount);
     const auto later =
         std::find_if(times.begin(), times.end(), [time](double stored) { return stored > time; });
-    return holding->firstStep + static_cast<std::size_t>(later - times.begin());
+    return holding.firstStep + static_cast<std::size_t>(later - times.begin());
 }
 
 GroupEnd Recorder::endOf(std::size_t group, std::size_t stepCount) const {

@@ -63,8 +63,8 @@ public:
     /// index. What was committed is stored even if this throws.
     void publish();
 
-    /// The first stored step of the group that is later than the time, if there is one.
-    std::optional<std::size_t> firstLater(std::size_t group, double time) const;
+    /// The first stored step of the group that is later than the time, of which there is one.
+    std::size_t firstLater(std::size_t group, double time) const;
 
     /// How the group would stand with its first stepCount stored steps only.
     GroupEnd endOf(std::size_t group, std::size_t stepCount) const;

@@ -71,8 +71,8 @@ std::vector<std::size_t> row_capacities(const RecordingOptions& options,
     const std::size_t widest = *std::max_element(rowByteCounts.begin(), rowByteCounts.end());
     check_byte_count(options.bufferByteCount, rowByteCounts, widest);
     // What is left is at least one more block.
-    const std::size_t forWaiting = std::max(
-        {options.bufferByteCount / 4, options.bufferByteCount / (groups.size() + 1), widest});
+    const std::size_t partCount = std::min(std::size_t{4}, groups.size() + 1);
+    const std::size_t forWaiting = std::max(options.bufferByteCount / partCount, widest);
     const std::size_t byteCount =
         std::min({options.chunkByteCount, std::max(cachedByteCount / groups.size(), leastShare),
                   share_of(options.bufferByteCount - forWaiting, rowByteCounts)});

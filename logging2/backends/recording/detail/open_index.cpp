@@ -75,9 +75,11 @@ void check_log(const std::string& name) {
 /// A directory that only this user sees, until the end of the object.
 class PrivateDirectory {
 public:
-    PrivateDirectory() : name((fs::temp_directory_path() / "logging2-XXXXXX").string()) {
-        if (mkdtemp(name.data()) == nullptr) {
-            throw RecordingError(name, "cannot make the directory");
+    PrivateDirectory() {
+        std::error_code error;
+        name = (fs::temp_directory_path(error) / "logging2-XXXXXX").string();
+        if (error || mkdtemp(name.data()) == nullptr) {
+            throw RecordingError(name, "cannot make this directory for temporary files");
         }
     }
     PrivateDirectory(const PrivateDirectory&) = delete;
