@@ -62,15 +62,16 @@ private:
         std::string expectedLine;
         std::string foundLine;
         for (;;) {
+            expectedLine.clear();
+            foundLine.clear();
             const bool hasExpected = static_cast<bool>(std::getline(expected, expectedLine));
             const bool hasFound = static_cast<bool>(std::getline(found, foundLine));
             if (!hasExpected && !hasFound) {
                 return;
             }
             if (hasExpected != hasFound || expectedLine != foundLine) {
-                findings.add(dataName,
-                             "it describes the run by \"" + (hasExpected ? expectedLine : "") +
-                                 "\", but the index by \"" + (hasFound ? foundLine : "") + '"');
+                findings.add(dataName, "it describes the run by \"" + expectedLine +
+                                           "\", but the index by \"" + foundLine + '"');
                 return;
             }
         }

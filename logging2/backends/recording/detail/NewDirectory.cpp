@@ -11,19 +11,10 @@
 #include <system_error>
 
 namespace logging2::core::detail {
-namespace {
 
 namespace fs = std::filesystem;
 
-std::string without_end_slash(const std::string& name) {
-    const fs::path path = fs::absolute(name).lexically_normal();
-    return path.has_filename() ? path.string() : path.parent_path().string();
-}
-
-} // namespace
-
-NewDirectory::NewDirectory(const std::string& newName, mode_t mode)
-    : name(without_end_slash(newName)) {
+NewDirectory::NewDirectory(const std::string& newName, mode_t mode) : name(absolute_name(newName)) {
     std::error_code error;
     if (fs::symlink_status(name, error).type() != fs::file_type::not_found) {
         throw RecordingError(name, "it exists already");

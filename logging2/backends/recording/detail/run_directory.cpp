@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include <sys/stat.h>
@@ -19,10 +20,11 @@ namespace {
 
 constexpr std::size_t greatestNameLength = 64;
 
+constexpr std::string_view plainCharacters =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-_";
+
 bool is_plain(char character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') || character == '.' || character == '-' ||
-           character == '_';
+    return plainCharacters.find(character) != std::string_view::npos;
 }
 
 std::string plain_name(std::string name) {
@@ -32,22 +34,14 @@ std::string plain_name(std::string name) {
     if (!name.empty() && name.front() == '.') {
         name.front() = '_';
     }
-    return name.empty() ? "run" : name.substr(0, greatestNameLength);
+    if (name.empty()) {
+        name = "run";
+    }
+    return name.substr(0, greatestNameLength);
 }
 
 [[noreturn]] void fail_to_make(const std::string& directory, const std::error_code& error) {
     throw RecordingError(directory, "cannot make the directory: " + error.message());
-}
-
-/// The absolute name, without a slash at its end.
-std::filesystem::path absolute_name(const std::string& directory) {
-    std::error_code error;
-    const std::filesystem::path absolute = std::filesystem::absolute(directory, error);
-    if (error) {
-        fail_to_make(directory, error);
-    }
-    const std::filesystem::path normal = absolute.lexically_normal();
-    return normal.has_filename() ? normal : normal.parent_path();
 }
 
 std::filesystem::path made_parent(const std::string& parent) {
@@ -103,6 +97,19 @@ std::string make_run_directory(const std::string& parent, const std::string& str
     }
 }
 
+std::string absolute_name(const std::string& directory) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(directory, error);
+    if (error) {
+        fail_to_make(directory, error);
+    }
+    std::filesystem::path normal = absolute.lexically_normal();
+    if (!normal.has_filename()) {
+        normal = normal.parent_path();
+    }
+    return normal.string();
+}
+
 std::string existing_part(const std::string& directory) {
     std::filesystem::path part = absolute_name(directory);
     std::error_code error;
@@ -113,11 +120,15 @@ std::string existing_part(const std::string& directory) {
 }
 
 void synchronize_parents(const std::string& directory, const std::string& last) {
+    const std::filesystem::path end = last;
     std::filesystem::path parent = directory;
-    do {
+    bool isEnd = false;
+    while (!isEnd) {
         parent = parent.parent_path();
         synchronize_directory(parent.string());
-    } while (parent != last && parent.has_relative_path());
+        const bool isRoot = !parent.has_relative_path();
+        isEnd = isRoot || parent == end;
+    }
 }
 
 } // namespace logging2::core::detail

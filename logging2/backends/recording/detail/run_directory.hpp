@@ -16,6 +16,9 @@ constexpr const char* recordingSuffix = ".recording";
 std::string directory_name(const std::string& streamName,
                            std::chrono::system_clock::time_point start, const std::string& mark);
 
+/// The absolute name, without a slash at its end. Throws RecordingError.
+std::string absolute_name(const std::string& directory);
+
 /// Throws RecordingError unless there is such a directory.
 void require_directory(const std::string& directory);
 
