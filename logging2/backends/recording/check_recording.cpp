@@ -70,8 +70,11 @@ private:
                 return;
             }
             if (hasExpected != hasFound || expectedLine != foundLine) {
-                findings.add(dataName, "it describes the run by \"" + expectedLine +
-                                           "\", but the index by \"" + foundLine + '"');
+                findings.add(dataName, std::string("it describes the run by \"")
+                                           .append(expectedLine)
+                                           .append("\", but the index by \"")
+                                           .append(foundLine)
+                                           .append("\""));
                 return;
             }
         }

@@ -12,11 +12,6 @@
 namespace logging2::core::detail {
 namespace {
 
-constexpr const char* newerVersion = "it was written by a newer version of logging2";
-
-/// A NaN is stored as NULL.
-constexpr const char* numberOrNan = "'real', 'null'";
-
 /// The kinds, names and definitions of everything in the database.
 using Schema = std::set<std::tuple<std::string, std::string, std::string>>;
 
@@ -60,9 +55,11 @@ bool DatabaseCheck::hasFormat() {
     }
     const std::int64_t version = database.integer("PRAGMA user_version");
     if (version != formatVersion) {
-        const std::string unknown =
-            "there is no such version of the format: " + std::to_string(version);
-        add(version > formatVersion ? newerVersion : unknown.c_str());
+        if (version > formatVersion) {
+            add("it was written by a newer version of logging2");
+        } else {
+            add("there is no such version of the format: " + std::to_string(version));
+        }
         return false;
     }
     return true;
@@ -106,9 +103,11 @@ void DatabaseCheck::checkTypes() {
                              "AS tables, pragma_table_info(tables.name) AS columns");
     while (columns.step()) {
         const std::string type = columns.text(2);
-        const std::string exactly = "lower('" + type + "')";
-        const bool isNumber = type == "REAL";
-        checkType(columns.text(0), columns.text(1), isNumber ? numberOrNan : exactly.c_str());
+        std::string allowed = "lower('" + type + "')";
+        if (type == "REAL") {
+            allowed = "'real', 'null'"; // NaN are stored as NULL
+        }
+        checkType(columns.text(0), columns.text(1), allowed);
     }
 }
 

@@ -75,9 +75,7 @@ void check_log(const std::string& name) {
 /// A directory that only this user sees, until the end of the object.
 class PrivateDirectory {
 public:
-    PrivateDirectory() {
-        std::error_code error;
-        name = (fs::temp_directory_path(error) / "logging2-XXXXXX").string();
+    PrivateDirectory() : name((fs::temp_directory_path(error) / "logging2-XXXXXX").string()) {
         if (error || mkdtemp(name.data()) == nullptr) {
             throw RecordingError(name, "cannot make this directory for temporary files");
         }
@@ -91,6 +89,7 @@ public:
     const std::string& path() const noexcept { return name; }
 
 private:
+    std::error_code error;
     std::string name;
 };
 
