@@ -7,6 +7,7 @@
 #include <tests/fuzz/fuzz_target.hpp>
 #include <tests/fuzz/script_setups.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -28,6 +29,12 @@ GroupSetup scriptedSetup(ByteScript& script) {
         setup.insert(Group(left - 1), scriptedGroup(script));
     }
     return setup;
+}
+
+std::vector<double> copy_of(const DoubleView& view) {
+    std::vector<double> copy(view.size());
+    std::copy(view.begin(), view.end(), copy.begin());
+    return copy;
 }
 
 class RecordingScript {
@@ -169,10 +176,10 @@ private:
             if (channel.id == logged.id) {
                 if (known.insert(logged.path).second) {
                     const Series series = run.series(logged.path);
-                    expectSameBits({series.times().begin(), series.times().end()}, oracle.times[g],
-                                   "times of ", logged.path);
-                    expectSameBits({series.values().begin(), series.values().end()},
-                                   column(g, offset, channel.width), "values of ", logged.path);
+                    expectSameBits(copy_of(series.times()), oracle.times[g], "times of ",
+                                   logged.path);
+                    expectSameBits(copy_of(series.values()), column(g, offset, channel.width),
+                                   "values of ", logged.path);
                 }
                 return;
             }
