@@ -79,6 +79,41 @@ struct SignalInfo {
     std::size_t width = 0;
 };
 
+/// The steps first, first + 1, ... first + count - 1 of a group, numbered from 0 in the order in
+/// which they were logged.
+struct StepRange {
+    /// The first step.
+    std::size_t first = 0;
+
+    /// The number of steps.
+    std::size_t count = 0;
+};
+
+/// What is known about the samples of a signal without looking at each of them.
+struct SignalSummary {
+    /// The number of samples, S.
+    std::size_t sampleCount = 0;
+
+    /// The least and the greatest time of a sample; empty if no time is a number.
+    std::optional<double> leastTime;
+    /// See leastTime.
+    std::optional<double> greatestTime;
+
+    /// The least value of each element; +infinity if it has no number. As many entries as the
+    /// signal is wide.
+    std::vector<double> least;
+
+    /// The greatest value of each element; -infinity if it has no number.
+    std::vector<double> greatest;
+
+    /// How many values of each element are NaN; those count neither as least nor as greatest.
+    std::vector<std::size_t> nanCount;
+
+    /// How many bytes the values take where they are stored, without the times and without what is
+    /// stored to find them. Aliases share these bytes.
+    std::uint64_t byteCount = 0;
+};
+
 /// One run, wherever it is stored.
 ///
 /// All answers are those of one state of the run, the one at which it was opened or last
@@ -108,6 +143,19 @@ public:
     /// The samples of a signal with from <= time <= to, in the order in which they were logged.
     /// Samples whose time is NaN are left out. Throws std::out_of_range as above.
     virtual Series series(const lang::core::ValuePath& path, double from, double to) const = 0;
+
+    /// The samples of a signal at these steps. Throws std::out_of_range as above, and if the group
+    /// has fewer steps.
+    virtual Series series(const lang::core::ValuePath& path, StepRange steps) const = 0;
+
+    /// The steps of the group with this id from the first to the last one with from <= time <= to;
+    /// none if there is no such step. If the times do not ascend, other steps may lie between them.
+    /// Throws std::out_of_range if the run has no such group.
+    virtual StepRange steps(std::size_t group, double from, double to) const = 0;
+
+    /// What is known about all samples of a signal; does not read them. Throws std::out_of_range as
+    /// above.
+    virtual SignalSummary summary(const lang::core::ValuePath& path) const = 0;
 
     /// The signal in [from, to], divided into bucketCount intervals of the same length. Throws
     /// std::out_of_range as above, and std::invalid_argument if bucketCount is 0, if from or to is

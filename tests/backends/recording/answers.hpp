@@ -49,6 +49,13 @@ inline void print(std::ostream& text, const Overview& overview) {
          << ::testing::PrintToString(overview.sampleCount);
 }
 
+inline void print(std::ostream& text, const SignalSummary& summary) {
+    text << summary.sampleCount << ' ' << summary.leastTime.value_or(nan) << ' '
+         << summary.greatestTime.value_or(nan) << ' ' << summary.byteCount << ' '
+         << ::testing::PrintToString(summary.least) << ::testing::PrintToString(summary.greatest)
+         << ::testing::PrintToString(summary.nanCount);
+}
+
 /// The answers to all questions about a recording with the signals "x" and "v", each as a text of
 /// its own. An answer that is an error is empty.
 inline std::vector<std::string> answers_of(const std::string& location) {
@@ -75,6 +82,8 @@ inline std::vector<std::string> answers_of(const std::string& location) {
         ask([&](std::ostream& text) { print(text, run->series(signal)); });
         ask([&](std::ostream& text) { print(text, run->series(signal, 10.0, 20.0)); });
         ask([&](std::ostream& text) { print(text, run->series(signal, 50.0, 65.0)); });
+        ask([&](std::ostream& text) { print(text, run->series(signal, StepRange{3, 20})); });
+        ask([&](std::ostream& text) { print(text, run->summary(signal)); });
         ask([&](std::ostream& text) { print(text, run->overview(signal, 0.0, 70.0, 9)); });
     }
     return result;

@@ -76,6 +76,7 @@ protected:
             expectRange(from, to);
         }
         expectOverviews(0.0, 3333.0);
+        expectSummary();
     }
 
     void step() {
@@ -116,6 +117,61 @@ protected:
         const Series series = run->series(ValuePath("p"), from, to);
         EXPECT_TRUE(sameBits(doubles(series.times()), insideTimes));
         EXPECT_TRUE(sameBits(doubles(series.values()), insideValues));
+    }
+
+    /// The steps of every range are those from the first to the last sample in it.
+    void expectSteps(double from, double to) {
+        StepRange expected;
+        for (std::size_t i = 0; i < times().size(); ++i) {
+            if (from <= times()[i] && times()[i] <= to) {
+                expected.first = expected.count == 0 ? i : expected.first;
+                expected.count = i + 1 - expected.first;
+            }
+        }
+        const StepRange steps = run->steps(0, from, to);
+        EXPECT_EQ(steps.first, expected.first);
+        EXPECT_EQ(steps.count, expected.count);
+        expectPart(steps);
+    }
+
+    /// The samples of the pair at these steps are those that were written.
+    void expectPart(StepRange steps) {
+        const Series part = run->series(ValuePath("p"), steps);
+        const Series whole = run->series(ValuePath("p"));
+        const auto first = static_cast<std::ptrdiff_t>(steps.first);
+        const auto end = static_cast<std::ptrdiff_t>(steps.first + steps.count);
+        EXPECT_TRUE(sameBits(doubles(part.times()),
+                             Doubles(whole.times().begin() + first, whole.times().begin() + end)));
+        EXPECT_TRUE(sameBits(doubles(part.values()), Doubles(whole.values().begin() + 2 * first,
+                                                             whole.values().begin() + 2 * end)));
+    }
+
+    /// The summary of the pair is that of a plain loop over all samples.
+    void expectSummary() {
+        SignalSummary expected;
+        expected.least.assign(pairWidth, infinity);
+        expected.greatest.assign(pairWidth, -infinity);
+        expected.nanCount.assign(pairWidth, 0);
+        for (std::size_t i = 0; i < times().size(); ++i) {
+            if (times()[i] == times()[i]) {
+                expected.leastTime = std::min(expected.leastTime.value_or(infinity), times()[i]);
+                expected.greatestTime =
+                    std::max(expected.greatestTime.value_or(-infinity), times()[i]);
+            }
+            for (std::size_t e = 0; e < pairWidth; ++e) {
+                const double value = held->rows[0][i][pairOffset + e];
+                expected.nanCount[e] += value != value ? 1 : 0;
+                expected.least[e] = std::min(expected.least[e], value);
+                expected.greatest[e] = std::max(expected.greatest[e], value);
+            }
+        }
+        const SignalSummary summary = run->summary(ValuePath("p"));
+        EXPECT_EQ(summary.sampleCount, times().size());
+        EXPECT_EQ(summary.leastTime, expected.leastTime);
+        EXPECT_EQ(summary.greatestTime, expected.greatestTime);
+        EXPECT_EQ(summary.least, expected.least);
+        EXPECT_EQ(summary.greatest, expected.greatest);
+        EXPECT_EQ(summary.nanCount, expected.nanCount);
     }
 
     /// The overview of elements [offset, offset + width) of the rows.
@@ -196,6 +252,43 @@ TEST_F(RandomRunTest, seriesOfARangeEqualsAPlainFilter) {
         }
         expectRange(-infinity, infinity);
         expectRange(nan, nan);
+    }
+}
+
+TEST_F(RandomRunTest, stepsOfARangeEqualAPlainLoop) {
+    for (unsigned seed = 1; seed <= 30 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        record(seed, 3000);
+        for (int round = 0; round < 8; ++round) {
+            const auto [from, to] = finiteRange();
+            expectSteps(from, to);
+            expectSteps(to, from);
+            expectSteps(from, special());
+            expectSteps(from, from);
+        }
+        expectSteps(-infinity, infinity);
+        expectSteps(nan, nan);
+    }
+}
+
+TEST_F(RandomRunTest, seriesOfStepsEqualsAPartOfAllSamples) {
+    for (unsigned seed = 1; seed <= 30 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        record(seed, 3000);
+        for (int round = 0; round < 8; ++round) {
+            const std::size_t first = below(times().size() + 1);
+            expectPart({first, below(times().size() - first + 1)});
+        }
+        expectPart({0, times().size()});
+        expectPart({times().size(), 0});
+    }
+}
+
+TEST_F(RandomRunTest, summaryEqualsAPlainLoop) {
+    for (unsigned seed = 1; seed <= 60 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        record(seed, 3000);
+        expectSummary();
     }
 }
 

@@ -277,5 +277,41 @@ TEST_F(RecordingRunTest, copyOfAnIndexNeedsADirectoryForTemporaryFiles) {
     EXPECT_THROW(open_recording(other.path().string()), RecordingError);
 }
 
+TEST_F(RecordingRunTest, summaryTellsHowManyBytesTheValuesTake) {
+    const auto writer = makeWriter(twoGroups());
+    write(*writer, 5, 1.0, {7.0, 2.0, 3.0, 4.0});
+    write(*writer, 5, 2.0, {7.0, 2.0, 3.0, 4.0});
+    writer->flush();
+    const auto run = open(*writer);
+    EXPECT_EQ(run->summary(ValuePath("z")).byteCount, 2 * 3 * sizeof(double));
+    EXPECT_EQ(run->summary(ValuePath("nothing")).byteCount, 0U);
+}
+
+TEST_F(RecordingRunTest, summaryOfASignalWithoutSamplesIsEmpty) {
+    const auto writer = makeWriter(twoGroups());
+    writer->flush();
+    const SignalSummary summary = open(*writer)->summary(ValuePath("x"));
+    EXPECT_EQ(summary.sampleCount, 0U);
+    EXPECT_EQ(summary.leastTime, std::nullopt);
+    EXPECT_EQ(summary.byteCount, 0U);
+    EXPECT_THAT(summary.least, ::testing::ElementsAre(infinity));
+}
+
+TEST_F(RecordingRunTest, stepsThatDoNotExistAreRefused) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flush();
+    const auto run = open(*writer);
+    const ValuePath path("x");
+    EXPECT_EQ(run->series(path, StepRange{2, 0}).size(), 0U);
+    EXPECT_THROW(run->series(path, (StepRange{3, 0})), std::out_of_range);
+    EXPECT_THROW(run->series(path, (StepRange{1, 2})), std::out_of_range);
+    EXPECT_THROW(run->series(path, (StepRange{1, std::numeric_limits<std::size_t>::max()})),
+                 std::out_of_range);
+    EXPECT_THROW(run->series(ValuePath("y"), (StepRange{0, 0})), std::out_of_range);
+    EXPECT_THROW(run->steps(7, 0.0, 1.0), std::out_of_range);
+    EXPECT_THROW(run->summary(ValuePath("y")), std::out_of_range);
+}
+
 } // namespace
 } // namespace logging2::core::test

@@ -102,6 +102,13 @@ std::uint64_t ChunkReader::valuesAt(std::size_t column) const {
     return payload() + (packed ? packed->column(column).values : layout.columns[column].values);
 }
 
+std::uint64_t ChunkReader::valueByteCount(std::size_t column) const {
+    if (packed) {
+        return packed->column(column).end - packed->column(column).values;
+    }
+    return std::uint64_t{layout.stepCount} * layout.columns[column].width * sizeof(double);
+}
+
 std::uint64_t ChunkReader::nodesAt(std::size_t column, std::size_t level) const {
     const ColumnLayout& place = layout.columns[column];
     const std::uint64_t first = packed ? packed->column(column).end : place.levels.front();

@@ -42,6 +42,9 @@ public:
     /// Whether the values of the column are packed, and so cannot be mapped.
     bool isPacked(std::size_t column) const;
 
+    /// How many bytes the values of the column take in the file.
+    std::uint64_t valueByteCount(std::size_t column) const;
+
     /// Of a column that is not packed: compares the samples [firstStep, firstStep + count) with
     /// their hashes, where they lie in a mapping of the file, and returns where the first of them
     /// is.

@@ -211,8 +211,7 @@ void RecordingRun::addSpansBetween(const SampleSpan& span, double from, double t
         result.push_back(span);
         return;
     }
-    std::vector<double> times(span.count);
-    withChunk(row, [&](const ChunkReader& chunk) { chunk.read(0, 0, span.count, times.data()); });
+    const std::vector<double> times = timesOf(span);
     const auto isInside = [from, to](double time) { return from <= time && time <= to; };
     for (auto first = times.begin(); first != times.end();) {
         first = std::find_if(first, times.end(), isInside);

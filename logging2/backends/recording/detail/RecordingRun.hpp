@@ -29,6 +29,9 @@ public:
     std::vector<SignalInfo> signals() const override;
     Series series(const lang::core::ValuePath& path) const override;
     Series series(const lang::core::ValuePath& path, double from, double to) const override;
+    Series series(const lang::core::ValuePath& path, StepRange steps) const override;
+    StepRange steps(std::size_t group, double from, double to) const override;
+    SignalSummary summary(const lang::core::ValuePath& path) const override;
     Overview overview(const lang::core::ValuePath& path, double from, double to,
                       std::size_t bucketCount) const override;
     bool refresh() override;
@@ -57,6 +60,9 @@ private:
     Answers answers() const;
     Place placeOf(const lang::core::ValuePath& path) const;
     std::vector<SampleSpan> spansOf(std::size_t group) const;
+    std::size_t positionOf(std::size_t groupId) const;
+    std::vector<double> timesOf(const SampleSpan& span) const;
+    StepRange stepsOf(const SampleSpan& span, double from, double to) const;
     void addSpansBetween(const SampleSpan& span, double from, double to,
                          std::vector<SampleSpan>& result) const;
     Series seriesOf(const Place& place, const std::vector<SampleSpan>& spans) const;
