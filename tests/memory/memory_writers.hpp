@@ -71,4 +71,16 @@ struct WriterNames {
     }
 };
 
+/// A memory writer that counts the calls of flush.
+template <class Writer>
+class FlushCountingWriter : public Writer {
+public:
+    using Writer::Writer;
+    void flush() override {
+        ++flushes;
+        Writer::flush();
+    }
+    int flushes = 0;
+};
+
 } // namespace logging2::core::test

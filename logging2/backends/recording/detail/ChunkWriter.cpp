@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
-#include <system_error>
 #include <utility>
 
 namespace logging2::core::detail {
@@ -83,7 +82,7 @@ std::uint64_t ChunkWriter::write(std::vector<PendingChunk>& chunks, std::uint64_
 void ChunkWriter::startHelper() noexcept {
     try {
         helper = std::thread([this] { help(); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
     }
 }
 
