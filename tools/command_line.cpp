@@ -1,0 +1,80 @@
+#include <tools/command_line.hpp>
+
+#include <tools/UsageError.hpp>
+#include <tools/commands/commands.hpp>
+#include <tools/terminal/Interrupt.hpp>
+#include <tools/terminal/text.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <string>
+
+namespace logging2::tools {
+namespace {
+
+constexpr int usageStatus = 2;
+constexpr int signalStatus = 128;
+
+constexpr const char* footer = "\nRUN is the directory of a recording, or a directory of "
+                               "recordings together with --run ID or\n"
+                               "--run latest. `logging2 COMMAND --help` explains a command.\n"
+                               "\n"
+                               "The exit status is 0 for success, 1 for \"differs\" or "
+                               "\"damaged\", and 2 for wrong usage or input\n"
+                               "that cannot be read.";
+
+void add_commands(CLI::App& app, Action& action) {
+    add_list(app, action);
+    add_info(app, action);
+    add_signals(app, action);
+    add_print(app, action);
+    add_check(app, action);
+    add_rescue(app, action);
+    add_copy(app, action);
+    add_compact(app, action);
+}
+
+std::string first_line(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+int failed(const Terminal& terminal, const std::string& message, int status) {
+    terminal.error << "logging2: " << printable(first_line(message)) << '\n';
+    return status;
+}
+
+int run_action(const Action& action, const Terminal& terminal) {
+    const int status = action(terminal);
+    if (!terminal.out.flush()) {
+        throw UsageError("the output cannot be written");
+    }
+    return status;
+}
+
+} // namespace
+
+int run_command_line(int argc, const char* const* argv, const Terminal& terminal) {
+    Action action;
+    CLI::App app("Shows, compares, exports and repairs the runs of simulations.", "logging2");
+    app.footer(footer);
+    app.set_version_flag("--version", "logging2 " LOGGING2_VERSION);
+    app.require_subcommand(1);
+    add_commands(app, action);
+    try {
+        app.parse(argc, argv);
+        return run_action(action, terminal);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) {
+            return app.exit(error, terminal.out, terminal.error);
+        }
+        return failed(terminal, std::string(error.what()) + " (--help explains the options)",
+                      usageStatus);
+    } catch (const Interrupted& interrupted) {
+        return failed(terminal, interrupted.what(), signalStatus + interrupted.signal());
+    } catch (const std::exception& error) {
+        return failed(terminal, error.what(), usageStatus);
+    }
+}
+
+} // namespace logging2::tools

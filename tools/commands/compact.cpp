@@ -1,0 +1,97 @@
+#include <tools/commands/commands.hpp>
+
+#include <tools/UsageError.hpp>
+#include <tools/commands/describe.hpp>
+#include <tools/commands/new_recording.hpp>
+#include <tools/selection/RunChoice.hpp>
+#include <tools/terminal/Interrupt.hpp>
+#include <tools/terminal/text.hpp>
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+namespace logging2::tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CompactOptions {
+    RunChoice run;
+    core::RecordingOptions recording;
+    bool json = false;
+};
+
+/// The compacted copy has another revision of the same run, so it must not take the place of one
+/// that grows.
+void check_not_running(const std::string& location) {
+    if (core::open_recording(location)->info().state == core::RunState::running) {
+        throw UsageError(location + ": the run is still being written; use `logging2 copy`");
+    }
+}
+
+/// A name beside the recording that is no recording's.
+fs::path name_beside(const fs::path& location) {
+    return location.parent_path() / ("." + location.filename().string() + ".compact");
+}
+
+/// Both directories get each other's name at once, so there is no moment without the recording.
+void exchange(const fs::path& a, const fs::path& b) {
+    if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) != 0) {
+        throw std::system_error(errno, std::generic_category(),
+                                a.string() + ": cannot be replaced by its compact copy");
+    }
+}
+
+void replace_by_copy(const fs::path& location, const core::RecordingOptions& options,
+                     const Terminal& terminal) {
+    const fs::path copy = name_beside(location);
+    const InterruptGuard guard;
+    ProgressBar bar(terminal);
+    core::copy_recording(location.string(), copy.string(), options, progress_of(bar));
+    try {
+        exchange(location, copy);
+    } catch (const std::system_error&) {
+        fs::remove_all(copy);
+        throw;
+    }
+    fs::remove_all(copy);
+}
+
+int compact(const CompactOptions& options, const Terminal& terminal) {
+    const fs::path location = fs::canonical(recording_of(options.run));
+    check_not_running(location.string());
+    const std::uint64_t before = file_byte_count(location.string());
+    replace_by_copy(location, options.recording, terminal);
+    const std::uint64_t after = file_byte_count(location.string());
+    if (options.json) {
+        print_json(terminal, {{"schema", jsonSchema},
+                              {"location", location.string()},
+                              {"bytes", after},
+                              {"bytesBefore", before}});
+    } else {
+        terminal.out << printable(location.string()) << ": " << byte_count_text(after)
+                     << ", before " << byte_count_text(before) << '\n';
+    }
+    return 0;
+}
+
+} // namespace
+
+void add_compact(CLI::App& app, Action& action) {
+    CLI::App* const command = app.add_subcommand(
+        "compact", "Replace a run that has ended by a copy without the bytes of discarded steps");
+    const auto options = std::make_shared<CompactOptions>();
+    add_run_options(*command, options->run);
+    add_compression_option(*command, options->recording);
+    command->add_flag("--json", options->json, "Print JSON");
+    command->callback([options, &action] {
+        action = [options](const Terminal& terminal) { return compact(*options, terminal); };
+    });
+}
+
+} // namespace logging2::tools

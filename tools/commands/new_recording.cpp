@@ -1,0 +1,29 @@
+#include <tools/commands/new_recording.hpp>
+
+#include <tools/terminal/Interrupt.hpp>
+
+namespace logging2::tools {
+
+void add_new_recording_options(CLI::App& command, NewRecording& recording) {
+    command
+        .add_option("-o,--output", recording.location,
+                    "The directory of the new recording, which must not exist")
+        ->required()
+        ->type_name("NEW");
+    add_compression_option(command, recording.options);
+}
+
+void add_compression_option(CLI::App& command, core::RecordingOptions& options) {
+    command.add_flag_callback(
+        "--compress", [&options] { options.compression = core::Compression::lz4; },
+        "Pack channels whose values follow each other regularly");
+}
+
+core::RecordingProgress progress_of(ProgressBar& bar) {
+    return [&bar](std::uint64_t done, std::uint64_t total) {
+        InterruptGuard::check();
+        bar.show(done, total);
+    };
+}
+
+} // namespace logging2::tools

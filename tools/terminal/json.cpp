@@ -1,0 +1,21 @@
+#include <tools/terminal/json.hpp>
+
+#include <cmath>
+
+namespace logging2::tools {
+
+Json json_number(double value) {
+    if (std::isfinite(value)) {
+        return value;
+    }
+    if (std::isnan(value)) {
+        return "NaN";
+    }
+    return value > 0 ? "Infinity" : "-Infinity";
+}
+
+void print_json(const Terminal& terminal, const Json& value) {
+    terminal.out << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+} // namespace logging2::tools

@@ -1,0 +1,160 @@
+#include <tools/terminal/text.hpp>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <ctime>
+
+namespace logging2::tools {
+namespace {
+
+using Clock = std::chrono::system_clock;
+
+template <class... Values>
+std::string formatted(const char* format, Values... values) {
+    std::array<char, 64> text{};
+    const int length = std::snprintf(text.data(), text.size(), format, values...);
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
+/// "2 h 03 min": whole units of the first, and what is left in the second.
+std::string two_units(long long count, long long perUnit, const char* unit, const char* smaller) {
+    return formatted("%lld %s %02lld %s", count / perUnit, unit, count % perUnit, smaller);
+}
+
+unsigned char byte_at(const std::string& text, std::size_t index) {
+    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0;
+}
+
+/// Also the two bytes of U+0080 to U+009F, some of which terminals obey.
+bool is_control_character(const std::string& text, std::size_t index) {
+    const unsigned char byte = byte_at(text, index);
+    const auto isSecondPart = [](unsigned char b) { return b >= 0x80 && b <= 0x9F; };
+    return byte < 0x20 || byte == 0x7F ||
+           (byte == 0xC2 && isSecondPart(byte_at(text, index + 1))) ||
+           (isSecondPart(byte) && index > 0 && byte_at(text, index - 1) == 0xC2);
+}
+
+bool continues_a_character(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+/// Where the character with this index begins.
+std::size_t start_of_character(const std::string& text, std::size_t index) {
+    std::size_t position = 0;
+    for (; position < text.size(); ++position) {
+        if (!continues_a_character(text[position]) && index-- == 0) {
+            break;
+        }
+    }
+    return position;
+}
+
+} // namespace
+
+std::string number_text(double value) {
+    std::array<char, 32> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+    return {text.data(), end};
+}
+
+std::string short_number_text(double value) {
+    return formatted("%.6g", value);
+}
+
+std::string count_text(std::uint64_t count) {
+    std::string text = std::to_string(count);
+    for (std::size_t end = text.size(); end > 3; end -= 3) {
+        text.insert(end - 3, 1, ',');
+    }
+    return text;
+}
+
+std::string byte_count_text(std::uint64_t byteCount) {
+    constexpr std::array<const char*, 6> units = {"KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    if (byteCount < 1024) {
+        return std::to_string(byteCount) + " B";
+    }
+    auto count = static_cast<double>(byteCount) / 1024;
+    std::size_t unit = 0;
+    while (count >= 999.95 && unit + 1 < units.size()) {
+        count /= 1024;
+        ++unit;
+    }
+    return formatted("%.1f %s", count, units[unit]);
+}
+
+std::string duration_text(Clock::duration duration) {
+    using std::chrono::duration_cast;
+    const auto milliseconds = duration_cast<std::chrono::milliseconds>(duration).count();
+    if (milliseconds < 1000) {
+        return formatted("%lld ms", static_cast<long long>(milliseconds));
+    }
+    if (milliseconds < 60 * 1000) {
+        return formatted("%.1f s", static_cast<double>(milliseconds) / 1000);
+    }
+    const auto seconds = static_cast<long long>(milliseconds / 1000);
+    if (seconds < 3600) {
+        return two_units(seconds, 60, "min", "s");
+    }
+    return seconds < 86400 ? two_units(seconds / 60, 60, "h", "min")
+                           : two_units(seconds / 3600, 24, "d", "h");
+}
+
+std::string local_time_text(Clock::time_point time) {
+    const std::time_t seconds = Clock::to_time_t(time);
+    std::tm parts{};
+    localtime_r(&seconds, &parts);
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts)};
+}
+
+std::string utc_text(Clock::time_point time) {
+    const auto whole = std::chrono::floor<std::chrono::seconds>(time);
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(time - whole).count();
+    const std::time_t seconds = Clock::to_time_t(whole);
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    std::array<char, 32> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    return std::string(text.data(), length) +
+           formatted(".%03lldZ", static_cast<long long>(milliseconds));
+}
+
+std::string printable(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (is_control_character(text, i)) {
+            result += formatted("\\x%02X", static_cast<unsigned>(byte_at(text, i)));
+        } else {
+            result += text[i];
+        }
+    }
+    return result;
+}
+
+std::size_t character_count(const std::string& text) {
+    return text.size() -
+           static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continues_a_character));
+}
+
+std::string cut(const std::string& text, std::size_t characterCount) {
+    return text.substr(0, start_of_character(text, characterCount));
+}
+
+std::string shortened(const std::string& text, std::size_t characterCount) {
+    const std::size_t count = character_count(text);
+    if (count <= characterCount) {
+        return text;
+    }
+    if (characterCount == 0) {
+        return {};
+    }
+    const std::size_t tail = (characterCount - 1) / 2;
+    const std::size_t head = characterCount - 1 - tail;
+    return cut(text, head) + "…" + text.substr(start_of_character(text, count - tail));
+}
+
+} // namespace logging2::tools
