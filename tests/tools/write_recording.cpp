@@ -1,0 +1,143 @@
+#include <logging2/backends/recording/recording.hpp>
+#include <logging2/logging2.hpp>
+
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// Writes a recording as the lines of its standard input say, one after the other:
+//   name NAME                    the stream's name
+//   property NAME VALUE          a note of the run
+//   compress                     with LZ4
+//   chunk BYTES                  the greatest number of bytes of a chunk
+//   group ID PATH:WIDTH...       a group with these signals
+//   begin                        makes the recording in the directory that is the argument, and
+//   prints
+//                                where it is
+//   write ID TIME VALUE...       logs a step
+//   rollback ID TIME             takes steps back
+//   show                         shows all steps to readers, and prints "shown"
+//   end                          ends the run as finished
+// If the input ends before `end`, the process ends like one that was killed.
+
+namespace logging2::core {
+namespace {
+
+using lang::core::ValuePath;
+
+class Script {
+public:
+    explicit Script(const std::string& directory) {
+        options.directory = directory;
+        options.heldBackSteps = 0;
+    }
+
+    void obey(const std::string& line) {
+        std::istringstream words(line);
+        std::string verb;
+        words >> verb;
+        if (verb == "name") {
+            std::string name;
+            words >> name;
+            attributes.name = foundation::BasicTableString<char>(name);
+        } else if (verb == "property") {
+            std::string name;
+            words >> name >> std::ws;
+            std::getline(words, options.properties[name]);
+        } else if (verb == "compress") {
+            options.compression = Compression::lz4;
+        } else if (verb == "chunk") {
+            words >> options.chunkByteCount;
+        } else if (verb == "group") {
+            addGroup(words);
+        } else if (verb == "begin") {
+            begin();
+        } else if (verb == "write") {
+            write(words);
+        } else if (verb == "rollback") {
+            std::size_t group = 0;
+            words >> group;
+            writer->rollback(group, number(words));
+        } else if (verb == "show") {
+            writer->flushIntermediate();
+            std::cout << "shown" << std::endl;
+        } else if (verb == "end") {
+            writer->flush();
+            writer.reset();
+            hasEnded = true;
+        } else if (!verb.empty()) {
+            throw std::runtime_error("unknown line: " + line);
+        }
+    }
+
+    bool ended() const { return hasEnded; }
+
+private:
+    /// Also "nan" and "inf", which streams do not read.
+    static double number(std::istringstream& words) {
+        std::string word;
+        words >> word;
+        return std::strtod(word.c_str(), nullptr);
+    }
+
+    void addGroup(std::istringstream& words) {
+        std::size_t id = 0;
+        words >> id;
+        std::vector<LoggedPath> paths;
+        std::vector<LoggedChannel> channels;
+        for (std::string word; words >> word;) {
+            const std::size_t colon = word.rfind(':');
+            const CoreDataId channel(nextChannel++);
+            paths.push_back({ValuePath(word.substr(0, colon)), channel});
+            channels.push_back({channel, std::stoul(word.substr(colon + 1))});
+        }
+        setup.insert(Group(id), LoggedPathsSetupData(paths, channels));
+    }
+
+    void begin() {
+        writer = std::make_unique<RecordingStreamWriter>(attributes, setup, options);
+        std::cout << writer->location() << std::endl;
+    }
+
+    void write(std::istringstream& words) {
+        std::size_t group = 0;
+        words >> group;
+        const double time = number(words);
+        std::vector<double> values;
+        for (words >> std::ws; words.peek() != std::istringstream::traits_type::eof();
+             words >> std::ws) {
+            values.push_back(number(words));
+        }
+        writer->write(group, time, values.data(), values.size());
+    }
+
+    RecordingOptions options;
+    StreamingAttributes attributes;
+    SequenceMap<Group, LoggedPathsSetupData> setup;
+    std::size_t nextChannel = 0;
+    std::unique_ptr<RecordingStreamWriter> writer;
+    bool hasEnded = false;
+};
+
+} // namespace
+} // namespace logging2::core
+
+int main(int argc, char** argv) {
+    try {
+        logging2::core::Script script(argc > 1 ? argv[1] : ".");
+        for (std::string line; !script.ended() && std::getline(std::cin, line);) {
+            script.obey(line);
+        }
+        if (!script.ended()) {
+            std::_Exit(0);
+        }
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+}
