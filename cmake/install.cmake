@@ -2,6 +2,7 @@
 # - "runtime": the shared library, which a linked program needs;
 # - "registry": the shared library of the tree's own service registry, unless CppMicroServices is used;
 # - "runs" and "recording": the shared libraries that read runs and that record them;
+# - "tools": the command `logging2`;
 # - "devel": the headers, the packages for find_package(logging2 CONFIG) and pkg-config, and the static
 #   libraries of the back-ends, which are needed to build a program.
 include(CMakePackageConfigHelpers)
@@ -33,6 +34,9 @@ install(TARGETS logging2_builtin logging2_checked EXPORT logging2Targets
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
 if(LOGGING2_BUILD_CONFORMANCE)
   include(cmake/install_conformance.cmake)
+endif()
+if(LOGGING2_BUILD_TOOLS)
+  include(cmake/install_tools.cmake)
 endif()
 install(EXPORT logging2Targets NAMESPACE logging2:: DESTINATION ${logging2_package_dir}
   COMPONENT devel)

@@ -16,13 +16,12 @@ namespace {
 constexpr int usageStatus = 2;
 constexpr int signalStatus = 128;
 
-constexpr const char* footer = "\nRUN is the directory of a recording, or a directory of "
-                               "recordings together with --run ID or\n"
-                               "--run latest. `logging2 COMMAND --help` explains a command.\n"
-                               "\n"
-                               "The exit status is 0 for success, 1 for \"differs\" or "
-                               "\"damaged\", and 2 for wrong usage or input\n"
-                               "that cannot be read.";
+constexpr const char* footer =
+    "\nRUN is the directory of a recording, or a directory of recordings together with --run ID or\n"
+    "--run latest. `logging2 COMMAND --help` explains a command.\n"
+    "\n"
+    "The exit status is 0 for success, 1 if runs differ, a run is damaged or something is lost, and 2\n"
+    "for wrong usage or input that cannot be read.";
 
 void add_commands(CLI::App& app, Action& action) {
     add_list(app, action);
@@ -59,10 +58,10 @@ int run_action(const Action& action, const Terminal& terminal) {
 int run_command_line(int argc, const char* const* argv, const Terminal& terminal) {
     Action action;
     CLI::App app("Shows, compares, exports and repairs the runs of simulations.", "logging2");
-    app.footer(footer);
     app.set_version_flag("--version", "logging2 " LOGGING2_VERSION);
     app.require_subcommand(1);
     add_commands(app, action);
+    app.footer(footer);
     try {
         app.parse(argc, argv);
         return run_action(action, terminal);

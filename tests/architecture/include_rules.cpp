@@ -80,6 +80,15 @@ std::string broken_privacy_rule(const Include& include) {
     return "only the library, its tests and benchmarks include its internals";
 }
 
+/// The command stands on everything, and nothing on the command.
+std::string broken_tools_rule(const Include& include) {
+    const bool mayUseTools =
+        starts_with(include.file, "tools/") || starts_with(include.file, "tests/tools/");
+    return starts_with(include.header, "tools/") && !mayUseTools
+               ? "only the command and its tests include its headers"
+               : "";
+}
+
 std::string broken_dependency_rule(const Include& include) {
     if (!is_installed_header(include.file)) {
         return {};
@@ -115,7 +124,8 @@ const std::map<std::string, std::set<std::string>>& allowed_rooms() {
 }
 
 std::string broken_rule(const Include& include) {
-    for (const auto rule : {broken_room_rule, broken_dependency_rule, broken_privacy_rule}) {
+    for (const auto rule :
+         {broken_room_rule, broken_dependency_rule, broken_privacy_rule, broken_tools_rule}) {
         if (std::string reason = rule(include); !reason.empty()) {
             return reason;
         }
@@ -126,7 +136,7 @@ std::string broken_rule(const Include& include) {
 std::vector<Include> includes_below(const std::string& root) {
     static const std::regex pattern(R"(\s*#\s*include\s*[<"]([^>"]+)[>"].*)");
     std::vector<Include> result;
-    for (const char* folder : {"logging2", "examples", "tests", "benchmarks"}) {
+    for (const char* folder : {"logging2", "tools", "examples", "tests", "benchmarks"}) {
         const std::filesystem::path top = std::filesystem::path(root) / folder;
         if (!std::filesystem::exists(top)) {
             continue;

@@ -57,6 +57,11 @@ TEST(IncludeRulesTest, plantedFaultsAreFound) {
         {{"logging2/lookup/Backend.hpp", "cppmicroservices/ServiceRegistration.h"}, true},
         {{"examples/simulate/main.cpp", "logging2/native/detail/file_names.hpp"}, false},
         {{"examples/simulate/main.cpp", "logging2/columns/storage.hpp"}, false},
+        {{"tools/main.cpp", "logging2/backends/recording/recording.hpp"}, true},
+        {{"tools/main.cpp", "logging2/backends/recording/detail/Engine.hpp"}, false},
+        {{"tests/tools/text_test.cpp", "tools/terminal/text.hpp"}, true},
+        {{"examples/simulate/main.cpp", "tools/terminal/text.hpp"}, false},
+        {{"logging2/runs/Run.cpp", "tools/terminal/text.hpp"}, false},
         {{"benchmarks/micro/transpose.cpp", "logging2/columns/append_rows.hpp"}, true},
         {{"logging2/native/NativeStreamWriter.cpp", "logging2/native/detail/file_names.hpp"}, true},
     };

@@ -76,8 +76,7 @@ int rescue(const RescueOptions& options, const Terminal& terminal) {
 
 void add_rescue(CLI::App& app, Action& action) {
     CLI::App* const command = app.add_subcommand(
-        "rescue", "Make a new recording of all that is still good in a damaged one, and check it; "
-                  "the exit status is 1 if something is lost");
+        "rescue", "Make a new recording of all that is still good in a damaged one, and check it");
     const auto options = std::make_shared<RescueOptions>();
     add_run_options(*command, options->run);
     add_new_recording_options(*command, options->rescued);
