@@ -38,8 +38,9 @@ struct RecordingOptions {
     std::map<std::string, std::string> properties;
 
     /// The greatest number of bytes of a chunk, the steps of a group that are stored together. With
-    /// three groups or more, chunks become smaller, down to 128 KiB for 32 groups. They become still
-    /// smaller, down to one step, if the chunks of all groups would not fit into bufferByteCount.
+    /// three groups or more, chunks become smaller, down to 128 KiB for 32 groups. They become
+    /// still smaller, down to one step, if the chunks of all groups would not fit into
+    /// bufferByteCount.
     std::size_t chunkByteCount = std::size_t{2} * 1024 * 1024;
 
     /// How many bytes may wait to be written, in all groups together. When the buffers are full,
