@@ -66,7 +66,7 @@ struct GroupInfo {
 
 /// What is known about a signal of a run.
 struct SignalInfo {
-    /// What the signal is asked for by.
+    /// The name of the signal.
     lang::core::ValuePath path;
 
     /// The id of its group.
@@ -119,8 +119,8 @@ struct SignalSummary {
 /// All answers are those of one state of the run, the one at which it was opened or last
 /// refreshed, also while the host goes on writing.
 ///
-/// Every operation may throw the storage's error; which, its opening function says. Threads: an
-/// object is used by one thread at a time. Different objects of the same run are independent.
+/// Every operation may throw the error of the storage, which its opening function names. Threads:
+/// only one thread at a time may use an object. Different objects of the same run are independent.
 ///
 /// The order of the virtual operations is fixed: storages are built apart from this library.
 class LOGGING2_RUNS_EXPORT Run {

@@ -71,7 +71,8 @@ public:
     /// The number of samples, S.
     std::size_t size() const noexcept { return timeView.size(); }
 
-    /// Whether the data is the run's file itself, mapped into memory, and not a copy.
+    /// Whether the data is the run's file itself, mapped into memory, and not a copy. If the file
+    /// is truncated meanwhile, reading the data raises SIGBUS.
     bool isView() const noexcept { return mapped; }
 
     /// The parts of a structured binding: times, values and width.

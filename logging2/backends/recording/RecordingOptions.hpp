@@ -21,7 +21,7 @@ enum class Durability {
 enum class Compression {
     /// As they are.
     none,
-    /// Channels whose values follow each other regularly are packed with LZ4, bit for bit.
+    /// Channels are packed with LZ4, without loss, if that makes them small enough.
     lz4
 };
 
@@ -37,17 +37,18 @@ struct RecordingOptions {
     /// Notes that are stored with the run and that tools show, such as the model.
     std::map<std::string, std::string> properties;
 
-    /// The greatest number of bytes of a chunk, the steps of a group that are stored together. From
-    /// three groups on, chunks become smaller, down to 128 KiB for 32 groups. They become still
-    /// smaller, down to one step, if the chunks of all groups would not fit into bufferByteCount.
+    /// The greatest number of bytes of a chunk, the steps of a group that are stored together. With
+    /// three groups or more, chunks become smaller, down to 128 KiB for 32 groups. They become
+    /// still smaller, down to one step, if the chunks of all groups would not fit into
+    /// bufferByteCount.
     std::size_t chunkByteCount = std::size_t{2} * 1024 * 1024;
 
     /// How many bytes may wait to be written, in all groups together. When the buffers are full,
     /// `write` waits.
     std::size_t bufferByteCount = std::size_t{64} * 1024 * 1024;
 
-    /// After this time the samples that were written meanwhile are committed, also if no chunk is
-    /// full and the host makes no call.
+    /// After this time the samples that were written meanwhile are committed, even if no chunk is
+    /// full and the host makes no call. Such a commit makes small chunks, which need more space.
     std::chrono::milliseconds commitInterval{500};
 
     /// How many of the newest steps of each group readers do not see while the run goes on, because

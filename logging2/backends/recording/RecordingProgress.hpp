@@ -5,9 +5,9 @@
 
 namespace logging2::core {
 
-/// Told by long operations how many bytes of how many they have read. It is called on the thread of
-/// the operation, at most once per chunk. If it throws, the operation ends with this exception, as
-/// after an error.
+/// Receives the progress of a long operation: how many bytes it has read, and of how many. It is
+/// called on the thread of the operation, at most once per chunk. If it throws, the operation stops
+/// as after an error, and throws this exception.
 using RecordingProgress =
     std::function<void(std::uint64_t readByteCount, std::uint64_t totalByteCount)>;
 

@@ -33,10 +33,9 @@ struct EndEngine {
 
 /// Stores a run in a directory of its own, where it outlives the process: a recording.
 ///
-/// A sample that `write` accepted is in the recording after `flush`, unless a rollback discarded
-/// it, or a call has thrown a RecordingError. Until then it survives a crash of the process if it
-/// was written before the last commit; a commit happens when a chunk is full and at least once per
-/// `commitInterval`.
+/// A sample that `write` accepted is in the recording after `flush` has returned, unless a rollback
+/// discarded it. Until then it survives a crash of the process if a commit has stored it; a commit
+/// begins when a chunk is full and once per `commitInterval`.
 ///
 /// Errors: if something cannot be stored, because the disk is full for example, the next call
 /// throws RecordingError, which names the first sample that is not stored. The call itself has had
@@ -66,7 +65,7 @@ public:
     RecordingStreamWriter& operator=(RecordingStreamWriter&& other) noexcept;
 
     /// Stores what was not flushed and marks the run as interrupted, if `flush` and `close` were
-    /// not called. Never throws.
+    /// not called. Never throws: what cannot be stored is lost without a message.
     ~RecordingStreamWriter() override;
 
     /// The directory of the recording.
