@@ -63,9 +63,8 @@ int check(const CheckOptions& options, const Terminal& terminal) {
 } // namespace
 
 void add_check(CLI::App& app, Action& action) {
-    CLI::App* const command = app.add_subcommand(
-        "check",
-        "Compare everything in a run with its hashes");
+    CLI::App* const command =
+        app.add_subcommand("check", "Compare everything in a run with its hashes");
     const auto options = std::make_shared<CheckOptions>();
     add_run_options(*command, options->run);
     command->add_flag("--json", options->json, "Print JSON");

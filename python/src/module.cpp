@@ -1,0 +1,35 @@
+#include <python/src/bindings.hpp>
+
+#include <logging2/backends/recording/recording.hpp>
+
+#include <stdexcept>
+
+namespace {
+
+namespace py = pybind11;
+
+/// Turns errors of recordings into RecordingError, and unknown paths into KeyError. pybind11 turns
+/// std::invalid_argument into ValueError, std::bad_alloc into MemoryError, and others into
+/// RuntimeError.
+void bind_errors(py::module_& module) {
+    static py::exception<logging2::core::RecordingError> error(module, "RecordingError");
+    py::register_exception_translator([](std::exception_ptr pointer) {
+        try {
+            if (pointer) {
+                std::rethrow_exception(pointer);
+            }
+        } catch (const logging2::core::RecordingError& caught) {
+            error(caught.what());
+        } catch (const std::out_of_range& caught) {
+            PyErr_SetString(PyExc_KeyError, caught.what());
+        }
+    });
+}
+
+} // namespace
+
+PYBIND11_MODULE(_core, module) {
+    bind_errors(module);
+    logging2::python::bind_reading(module);
+    logging2::python::bind_writing(module);
+}

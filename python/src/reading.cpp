@@ -1,0 +1,211 @@
+#include <python/src/bindings.hpp>
+
+#include <logging2/backends/recording/recording.hpp>
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace logging2::python {
+namespace {
+
+namespace py = pybind11;
+using core::Run;
+using core::Series;
+using lang::core::ValuePath;
+
+/// A read-only array of the doubles, which stay alive as long as the array.
+py::array view_of(const core::DoubleView& doubles, std::vector<py::ssize_t> shape,
+                  const std::shared_ptr<const Series>& owner) {
+    auto* const held = new std::shared_ptr<const Series>(owner);
+    const py::capsule base(
+        held, [](void* pointer) { delete static_cast<std::shared_ptr<const Series>*>(pointer); });
+    // NumPy wants an address even for an array without elements.
+    static const double nothing = 0.0;
+    const double* const data = doubles.empty() ? &nothing : doubles.data();
+    py::array result(py::dtype::of<double>(), std::move(shape), data, base);
+    result.attr("setflags")(py::arg("write") = false);
+    return result;
+}
+
+/// (times, values, whether they are views of the file). Values of a scalar signal have one
+/// dimension.
+py::tuple arrays_of(Series series) {
+    const auto owner = std::make_shared<const Series>(std::move(series));
+    const auto count = static_cast<py::ssize_t>(owner->size());
+    const auto width = static_cast<py::ssize_t>(owner->width());
+    std::vector<py::ssize_t> shape{count};
+    if (width != 1) {
+        shape.push_back(width);
+    }
+    return py::make_tuple(view_of(owner->times(), {count}, owner),
+                          view_of(owner->values(), std::move(shape), owner), owner->isView());
+}
+
+/// An array of count x width doubles, or of count doubles if the signal is scalar.
+py::array array_of(const std::vector<double>& values, std::size_t count, std::size_t width) {
+    std::vector<py::ssize_t> shape{static_cast<py::ssize_t>(count)};
+    if (width != 1) {
+        shape.push_back(static_cast<py::ssize_t>(width));
+    }
+    return {py::dtype::of<double>(), std::move(shape), values.data()};
+}
+
+double seconds_of(std::chrono::system_clock::time_point time) {
+    return std::chrono::duration<double>(time.time_since_epoch()).count();
+}
+
+std::string state_of(const core::RunInfo& info) {
+    switch (info.state) {
+    case core::RunState::running:
+        return "running";
+    case core::RunState::finished:
+        return "finished";
+    case core::RunState::interrupted:
+        break;
+    }
+    return "interrupted";
+}
+
+/// A run that several Python threads may use at once. Reads without the interpreter's lock.
+class SharedRun {
+public:
+    explicit SharedRun(const std::string& location) : run(core::open_recording(location)) {}
+
+    template <class Question>
+    auto ask(Question question) const {
+        const py::gil_scoped_release release;
+        const std::lock_guard<std::mutex> guard(mutex);
+        return question(*run);
+    }
+
+private:
+    std::unique_ptr<Run> run;
+    mutable std::mutex mutex;
+};
+
+py::dict info_of(const SharedRun& shared) {
+    const core::RunInfo info = shared.ask([](const Run& run) { return run.info(); });
+    py::dict result;
+    result["id"] = info.id;
+    result["name"] = info.name;
+    result["state"] = state_of(info);
+    result["start"] = seconds_of(info.start);
+    result["end"] = info.end ? py::cast(seconds_of(*info.end)) : py::none();
+    result["properties"] = info.properties;
+    result["revision"] = info.revision;
+    return result;
+}
+
+py::list groups_of(const SharedRun& shared) {
+    py::list result;
+    for (const core::GroupInfo& group : shared.ask([](const Run& run) { return run.groups(); })) {
+        result.append(py::make_tuple(group.id, group.stepCount, group.firstTime, group.lastTime));
+    }
+    return result;
+}
+
+py::list signals_of(const SharedRun& shared) {
+    py::list result;
+    for (const core::SignalInfo& signal :
+         shared.ask([](const Run& run) { return run.signals(); })) {
+        result.append(
+            py::make_tuple(signal.path.text(), signal.group, signal.channel, signal.width));
+    }
+    return result;
+}
+
+py::dict summary_of(const SharedRun& shared, const std::string& path) {
+    const core::SignalSummary summary =
+        shared.ask([&](const Run& run) { return run.summary(ValuePath(path)); });
+    py::dict result;
+    result["step_count"] = summary.sampleCount;
+    result["least_time"] = summary.leastTime;
+    result["greatest_time"] = summary.greatestTime;
+    result["least"] = summary.least;
+    result["greatest"] = summary.greatest;
+    result["nan_count"] = summary.nanCount;
+    result["byte_count"] = summary.byteCount;
+    return result;
+}
+
+py::tuple overview_of(const SharedRun& shared, const std::string& path, double from, double to,
+                      std::size_t bucketCount) {
+    const core::Overview overview = shared.ask(
+        [&](const Run& run) { return run.overview(ValuePath(path), from, to, bucketCount); });
+    return py::make_tuple(array_of(overview.least, bucketCount, overview.width),
+                          array_of(overview.greatest, bucketCount, overview.width));
+}
+
+py::list list_of(const std::string& directory) {
+    std::vector<core::RecordingEntry> entries;
+    {
+        const py::gil_scoped_release release;
+        entries = core::list_recordings(directory);
+    }
+    py::list result;
+    for (const core::RecordingEntry& entry : entries) {
+        result.append(py::make_tuple(entry.location, entry.fault));
+    }
+    return result;
+}
+
+} // namespace
+
+void bind_reading(py::module_& module) {
+    py::class_<SharedRun>(module, "Run")
+        .def(py::init([](const std::string& location) {
+                 const py::gil_scoped_release release;
+                 return std::make_unique<SharedRun>(location);
+             }),
+             py::arg("location"))
+        .def("info", info_of)
+        .def("groups", groups_of)
+        .def("signals", signals_of)
+        .def("summary", summary_of, py::arg("path"))
+        .def(
+            "series",
+            [](const SharedRun& shared, const std::string& path) {
+                return arrays_of(
+                    shared.ask([&](const Run& run) { return run.series(ValuePath(path)); }));
+            },
+            py::arg("path"))
+        .def(
+            "series_between",
+            [](const SharedRun& shared, const std::string& path, double from, double to) {
+                return arrays_of(shared.ask(
+                    [&](const Run& run) { return run.series(ValuePath(path), from, to); }));
+            },
+            py::arg("path"), py::arg("start"), py::arg("stop"))
+        .def(
+            "series_of_steps",
+            [](const SharedRun& shared, const std::string& path, std::size_t first,
+               std::size_t count) {
+                return arrays_of(shared.ask([&](const Run& run) {
+                    return run.series(ValuePath(path), core::StepRange{first, count});
+                }));
+            },
+            py::arg("path"), py::arg("first"), py::arg("count"))
+        .def(
+            "steps",
+            [](const SharedRun& shared, std::size_t group, double from, double to) {
+                const core::StepRange steps =
+                    shared.ask([&](const Run& run) { return run.steps(group, from, to); });
+                return py::make_tuple(steps.first, steps.count);
+            },
+            py::arg("group"), py::arg("start"), py::arg("stop"))
+        .def("overview", overview_of, py::arg("path"), py::arg("start"), py::arg("stop"),
+             py::arg("bucket_count"))
+        .def("refresh",
+             [](SharedRun& shared) { return shared.ask([](Run& run) { return run.refresh(); }); });
+    module.def("list_recordings", list_of, py::arg("directory"));
+}
+
+} // namespace logging2::python

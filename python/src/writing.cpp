@@ -1,0 +1,247 @@
+#include <python/src/bindings.hpp>
+
+#include <logging2/backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/recording/recording.hpp>
+#include <logging2/logging2.hpp>
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace logging2::python {
+namespace {
+
+namespace py = pybind11;
+using core::Group;
+using core::StreamWriter;
+using lang::core::ValuePath;
+
+/// The signals of a group, with their widths.
+using Signals = std::vector<std::pair<std::string, std::size_t>>;
+using Setup = core::SequenceMap<Group, core::LoggedPathsSetupData>;
+using Row = py::array_t<double, py::array::c_style | py::array::forcecast>;
+
+/// Starts the registry of back-ends with the built-in ones, once per process.
+cppmicroservices::BundleContext context() {
+    static const bool isStarted = [] {
+        foundation::install_and_start_vantrel_core();
+        core::register_builtin_backends(foundation::get_global_bundle_context());
+        return true;
+    }();
+    static_cast<void>(isStarted);
+    return foundation::get_global_bundle_context();
+}
+
+/// Group k has the number k. Each signal has a channel of its own, numbered through all groups.
+Setup setup_of(const std::vector<Signals>& groups) {
+    Setup setup;
+    std::size_t channel = 0;
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        std::vector<core::LoggedPath> paths;
+        std::vector<core::LoggedChannel> channels;
+        for (const auto& [path, width] : groups[group]) {
+            paths.push_back({ValuePath(path), core::CoreDataId(channel)});
+            channels.push_back({core::CoreDataId(channel), width});
+            ++channel;
+        }
+        setup.insert(Group(group), core::LoggedPathsSetupData(paths, channels));
+    }
+    return setup;
+}
+
+void check_name(const std::string& name) {
+    if (name.empty() || name.find_first_of("*()\\") != std::string::npos) {
+        throw std::invalid_argument("\"" + name + "\" is no name of a back-end");
+    }
+}
+
+std::unique_ptr<StreamWriter> found_writer(const std::string& backend,
+                                           const core::StreamingAttributes& attributes,
+                                           const Setup& setup) {
+    check_name(backend);
+    context();
+    auto writer = core::get_stream_writer(backend, attributes, setup);
+    if (!writer || *writer == nullptr) {
+        throw std::invalid_argument("there is no back-end \"" + backend + '"');
+    }
+    return std::move(*writer);
+}
+
+/// A writer that several Python threads may use, one call at a time.
+class SharedWriter {
+public:
+    SharedWriter(std::string backendName, std::unique_ptr<StreamWriter> ownedWriter,
+                 std::vector<std::size_t> lengths, std::string place)
+        : backend(std::move(backendName)),
+          location(std::move(place)),
+          writer(std::move(ownedWriter)),
+          rowLengths(std::move(lengths)) {}
+
+    void write(std::size_t group, double time, const Row& row) {
+        if (group >= rowLengths.size()) {
+            throw std::invalid_argument("there is no group " + std::to_string(group));
+        }
+        const auto valueCount = static_cast<std::size_t>(row.size());
+        if (valueCount != rowLengths[group]) {
+            throw std::invalid_argument("a row of group " + std::to_string(group) + " has " +
+                                        std::to_string(rowLengths[group]) + " values, not " +
+                                        std::to_string(valueCount));
+        }
+        const double* const values = row.data();
+        call([&](StreamWriter& target) { target.write(group, time, values, valueCount); });
+    }
+
+    void rollback(std::size_t group, double time) {
+        if (group >= rowLengths.size()) {
+            throw std::invalid_argument("there is no group " + std::to_string(group));
+        }
+        call([&](StreamWriter& target) { target.rollback(group, time); });
+    }
+
+    /// Call it after flush.
+    std::pair<std::vector<double>, std::vector<double>> read(const std::string& path) {
+        std::pair<std::vector<double>, std::vector<double>> result;
+        call([&](StreamWriter& target) {
+            const auto reader = core::get_stream_reader(backend, target.dataStore(ValuePath(path)));
+            if (!reader || *reader == nullptr) {
+                throw std::logic_error("the back-end \"" + backend + "\" made no reader");
+            }
+            result = (*reader)->timeseries();
+        });
+        return result;
+    }
+
+    void flush() {
+        call([](StreamWriter& target) { target.flush(); });
+    }
+
+    void show() {
+        call([](StreamWriter& target) { target.flushIntermediate(); });
+    }
+
+    /// Lets go of the writer; a recording that was not flushed is interrupted.
+    void abandon() {
+        const py::gil_scoped_release release;
+        const std::lock_guard<std::mutex> guard(mutex);
+        writer.reset();
+    }
+
+    const std::string& place() const noexcept { return location; }
+
+private:
+    template <class Action>
+    void call(Action action) {
+        const py::gil_scoped_release release;
+        const std::lock_guard<std::mutex> guard(mutex);
+        if (!writer) {
+            throw std::invalid_argument("the writer is closed");
+        }
+        action(*writer);
+    }
+
+    std::string backend;
+    std::string location;
+    std::unique_ptr<StreamWriter> writer;
+    std::vector<std::size_t> rowLengths;
+    std::mutex mutex;
+};
+
+std::vector<std::size_t> row_lengths(const std::vector<Signals>& groups) {
+    std::vector<std::size_t> result;
+    for (const Signals& signals : groups) {
+        result.push_back(0);
+        for (const auto& signal : signals) {
+            result.back() += signal.second;
+        }
+    }
+    return result;
+}
+
+core::StreamingAttributes attributes_of(const std::string& name, bool rollbackOnTimeRegression,
+                                        std::size_t pointLimit) {
+    core::StreamingAttributes attributes;
+    attributes.name = core::BasicTableString<char>(name);
+    attributes.rollbackOnTimeRegression = rollbackOnTimeRegression;
+    attributes.pointLimit = pointLimit;
+    return attributes;
+}
+
+std::unique_ptr<SharedWriter> make_writer(const std::string& backend,
+                                          const std::vector<Signals>& groups,
+                                          const std::string& name, bool rollbackOnTimeRegression,
+                                          std::size_t pointLimit) {
+    return std::make_unique<SharedWriter>(
+        backend,
+        found_writer(backend, attributes_of(name, rollbackOnTimeRegression, pointLimit),
+                     setup_of(groups)),
+        row_lengths(groups), "");
+}
+
+std::unique_ptr<SharedWriter> make_recording(const std::vector<Signals>& groups,
+                                             const std::string& name, bool rollbackOnTimeRegression,
+                                             const std::string& directory,
+                                             const std::map<std::string, std::string>& properties,
+                                             bool isPacked, bool survivesPowerLoss,
+                                             std::size_t heldBackSteps) {
+    core::RecordingOptions options;
+    options.directory = directory;
+    options.properties = properties;
+    options.compression = isPacked ? core::Compression::lz4 : core::Compression::none;
+    options.durability = survivesPowerLoss ? core::Durability::power : core::Durability::process;
+    options.heldBackSteps = heldBackSteps;
+    static const auto registrations = core::register_recording_backend(context());
+    auto writer = std::make_unique<core::RecordingStreamWriter>(
+        attributes_of(name, rollbackOnTimeRegression, 0), setup_of(groups), options);
+    const std::string location = writer->location();
+    return std::make_unique<SharedWriter>("recording", std::move(writer), row_lengths(groups),
+                                          location);
+}
+
+std::vector<std::string> backend_names() {
+    std::vector<std::string> result{"recording"};
+    for (const core::BackendInfo& backend : core::registered_backends(context())) {
+        if (backend.name != "recording") {
+            result.push_back(backend.name);
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+void bind_writing(py::module_& module) {
+    py::class_<SharedWriter>(module, "Writer")
+        .def("write", &SharedWriter::write, py::arg("group"), py::arg("time"), py::arg("values"))
+        .def("rollback", &SharedWriter::rollback, py::arg("group"), py::arg("time"))
+        .def(
+            "read",
+            [](SharedWriter& writer, const std::string& path) {
+                const auto [times, values] = writer.read(path);
+                return py::make_tuple(
+                    py::array_t<double>(static_cast<py::ssize_t>(times.size()), times.data()),
+                    py::array_t<double>(static_cast<py::ssize_t>(values.size()), values.data()));
+            },
+            py::arg("path"))
+        .def("flush", &SharedWriter::flush)
+        .def("show", &SharedWriter::show)
+        .def("abandon", &SharedWriter::abandon)
+        .def_property_readonly("location", &SharedWriter::place);
+    module.def("make_writer", make_writer, py::arg("backend"), py::arg("groups"), py::arg("name"),
+               py::arg("rollback_on_time_regression"), py::arg("point_limit"));
+    module.def("make_recording", make_recording, py::arg("groups"), py::arg("name"),
+               py::arg("rollback_on_time_regression"), py::arg("directory"), py::arg("properties"),
+               py::arg("compress"), py::arg("survive_power_loss"), py::arg("held_back_steps"));
+    module.def("backend_names", backend_names);
+    module.def(
+        "load_backends", [](const std::string& file) { core::load_backends(file, context()); },
+        py::arg("file"));
+}
+
+} // namespace logging2::python
