@@ -39,7 +39,8 @@ class LazySignal(BackendArray):  # type: ignore[misc]
             first, last = min(numbers), max(numbers)
             block = self._signal[first : last + 1].values
             return block[(slice(None, None, numbers.step), *elements)]
-        return self._signal[steps : steps + 1].values[(0, *elements)]
+        value: npt.NDArray[np.float64] = self._signal[steps : steps + 1].values[(0, *elements)]
+        return value
 
 
 class LoggingBackend(BackendEntrypoint):  # type: ignore[misc]
@@ -84,6 +85,7 @@ class LoggingBackend(BackendEntrypoint):  # type: ignore[misc]
     def guess_can_open(self, filename_or_obj: Any) -> bool:
         """Whether the name is that of a recording."""
         try:
-            return os.fspath(filename_or_obj).rstrip("/").endswith(".recording")
+            name = str(os.fspath(filename_or_obj))
         except TypeError:
             return False
+        return name.rstrip("/").endswith(".recording")

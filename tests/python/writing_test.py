@@ -1,0 +1,95 @@
+import numpy as np
+import pytest
+
+import logging2
+
+
+def test_every_back_end_is_available_by_name():
+    assert logging2.backends() == ["recording", "memory", "memory-restricted", "native"]
+
+
+@pytest.mark.parametrize("backend", ["memory", "recording"])
+def test_rollback_discards_later_steps(backend, tmp_path):
+    options = {"directory": tmp_path} if backend == "recording" else {}
+    with logging2.Writer(backend, groups=[{"x": 1, "p": 2}], **options) as writer:
+        for time in range(6):
+            writer.write(0, time, [time, 2 * time, 3 * time])
+        writer.rollback(0, 3.5)
+        writer.write(0, 3.75, np.array([9, 8, 7]))
+    times, values = writer.read("p")
+    assert times.tolist() == [0, 1, 2, 3, 3.75]
+    assert values.tolist() == [[0, 0], [2, 3], [4, 6], [6, 9], [8, 7]]
+    assert writer.read("x")[1].tolist() == [0, 1, 2, 3, 9]
+
+
+def test_native_logs_to_files(tmp_path, monkeypatch):
+    monkeypatch.setenv("TMPDIR", str(tmp_path))
+    with logging2.Writer("native", groups=[["x"]]) as writer:
+        writer.write(0, 1.0, [2.0])
+    assert [part.tolist() for part in writer.read("x")] == [[1.0], [2.0]]
+
+
+def test_restricted_memory_keeps_the_newest_steps():
+    with logging2.Writer("memory-restricted", groups=[["x"]], point_limit=2) as writer:
+        for time in range(5):
+            writer.write(0, time, [time])
+    assert writer.read("x")[0].tolist() == [3, 4]
+
+
+def test_time_regression_can_discard_steps():
+    with logging2.Writer("memory", groups=[["x"]], rollback_on_time_regression=True) as writer:
+        for time in (0, 1, 2, 1):
+            writer.write(0, time, [time])
+    assert writer.read("x")[0].tolist() == [0, 1]
+
+
+def test_recording_has_its_options(tmp_path):
+    with logging2.Writer("recording", groups=[["x"]], name="n", directory=tmp_path / "new",
+                         properties={"k": "v"}, compress=True, durability="power") as writer:
+        writer.write(0, 0.0, [1.0])
+    run = logging2.open(writer.location)
+    assert (run.name, run.properties, run.state) == ("n", {"k": "v"}, "finished")
+    assert (tmp_path / "new").is_dir()
+
+
+def test_exception_interrupts_a_recording_and_keeps_its_steps(tmp_path):
+    with pytest.raises(ZeroDivisionError):
+        with logging2.Writer("recording", groups=[["x"]], directory=tmp_path) as writer:
+            writer.write(0, 0.0, [1.0])
+            raise ZeroDivisionError
+    run = logging2.open(writer.location)
+    assert (run.state, len(run["x"])) == ("interrupted", 1)
+
+
+def test_wrong_calls_are_errors_that_change_nothing(tmp_path):
+    with logging2.Writer("memory", groups=[["x", "y"]]) as writer:
+        with pytest.raises(ValueError, match="no group 1"):
+            writer.write(1, 0.0, [1.0, 2.0])
+        with pytest.raises(ValueError, match="no group 7"):
+            writer.rollback(7, 0.0)
+        with pytest.raises(ValueError, match="2 values, not 1"):
+            writer.write(0, 0.0, [1.0])
+        with pytest.raises(TypeError):
+            writer.write(0, "zero", [1.0, 2.0])
+        with pytest.raises((TypeError, ValueError)):
+            writer.write(0, 0.0, ["a", "b"])
+        with pytest.raises(KeyError, match="'z'"):
+            writer.read("z")
+    assert writer.read("x")[0].size == 0
+    writer.close()
+    with pytest.raises(ValueError, match="closed"):
+        writer.write(0, 0.0, [1.0, 2.0])
+
+
+def test_wrong_options_are_refused(tmp_path):
+    for name in ("unknown", "", "mem*"):
+        with pytest.raises(ValueError, match="back-end"):
+            logging2.Writer(name, groups=[["x"]])
+    with pytest.raises(ValueError, match='only "recording"'):
+        logging2.Writer("memory", groups=[["x"]], directory=tmp_path)
+    with pytest.raises(ValueError, match="two signals 'x'"):
+        logging2.Writer("memory", groups=[["x"], ["x"]])
+    with pytest.raises(ValueError, match="durability"):
+        logging2.Writer("recording", groups=[["x"]], directory=tmp_path, durability="disk")
+    with pytest.raises(logging2.RecordingError):
+        logging2.Writer("recording", groups=[["x"]], directory="/proc/none")
