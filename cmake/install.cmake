@@ -3,6 +3,7 @@
 # - "registry": the shared library of the tree's own service registry, unless CppMicroServices is used;
 # - "runs" and "recording": the shared libraries that read runs and that record them;
 # - "tools": the command `logging2`;
+# - "python": the Python module `logging2`;
 # - "devel": the headers, the packages for find_package(logging2 CONFIG) and pkg-config, and the static
 #   libraries of the back-ends, which are needed to build a program.
 include(CMakePackageConfigHelpers)
@@ -37,6 +38,9 @@ if(LOGGING2_BUILD_CONFORMANCE)
 endif()
 if(LOGGING2_BUILD_TOOLS)
   include(cmake/install_tools.cmake)
+endif()
+if(LOGGING2_BUILD_PYTHON)
+  include(cmake/install_python.cmake)
 endif()
 install(EXPORT logging2Targets NAMESPACE logging2:: DESTINATION ${logging2_package_dir}
   COMPONENT devel)

@@ -1,6 +1,6 @@
 # `cpack` makes a Debian package for each component: liblogging2-<soversion>, liblogging2-dev,
 # liblogging2-runs<soversion>, logging2-conformance, if SQLite is found liblogging2-recording<soversion>
-# and logging2-tools, and, if the tree's own service registry is used, liblogging2-registry<soversion>.
+# logging2-tools and python3-logging2, and, if the tree's own service registry is used, liblogging2-registry<soversion>.
 set(logging2_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(logging2_components runtime devel)
 set(logging2_runtime_package liblogging2-${logging2_soversion})
@@ -93,6 +93,10 @@ endif()
 if(LOGGING2_BUILD_TOOLS)
   list(APPEND logging2_components tools)
   include(${CMAKE_CURRENT_LIST_DIR}/tools.cmake)
+endif()
+if(LOGGING2_BUILD_PYTHON)
+  list(APPEND logging2_components python)
+  include(${CMAKE_CURRENT_LIST_DIR}/python.cmake)
 endif()
 foreach(component IN LISTS logging2_components)
   install(FILES ${PROJECT_BINARY_DIR}/debian/changelog.gz ${CMAKE_CURRENT_LIST_DIR}/copyright
