@@ -4,7 +4,6 @@
 #include <logging2/backends/recording/detail/OverviewBuilder.hpp>
 #include <logging2/backends/recording/detail/TimeSearch.hpp>
 
-#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
@@ -70,6 +69,7 @@ bool RecordingRun::refresh() {
     const Answers former = answers();
     index.refresh(state);
     chunks.forget();
+    visible.clear();
     claimed = isClaimed;
     return former != answers();
 }
@@ -111,25 +111,19 @@ RunInfo RecordingRun::info() const {
     return info;
 }
 
-std::vector<SampleSpan> RecordingRun::spansOf(std::size_t group) const {
-    std::vector<SampleSpan> spans;
-    const StoredGroup& stored = state.groups[group];
-    std::size_t left = stepCountOf(stored);
-    for (const ChunkRow& chunk : stored.chunks) {
-        if (left == 0) {
-            break;
-        }
-        spans.push_back({&chunk, 0, std::min(left, chunk.stepCount)});
-        left -= spans.back().count;
+const VisibleSteps& RecordingRun::stepsOf(std::size_t group) const {
+    visible.resize(state.groups.size());
+    if (!visible[group]) {
+        visible[group].emplace(state.groups[group], stepCountOf(state.groups[group]));
     }
-    return spans;
+    return *visible[group];
 }
 
 RunContent RecordingRun::content() const {
     const char* const endState = state.state == "finished" ? "finished" : "interrupted";
     RunContent result{data, description, state.revision, {endState, state.end}, {}};
     for (std::size_t group = 0; group < description.groups.size(); ++group) {
-        result.groups.push_back(spansOf(group));
+        result.groups.push_back(stepsOf(group).spans());
         for (const SampleSpan& span : result.groups.back()) {
             chunks.open(*span.chunk);
         }
@@ -140,7 +134,7 @@ RunContent RecordingRun::content() const {
 std::vector<GroupInfo> RecordingRun::groups() const {
     std::vector<GroupInfo> result;
     for (std::size_t group = 0; group < description.groups.size(); ++group) {
-        const std::vector<SampleSpan> spans = spansOf(group);
+        const std::vector<SampleSpan>& spans = stepsOf(group).spans();
         GroupInfo info;
         info.id = description.groups[group].id;
         info.stepCount = sample_count(spans);
@@ -178,13 +172,13 @@ RecordingRun::Place RecordingRun::placeOf(const lang::core::ValuePath& path) con
 
 Series RecordingRun::series(const lang::core::ValuePath& path) const {
     const Place place = placeOf(path);
-    return seriesReader.read(place.column, place.width, spansOf(place.group));
+    return seriesReader.read(place.column, place.width, stepsOf(place.group).spans());
 }
 
 Series RecordingRun::series(const lang::core::ValuePath& path, double from, double to) const {
     const Place place = placeOf(path);
     TimeSearch search(from, to);
-    for (const SampleSpan& span : spansOf(place.group)) {
+    for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
         search.add(chunks, span);
     }
     return seriesReader.read(place.column, place.width, search.result());
@@ -195,11 +189,9 @@ Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, 
     check_range(from, to, bucketCount);
     const Place place = placeOf(path);
     OverviewBuilder builder(from, to, bucketCount, place.width);
-    for (const SampleSpan& span : spansOf(place.group)) {
-        if (span.chunk->greatestTime >= from && span.chunk->leastTime <= to) {
-            const std::shared_ptr<OpenChunk> chunk = chunks.open(*span.chunk);
-            builder.add(chunk->reader, *chunk->layout, place.column, span.count);
-        }
+    for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
+        const std::shared_ptr<OpenChunk> chunk = chunks.open(*span.chunk);
+        builder.add(chunk->reader, *chunk->layout, place.column, span.count);
     }
     return builder.result();
 }

@@ -6,10 +6,12 @@
 #include <logging2/backends/recording/detail/OpenChunks.hpp>
 #include <logging2/backends/recording/detail/RunWriter.hpp>
 #include <logging2/backends/recording/detail/SeriesReader.hpp>
+#include <logging2/backends/recording/detail/VisibleSteps.hpp>
 #include <logging2/runs/Run.hpp>
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -53,7 +55,7 @@ private:
     std::size_t stepCountOf(const StoredGroup& group) const;
     Answers answers() const;
     Place placeOf(const lang::core::ValuePath& path) const;
-    std::vector<SampleSpan> spansOf(std::size_t group) const;
+    const VisibleSteps& stepsOf(std::size_t group) const;
 
     std::string location;
     IndexReader index;
@@ -62,7 +64,8 @@ private:
     RunId run{};
     std::map<std::string, Place> places; ///< by the path's text
     IndexState state;
-    bool claimed = false; ///< by a writer, at the last refresh
+    bool claimed = false;                                     ///< by a writer, at the last refresh
+    mutable std::vector<std::optional<VisibleSteps>> visible; ///< by group; made when needed
     mutable OpenChunks chunks;
     mutable SeriesReader seriesReader;
 };

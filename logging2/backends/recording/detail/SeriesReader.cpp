@@ -12,6 +12,9 @@ namespace {
 /// No bytes become more than so many times as many when LZ4 unpacks them.
 constexpr std::size_t greatestPackedRatio = 256;
 
+/// So many parts are read together. Their chunks are open, which needs memory for wide groups.
+constexpr std::size_t greatestPartCount = 2048;
+
 } // namespace
 
 std::size_t sample_count(const std::vector<SampleSpan>& spans) {
@@ -54,6 +57,10 @@ Series SeriesReader::copy(std::size_t column, std::size_t width,
         parts.push_back({chunk, column, span.first, span.count, values});
         times += span.count;
         values += span.count * width;
+        if (parts.size() >= greatestPartCount) {
+            read_columns(parts);
+            parts.clear();
+        }
     }
     read_columns(parts);
     return {{owner.get(), count}, {owner.get() + count, count * width}, width, owner, false};

@@ -10,9 +10,6 @@ TimeSearch::TimeSearch(double rangeFrom, double rangeTo) : from(rangeFrom), to(r
 
 void TimeSearch::add(OpenChunks& chunks, const SampleSpan& span) {
     const ChunkRow& row = *span.chunk;
-    if (!(row.greatestTime >= from && row.leastTime <= to)) {
-        return;
-    }
     if (row.nanTimeCount == 0 && row.leastTime >= from && row.greatestTime <= to) {
         found.push_back(span);
         return;
