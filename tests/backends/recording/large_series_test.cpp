@@ -6,7 +6,6 @@
 #include <pthread.h>
 
 #include <cerrno>
-#include <cmath>
 #include <filesystem>
 
 // This executable counts the threads that are started, and can refuse to start them.
@@ -37,13 +36,19 @@ class LargeSeriesTest : public RecordingTest, public ::testing::WithParamInterfa
 protected:
     static constexpr std::size_t stepCount = 300'000;
     static constexpr std::size_t chunkStepCount = 10'000;
+    static constexpr std::size_t width = 15;
 
     LargeSeriesTest() {
         options.compression = GetParam();
-        options.chunkByteCount = 2 * sizeof(double) * chunkStepCount;
-        const auto writer = makeWriter();
+        options.chunkByteCount = (1 + width) * sizeof(double) * chunkStepCount;
+        const auto writer = makeWriter(
+            {{Group(0), LoggedPathsSetupData(paths({{"x", 0}}), channels({{0, width}}))}});
+        Doubles row(width);
         for (std::size_t s = 0; s < stepCount; ++s) {
-            write(*writer, 0, timeOf(s), {valueOf(s)});
+            for (std::size_t e = 0; e < width; ++e) {
+                row[e] = valueOf(s, e);
+            }
+            writer->write(0, timeOf(s), row.data(), width);
         }
         writer->flush();
         location = writer->location();
@@ -51,15 +56,22 @@ protected:
     ~LargeSeriesTest() override { refusesThreads = false; }
 
     static double timeOf(std::size_t step) { return 0.25 * static_cast<double>(step); }
-    static double valueOf(std::size_t step) { return std::sin(timeOf(step)); }
+    static double valueOf(std::size_t step, std::size_t element) {
+        return static_cast<double>(step * step + element);
+    }
 
     /// Compares the series with the steps [first, end).
     static void expectSteps(const Series& series, std::size_t first, std::size_t end) {
         ASSERT_EQ(series.size(), end - first);
+        std::size_t wrongCount = 0;
         for (std::size_t s = first; s < end; ++s) {
-            ASSERT_EQ(series.times()[s - first], timeOf(s));
-            ASSERT_EQ(series.values()[s - first], valueOf(s));
+            wrongCount += series.times()[s - first] == timeOf(s) ? 0 : 1;
+            for (std::size_t e = 0; e < width; ++e) {
+                const double value = series.values()[(s - first) * width + e];
+                wrongCount += value == valueOf(s, e) ? 0 : 1;
+            }
         }
+        EXPECT_EQ(wrongCount, 0U);
     }
 
     /// Where the chunk's record begins.
@@ -107,11 +119,11 @@ TEST_P(LargeSeriesTest, oneThreadIsEnough) {
 }
 
 TEST_P(LargeSeriesTest, errorIsThatOfTheFirstDamagedChunk) {
-    for (const std::size_t chunk : {29, 12, 11, 3}) {
+    for (const std::size_t chunk : {29U, 12U, 11U, 3U}) {
         damage(chunk);
         const std::string expected = "chunk at byte " + std::to_string(offsetOf(chunk));
         const auto run = open_recording(location);
-        for (int repetition = 0; repetition < 20; ++repetition) {
+        for (int repetition = 0; repetition < 5; ++repetition) {
             EXPECT_THAT([&] { run->series(x); },
                         ThrowsMessage<RecordingError>(HasSubstr(expected)));
         }

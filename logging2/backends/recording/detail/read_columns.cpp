@@ -10,8 +10,8 @@
 namespace logging2::core::detail {
 namespace {
 
-/// For fewer bytes, it is not worth while to start a thread.
-constexpr std::size_t leastSharedByteCount = std::size_t{4} * 1024 * 1024;
+/// For fewer bytes, a second thread gains less than it costs to wait for it on a busy machine.
+constexpr std::size_t leastSharedByteCount = std::size_t{32} * 1024 * 1024;
 
 std::size_t byte_count(const std::vector<ColumnPart>& parts) {
     return std::accumulate(parts.begin(), parts.end(), std::size_t{0},
