@@ -1,12 +1,12 @@
 #include <tests/backends/recording/recordings.hpp>
 
-#include <tests/support/files.hpp>
-
 #include <dlfcn.h>
 #include <pthread.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
 
 // This executable counts the threads that are started, and can refuse to start them.
 
@@ -74,20 +74,28 @@ protected:
         EXPECT_EQ(wrongCount, 0U);
     }
 
-    /// Where the chunk's record begins.
+    /// Where the chunk's record begins. The description comes before the first one.
     std::size_t offsetOf(std::size_t chunk) const {
-        const std::string bytes = bytesOf(samples());
+        constexpr std::size_t headerByteCount = 128;
+        constexpr std::size_t payloadByteCountAt = 72;
+        std::ifstream file(samples(), std::ios::binary);
         std::size_t offset = 0;
         for (std::size_t k = 0; k <= chunk; ++k) {
-            offset = bytes.find("L2RECORD", offset + 1);
+            std::uint64_t payloadByteCount = 0;
+            file.seekg(static_cast<std::streamoff>(offset + payloadByteCountAt));
+            file.read(reinterpret_cast<char*>(&payloadByteCount), sizeof payloadByteCount);
+            offset += headerByteCount + payloadByteCount;
         }
         return offset;
     }
 
     void damage(std::size_t chunk) const {
-        std::string bytes = bytesOf(samples());
-        bytes.at(offsetOf(chunk) + 2000) ^= 1;
-        writeBytes(samples(), bytes);
+        std::fstream file(samples(), std::ios::binary | std::ios::in | std::ios::out);
+        const auto place = static_cast<std::streamoff>(offsetOf(chunk) + 2000);
+        file.seekg(place);
+        const auto byte = static_cast<char>(file.get() ^ 1);
+        file.seekp(place);
+        file.put(byte);
     }
 
     fs::path samples() const { return fs::path(location) / "samples.bin"; }
