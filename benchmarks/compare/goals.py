@@ -8,20 +8,23 @@ from benchmarks.compare.results import Results
 
 @dataclass(frozen=True)
 class Goal:
-    """The subject may need at most limit times what the best of the references needs.
+    """The subject may need at most limit times what the best of the references needs. Without
+    references, the limit is a number of units.
 
     Subject and references are given as contender and phase."""
 
     line: str
     limit: float
-    reference_title: str
+    reference_title: str  # or the unit
     subject: tuple[str, str]
     references: list[tuple[str, str]]
     workloads: list[str]
-    measure: str = "median"  # or "peak_kib": a member of Summary
+    measure: str = "median"  # or "peak_kib", a member of Summary, or a result of the contender
+    reference_workload: str | None = None  # if it is another one
 
     def text(self) -> str:
-        return f"{self.limit:g} × {self.reference_title}"
+        times = "× " if self.references else ""
+        return f"{self.limit:g} {times}{self.reference_title}"
 
 
 @dataclass(frozen=True)
@@ -29,7 +32,7 @@ class Reached:
     """What was reached on one workload."""
 
     workload: str
-    ratio: float | None  # None if no run of either was verified
+    ratio: float | None  # or the number of units; None if no run of either was verified
     lost_rows: bool  # by the subject, which then misses the goal
     is_held: bool
 
@@ -94,6 +97,28 @@ GOALS = [
          "the fastest read into a std::vector", ("native-reader", "run"),
          [("stream-vector", "run"), ("read-vector", "run"), ("mapping-vector", "run")],
          ["1x67108864"]),
+    Goal("Recording, write, median", 1.3, "flat std::vector",
+         ("recording-batches", "run"), [("flat-vector-batches", "run")], ["8x3000000"],
+         measure="median_batch_ns"),
+    Goal("Recording, write at 10⁶ rows/s, 99.99th percentile", 100, "µs",
+         ("recording-paced", "run"), [], ["8x10000000"], measure="call_us_of_9999_in_10000"),
+    Goal("Recording, 10⁸ rows, time per row", 1.15, "that of 10⁵ rows",
+         ("recording", "total"), [("recording", "total")], ["1x100000000"],
+         reference_workload="1x100000"),
+    Goal("Recording, memory with 1, 10 and 10,000 groups", 96, "MiB",
+         ("recording", "total"), [], ["W1", "W3", "10000x8x400"], measure="grown_mib"),
+    Goal("Recording, reading a signal", 1.5, "read(2) into fresh memory",
+         ("recorded-series", "run"), [("recorded-bytes-fresh", "run")],
+         ["1x10000000", "1x100000000"]),
+    Goal("Recording, reading a range of 1 %", 0.05, "reading the signal",
+         ("recorded-range", "run"), [("recorded-series", "run")], ["1x10000000", "1x100000000"]),
+    Goal("Recording, reading a range of ten samples", 10, "µs",
+         ("recorded-small-ranges", "run"), [], ["1x10000000", "1x100000000"],
+         measure="us_per_range"),
+    Goal("Recording, overview of 10⁸ samples", 50, "ms",
+         ("recorded-overview", "run"), [], ["1x100000000"], measure="run_ms"),
+    Goal("Recording, overview of 10⁸ samples, bytes read", 1, "%",
+         ("recorded-overview", "run"), [], ["1x100000000"], measure="read_percent"),
 ]
 
 
@@ -106,13 +131,13 @@ def outcomes(goals: list[Goal], results: Results) -> list[Outcome]:
 
 def reached_on(workload: str, goal: Goal, results: Results) -> Reached:
     subject = results.summary(goal.subject[0], workload, goal.subject[1])
-    references = [results.summary(contender, workload, phase)
+    references = [results.summary(contender, goal.reference_workload or workload, phase)
                   for contender, phase in goal.references]
-    least = min((getattr(summary, goal.measure) for summary in references if summary),
-                default=None)
+    least = min((summary.value(goal.measure) for summary in references if summary),
+                default=None if goal.references else 1)
     if subject is None or least is None:
         return Reached(workload, ratio=None, lost_rows=False, is_held=False)
-    ratio = getattr(subject, goal.measure) / least
+    ratio = subject.value(goal.measure) / least
     lost_rows = subject.rows_lost > 0
     return Reached(workload, ratio, lost_rows, ratio <= goal.limit and not lost_rows)
 
@@ -128,5 +153,7 @@ def complaints(judged: list[Outcome], results: Results) -> list[str]:
 
 
 def _was_run(goal: Goal, workload: str, results: Results) -> bool:
-    return (goal.subject[0], workload) in results.runs and any(
-        (contender, workload) in results.runs for contender, _ in goal.references)
+    references = [(contender, goal.reference_workload or workload)
+                  for contender, _ in goal.references]
+    return (goal.subject[0], workload) in results.runs and (
+        not references or any(pair in results.runs for pair in references))

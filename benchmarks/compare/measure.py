@@ -113,12 +113,15 @@ def main() -> None:
     parser.add_argument("--scale", type=float, default=1, help="factor for the number of steps")
     parser.add_argument("--repetitions", type=int, default=5, help="of each contender")
     parser.add_argument("--workload", action="append", default=[], help="only this one")
+    parser.add_argument("--question", action="append", default=[], help="only this one")
     options = parser.parse_args()
     chosen = data.questions_with(
-        lambda _, workload: not options.workload or workload in options.workload)
+        lambda question, workload: (not options.workload or workload in options.workload)
+        and (not options.question or question.id in options.question))
     wanted = repetitions_of(chosen, options.repetitions)
     if not wanted:
-        parser.error(f"no question has a workload {' or '.join(options.workload)}")
+        chosen_names = " or ".join(options.question + options.workload)
+        parser.error(f"there is no question or workload {chosen_names}")
     document = measure(options.program, rounds_of(wanted), options.scale)
     options.output.write_text(json.dumps(document, indent=1) + "\n", encoding="utf-8")
 

@@ -34,6 +34,7 @@ MOST_REPETITIONS_OF_SLOW_ONES = 3
 # These hold data in memory before the timed phase, so their peak memory says nothing.
 HOLDING_DATA_BEFORE = {
     "copy-touched", "rollback-time", "rollback-count", "one-file", "raw-write", "read-touched",
+    "recorded-bytes-touched",
 }
 
 FULL_WORKLOADS = ["W1", "W2", "W3", "W4", "W5", "WR"]
@@ -97,6 +98,43 @@ QUESTIONS = [
             Entry("one-file", "total", "write(2) into one file, rows ready"),
         ],
         floor="one-file", most_repetitions=3),
+    Question(
+        "recordings-growth", "Storing in recordings: one scalar, by number of rows",
+        ["1x100000", "1x1000000", "1x10000000", "1x100000000"],
+        [
+            Entry("recording", "total", "recording"),
+            Entry("recording-lz4", "total", "recording, packed with LZ4"),
+        ],
+        is_growth=True, most_repetitions=3),
+    Question(
+        "recordings-memory", "Storing in recordings: 10,000 groups", ["10000x8x400"],
+        [
+            Entry("recording", "total", "recording"),
+            Entry("recording-lz4", "total", "recording, packed with LZ4"),
+        ],
+        most_repetitions=3),
+    Question(
+        "recordings-calls", "Storing in recordings: batches of rows with pauses", ["8x3000000"],
+        [
+            Entry("recording-batches", "run", "recording"),
+            Entry("flat-vector-batches", "run", "flat std::vector, grown"),
+        ],
+        most_repetitions=3),
+    Question(
+        "recordings-pace", "Storing in recordings: a million rows per second", ["8x10000000"],
+        [Entry("recording-paced", "run", "recording")], most_repetitions=3),
+    Question(
+        "recordings-reading", "Reading one scalar of a recording",
+        ["1x10000000", "1x100000000"],
+        [
+            Entry("recorded-series", "run", "all samples"),
+            Entry("recorded-range", "run", "a range of 1 %"),
+            Entry("recorded-small-ranges", "run", "100,000 ranges of ten samples"),
+            Entry("recorded-overview", "run", "an overview of 1,000 buckets"),
+            Entry("recorded-bytes-fresh", "run", "read(2) of as many bytes into fresh memory"),
+            Entry("recorded-bytes-touched", "run", "read(2) of as many bytes into touched memory"),
+        ],
+        most_repetitions=3),
     # Here the file-backed writer is expected to lose rows.
     Question(
         "files-lockstep", "Storing in files: buffers that fill on consecutive calls", ["WL"],

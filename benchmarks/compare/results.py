@@ -22,6 +22,11 @@ class Summary:
     label: str
     verified_count: int  # runs
     run_count: int
+    results: dict[str, float]  # medians of all other numbers
+
+    def value(self, measure: str) -> float:
+        """A member, or one of the results."""
+        return self.results[measure] if measure in self.results else getattr(self, measure)
 
 
 class Results:
@@ -66,7 +71,9 @@ class Results:
             values_per_row=values_per_row,
             label=first["label"],
             verified_count=len(verified),
-            run_count=len(runs))
+            run_count=len(runs),
+            results={key: statistics.median(run[key] for run in verified)
+                     for key, value in first.items() if isinstance(value, float)})
 
 
 def read_results(path: Path) -> Results:

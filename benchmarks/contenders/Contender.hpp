@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <map>
+#include <string>
 #include <utility>
 
 namespace logging2::core::bench {
@@ -32,6 +34,9 @@ public:
     /// Reads everything back and compares it. Throws Mismatch if anything differs. Returns the
     /// number of missing rows, which must be 0 unless the contender is known to lose rows.
     virtual std::size_t check() = 0;
+
+    /// Returns further results of run() by their names.
+    virtual std::map<std::string, double> results() const { return {}; }
 
 protected:
     const Rows& rows;

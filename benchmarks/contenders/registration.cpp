@@ -27,13 +27,25 @@ const std::vector<std::string>& workloads_for(Suits suits) {
         "8x100000", "8x300000",  "8x1000000", "8x3000000", "8x10000000", // growing in steps
         "10x30000", "30x30000",  "100x30000", "300x30000", "1000x30000", // growing in channels
         "8x10000",  "1x1000000"};                                        // rolled back
+    // Of a recording.
+    static const std::vector<std::string> oneScalar{"1x100000", "1x10000000", "1x100000000"};
     static const std::vector<std::string> anyGroups = [] {
-        std::vector<std::string> names{"W3", "WL", "WR"};
+        std::vector<std::string> names{"W3", "WL", "WR", "10000x8x400"};
         names.insert(names.end(), oneGroup.begin(), oneGroup.end());
+        names.insert(names.end(), oneScalar.begin(), oneScalar.end());
         return names;
     }();
     static const std::vector<std::string> reading{"1x67108864"};
-    return suits == Suits::reading ? reading : suits == Suits::oneGroup ? oneGroup : anyGroups;
+    switch (suits) {
+    case Suits::anyGroups:
+        return anyGroups;
+    case Suits::oneGroup:
+        return oneGroup;
+    case Suits::oneScalar:
+        return oneScalar;
+    default:
+        return reading;
+    }
 }
 
 /// Returns roughly the memory that the contender with the largest memory use needs, or a little
@@ -47,17 +59,26 @@ std::size_t hungriest_byte_count(const Workload& workload) {
     return std::min(2 * workload.byteCount() + handles + 64 * mebibyte, 1536 * mebibyte);
 }
 
-/// Returns the peak of this process's resident memory. getrusage is not used, because its result
-/// includes the process that started this one.
-double peak_kib() {
-    const std::string key = "VmHWM:";
-    std::ifstream status("/proc/self/status");
+/// Returns the number behind the key in a file of /proc/self.
+double number_in(const char* file, const std::string& key) {
+    std::ifstream status(file);
     std::string word;
     while (status >> word && word != key) {
     }
-    double kib = 0;
-    status >> kib;
-    return kib;
+    double number = 0;
+    status >> number;
+    return number;
+}
+
+/// Returns the peak of this process's resident memory. getrusage is not used, because its result
+/// includes the process that started this one.
+double peak_kib() {
+    return number_in("/proc/self/status", "VmHWM:");
+}
+
+/// Returns how many bytes this process has read from files.
+double read_byte_count() {
+    return number_in("/proc/self/io", "rchar:");
 }
 
 double stored_byte_count(const std::filesystem::path& directory) {
@@ -79,15 +100,24 @@ double seconds_of(Function function) {
 void measure(benchmark::State& state, Contender& contender, const Workload& workload,
              const std::filesystem::path& directory) {
     const auto rowCount = static_cast<double>(workload.rowCount());
+    const double kibBefore = peak_kib();
     contender.prepare();
     for (auto _ : state) {
+        const double readBefore = read_byte_count();
         const double runTime = seconds_of([&] { contender.run(); });
+        state.counters["run_ms"] = 1e3 * runTime;
+        state.counters["read_percent"] =
+            100 * (read_byte_count() - readBefore) / static_cast<double>(workload.byteCount());
         state.counters["run_peak_kib"] = peak_kib();
         const double finishTime = seconds_of([&] { contender.finish(); });
         state.counters["finish_peak_kib"] = peak_kib();
+        state.counters["grown_mib"] = (peak_kib() - kibBefore) / 1024;
         state.SetIterationTime(runTime + finishTime);
         state.counters["run_ns_per_row"] = 1e9 * runTime / rowCount;
         state.counters["finish_ns_per_row"] = 1e9 * finishTime / rowCount;
+    }
+    for (const auto& [name, value] : contender.results()) {
+        state.counters[name] = value;
     }
     state.counters["rows"] = rowCount;
     state.counters["bytes_per_row"] = static_cast<double>(workload.byteCount()) / rowCount;

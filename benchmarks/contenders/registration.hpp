@@ -14,6 +14,7 @@ namespace logging2::core::bench {
 enum class Suits {
     anyGroups, ///< all workloads that are stored
     oneGroup,  ///< the workloads that are stored and have one group
+    oneScalar, ///< the workloads that are stored and have nothing but one scalar
     reading    ///< the workload of one large column that is read
 };
 
@@ -26,7 +27,9 @@ using ContenderMaker = std::function<std::unique_ptr<Contender>(
 /// The benchmark runs a new contender once, on warm memory and in a new directory, and compares
 /// what it stored. Its time is that of run() and finish() together. Its counters are the
 /// nanoseconds per row of run() and of finish(), the peak of the resident memory after each of
-/// them, and the numbers of rows, bytes per row, bytes on disk per row and lost rows.
+/// them, and by how much it has grown since before prepare(), the milliseconds of run() and how
+/// many percent of the rows' bytes it reads from files, the numbers of rows, bytes per row, bytes
+/// on disk per row and lost rows, and the contender's own results.
 bool add_contender(const std::string& name, Suits suits, const ContenderMaker& make);
 
 /// Registers contenders of the class `Kind`, whose constructor takes the rows, the directory and

@@ -44,13 +44,15 @@ Workload random_workload() {
     return workload;
 }
 
-Workload one_group_of_scalars(const std::string& name) {
-    static const std::regex pattern("([0-9]+)x([0-9]+)");
+Workload groups_of_scalars(const std::string& name) {
+    static const std::regex pattern("(?:([0-9]+)x)?([0-9]+)x([0-9]+)");
     std::smatch match;
     if (!std::regex_match(name, match, pattern)) {
         throw std::invalid_argument("there is no workload " + name);
     }
-    return {name, {scalars(std::stoul(match[1]))}, std::stoul(match[2])};
+    const std::size_t groupCount = match[1].matched ? std::stoul(match[1]) : 1;
+    return {name, std::vector<GroupShape>(groupCount, scalars(std::stoul(match[2]))),
+            std::stoul(match[3])};
 }
 
 } // namespace
@@ -112,7 +114,7 @@ Workload workload_named(const std::string& name) {
     if (name == "WL") {
         return lockstep_workload();
     }
-    return name == "WR" ? random_workload() : one_group_of_scalars(name);
+    return name == "WR" ? random_workload() : groups_of_scalars(name);
 }
 
 Workload scaled(Workload workload, double factor) {

@@ -41,8 +41,8 @@ struct Workload {
 
 /// Returns the workload of this name: "W1" to "W5"; "WL", whose groups fill the buffers of the
 /// file-backed writer on consecutive calls; "WR", whose groups and widths are random numbers from a
-/// fixed seed; or "CxS", which is one group of C scalars and S steps. Throws std::invalid_argument
-/// for any other name.
+/// fixed seed; "CxS", which is one group of C scalars and S steps; or "GxCxS", which is G such
+/// groups. Throws std::invalid_argument for any other name.
 Workload workload_named(const std::string& name);
 
 /// Returns the workload with its number of steps multiplied by the factor, but with at least

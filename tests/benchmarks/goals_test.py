@@ -40,6 +40,22 @@ class ReachedTest(unittest.TestCase):
                       run("theirs/W1", run_peak_kib=10))
         self.assertEqual(one.ratio, 3)
 
+    def test_goal_may_compare_another_result_of_the_contender(self):
+        one = reached(goal(measure="delay"), run("ours/W1", delay=6.0), run("theirs/W1", delay=2.0))
+        self.assertEqual(one.ratio, 3)
+
+    def test_goal_may_compare_with_another_workload(self):
+        one = reached(goal(reference_workload="W2"), run("ours/W1", 10), run("theirs/W1", 1),
+                      run("theirs/W2", 5))
+        self.assertEqual(one.ratio, 2)
+
+    def test_goal_without_references_limits_units(self):
+        ours = goal(references=[], reference_title="ms", measure="delay")
+        self.assertEqual(ours.text(), "2 ms")
+        for delay, is_held in [(2.0, True), (2.5, False)]:
+            one = reached(ours, run("ours/W1", delay=delay))
+            self.assertEqual((one.ratio, one.is_held), (delay, is_held))
+
     def test_lost_rows_miss_the_goal_at_any_speed(self):
         one = reached(goal(), run("ours/W1", 1, rows_lost=1), run("theirs/W1", 10))
         self.assertEqual((one.lost_rows, one.is_held), (True, False))
@@ -65,8 +81,9 @@ class OutcomesTest(unittest.TestCase):
         made = repetitions_of(QUESTIONS, 5)
         for one in GOALS:
             for workload in one.workloads:
-                for contender, _ in [one.subject, *one.references]:
-                    self.assertIn((contender, workload), made, one.line)
+                self.assertIn((one.subject[0], workload), made, one.line)
+                for contender, _ in one.references:
+                    self.assertIn((contender, one.reference_workload or workload), made, one.line)
 
 
 class ComplaintsTest(unittest.TestCase):

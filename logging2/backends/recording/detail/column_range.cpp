@@ -10,7 +10,7 @@ namespace {
 
 /// The first stepCount samples of a column of a chunk.
 struct Part {
-    const ChunkReader& chunk;
+    ChunkReader& chunk;
     const ChunkLayout& layout;
     std::size_t column;
     std::size_t stepCount;
@@ -42,7 +42,7 @@ void add_part_of_node(const Part& part, std::size_t level, std::size_t node, con
 
 } // namespace
 
-void add_column_range(const ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
+void add_column_range(ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
                       std::size_t stepCount, ElementRange* ranges) {
     add_part_of_node({chunk, layout, column, stepCount}, layout.columns[column].levels.size(), 0,
                      chunk.root(column).data(), ranges);

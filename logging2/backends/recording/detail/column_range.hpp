@@ -9,7 +9,7 @@ namespace logging2::core::detail {
 
 /// Widens the range of each element by the first stepCount samples of a chunk's column. Reads only
 /// the root of the column's tree if these are all samples, and otherwise one path down the tree.
-void add_column_range(const ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
+void add_column_range(ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
                       std::size_t stepCount, ElementRange* ranges);
 
 } // namespace logging2::core::detail

@@ -1,11 +1,7 @@
 #include <benchmarks/contenders/registration.hpp>
 
-#include <benchmarks/contenders/checks.hpp>
-#include <benchmarks/workload/library_setup.hpp>
+#include <benchmarks/contenders/recordings/recorded_rows.hpp>
 
-#include <logging2/backends/recording/recording.hpp>
-
-#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -20,10 +16,9 @@ public:
           compression(how) {}
 
     void prepare() override {
-        RecordingOptions options;
-        options.directory = directory.string();
+        RecordingOptions options = options_in(directory);
         options.compression = compression;
-        writer.emplace(StreamingAttributes(), setup_of(rows.workload()), options);
+        writer.emplace(StreamingAttributes(), setup, options);
     }
 
     void run() override { write_all(*writer, rows); }
@@ -31,22 +26,14 @@ public:
     void finish() override { writer->flush(); }
 
     std::size_t check() override {
-        const std::unique_ptr<Run> run = open_recording(writer->location());
-        const Workload& workload = rows.workload();
-        for (std::size_t group = 0; group < workload.groups.size(); ++group) {
-            for (std::size_t k = 0; k < workload.groups[group].widths.size(); ++k) {
-                const auto [times, values, width] = run->series(path_of(group, k));
-                ColumnCheck column(rows, {group, k});
-                column.take(times.data(), values.data(), times.size());
-                check_count(width, column.width());
-                check_count(column.stepCount(), workload.stepCount);
-            }
-        }
+        check_recording(rows, writer->location());
         return 0;
     }
 
 private:
     Compression compression;
+    // The host's memory, and not the writer's.
+    const SequenceMap<Group, LoggedPathsSetupData> setup = setup_of(rows.workload());
     std::optional<RecordingStreamWriter> writer;
 };
 
