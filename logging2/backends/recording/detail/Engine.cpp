@@ -115,6 +115,7 @@ void Engine::writeWithCare(GroupBuffer& buffer, double time, const double* value
     if (obeysRegression && buffer.stepCount() > 0 && buffer.lastTime() >= time) {
         discardAtRegression(buffer, time);
     }
+    showDiscard();
     std::size_t count = buffer.rowCount.load(std::memory_order_relaxed);
     if (count == buffer.capacity) {
         makeRoom(buffer);
@@ -169,6 +170,7 @@ void Engine::rollback(std::size_t group, double time) {
         refuse("rollback was called after flush");
     }
     discardFrom(buffer, stepsNotLaterThan(buffer, time));
+    showDiscard();
 }
 
 /// How many steps of the group a rollback to the time keeps.
@@ -223,9 +225,7 @@ void Engine::keepRows(GroupBuffer& group, std::size_t rowCount) {
     group.takenCount = rowCount;
     group.discardFrom = std::min(step, group.discardFrom.value_or(step));
     group.rowCount.store(rowCount, std::memory_order_relaxed);
-    if (step < recorder.shownStepCount(group.position)) {
-        request(lock, false, nullptr);
-    }
+    owesDiscard = owesDiscard || step < recorder.shownStepCount(group.position);
 }
 
 void Engine::discardStored(GroupBuffer& group, std::size_t step) {
@@ -238,8 +238,16 @@ void Engine::discardStored(GroupBuffer& group, std::size_t step) {
     group.rowCount.store(0, std::memory_order_relaxed);
     group.takenCount = 0;
     group.discardFrom = step;
-    if (step < recorder.shownStepCount(group.position)) {
+    owesDiscard = owesDiscard || step < recorder.shownStepCount(group.position);
+}
+
+/// Takes steps that are discarded from the readers, who have seen them. If that fails, the next
+/// call tries again.
+void Engine::showDiscard() {
+    if (owesDiscard) {
+        Lock lock(mutex);
         request(lock, false, nullptr);
+        owesDiscard = false;
     }
 }
 
