@@ -84,6 +84,7 @@ Recorder::Draft Recorder::draftOf(const Commit& commit) const {
 void Recorder::commit(const Commit& commit) {
     data.checkPlace();
     index.checkPlace();
+    buryFailedTransaction();
     Draft draft = draftOf(commit);
     try {
         store(draft, commit);
@@ -101,6 +102,17 @@ void Recorder::commit(const Commit& commit) {
         groups[group].counts = counts;
     }
     hasEnded = commit.end.has_value();
+}
+
+/// A transaction that failed at its end may stand whole in the log, and count after a kill or a
+/// loss of power. The chunks that it names must stay until another one has taken its place there.
+void Recorder::buryFailedTransaction() {
+    if (mayComeBack) {
+        Transaction transaction(index.database(), Transaction::Kind::write);
+        index.countCommit();
+        transaction.commit();
+        mayComeBack = false;
+    }
 }
 
 void Recorder::publish() {
@@ -193,7 +205,9 @@ void Recorder::updateIndex(Draft& draft, const Commit& commit) {
         index.end({"running", ""});
     }
     index.countCommit();
+    mayComeBack = true;
     transaction.commit();
+    mayComeBack = false;
 }
 
 void Recorder::addToIndex(ChunkRow row) {

@@ -100,6 +100,7 @@ private:
         std::vector<PendingChunk> chunks;     ///< of its pieces
     };
 
+    void buryFailedTransaction();
     Draft draftOf(const Commit& commit) const;
     void store(Draft& draft, const Commit& commit);
     void appendDescription(const Description& description);
@@ -123,7 +124,8 @@ private:
     std::uint64_t nextSequence = 0;
     std::uint64_t revision;
     Rollbacks rollbacks;
-    bool hasEnded = false; ///< by the last commit
+    bool hasEnded = false;    ///< by the last commit
+    bool mayComeBack = false; ///< the transaction of the last commit, though it has failed
 };
 
 } // namespace logging2::core::detail
