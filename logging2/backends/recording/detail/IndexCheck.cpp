@@ -140,8 +140,8 @@ void IndexCheck::checkRunValues() {
 }
 
 void IndexCheck::readGroups() {
-    forEachRow(limited("SELECT position, id, steps, shown_steps, hash FROM signal_group "
-                       "ORDER BY position"),
+    forEachRow(limited("SELECT position, id, steps, shown_steps, chunk_hash_sum, hash "
+                       "FROM signal_group ORDER BY position"),
                [this](const Statement& row) {
                    const std::size_t position = stored.size();
                    if (row.unsignedInteger(0) != position) {
@@ -149,10 +149,10 @@ void IndexCheck::readGroups() {
                                               row.unsignedInteger(0)));
                    }
                    described.groups.push_back({row.unsignedInteger(1), {}, {}});
-                   stored.push_back({row.unsignedInteger(2), row.unsignedInteger(3), {}});
-                   checkHash(row.unsignedInteger(4),
-                             hash_of_row(row.unsignedInteger(0), row.unsignedInteger(2),
-                                         row.unsignedInteger(3)),
+                   const GroupRow counts{row.unsignedInteger(2), row.unsignedInteger(3),
+                                         row.unsignedInteger(4)};
+                   stored.push_back({counts, {}});
+                   checkHash(row.unsignedInteger(5), hash_of_row(row.unsignedInteger(0), counts),
                              "group " + std::to_string(row.unsignedInteger(1)));
                });
 }
@@ -203,6 +203,7 @@ void IndexCheck::checkDescription() {
 }
 
 void IndexCheck::readChunks() {
+    chunkHashSums.resize(stored.size());
     forEachRow(limited(std::string("SELECT ") + chunkColumns +
                        " FROM chunk ORDER BY signal_group, first_step"),
                [this](const Statement& row) {
@@ -215,6 +216,7 @@ void IndexCheck::readChunks() {
                        return;
                    }
                    stored[chunk.group].chunks.push_back(chunk);
+                   chunkHashSums[chunk.group] += row.unsignedInteger(chunkHashColumn);
                });
     for (std::size_t position = 0; position < stored.size(); ++position) {
         checkChunks(position);
@@ -239,6 +241,10 @@ void IndexCheck::checkChunks(std::size_t position) {
     if (counts.stepCount != step) {
         add(text_of_difference(group + ": the number of steps", step,
                                std::uint64_t{counts.stepCount}));
+    }
+    if (counts.chunkHashSum != chunkHashSums[position]) {
+        add(text_of_difference(group + ": the sum of its chunks' hashes", chunkHashSums[position],
+                               counts.chunkHashSum));
     }
     if (counts.shownStepCount > counts.stepCount) {
         add(group + ": " + std::to_string(counts.shownStepCount) + " steps are shown of " +

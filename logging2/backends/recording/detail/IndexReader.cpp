@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <numeric>
 
 namespace logging2::core::detail {
 namespace {
@@ -15,6 +16,13 @@ std::uint64_t number_of(const std::string& text) {
     std::uint64_t value = 0;
     std::from_chars(text.data(), text.data() + text.size(), value);
     return value;
+}
+
+std::uint64_t hash_sum_of(std::vector<ChunkRow>::const_iterator first,
+                          std::vector<ChunkRow>::const_iterator end) {
+    return std::accumulate(
+        first, end, std::uint64_t{0},
+        [](std::uint64_t sum, const ChunkRow& chunk) { return sum + hash_of_row(chunk); });
 }
 
 } // namespace
@@ -121,25 +129,28 @@ void IndexReader::refreshOnce(IndexState& state) {
     next.state = run["state"];
     next.end = run["end"];
     next.revision = number_of(run["revision"]);
-    Statement groups(*database,
-                     "SELECT steps, shown_steps, hash FROM signal_group ORDER BY position");
-    for (std::size_t position = 0; groups.step(); ++position) {
-        if (position == next.groups.size()) {
-            next.groups.emplace_back();
-        }
-        next.groups[position].stepCount = groups.unsignedInteger(0);
-        next.groups[position].shownStepCount = groups.unsignedInteger(1);
-        checkHash(groups.unsignedInteger(2),
-                  hash_of_row(position, groups.unsignedInteger(0), groups.unsignedInteger(1)));
-    }
-    for (std::size_t position = 0; position < next.groups.size(); ++position) {
-        refreshGroup(position, next.groups[position]);
+    const std::vector<GroupRow> rows = groupRows();
+    next.groups.resize(rows.size());
+    for (std::size_t position = 0; position < rows.size(); ++position) {
+        refreshGroup(position, rows[position], next.groups[position]);
     }
     state = std::move(next);
 }
 
+std::vector<GroupRow> IndexReader::groupRows() {
+    std::vector<GroupRow> rows;
+    Statement query(*database, "SELECT steps, shown_steps, chunk_hash_sum, hash FROM signal_group "
+                               "ORDER BY position");
+    while (query.step()) {
+        rows.push_back(
+            {query.unsignedInteger(0), query.unsignedInteger(1), query.unsignedInteger(2)});
+        checkHash(query.unsignedInteger(3), hash_of_row(rows.size() - 1, rows.back()));
+    }
+    return rows;
+}
+
 /// Only a group's last chunks ever change, so it reads backwards to one that it knows.
-void IndexReader::refreshGroup(std::size_t position, StoredGroup& group) {
+void IndexReader::refreshGroup(std::size_t position, const GroupRow& row, StoredGroup& group) {
     std::vector<ChunkRow> changed;
     std::vector<ChunkRow>& chunks = group.chunks;
     Statement query(*database, (std::string("SELECT ") + chunkColumns +
@@ -148,20 +159,27 @@ void IndexReader::refreshGroup(std::size_t position, StoredGroup& group) {
     query.bind(position);
     std::size_t known = 0;
     while (query.step()) {
-        const ChunkRow row = chunk_of(query);
-        checkHash(query.unsignedInteger(chunkHashColumn), hash_of_row(row));
+        const ChunkRow chunk = chunk_of(query);
+        checkHash(query.unsignedInteger(chunkHashColumn), hash_of_row(chunk));
         const auto same = std::lower_bound(
-            chunks.begin(), chunks.end(), row.firstStep,
-            [](const ChunkRow& chunk, std::size_t step) { return chunk.firstStep < step; });
-        if (same != chunks.end() && is_same_chunk(*same, row)) {
+            chunks.begin(), chunks.end(), chunk.firstStep,
+            [](const ChunkRow& former, std::size_t step) { return former.firstStep < step; });
+        if (same != chunks.end() && is_same_chunk(*same, chunk)) {
             known = static_cast<std::size_t>(same - chunks.begin()) + 1;
             break;
         }
-        changed.push_back(row);
+        changed.push_back(chunk);
     }
+    const std::uint64_t formerSum =
+        group.chunkHashSum -
+        hash_sum_of(chunks.begin() + static_cast<std::ptrdiff_t>(known), chunks.end());
+    static_cast<GroupRow&>(group) = row;
     chunks.resize(known);
     chunks.insert(chunks.end(), changed.rbegin(), changed.rend());
     checkChunks(position, group);
+    if (formerSum + hash_sum_of(changed.begin(), changed.end()) != row.chunkHashSum) {
+        fail("it is damaged: the chunks of a group belong to another state of it");
+    }
 }
 
 void IndexReader::checkChunks(std::size_t position, const StoredGroup& group) const {

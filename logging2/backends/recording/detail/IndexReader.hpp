@@ -3,6 +3,7 @@
 #include <logging2/backends/recording/detail/ChunkRow.hpp>
 #include <logging2/backends/recording/detail/Database.hpp>
 #include <logging2/backends/recording/detail/Description.hpp>
+#include <logging2/backends/recording/detail/GroupRow.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -13,10 +14,8 @@
 
 namespace logging2::core::detail {
 
-/// A group's chunks in the order of their steps. They follow each other without gaps.
-struct StoredGroup {
-    std::size_t stepCount = 0;
-    std::size_t shownStepCount = 0;
+/// A group's row, and its chunks in the order of their steps. They follow each other without gaps.
+struct StoredGroup : GroupRow {
     std::vector<ChunkRow> chunks;
 };
 
@@ -49,7 +48,8 @@ private:
     std::map<std::string, std::string> runValues();
     std::map<std::string, std::string> properties();
     void checkHash(std::uint64_t stored, std::uint64_t expected) const;
-    void refreshGroup(std::size_t position, StoredGroup& group);
+    std::vector<GroupRow> groupRows();
+    void refreshGroup(std::size_t position, const GroupRow& row, StoredGroup& group);
     void checkChunks(std::size_t position, const StoredGroup& group) const;
     [[noreturn]] void fail(const std::string& what) const;
 
