@@ -122,6 +122,29 @@ TEST(StorageTest, largeStorageRequestsHugePagesForItsWholePages) {
     EXPECT_LT(end - (firstPage + byteCount), pageByteCount);
 }
 
+TEST(StorageTest, largeArrayConsistsOfHugePages) {
+    constexpr std::size_t hugePageByteCount = std::size_t{2} << 20;
+    advices.clear();
+    const std::shared_ptr<double[]> elements = make_large_array(largeCount + 3);
+    ASSERT_EQ(advices.size(), 1U);
+    EXPECT_EQ(advices[0].what, MADV_HUGEPAGE);
+    EXPECT_EQ(advices[0].first, reinterpret_cast<std::uintptr_t>(elements.get()));
+    EXPECT_EQ(advices[0].first % hugePageByteCount, 0U);
+    EXPECT_GE(advices[0].byteCount, largeCount * sizeof(double));
+    EXPECT_LE(advices[0].byteCount, (largeCount + 3) * sizeof(double));
+    elements[largeCount + 2] = 2.5;
+    EXPECT_EQ(elements[largeCount + 2], 2.5);
+}
+
+TEST(StorageTest, smallArrayRequestsNoHugePages) {
+    advices.clear();
+    const std::shared_ptr<double[]> elements = make_large_array(largeCount / 2 - 1);
+    EXPECT_TRUE(advices.empty());
+    elements[largeCount / 2 - 2] = 2.5;
+    EXPECT_EQ(elements[largeCount / 2 - 2], 2.5);
+    EXPECT_NE(make_large_array(0), nullptr);
+}
+
 TEST(StorageTest, smallStorageRequestsNoHugePages) {
     Doubles elements;
     advices.clear();

@@ -104,8 +104,8 @@ private:
         const detail::ChunkLayout layout = detail::layout_of(
             detail::widths_of(first.description.groups[row.group]), row.storedStepCount);
         try {
-            return readableSpans(row, layout,
-                                 detail::ChunkReader(file, first.run, row, layout, true));
+            detail::ChunkReader chunk(file, first.run, row, layout, true);
+            return readableSpans(row, layout, chunk);
         } catch (const RecordingError&) {
             return {}; // Nobody knows where the segments of a packed chunk are.
         }
@@ -113,7 +113,7 @@ private:
 
     static std::vector<SampleSpan> readableSpans(const ChunkRow& row,
                                                  const detail::ChunkLayout& layout,
-                                                 const detail::ChunkReader& chunk) {
+                                                 detail::ChunkReader& chunk) {
         detail::ChunkLeaves leaves(chunk, layout);
         std::vector<SampleSpan> spans;
         bool isReadable = false;

@@ -225,6 +225,15 @@ TEST_F(RecordingDamageTest, flippedValueIsFoundByEveryQuestion) {
     EXPECT_EQ(run->series(ValuePath("v")).size(), stepCount) << "another signal";
 }
 
+TEST_F(RecordingDamageTest, rangeReadsOnlyTimesAtItsEnds) {
+    flip(samples(), chunkOffset() + times + 8 * 300);
+    const auto run = opened();
+    const ValuePath x("x");
+    EXPECT_THROW(run->series(x, 29.0, 31.0), RecordingError);
+    EXPECT_EQ(run->series(x, 1.0, 10.0).size(), 91U);
+    EXPECT_EQ(run->series(x, 55.0, 70.0).size(), 150U);
+}
+
 TEST_F(RecordingDamageTest, chunkAtAnotherPlaceIsNotTakenForIt) {
     run_sql(index(), "UPDATE chunk SET offset = (SELECT offset FROM chunk WHERE first_step = 0)");
     EXPECT_THROW(readAll(), RecordingError);

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 
 // System calls fail while recordings are copied, rebuilt and checked.
 
@@ -221,6 +222,27 @@ TEST_F(RescueFailuresTest, wholeRecordsOfAFailedCommitAreLeftOut) {
     EXPECT_THAT(timesOf(*run, "x"), ElementsAre(1.0, 2.0, 3.0));
     EXPECT_THAT(timesOf(*run, "y"), IsEmpty());
     EXPECT_TRUE(report.isComplete());
+}
+
+TEST_F(RescueFailuresTest, leavesOfAPackedSegmentAreReadTogether) {
+    options.compression = Compression::lz4;
+    auto writer = makeWriter();
+    constexpr int leafCount = 32;
+    for (int step = 0; step < 256 * leafCount; ++step) {
+        write(*writer, 0, step, {0.5 * step});
+    }
+    writer->flush();
+    location = writer->location();
+    writer.reset();
+    // Times and values would be read leaf by leaf, by rebuild_recording twice.
+    const auto expectFewReads = [](int limit, const std::function<void()>& read) {
+        const FailingCalls calls(Call::read, "/samples.bin", {});
+        read();
+        EXPECT_LT(calls.count(), limit);
+    };
+    expectFewReads(2 * leafCount, [this] { check_recording(location); });
+    expectFewReads(2 * leafCount, [this] { copy(); });
+    expectFewReads(4 * leafCount, [this] { rebuild_recording(location, newName() + "2"); });
 }
 
 } // namespace

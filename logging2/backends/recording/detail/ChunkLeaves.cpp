@@ -2,7 +2,7 @@
 
 namespace logging2::core::detail {
 
-ChunkLeaves::ChunkLeaves(const ChunkReader& chunkReader, const ChunkLayout& chunkLayout)
+ChunkLeaves::ChunkLeaves(ChunkReader& chunkReader, const ChunkLayout& chunkLayout)
     : chunk(chunkReader),
       layout(chunkLayout),
       kept(chunkLayout.columns.size()) {

@@ -14,7 +14,7 @@ namespace logging2::core::detail {
 class ChunkLeaves {
 public:
     /// Both must outlive the object.
-    ChunkLeaves(const ChunkReader& chunkReader, const ChunkLayout& chunkLayout);
+    ChunkLeaves(ChunkReader& chunkReader, const ChunkLayout& chunkLayout);
 
     /// The samples of a leaf. Throws RecordingError if they or the nodes above them are damaged.
     std::vector<double> samples(std::size_t column, std::size_t leaf);
@@ -28,7 +28,7 @@ private:
 
     const double* node(std::size_t column, std::size_t level, std::size_t index);
 
-    const ChunkReader& chunk;
+    ChunkReader& chunk;
     const ChunkLayout& layout;
     std::vector<std::vector<Siblings>> kept; ///< by column and level; the root is the topmost
 };

@@ -5,7 +5,6 @@
 #include <logging2/backends/recording/detail/doubles_at.hpp>
 
 #include <algorithm>
-#include <numeric>
 #include <string>
 #include <utility>
 
@@ -15,6 +14,9 @@ namespace {
 std::size_t byte_count(std::size_t nodeCount, std::size_t width) {
     return nodeCount * node_double_count(width) * sizeof(double);
 }
+
+/// Samples are compared with their hashes in pieces of this size, while they are in the cache.
+constexpr std::size_t pieceByteCount = std::size_t{128} * 1024;
 
 } // namespace
 
@@ -27,7 +29,10 @@ ChunkReader::ChunkReader(const DataFile& dataFile, const RunId& run, const Chunk
         verifyHead(run);
     }
     if (isPacked()) {
-        readSegmentTable();
+        packed.emplace(file, layout, payload());
+        if (packed->places().byteCount() != payloadByteCount()) {
+            fail("its segments have another size");
+        }
     }
 }
 
@@ -65,7 +70,7 @@ bool ChunkReader::isPacked() const noexcept {
 }
 
 bool ChunkReader::isPacked(std::size_t column) const {
-    return packed && packed->column(column).isPacked;
+    return packed && packed->places().column(column).isPacked;
 }
 
 std::uint64_t ChunkReader::payloadByteCount() const noexcept {
@@ -88,23 +93,14 @@ std::uint64_t ChunkReader::directoryByteCount() const {
     return result;
 }
 
-void ChunkReader::readSegmentTable() {
-    std::vector<std::uint32_t> byteCounts(segment_count(layout));
-    file.read(byteCounts.data(), byteCounts.size() * sizeof(std::uint32_t),
-              payload() + segment_table_offset(layout));
-    packed.emplace(layout, std::move(byteCounts));
-    if (packed->byteCount() != payloadByteCount()) {
-        fail("its segments have another size");
-    }
-}
-
 std::uint64_t ChunkReader::valuesAt(std::size_t column) const {
-    return payload() + (packed ? packed->column(column).values : layout.columns[column].values);
+    return payload() +
+           (packed ? packed->places().column(column).values : layout.columns[column].values);
 }
 
 std::uint64_t ChunkReader::nodesAt(std::size_t column, std::size_t level) const {
     const ColumnLayout& place = layout.columns[column];
-    const std::uint64_t first = packed ? packed->column(column).end : place.levels.front();
+    const std::uint64_t first = packed ? packed->places().column(column).end : place.levels.front();
     return payload() + first + (place.levels[level] - place.levels.front());
 }
 
@@ -117,178 +113,144 @@ std::vector<double> ChunkReader::root(std::size_t column) const {
 
 std::vector<double> ChunkReader::children(std::size_t column, std::size_t level,
                                           std::size_t parentIndex, const double* parent) const {
+    return childrenOf(column, level, parentIndex, parentIndex + 1, parent).numbers;
+}
+
+/// The nodes that the parents [firstParent, endParent) describe.
+ChunkReader::Nodes ChunkReader::childrenOf(std::size_t column, std::size_t level,
+                                           std::size_t firstParent, std::size_t endParent,
+                                           const double* parents) const {
     const ColumnLayout& place = layout.columns[column];
-    const std::size_t first = parentIndex * fanOut;
-    const std::size_t count = std::min(fanOut, place.nodeCounts[level] - first);
-    std::vector<double> nodes(count * node_double_count(place.width));
-    file.read(nodes.data(), byte_count(count, place.width),
+    const std::size_t stride = node_double_count(place.width);
+    const std::size_t first = firstParent * fanOut;
+    const std::size_t end = std::min(endParent * fanOut, place.nodeCounts[level]);
+    Nodes nodes{first, std::vector<double>((end - first) * stride)};
+    file.read(nodes.numbers.data(), byte_count(end - first, place.width),
               nodesAt(column, level) + byte_count(first, place.width));
-    if (hash_of(nodes.data(), byte_count(count, place.width)) != hash_of_node(parent)) {
-        fail("nodes of a column's tree have another hash");
+    for (std::size_t child = first; child < end; child += fanOut, parents += stride) {
+        const double* const described = nodes.numbers.data() + (child - first) * stride;
+        if (hash_of(described, byte_count(std::min(fanOut, end - child), place.width)) !=
+            hash_of_node(parents)) {
+            fail("nodes of a column's tree have another hash");
+        }
     }
     return nodes;
 }
 
-std::size_t ChunkReader::leafStepCountAt(std::size_t leaf) const {
-    return std::min(leafStepCount, layout.stepCount - leaf * leafStepCount);
+/// The leaves that describe the steps [firstStep, endStep), and maybe some beside them.
+ChunkReader::Nodes ChunkReader::leavesOf(std::size_t column, std::size_t firstStep,
+                                         std::size_t endStep) const {
+    const std::size_t stride = node_double_count(layout.columns[column].width);
+    Nodes nodes{0, root(column)};
+    for (std::size_t level = layout.columns[column].levels.size(); level-- > 0;) {
+        const std::size_t parentStepCount = ColumnLayout::stepsPerNode(level + 1);
+        const std::size_t firstParent = firstStep / parentStepCount;
+        const std::size_t endParent = (endStep - 1) / parentStepCount + 1;
+        nodes = childrenOf(column, level, firstParent, endParent,
+                           nodes.numbers.data() + (firstParent - nodes.first) * stride);
+    }
+    return nodes;
+}
+
+/// Behind the last step of the leaf that describes the step.
+std::size_t ChunkReader::endOfLeaf(std::size_t step) const {
+    return std::min((step / leafStepCount + 1) * leafStepCount, layout.stepCount);
+}
+
+void ChunkReader::verifyLeaf(const double* samples, std::size_t count, const double* leaf) const {
+    if (hash_of(samples, count * sizeof(double)) != hash_of_node(leaf)) {
+        fail("samples have another hash");
+    }
+}
+
+/// The steps are those of whole leaves.
+void ChunkReader::verify(std::size_t column, const Nodes& leaves, std::size_t firstStep,
+                         std::size_t endStep, const double* samples) const {
+    const std::size_t width = layout.columns[column].width;
+    const double* leaf = leaves.numbers.data() +
+                         (firstStep / leafStepCount - leaves.first) * node_double_count(width);
+    while (firstStep < endStep) {
+        const std::size_t count = endOfLeaf(firstStep) - firstStep;
+        verifyLeaf(samples, count * width, leaf);
+        firstStep += count;
+        samples += count * width;
+        leaf += node_double_count(width);
+    }
 }
 
 std::vector<double> ChunkReader::samples(std::size_t column, std::size_t leafIndex,
-                                         const double* leaf) const {
-    std::vector<double> result(leafStepCountAt(leafIndex) * layout.columns[column].width);
-    readPart(column, leafIndex, leaf, leafIndex * leafStepCount, leafStepCountAt(leafIndex),
-             result.data());
+                                         const double* leaf) {
+    const std::size_t width = layout.columns[column].width;
+    const std::size_t first = leafIndex * leafStepCount;
+    const std::size_t end = endOfLeaf(first);
+    std::vector<double> result((end - first) * width);
+    if (!isPacked(column)) {
+        file.read(result.data(), result.size() * sizeof(double),
+                  valuesAt(column) + first * width * sizeof(double));
+    } else if (!packed->unpackPart(column, first, end, result.data())) {
+        fail("samples cannot be unpacked");
+    }
+    verifyLeaf(result.data(), result.size(), leaf);
     return result;
 }
 
-std::vector<double> ChunkReader::leaves(std::size_t column) const {
-    const ColumnLayout& place = layout.columns[column];
-    const std::size_t stride = node_double_count(place.width);
-    std::vector<double> nodes = root(column);
-    for (std::size_t level = place.levels.size(); level-- > 0;) {
-        std::vector<double> below(place.nodeCounts[level] * stride);
-        file.read(below.data(), below.size() * sizeof(double), nodesAt(column, level));
-        for (std::size_t parent = 0; parent * stride < nodes.size(); ++parent) {
-            const std::size_t count = std::min(fanOut, place.nodeCounts[level] - parent * fanOut);
-            if (hash_of(below.data() + parent * fanOut * stride, byte_count(count, place.width)) !=
-                hash_of_node(nodes.data() + parent * stride)) {
-                fail("nodes of a column's tree have another hash");
-            }
-        }
-        nodes = std::move(below);
-    }
-    return nodes;
-}
-
-void ChunkReader::verifyLeaves(std::size_t column, const std::vector<double>& nodes,
-                               std::size_t firstLeaf, std::size_t endLeaf,
-                               const double* samplesOfFirst) const {
-    const std::size_t width = layout.columns[column].width;
-    for (std::size_t leaf = firstLeaf; leaf < endLeaf; ++leaf) {
-        const double* const part = samplesOfFirst + (leaf - firstLeaf) * leafStepCount * width;
-        if (hash_of(part, leafStepCountAt(leaf) * width * sizeof(double)) !=
-            hash_of_node(nodes.data() + leaf * node_double_count(width))) {
-            fail("samples have another hash");
-        }
-    }
-}
-
-void ChunkReader::readPart(std::size_t column, std::size_t leaf, const double* node,
-                           std::size_t firstStep, std::size_t count, double* to) const {
-    const ColumnLayout& place = layout.columns[column];
-    std::vector<double> whole(leafStepCountAt(leaf) * place.width);
-    fetch(column, leaf * leafStepCount, leafStepCountAt(leaf), whole.data());
-    if (hash_of(whole.data(), whole.size() * sizeof(double)) != hash_of_node(node)) {
-        fail("samples have another hash");
-    }
-    std::copy_n(whole.data() + (firstStep - leaf * leafStepCount) * place.width,
-                count * place.width, to);
+/// Segments end where pieces end, so that each is unpacked once.
+std::size_t ChunkReader::leavesPerPiece(std::size_t column) const {
+    const std::size_t leafByteCount =
+        leafStepCount * std::max<std::size_t>(layout.columns[column].width, 1) * sizeof(double);
+    return isPacked(column) ? segmentStepCount / leafStepCount
+                            : std::max<std::size_t>(pieceByteCount / leafByteCount, 1);
 }
 
 void ChunkReader::read(std::size_t column, std::size_t firstStep, std::size_t count,
                        double* to) const {
-    const ColumnLayout& place = layout.columns[column];
-    const std::vector<double> nodes = leaves(column);
-    if (isPacked(column)) {
-        readPacked(column, nodes, firstStep, count, to);
+    if (count == 0) {
         return;
     }
+    const std::size_t width = layout.columns[column].width;
     const std::size_t end = firstStep + count;
+    const Nodes leaves = leavesOf(column, firstStep, end);
+    const std::size_t pieceStepCount = leavesPerPiece(column) * leafStepCount;
+    std::vector<double> whole;
     while (firstStep < end) {
-        const std::size_t leaf = firstStep / leafStepCount;
-        std::size_t part = std::min(end, (leaf + 1) * leafStepCount) - firstStep;
-        if (firstStep % leafStepCount != 0 || part < leafStepCountAt(leaf)) {
-            readPart(column, leaf, nodes.data() + leaf * node_double_count(place.width), firstStep,
-                     part, to);
+        const std::size_t start = firstStep / leafStepCount * leafStepCount;
+        const std::size_t partEnd = std::min(end, (start / pieceStepCount + 1) * pieceStepCount);
+        const std::size_t wholeEnd = endOfLeaf(partEnd - 1);
+        if (start == firstStep && partEnd == wholeEnd) {
+            readLeaves(column, leaves, start, wholeEnd, to);
         } else {
-            // All whole leaves together, the last one of the chunk included.
-            const std::size_t endLeaf = end == layout.stepCount
-                                            ? (end + leafStepCount - 1) / leafStepCount
-                                            : end / leafStepCount;
-            part = std::min(end, endLeaf * leafStepCount) - firstStep;
-            fetch(column, firstStep, part, to);
-            verifyLeaves(column, nodes, leaf, endLeaf, to);
+            whole.resize((wholeEnd - start) * width);
+            readLeaves(column, leaves, start, wholeEnd, whole.data());
+            std::copy_n(whole.data() + (firstStep - start) * width, (partEnd - firstStep) * width,
+                        to);
         }
-        firstStep += part;
-        to += part * place.width;
+        to += (partEnd - firstStep) * width;
+        firstStep = partEnd;
     }
 }
 
-/// Each segment that holds some of the samples is unpacked once.
-void ChunkReader::readPacked(std::size_t column, const std::vector<double>& nodes,
-                             std::size_t firstStep, std::size_t count, double* to) const {
-    const std::size_t width = layout.columns[column].width;
-    const std::size_t firstLeaf = firstStep / leafStepCount;
-    const std::size_t endLeaf = (firstStep + count + leafStepCount - 1) / leafStepCount;
-    const std::size_t start = firstLeaf * leafStepCount;
-    const std::size_t end = std::min(endLeaf * leafStepCount, layout.stepCount);
-    if (start == firstStep && end == firstStep + count) {
-        unpack(column, start, end, to);
-        verifyLeaves(column, nodes, firstLeaf, endLeaf, to);
-        return;
-    }
-    std::vector<double> whole((end - start) * width);
-    unpack(column, start, end, whole.data());
-    verifyLeaves(column, nodes, firstLeaf, endLeaf, whole.data());
-    std::copy_n(whole.data() + (firstStep - start) * width, count * width, to);
-}
-
-/// Reads samples that are still to be compared with their hashes.
-void ChunkReader::fetch(std::size_t column, std::size_t firstStep, std::size_t count,
-                        double* to) const {
-    if (isPacked(column)) {
-        unpack(column, firstStep, firstStep + count, to);
-        return;
-    }
+/// The steps are those of whole leaves.
+void ChunkReader::readLeaves(std::size_t column, const Nodes& leaves, std::size_t firstStep,
+                             std::size_t endStep, double* to) const {
     const std::size_t sampleByteCount = layout.columns[column].width * sizeof(double);
-    file.read(to, count * sampleByteCount, valuesAt(column) + firstStep * sampleByteCount);
-}
-
-/// Unpacks samples that are still to be compared with their hashes.
-void ChunkReader::unpack(std::size_t column, std::size_t firstStep, std::size_t endStep,
-                         double* to) const {
-    const std::size_t width = layout.columns[column].width;
-    const std::uint32_t* byteCounts = packed->byteCounts(packed->column(column).firstSegment);
-    std::uint64_t offset = valuesAt(column);
-    SegmentCodec codec;
-    for (std::size_t start = 0; start < endStep; start += segmentStepCount) {
-        const std::uint64_t byteCount =
-            std::accumulate(byteCounts, byteCounts + width, std::uint64_t{0});
-        if (start + segmentStepCount > firstStep) {
-            std::vector<char> bytes(byteCount);
-            file.read(bytes.data(), bytes.size(), offset);
-            const std::size_t first = std::max(start, firstStep);
-            const std::size_t end = std::min(start + segmentStepCount, endStep);
-            unpackSegments(codec, {bytes.data(), byteCounts, start}, first, end, width, to);
-            to += (end - first) * width;
-        }
-        byteCounts += width;
-        offset += byteCount;
+    if (!isPacked(column)) {
+        file.read(to, (endStep - firstStep) * sampleByteCount,
+                  valuesAt(column) + firstStep * sampleByteCount);
+    } else if (!packed->unpack(column, firstStep, endStep, to)) {
+        fail("samples cannot be unpacked");
     }
-}
-
-void ChunkReader::unpackSegments(SegmentCodec& codec, Segments segments, std::size_t firstStep,
-                                 std::size_t endStep, std::size_t width, double* to) const {
-    const std::size_t stepCount = std::min(segmentStepCount, layout.stepCount - segments.firstStep);
-    for (std::size_t element = 0; element < width; ++element) {
-        const std::size_t byteCount = segments.byteCounts[element];
-        if (!codec.unpack(segments.bytes, byteCount, stepCount, firstStep - segments.firstStep,
-                          endStep - segments.firstStep, width, to + element)) {
-            fail("samples cannot be unpacked");
-        }
-        segments.bytes += byteCount;
-    }
+    verify(column, leaves, firstStep, endStep, to);
 }
 
 const double* ChunkReader::verified(const char* mapping, std::size_t column, std::size_t firstStep,
                                     std::size_t count) const {
-    const ColumnLayout& place = layout.columns[column];
+    const std::size_t width = layout.columns[column].width;
     const auto* const values = doubles_at(mapping, valuesAt(column));
-    const std::size_t firstLeaf = firstStep / leafStepCount;
-    const std::size_t endLeaf = (firstStep + count + leafStepCount - 1) / leafStepCount;
-    verifyLeaves(column, leaves(column), firstLeaf, endLeaf,
-                 values + firstLeaf * leafStepCount * place.width);
-    return values + firstStep * place.width;
+    const std::size_t start = firstStep / leafStepCount * leafStepCount;
+    const std::size_t end = firstStep + count;
+    verify(column, leavesOf(column, firstStep, end), start, endOfLeaf(end - 1),
+           values + start * width);
+    return values + firstStep * width;
 }
 
 } // namespace logging2::core::detail

@@ -3,9 +3,8 @@
 #include <logging2/backends/recording/detail/ChunkLayout.hpp>
 #include <logging2/backends/recording/detail/ChunkRow.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
-#include <logging2/backends/recording/detail/PackedLayout.hpp>
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
-#include <logging2/backends/recording/detail/SegmentCodec.hpp>
+#include <logging2/backends/recording/detail/SegmentReader.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +15,8 @@ namespace logging2::core::detail {
 
 /// Reads one column of one chunk, packed or not. Everything is compared with its hash before it is
 /// given out: the root with the directory's hash, nodes with the node above them, samples with
-/// their leaf. What does not fit is thrown as RecordingError.
+/// their leaf. What does not fit is thrown as RecordingError. Threads: several may call functions
+/// that are const at a time.
 class ChunkReader {
 public:
     /// The file and the layout must outlive the object. The header and the directory are checked
@@ -32,9 +32,8 @@ public:
     std::vector<double> children(std::size_t column, std::size_t level, std::size_t parentIndex,
                                  const double* parent) const;
 
-    /// The samples of a leaf.
-    std::vector<double> samples(std::size_t column, std::size_t leafIndex,
-                                const double* leaf) const;
+    /// The samples of a leaf. Of a packed column, neighbouring leaves are unpacked together once.
+    std::vector<double> samples(std::size_t column, std::size_t leafIndex, const double* leaf);
 
     /// Copies the samples [firstStep, firstStep + count) of a column.
     void read(std::size_t column, std::size_t firstStep, std::size_t count, double* to) const;
@@ -49,39 +48,35 @@ public:
                            std::size_t count) const;
 
 private:
-    /// The segments of the same steps, one for each element of a column.
-    struct Segments {
-        const char* bytes;
-        const std::uint32_t* byteCounts;
-        std::size_t firstStep;
+    /// Nodes of one level of a column's tree, which follow each other.
+    struct Nodes {
+        std::size_t first = 0;
+        std::vector<double> numbers;
     };
 
     void verifyHead(const RunId& run) const;
-    void readSegmentTable();
     std::uint64_t payloadByteCount() const noexcept;
     std::uint64_t directoryByteCount() const;
     std::uint64_t valuesAt(std::size_t column) const;
     std::uint64_t nodesAt(std::size_t column, std::size_t level) const;
-    std::vector<double> leaves(std::size_t column) const;
-    void verifyLeaves(std::size_t column, const std::vector<double>& nodes, std::size_t firstLeaf,
-                      std::size_t endLeaf, const double* samplesOfFirst) const;
-    void readPart(std::size_t column, std::size_t leaf, const double* node, std::size_t firstStep,
-                  std::size_t count, double* to) const;
-    void readPacked(std::size_t column, const std::vector<double>& nodes, std::size_t firstStep,
-                    std::size_t count, double* to) const;
-    void fetch(std::size_t column, std::size_t firstStep, std::size_t count, double* to) const;
-    void unpack(std::size_t column, std::size_t firstStep, std::size_t endStep, double* to) const;
-    void unpackSegments(SegmentCodec& codec, Segments segments, std::size_t firstStep,
-                        std::size_t endStep, std::size_t width, double* to) const;
-    std::size_t leafStepCountAt(std::size_t leaf) const;
+    Nodes childrenOf(std::size_t column, std::size_t level, std::size_t firstParent,
+                     std::size_t endParent, const double* parents) const;
+    Nodes leavesOf(std::size_t column, std::size_t firstStep, std::size_t endStep) const;
+    std::size_t leavesPerPiece(std::size_t column) const;
+    void readLeaves(std::size_t column, const Nodes& leaves, std::size_t firstStep,
+                    std::size_t endStep, double* to) const;
+    void verify(std::size_t column, const Nodes& leaves, std::size_t firstStep, std::size_t endStep,
+                const double* samples) const;
+    void verifyLeaf(const double* samples, std::size_t count, const double* leaf) const;
+    std::size_t endOfLeaf(std::size_t step) const;
     bool isPacked() const noexcept;
     std::uint64_t payload() const;
     [[noreturn]] void fail(const char* what) const;
 
     const DataFile& file;
-    const ChunkRow& row;
+    const ChunkRow row;
     const ChunkLayout& layout;
-    std::optional<PackedLayout> packed; ///< if the chunk is packed
+    std::optional<SegmentReader> packed; ///< if the chunk is packed
 };
 
 } // namespace logging2::core::detail

@@ -28,7 +28,7 @@ OverviewBuilder::OverviewBuilder(double rangeFrom, double rangeTo, std::size_t n
     overview.sampleCount.assign(bucketCount, 0);
 }
 
-void OverviewBuilder::add(const ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
+void OverviewBuilder::add(ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
                           std::size_t stepCount) {
     const Part part{chunk, layout, column, stepCount};
     const std::size_t top = layout.columns[column].levels.size();

@@ -16,7 +16,7 @@ public:
                     std::size_t sampleWidth);
 
     /// Adds the first stepCount samples of a column of the chunk.
-    void add(const ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
+    void add(ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
              std::size_t stepCount);
 
     const Overview& result() const noexcept { return overview; }
@@ -24,7 +24,7 @@ public:
 private:
     /// The part of a chunk that is being added.
     struct Part {
-        const ChunkReader& chunk;
+        ChunkReader& chunk;
         const ChunkLayout& layout;
         std::size_t column;
         std::size_t stepCount;

@@ -2,28 +2,14 @@
 
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/OverviewBuilder.hpp>
+#include <logging2/backends/recording/detail/TimeSearch.hpp>
 
-#include <algorithm>
 #include <cmath>
-#include <memory>
-#include <numeric>
 #include <stdexcept>
 #include <utility>
 
 namespace logging2::core::detail {
 namespace {
-
-/// So many layouts are kept; those of whole chunks are used again and again.
-constexpr std::size_t keptLayoutCount = 64;
-
-/// No bytes become more than so many times as many when LZ4 unpacks them.
-constexpr std::size_t greatestPackedRatio = 256;
-
-std::size_t sample_count(const std::vector<SampleSpan>& spans) {
-    return std::accumulate(
-        spans.begin(), spans.end(), std::size_t{0},
-        [](std::size_t count, const SampleSpan& span) { return count + span.count; });
-}
 
 void check_range(double from, double to, std::size_t bucketCount) {
     if (bucketCount == 0 || !std::isfinite(from) || !std::isfinite(to) || from > to) {
@@ -38,7 +24,9 @@ RecordingRun::RecordingRun(const std::string& directory)
     : location(directory),
       index(directory),
       data(DataFile::open(directory + "/samples.bin")),
-      description(index.description()) {
+      description(index.description()),
+      chunks(location, data, run, description),
+      seriesReader(location, data, chunks) {
     checkDescription();
     checkPlaces();
     refresh();
@@ -80,6 +68,8 @@ bool RecordingRun::refresh() {
     const bool isClaimed = data.isClaimed();
     const Answers former = answers();
     index.refresh(state);
+    chunks.forget();
+    visible.clear();
     claimed = isClaimed;
     return former != answers();
 }
@@ -121,27 +111,21 @@ RunInfo RecordingRun::info() const {
     return info;
 }
 
-std::vector<SampleSpan> RecordingRun::spansOf(std::size_t group) const {
-    std::vector<SampleSpan> spans;
-    const StoredGroup& stored = state.groups[group];
-    std::size_t left = stepCountOf(stored);
-    for (const ChunkRow& chunk : stored.chunks) {
-        if (left == 0) {
-            break;
-        }
-        spans.push_back({&chunk, 0, std::min(left, chunk.stepCount)});
-        left -= spans.back().count;
+const VisibleSteps& RecordingRun::stepsOf(std::size_t group) const {
+    visible.resize(state.groups.size());
+    if (!visible[group]) {
+        visible[group].emplace(state.groups[group], stepCountOf(state.groups[group]));
     }
-    return spans;
+    return *visible[group];
 }
 
 RunContent RecordingRun::content() const {
     const char* const endState = state.state == "finished" ? "finished" : "interrupted";
     RunContent result{data, description, state.revision, {endState, state.end}, {}};
     for (std::size_t group = 0; group < description.groups.size(); ++group) {
-        result.groups.push_back(spansOf(group));
+        result.groups.push_back(stepsOf(group).spans());
         for (const SampleSpan& span : result.groups.back()) {
-            withChunk(*span.chunk, [](const ChunkReader&) {});
+            chunks.open(*span.chunk);
         }
     }
     return result;
@@ -150,17 +134,15 @@ RunContent RecordingRun::content() const {
 std::vector<GroupInfo> RecordingRun::groups() const {
     std::vector<GroupInfo> result;
     for (std::size_t group = 0; group < description.groups.size(); ++group) {
-        const std::vector<SampleSpan> spans = spansOf(group);
+        const std::vector<SampleSpan>& spans = stepsOf(group).spans();
         GroupInfo info;
         info.id = description.groups[group].id;
         info.stepCount = sample_count(spans);
         if (!spans.empty()) {
             info.firstTime = spans.front().chunk->firstTime;
-            withChunk(*spans.back().chunk, [&](const ChunkReader& chunk) {
-                double time = 0;
-                chunk.read(0, spans.back().count - 1, 1, &time);
-                info.lastTime = time;
-            });
+            double time = 0;
+            chunks.open(*spans.back().chunk)->reader.read(0, spans.back().count - 1, 1, &time);
+            info.lastTime = time;
         }
         result.push_back(info);
     }
@@ -190,118 +172,16 @@ RecordingRun::Place RecordingRun::placeOf(const lang::core::ValuePath& path) con
 
 Series RecordingRun::series(const lang::core::ValuePath& path) const {
     const Place place = placeOf(path);
-    return seriesOf(place, spansOf(place.group));
+    return seriesReader.read(place.column, place.width, stepsOf(place.group).spans());
 }
 
 Series RecordingRun::series(const lang::core::ValuePath& path, double from, double to) const {
     const Place place = placeOf(path);
-    std::vector<SampleSpan> spans;
-    for (const SampleSpan& span : spansOf(place.group)) {
-        if (span.chunk->greatestTime >= from && span.chunk->leastTime <= to) {
-            addSpansBetween(span, from, to, spans);
-        }
+    TimeSearch search(from, to);
+    for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
+        search.add(chunks, span);
     }
-    return seriesOf(place, spans);
-}
-
-void RecordingRun::addSpansBetween(const SampleSpan& span, double from, double to,
-                                   std::vector<SampleSpan>& result) const {
-    const ChunkRow& row = *span.chunk;
-    if (row.nanTimeCount == 0 && row.leastTime >= from && row.greatestTime <= to) {
-        result.push_back(span);
-        return;
-    }
-    std::vector<double> times(span.count);
-    withChunk(row, [&](const ChunkReader& chunk) { chunk.read(0, 0, span.count, times.data()); });
-    const auto isInside = [from, to](double time) { return from <= time && time <= to; };
-    for (auto first = times.begin(); first != times.end();) {
-        first = std::find_if(first, times.end(), isInside);
-        const auto end = std::find_if_not(first, times.end(), isInside);
-        if (first != end) {
-            result.push_back({&row, static_cast<std::size_t>(first - times.begin()),
-                              static_cast<std::size_t>(end - first)});
-        }
-        first = end;
-    }
-}
-
-Series RecordingRun::seriesOf(const Place& place, const std::vector<SampleSpan>& spans) const {
-    if (spans.size() == 1 && canBeMapped(place, *spans.front().chunk)) {
-        return mappedSeries(place, spans.front());
-    }
-    const std::size_t count = sample_count(spans);
-    if (count / greatestPackedRatio > data.byteCount() / sizeof(double) / (1 + place.width)) {
-        throw RecordingError(location, "the index is damaged: it names more samples than the data "
-                                       "file holds");
-    }
-    // Not initialised: all of it is read.
-    const std::shared_ptr<double[]> owner(new double[count * (1 + place.width)]);
-    double* times = owner.get();
-    double* values = times + count;
-    Series series({times, count}, {values, count * place.width}, place.width, owner, false);
-    for (const SampleSpan& span : spans) {
-        withChunk(*span.chunk, [&](const ChunkReader& chunk) {
-            chunk.read(0, span.first, span.count, times);
-            chunk.read(place.column, span.first, span.count, values);
-        });
-        times += span.count;
-        values += span.count * place.width;
-    }
-    return series;
-}
-
-bool RecordingRun::canBeMapped(const Place& place, const ChunkRow& row) const {
-    bool result = false;
-    withChunk(row, [&](const ChunkReader& chunk) {
-        result = !chunk.isPacked(0) && !chunk.isPacked(place.column);
-    });
-    return result;
-}
-
-Series RecordingRun::mappedSeries(const Place& place, const SampleSpan& span) const {
-    Series series;
-    const std::uint64_t end = span.chunk->offset + span.chunk->byteCount;
-    if (data.byteCount() < end) {
-        throw RecordingError(data.name(), "it ends too early: bytes are missing");
-    }
-    const std::shared_ptr<const char> mapping = data.map(end);
-    withChunk(*span.chunk, [&](const ChunkReader& chunk) {
-        const double* const times = chunk.verified(mapping.get(), 0, span.first, span.count);
-        const double* const values =
-            chunk.verified(mapping.get(), place.column, span.first, span.count);
-        series = Series({times, span.count}, {values, span.count * place.width}, place.width,
-                        mapping, true);
-    });
-    return series;
-}
-
-const ChunkLayout& RecordingRun::layoutOf(const ChunkRow& chunk) const {
-    const auto key = std::make_pair(chunk.group, chunk.storedStepCount);
-    const auto found = layouts.find(key);
-    if (found != layouts.end()) {
-        return found->second;
-    }
-    if (layouts.size() >= keptLayoutCount) {
-        layouts.clear();
-    }
-    try {
-        return layouts[key] =
-                   layout_of(widths_of(description.groups[chunk.group]), chunk.storedStepCount);
-    } catch (const std::length_error& error) {
-        throw RecordingError(location, std::string("the index is damaged: ") + error.what());
-    }
-}
-
-void RecordingRun::withChunk(const ChunkRow& chunk,
-                             const std::function<void(const ChunkReader&)>& action) const {
-    const ChunkLayout& layout = layoutOf(chunk);
-    // A packed chunk is smaller.
-    if (chunk.byteCount > sizeof(RecordHeader) + layout.byteCount) {
-        throw RecordingError(location, "the index is damaged: a chunk has another size");
-    }
-    const ChunkReader reader(data, run, chunk, layout, trusted.count(chunk.sequence) != 0);
-    trusted.insert(chunk.sequence);
-    action(reader);
+    return seriesReader.read(place.column, place.width, search.result());
 }
 
 Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, double to,
@@ -309,12 +189,9 @@ Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, 
     check_range(from, to, bucketCount);
     const Place place = placeOf(path);
     OverviewBuilder builder(from, to, bucketCount, place.width);
-    for (const SampleSpan& span : spansOf(place.group)) {
-        if (span.chunk->greatestTime >= from && span.chunk->leastTime <= to) {
-            withChunk(*span.chunk, [&](const ChunkReader& chunk) {
-                builder.add(chunk, layoutOf(*span.chunk), place.column, span.count);
-            });
-        }
+    for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
+        const std::shared_ptr<OpenChunk> chunk = chunks.open(*span.chunk);
+        builder.add(chunk->reader, *chunk->layout, place.column, span.count);
     }
     return builder.result();
 }

@@ -1,20 +1,19 @@
 #pragma once
 
-#include <logging2/backends/recording/detail/ChunkLayout.hpp>
-#include <logging2/backends/recording/detail/ChunkReader.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/Description.hpp>
 #include <logging2/backends/recording/detail/IndexReader.hpp>
+#include <logging2/backends/recording/detail/OpenChunks.hpp>
 #include <logging2/backends/recording/detail/RunWriter.hpp>
+#include <logging2/backends/recording/detail/SeriesReader.hpp>
+#include <logging2/backends/recording/detail/VisibleSteps.hpp>
 #include <logging2/runs/Run.hpp>
 
 #include <cstddef>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <tuple>
-#include <unordered_set>
 #include <vector>
 
 namespace logging2::core::detail {
@@ -56,15 +55,7 @@ private:
     std::size_t stepCountOf(const StoredGroup& group) const;
     Answers answers() const;
     Place placeOf(const lang::core::ValuePath& path) const;
-    std::vector<SampleSpan> spansOf(std::size_t group) const;
-    void addSpansBetween(const SampleSpan& span, double from, double to,
-                         std::vector<SampleSpan>& result) const;
-    Series seriesOf(const Place& place, const std::vector<SampleSpan>& spans) const;
-    bool canBeMapped(const Place& place, const ChunkRow& row) const;
-    Series mappedSeries(const Place& place, const SampleSpan& span) const;
-    void withChunk(const ChunkRow& chunk,
-                   const std::function<void(const ChunkReader&)>& action) const;
-    const ChunkLayout& layoutOf(const ChunkRow& chunk) const;
+    const VisibleSteps& stepsOf(std::size_t group) const;
 
     std::string location;
     IndexReader index;
@@ -73,9 +64,10 @@ private:
     RunId run{};
     std::map<std::string, Place> places; ///< by the path's text
     IndexState state;
-    bool claimed = false;                              ///< by a writer, at the last refresh
-    mutable std::unordered_set<std::uint64_t> trusted; ///< sequence numbers of checked chunks
-    mutable std::map<std::pair<std::size_t, std::size_t>, ChunkLayout> layouts;
+    bool claimed = false;                                     ///< by a writer, at the last refresh
+    mutable std::vector<std::optional<VisibleSteps>> visible; ///< by group; made when needed
+    mutable OpenChunks chunks;
+    mutable SeriesReader seriesReader;
 };
 
 } // namespace logging2::core::detail

@@ -68,7 +68,7 @@ void RunWriter::writeGroup(std::size_t group) {
 void RunWriter::addRows(const SampleSpan& span) {
     const ChunkLayout layout =
         layout_of(widths_of(content.description.groups[piece.group]), span.chunk->storedStepCount);
-    const ChunkReader chunk(content.data, run, *span.chunk, layout, true);
+    ChunkReader chunk(content.data, run, *span.chunk, layout, true);
     ChunkLeaves leaves(chunk, layout);
     for (std::size_t done = 0; done < span.count;) {
         const std::size_t count = std::min(span.count - done, capacity - piece.rowCount);
