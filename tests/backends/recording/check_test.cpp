@@ -235,6 +235,7 @@ TEST_F(CheckRecordingTest, pagesThatNameEachOtherDoNotMultiplyRows) {
     put(bytes, 28, bytes.size() / pageByteCount, 4);
     writeBytes(index(), bytes);
     expectFinding(index(), "2nd reference to page");
+    EXPECT_THROW(opened(), RecordingError);
 }
 
 TEST_F(CheckRecordingTest, valuesOfOtherTypesAreFindings) {

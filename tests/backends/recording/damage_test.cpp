@@ -255,6 +255,41 @@ TEST_F(RecordingDamageTest, changedRowOfTheIndexIsFound) {
     expectDamage(index(), "it is damaged: the run has no state");
 }
 
+TEST_F(RecordingDamageTest, placeOfAChunkIsChecked) {
+    const std::string former = bytesOf(index());
+    const auto expectOf = [&](const char* change, const fs::path& place, const char* text) {
+        writeBytes(index(), former);
+        change_index(index(), change);
+        expectDamage(place, text);
+    };
+    expectOf("UPDATE chunk SET offset = offset + 8", index(),
+             "it is damaged: a chunk begins where no record can be");
+    expectOf("UPDATE chunk SET offset = -64, byte_count = 128", samples(),
+             "it ends too early: bytes are missing");
+    expectOf("UPDATE chunk SET offset = offset - 64", samples(),
+             "is damaged: it is not a recording's data file");
+}
+
+TEST_F(RecordingDamageTest, chunkIsNotTrustedForAnotherOfItsNumber) {
+    // Both chunks have the number of the long one, and only the long one is at its place.
+    change_index(index(), "UPDATE chunk SET sequence = 1");
+    const auto run = opened();
+    EXPECT_EQ(run->series(ValuePath("x"), 0.0, 10.0).size(), 101U);
+    EXPECT_THAT([&] { run->series(ValuePath("x"), 65.0, 66.0); },
+                throws_at(samples(), "the index expects another chunk there"));
+}
+
+TEST_F(RecordingDamageTest, stepsThatOverflowAreDamage) {
+    change_index(index(), "UPDATE chunk SET steps = -100, stored_steps = -100 WHERE first_step > 0;"
+                          "UPDATE signal_group SET steps = 500");
+    expectDamage(index(), "it is damaged: a group has too many steps");
+}
+
+TEST_F(RecordingDamageTest, endThatIsNoTimeIsDamage) {
+    change_index(index(), "UPDATE run SET value = 'soon' WHERE key = 'end'");
+    expectDamage(index(), "it is damaged: \"soon\" is not a time");
+}
+
 TEST_F(RecordingDamageTest, indexWithMoreStepsThanTheFileHoldsIsRefused) {
     // The number of doubles of the series overflows to a small one.
     const std::size_t many = (std::size_t{1} << 63) - longStepCount / 2;

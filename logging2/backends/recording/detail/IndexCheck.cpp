@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
 #include <limits>
 #include <set>
 #include <stdexcept>
@@ -18,9 +17,6 @@
 namespace logging2::core::detail {
 namespace {
 
-/// No row of a database is shorter.
-constexpr std::uint64_t leastRowByteCount = 4;
-
 bool is_number(const std::string& text) {
     std::uint64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -29,12 +25,6 @@ bool is_number(const std::string& text) {
 
 bool is_state(const std::string& text) {
     return text == "running" || text == "finished" || text == "interrupted";
-}
-
-std::uint64_t byte_count_of(const std::string& file) {
-    std::error_code error;
-    const auto count = std::filesystem::file_size(file, error);
-    return error ? 0 : count;
 }
 
 } // namespace
@@ -55,7 +45,7 @@ void IndexCheck::read() {
 
 void IndexCheck::readOpened() {
     const Transaction transaction(*database, Transaction::Kind::read);
-    greatestRowCount = (byte_count_of(name) + byte_count_of(name + "-wal")) / leastRowByteCount;
+    greatestRowCount = row_count_limit(name);
     if (!DatabaseCheck(*database, findings, greatestRowCount).check()) {
         return;
     }

@@ -44,10 +44,13 @@ public:
 
 private:
     void checkFormat();
+    void limitRows();
+    std::string limited(const std::string& query) const;
     void refreshOnce(IndexState& state);
     std::map<std::string, std::string> runValues();
     std::map<std::string, std::string> properties();
     void checkHash(std::uint64_t stored, std::uint64_t expected) const;
+    void checkEnd(const std::string& end) const;
     std::vector<GroupRow> groupRows();
     void refreshGroup(std::size_t position, const GroupRow& row, StoredGroup& group);
     void checkChunks(std::size_t position, const StoredGroup& group) const;
@@ -55,6 +58,7 @@ private:
 
     std::string name;
     std::unique_ptr<Database> database;
+    std::uint64_t greatestRowCount = 0; ///< of a table
 };
 
 } // namespace logging2::core::detail
