@@ -285,6 +285,11 @@ TEST_F(RecordingDamageTest, stepsThatOverflowAreDamage) {
     expectDamage(index(), "it is damaged: a group has too many steps");
 }
 
+TEST_F(RecordingDamageTest, numberOfTheCommitDoesNotMatterAtFirst) {
+    change_index(index(), "UPDATE run SET value = '0' WHERE key = 'commit'");
+    EXPECT_EQ(opened()->groups()[0].stepCount, stepCount);
+}
+
 TEST_F(RecordingDamageTest, endThatIsNoTimeIsDamage) {
     change_index(index(), "UPDATE run SET value = 'soon' WHERE key = 'end'");
     expectDamage(index(), "it is damaged: \"soon\" is not a time");

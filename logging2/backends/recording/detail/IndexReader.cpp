@@ -101,6 +101,7 @@ Description IndexReader::description() {
     while (groups.step()) {
         result.groups.push_back({groups.unsignedInteger(0), {}, {}});
     }
+    groupCount = result.groups.size();
     Statement channels(*database, limited("SELECT signal_group, number, width FROM channel "
                                           "ORDER BY signal_group, position")
                                       .c_str());
@@ -174,6 +175,9 @@ std::vector<GroupRow> IndexReader::groupRows() {
         rows.push_back(
             {query.unsignedInteger(0), query.unsignedInteger(1), query.unsignedInteger(2)});
         checkHash(query.unsignedInteger(3), hash_of_row(rows.size() - 1, rows.back()));
+    }
+    if (rows.size() != groupCount) {
+        fail("it is damaged: the number of groups has changed");
     }
     return rows;
 }

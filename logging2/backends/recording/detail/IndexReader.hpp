@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,7 @@ struct IndexState {
     std::string state;
     std::string end;
     std::uint64_t revision = 0;
-    std::uint64_t commit = 0;
+    std::optional<std::uint64_t> commit; ///< none before the state is read
     std::vector<StoredGroup> groups;
 };
 
@@ -36,7 +37,7 @@ public:
     /// recording or of a newer version.
     explicit IndexReader(const std::string& directory);
 
-    /// What is fixed about the run.
+    /// What is fixed about the run. To be called first.
     Description description();
 
     /// Brings the state up to date. The first time, it has no groups.
@@ -59,6 +60,7 @@ private:
     std::string name;
     std::unique_ptr<Database> database;
     std::uint64_t greatestRowCount = 0; ///< of a table
+    std::size_t groupCount = 0;
 };
 
 } // namespace logging2::core::detail

@@ -90,8 +90,8 @@ std::vector<double> SegmentReader::unpackPart(std::size_t column, std::size_t fi
         }
         segment.firstStep = start;
     }
-    const double* const samples = segment.samples.data() - start * width;
-    return {samples + firstStep * width, samples + endStep * width};
+    const double* const first = segment.samples.data() + (firstStep - start) * width;
+    return {first, first + (endStep - firstStep) * width};
 }
 
 } // namespace logging2::core::detail
