@@ -112,7 +112,7 @@ private:
             const bool isPacked = header.kind == detail::RecordKind::packedChunk;
             const std::uint64_t directory =
                 isPacked ? packed_directory_byte_count(layout) : layout.directoryByteCount;
-            if (directory > header.payloadByteCount) {
+            if (header.stepCount == 0 || directory > header.payloadByteCount) {
                 return;
             }
             std::optional<detail::PackedLayout> packed;
