@@ -143,7 +143,7 @@ std::ostream& operator<<(std::ostream& stream, Call call) {
     static constexpr std::array names = {"open",   "close",       "read",          "write",
                                          "seek",   "stat",        "makeDirectory", "changeMode",
                                          "remove", "synchronize", "lock",          "truncate",
-                                         "map",    "statOpen",    "lockRange"};
+                                         "map",    "statOpen",    "lockRange",     "reserve"};
     return stream << names.at(static_cast<std::size_t>(call));
 }
 
@@ -265,6 +265,18 @@ int ftruncate(int descriptor, off_t length) noexcept {
 int ftruncate64(int descriptor, off64_t length) noexcept {
     static const auto next = behind<int(int, off64_t)>("ftruncate64");
     return decide(Call::truncate, descriptor).error != 0 ? -1 : next(descriptor, length);
+}
+
+int fallocate(int descriptor, int mode, off_t offset, off_t byteCount) {
+    static const auto next = behind<int(int, int, off_t, off_t)>("fallocate");
+    return decide(Call::reserve, descriptor).error != 0 ? -1
+                                                        : next(descriptor, mode, offset, byteCount);
+}
+
+int fallocate64(int descriptor, int mode, off64_t offset, off64_t byteCount) {
+    static const auto next = behind<int(int, int, off64_t, off64_t)>("fallocate64");
+    return decide(Call::reserve, descriptor).error != 0 ? -1
+                                                        : next(descriptor, mode, offset, byteCount);
 }
 
 #ifndef __SANITIZE_THREAD__ // its runtime maps memory before functions can be looked up

@@ -14,8 +14,8 @@ namespace logging2::core::test {
 /// functions: `open` is fopen and open, `read` is read, pread and preadv, `write` is write, writev
 /// and pwrite, `stat` is stat and lstat, `changeMode` is chmod, fchmod and fchmodat, `remove` is
 /// remove, unlink and rmdir, `synchronize` is fsync and fdatasync, `lock` is flock, `lockRange` is
-/// fcntl with a command that locks, `map` is mmap of a file, `statOpen` is fstat. The variants for
-/// large files count as the same.
+/// fcntl with a command that locks, `map` is mmap of a file, `statOpen` is fstat, `reserve` is
+/// fallocate. The variants for large files count as the same.
 enum class Call {
     open,
     close,
@@ -31,7 +31,8 @@ enum class Call {
     truncate,
     map,
     statOpen,
-    lockRange
+    lockRange,
+    reserve
 };
 
 std::ostream& operator<<(std::ostream& stream, Call call);

@@ -7,6 +7,7 @@
 #include <logging2/backends/recording/detail/NewDirectory.hpp>
 #include <logging2/backends/recording/detail/RecordScanner.hpp>
 #include <logging2/backends/recording/detail/RunWriter.hpp>
+#include <logging2/backends/recording/detail/SegmentCodec.hpp>
 #include <logging2/backends/recording/detail/StepMap.hpp>
 #include <logging2/backends/recording/detail/buffer_plan.hpp>
 #include <logging2/backends/recording/detail/read_description.hpp>
@@ -111,13 +112,16 @@ private:
         }
     }
 
-    static std::vector<SampleSpan> readableSpans(const ChunkRow& row,
-                                                 const detail::ChunkLayout& layout,
-                                                 detail::ChunkReader& chunk) {
+    std::vector<SampleSpan> readableSpans(const ChunkRow& row, const detail::ChunkLayout& layout,
+                                          detail::ChunkReader& chunk) const {
         detail::ChunkLeaves leaves(chunk, layout);
         std::vector<SampleSpan> spans;
         bool isReadable = false;
-        for (std::size_t step = 0; step < row.storedStepCount; step += detail::leafStepCount) {
+        // A header that was made up may tell of more steps than the file can hold.
+        const std::size_t ratio = chunk.isPacked(0) ? detail::greatestPackedRatio : 1;
+        const std::uint64_t end =
+            std::min<std::uint64_t>(row.storedStepCount, file.byteCount() / sizeof(double) * ratio);
+        for (std::size_t step = 0; step < end; step += detail::leafStepCount) {
             const bool wasReadable = isReadable;
             isReadable = is_readable(leaves, layout, step / detail::leafStepCount);
             if (isReadable) {

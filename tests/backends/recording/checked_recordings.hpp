@@ -1,9 +1,9 @@
 #pragma once
 
 #include <tests/backends/recording/damaged_recordings.hpp>
+#include <tests/backends/recording/repaired_hashes.hpp>
 
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
-#include <logging2/backends/recording/detail/row_hashes.hpp>
 
 #include <cstring>
 #include <functional>
@@ -34,20 +34,9 @@ protected:
     }
 
     /// Changes a field of the long chunk's row, whose hash fits the new content.
-    void changeRow(const std::string& column, const std::string& value,
-                   const std::function<void(detail::ChunkRow&)>& change) {
-        detail::ChunkRow row;
-        row.sequence = 1;
-        row.stepCount = row.storedStepCount = longStepCount;
-        row.offset = chunkOffset();
-        row.byteCount = static_cast<std::uint64_t>(
-            number_in(index(), "SELECT byte_count FROM chunk WHERE first_step = 0"));
-        row.firstTime = row.leastTime = 0.0;
-        row.lastTime = row.greatestTime = row.greatestSoFar = 59.9;
-        change(row);
-        run_sql(index(), "UPDATE chunk SET " + column + " = " + value + ", hash = " +
-                             std::to_string(static_cast<std::int64_t>(detail::hash_of_row(row))) +
-                             " WHERE first_step = 0");
+    void changeRow(const std::string& column, const std::string& value) const {
+        change_index(index(),
+                     "UPDATE chunk SET " + column + " = " + value + " WHERE first_step = 0");
     }
 
     /// Changes the header of the long chunk, whose hash fits the new content.

@@ -1,7 +1,7 @@
 #include <tests/backends/recording/damaged_recordings.hpp>
+#include <tests/backends/recording/repaired_hashes.hpp>
 
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
-#include <logging2/backends/recording/detail/row_hashes.hpp>
 
 #include <chrono>
 #include <cstring>
@@ -106,18 +106,9 @@ TEST_F(RecordingDamageTest, pathWithoutItsGroupIsDamage) {
 }
 
 TEST_F(RecordingDamageTest, chunkThatCannotBeSoLargeIsDamage) {
-    detail::ChunkRow row;
-    row.sequence = static_cast<std::uint64_t>(
-        number_in(index(), "SELECT sequence FROM chunk WHERE first_step = 0"));
-    row.stepCount = longStepCount;
-    row.storedStepCount = std::size_t{1} << 62;
-    row.offset = chunkOffset();
-    row.lastTime = row.greatestTime = row.greatestSoFar = 59.9;
-    row.leastTime = 0.0;
-    run_sql(index(), "UPDATE chunk SET stored_steps = " + std::to_string(row.storedStepCount) +
-                         ", byte_count = 0, hash = " +
-                         std::to_string(static_cast<std::int64_t>(detail::hash_of_row(row))) +
-                         " WHERE first_step = 0");
+    const std::size_t huge = std::size_t{1} << 62;
+    change_index(index(), "UPDATE chunk SET byte_count = 0, stored_steps = " +
+                              std::to_string(huge) + " WHERE first_step = 0");
     expectDamage(location, "the index is damaged: a chunk of a recording cannot be so large");
 }
 
@@ -125,9 +116,7 @@ TEST_F(RecordingDamageTest, descriptionWithoutMeaningIsDamage) {
     // The id is not one, and all hashes say that it was written so.
     const std::string id = opened()->info().id;
     const std::string wrong(id.size(), 'x');
-    const auto hash = static_cast<std::int64_t>(detail::hash_of_row("id", wrong));
-    run_sql(index(), "UPDATE run SET value = '" + wrong + "', hash = " + std::to_string(hash) +
-                         " WHERE key = 'id'");
+    change_index(index(), "UPDATE run SET value = '" + wrong + "' WHERE key = 'id'");
     std::string bytes = bytesOf(samples());
     bytes.replace(bytes.find(id), id.size(), wrong);
     detail::RecordHeader header;
@@ -266,28 +255,91 @@ TEST_F(RecordingDamageTest, changedRowOfTheIndexIsFound) {
     expectDamage(index(), "it is damaged: the run has no state");
 }
 
+TEST_F(RecordingDamageTest, placeOfAChunkIsChecked) {
+    const std::string former = bytesOf(index());
+    const auto expectOf = [&](const char* change, const fs::path& place, const char* text) {
+        writeBytes(index(), former);
+        change_index(index(), change);
+        expectDamage(place, text);
+    };
+    expectOf("UPDATE chunk SET offset = offset + 8", index(),
+             "it is damaged: a chunk begins where no record can be");
+    expectOf("UPDATE chunk SET offset = -64, byte_count = 128", samples(),
+             "it ends too early: bytes are missing");
+    expectOf("UPDATE chunk SET offset = offset - 64", samples(),
+             "is damaged: it is not a recording's data file");
+}
+
+TEST_F(RecordingDamageTest, chunkIsNotTrustedForAnotherOfItsNumber) {
+    // Both chunks have the number of the long one, and only the long one is at its place.
+    change_index(index(), "UPDATE chunk SET sequence = 1");
+    const auto run = opened();
+    EXPECT_EQ(run->series(ValuePath("x"), 0.0, 10.0).size(), 101U);
+    EXPECT_THAT([&] { run->series(ValuePath("x"), 65.0, 66.0); },
+                throws_at(samples(), "the index expects another chunk there"));
+}
+
+TEST_F(RecordingDamageTest, stepsThatOverflowAreDamage) {
+    change_index(index(), "UPDATE chunk SET steps = -100, stored_steps = -100 WHERE first_step > 0;"
+                          "UPDATE signal_group SET steps = 500");
+    expectDamage(index(), "it is damaged: a group has too many steps");
+}
+
+TEST_F(RecordingDamageTest, numberOfTheCommitDoesNotMatterAtFirst) {
+    change_index(index(), "UPDATE run SET value = '0' WHERE key = 'commit'");
+    EXPECT_EQ(opened()->groups()[0].stepCount, stepCount);
+}
+
+TEST_F(RecordingDamageTest, endThatIsNoTimeIsDamage) {
+    change_index(index(), "UPDATE run SET value = 'soon' WHERE key = 'end'");
+    expectDamage(index(), "it is damaged: \"soon\" is not a time");
+}
+
 TEST_F(RecordingDamageTest, indexWithMoreStepsThanTheFileHoldsIsRefused) {
     // The number of doubles of the series overflows to a small one.
-    detail::ChunkRow row;
-    row.sequence = 99;
-    row.firstStep = longStepCount;
-    row.stepCount = row.storedStepCount = (std::size_t{1} << 63) - longStepCount / 2;
-    const std::size_t sum = row.firstStep + row.stepCount;
+    const std::size_t many = (std::size_t{1} << 63) - longStepCount / 2;
     const auto text = [](std::size_t number) {
         return std::to_string(static_cast<std::int64_t>(number));
     };
-    run_sql(index(),
-            "DELETE FROM chunk WHERE first_step > 0;"
-            "INSERT INTO chunk VALUES (0, 600, 99, " +
-                text(row.stepCount) + ", " + text(row.stepCount) +
-                ", 0, 0, 0, 0, 1e999, -1e999, 0, 1, -1e999, " + text(detail::hash_of_row(row)) +
-                ");"
-                "UPDATE signal_group SET steps = " +
-                text(sum) + ", shown_steps = 0, hash = " + text(detail::hash_of_row(0, sum, 0)));
+    change_index(index(), "UPDATE chunk SET steps = " + text(many) +
+                              ", stored_steps = " + text(many) +
+                              " WHERE first_step > 0;"
+                              "UPDATE signal_group SET shown_steps = 0, steps = " +
+                              text(longStepCount + many));
     const auto run = opened();
     EXPECT_THAT([&] { run->series(ValuePath("x")); },
                 throws_at(location, "the index is damaged: it names more samples than the data "
                                     "file holds"));
+}
+
+/// The files of a group's former state and of its present one, which has as many steps.
+class StaleIndexTest : public DamagedRecordingTest {
+protected:
+    StaleIndexTest() {
+        const auto writer = makeWriter();
+        location = writer->location();
+        writeTimes(*writer, {1.0, 2.0});
+        writer->flushIntermediate();
+        fs::create_directory(stale());
+        fs::copy(location, stale());
+        writer->rollback(0, 1.0);
+        writeTimes(*writer, {3.0});
+        writer->flush();
+    }
+
+    fs::path stale() const { return directory.path() / "stale"; }
+};
+
+TEST_F(StaleIndexTest, pageOfFormerChunksIsDamage) {
+    EXPECT_EQ(timesOf(*opened()), (Doubles{1.0, 3.0}));
+    // The data file still has the discarded chunk, and its former row fits its hash.
+    run_sql(index(), "ATTACH '" + (stale() / "index.sqlite").string() +
+                         "' AS stale; DELETE FROM chunk;"
+                         "INSERT INTO chunk SELECT * FROM stale.chunk");
+    EXPECT_THAT([this] { opened(); },
+                throws_at(index(), "the chunks of a group belong to another state of it"));
+    EXPECT_THAT(check_recording(location.string()).findings,
+                ::testing::ElementsAre(HasSubstr("group 0: the sum of its chunks' hashes is ")));
 }
 
 } // namespace

@@ -31,7 +31,7 @@ constexpr Kind kinds[] = {
     {Call::makeDirectory, EIO}, {Call::changeMode, EIO}, {Call::remove, EIO},
     {Call::synchronize, EIO},   {Call::lock, ENOLCK},    {Call::truncate, EIO},
     {Call::map, ENOMEM},        {Call::statOpen, EIO},   {Call::lockRange, ENOLCK},
-    {Call::lockRange, EAGAIN}};
+    {Call::lockRange, EAGAIN},  {Call::reserve, ENOSPC}, {Call::reserve, EOPNOTSUPP}};
 
 constexpr const char* files[] = {"/samples.bin",
                                  "/index.sqlite",

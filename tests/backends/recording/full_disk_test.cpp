@@ -210,6 +210,36 @@ TEST_P(FullDiskTest, revisionGrowsEvenIfTheRollbackFailedAtFirst) {
     EXPECT_THAT(timesOf(*run), ElementsAre(1.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0));
 }
 
+TEST_P(FullDiskTest, repeatedRollbackIsStoredWhenItReturns) {
+    makeRun();
+    writeTimes(*writer, {1.0, 2.0, 3.0, 4.0, 5.0});
+    writer->flushIntermediate();
+    for (const double time : {4.0, 1.0}) {
+        {
+            const FailingCalls calls(Call::write, GetParam(), {fails(ENOSPC)});
+            EXPECT_THROW(writer->rollback(0, time), RecordingError);
+        }
+        writer->rollback(0, time);
+        EXPECT_EQ(timesOf(*open(*writer)).back(), time);
+    }
+    EXPECT_EQ(open(*writer)->info().revision, 2U);
+}
+
+TEST_P(FullDiskTest, repeatedWriteAfterARegressionStoresTheRollback) {
+    makeRun();
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    writer = makeWriter(twoGroups(), attributes);
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    {
+        const FailingCalls calls(Call::write, GetParam(), {fails(ENOSPC)});
+        EXPECT_THROW(writeTimes(*writer, {1.5}), RecordingError);
+    }
+    writeTimes(*writer, {1.5});
+    EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0));
+}
+
 INSTANTIATE_TEST_SUITE_P(File, FullDiskTest, ::testing::Values("/samples.bin", "/index.sqlite-wal"),
                          [](const auto& instance) {
                              return instance.index == 0 ? "samples" : "index";

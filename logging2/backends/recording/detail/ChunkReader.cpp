@@ -79,14 +79,11 @@ std::uint64_t ChunkReader::payloadByteCount() const noexcept {
 
 /// Nothing of this number is used before it is known that the file has so many bytes.
 std::uint64_t ChunkReader::directoryByteCount() const {
+    file.requireBytes(row.byteCount, row.offset);
     if (!isPacked()) {
         return layout.directoryByteCount;
     }
     const std::uint64_t result = packed_directory_byte_count(layout);
-    const std::uint64_t fileByteCount = file.byteCount();
-    if (row.byteCount > fileByteCount || row.offset > fileByteCount - row.byteCount) {
-        throw RecordingError(file.name(), "it ends too early: bytes are missing");
-    }
     if (result > payloadByteCount()) {
         fail("the index expects another chunk there");
     }
@@ -113,9 +110,7 @@ std::uint64_t ChunkReader::nodesAt(std::size_t column, std::size_t level) const 
 
 std::vector<double> ChunkReader::root(std::size_t column) const {
     const ColumnLayout& place = layout.columns[column];
-    std::vector<double> node(node_double_count(place.width));
-    file.read(node.data(), byte_count(1, place.width), payload() + place.root);
-    return node;
+    return file.elements<double>(node_double_count(place.width), payload() + place.root);
 }
 
 std::vector<double> ChunkReader::children(std::size_t column, std::size_t level,
@@ -131,9 +126,9 @@ ChunkReader::Nodes ChunkReader::childrenOf(std::size_t column, std::size_t level
     const std::size_t stride = node_double_count(place.width);
     const std::size_t first = firstParent * fanOut;
     const std::size_t end = std::min(endParent * fanOut, place.nodeCounts[level]);
-    Nodes nodes{first, std::vector<double>((end - first) * stride)};
-    file.read(nodes.numbers.data(), byte_count(end - first, place.width),
-              nodesAt(column, level) + byte_count(first, place.width));
+    Nodes nodes{first,
+                file.elements<double>((end - first) * stride,
+                                      nodesAt(column, level) + byte_count(first, place.width))};
     for (std::size_t child = first; child < end; child += fanOut, parents += stride) {
         const double* const described = nodes.numbers.data() + (child - first) * stride;
         if (hash_of(described, byte_count(std::min(fanOut, end - child), place.width)) !=
@@ -190,11 +185,11 @@ std::vector<double> ChunkReader::samples(std::size_t column, std::size_t leafInd
     const std::size_t width = layout.columns[column].width;
     const std::size_t first = leafIndex * leafStepCount;
     const std::size_t end = endOfLeaf(first);
-    std::vector<double> result((end - first) * width);
-    if (!isPacked(column)) {
-        file.read(result.data(), result.size() * sizeof(double),
-                  valuesAt(column) + first * width * sizeof(double));
-    } else if (!packed->unpackPart(column, first, end, result.data())) {
+    const std::vector<double> result =
+        isPacked(column) ? packed->unpackPart(column, first, end)
+                         : file.elements<double>((end - first) * width,
+                                                 valuesAt(column) + first * width * sizeof(double));
+    if (result.size() != (end - first) * width) {
         fail("samples cannot be unpacked");
     }
     verifyLeaf(result.data(), result.size(), leaf);

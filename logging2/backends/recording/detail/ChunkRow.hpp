@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -30,6 +31,13 @@ struct SampleSpan {
     std::size_t first = 0; ///< in the chunk
     std::size_t count = 0;
 };
+
+/// What a row says about its record: all that tells it from other records.
+using RecordKey = std::array<std::uint64_t, 6>;
+
+inline RecordKey record_of(const ChunkRow& row) {
+    return {row.sequence, row.group, row.firstStep, row.storedStepCount, row.offset, row.byteCount};
+}
 
 /// Whether both describe the same samples.
 inline bool is_same_chunk(const ChunkRow& a, const ChunkRow& b) {

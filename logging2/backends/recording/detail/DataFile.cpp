@@ -166,7 +166,7 @@ void DataFile::read(void* to, std::size_t byteCount, std::uint64_t offset) const
 
 void DataFile::read(iovec first, iovec second, std::uint64_t offset) const {
     if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) {
-        throw RecordingError(path, "it ends too early: bytes are missing");
+        failTooShort();
     }
     for (std::array<iovec, 2> places{first, second}; places[0].iov_len + places[1].iov_len > 0;) {
         const ssize_t count = repeated(
@@ -175,11 +175,26 @@ void DataFile::read(iovec first, iovec second, std::uint64_t offset) const {
             fail(path, "read it", errno);
         }
         if (count == 0) {
-            throw RecordingError(path, "it ends too early: bytes are missing");
+            failTooShort();
         }
         advance(places, static_cast<std::size_t>(count));
         offset += static_cast<std::uint64_t>(count);
     }
+}
+
+bool DataFile::hasBytes(std::uint64_t count, std::uint64_t offset) const {
+    const std::uint64_t end = byteCount();
+    return count <= end && offset <= end - count;
+}
+
+void DataFile::requireBytes(std::uint64_t count, std::uint64_t offset) const {
+    if (!hasBytes(count, offset)) {
+        failTooShort();
+    }
+}
+
+void DataFile::failTooShort() const {
+    throw RecordingError(path, "it ends too early: bytes are missing");
 }
 
 void DataFile::claim() {

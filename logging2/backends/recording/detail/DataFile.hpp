@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -57,6 +58,21 @@ public:
     void read(void* to, std::size_t byteCount, std::uint64_t offset) const;
     void read(iovec first, iovec second, std::uint64_t offset) const;
 
+    /// Reads so many elements at the offset. Nothing is allocated for those that the file has not.
+    template <class Element>
+    std::vector<Element> elements(std::size_t count, std::uint64_t offset) const {
+        requireBytes(count * sizeof(Element), offset);
+        std::vector<Element> result(count);
+        read(result.data(), count * sizeof(Element), offset);
+        return result;
+    }
+
+    /// Whether the file has so many bytes at the offset.
+    bool hasBytes(std::uint64_t count, std::uint64_t offset) const;
+
+    /// Throws if the file ends before.
+    void requireBytes(std::uint64_t count, std::uint64_t offset) const;
+
     /// Claims the file for the process that writes it, as long as this object lives. Throws if
     /// another one has claimed it.
     void claim();
@@ -72,6 +88,7 @@ private:
     DataFile(std::string&& name, int fileDescriptor) noexcept;
 
     struct stat status() const;
+    [[noreturn]] void failTooShort() const;
 
     std::string path;
     int descriptor;

@@ -115,6 +115,7 @@ void Engine::writeWithCare(GroupBuffer& buffer, double time, const double* value
     if (obeysRegression && buffer.stepCount() > 0 && buffer.lastTime() >= time) {
         discardAtRegression(buffer, time);
     }
+    showDiscard();
     std::size_t count = buffer.rowCount.load(std::memory_order_relaxed);
     if (count == buffer.capacity) {
         makeRoom(buffer);
@@ -160,87 +161,6 @@ void Engine::queueBlock(GroupBuffer& group) {
     group.takenCount = 0;
     group.discardFrom.reset();
     workArrived.notify_one();
-}
-
-void Engine::rollback(std::size_t group, double time) {
-    GroupBuffer& buffer = bufferOf(group);
-    checkCall();
-    if (hasEnded) {
-        refuse("rollback was called after flush");
-    }
-    discardFrom(buffer, stepsNotLaterThan(buffer, time));
-}
-
-/// How many steps of the group a rollback to the time keeps.
-std::size_t Engine::stepsNotLaterThan(const GroupBuffer& group, double time) {
-    if (!(group.greatestBefore > time)) {
-        return group.firstStep + group.rowsNotLaterThan(time);
-    }
-    Lock lock(mutex);
-    waitUntilIdle(lock, true);
-    return recorder.firstLater(group.position, time);
-}
-
-/// The time of the last of so many steps, of which there is one at least.
-double Engine::lastTimeOf(const GroupBuffer& group, std::size_t stepCount) {
-    if (stepCount > group.firstStep) {
-        return *group.row(stepCount - group.firstStep - 1);
-    }
-    Lock lock(mutex);
-    waitUntilIdle(lock, true);
-    return recorder.endOf(group.position, stepCount).lastTime;
-}
-
-/// As the memory writers do: what is later goes, and then one sample at the time itself. Both at
-/// once, because readers may not see what is in between.
-void Engine::discardAtRegression(GroupBuffer& group, double time) {
-    std::size_t kept = stepsNotLaterThan(group, time);
-    if (kept > 0 && lastTimeOf(group, kept) == time) {
-        --kept;
-    }
-    discardFrom(group, kept);
-}
-
-void Engine::discardFrom(GroupBuffer& group, std::size_t step) {
-    if (step >= group.firstStep) {
-        keepRows(group, step - group.firstStep);
-    } else {
-        discardStored(group, step);
-    }
-}
-
-void Engine::keepRows(GroupBuffer& group, std::size_t rowCount) {
-    if (rowCount == group.rowCount.load(std::memory_order_relaxed)) {
-        return;
-    }
-    Lock lock(mutex);
-    if (rowCount >= group.takenCount) {
-        group.rowCount.store(rowCount, std::memory_order_relaxed);
-        return;
-    }
-    waitUntilIdle(lock, false);
-    const std::size_t step = group.firstStep + rowCount;
-    group.takenCount = rowCount;
-    group.discardFrom = std::min(step, group.discardFrom.value_or(step));
-    group.rowCount.store(rowCount, std::memory_order_relaxed);
-    if (step < recorder.shownStepCount(group.position)) {
-        request(lock, false, nullptr);
-    }
-}
-
-void Engine::discardStored(GroupBuffer& group, std::size_t step) {
-    Lock lock(mutex);
-    waitUntilIdle(lock, true);
-    const GroupEnd end = recorder.endOf(group.position, step);
-    group.greatestBefore = end.greatestTime;
-    group.lastTimeBefore = end.lastTime;
-    group.firstStep = step;
-    group.rowCount.store(0, std::memory_order_relaxed);
-    group.takenCount = 0;
-    group.discardFrom = step;
-    if (step < recorder.shownStepCount(group.position)) {
-        request(lock, false, nullptr);
-    }
 }
 
 void Engine::waitUntilIdle(Lock& lock, bool withQueue) {

@@ -151,6 +151,7 @@ private:
     void discardFrom(GroupBuffer& group, std::size_t step);
     void keepRows(GroupBuffer& group, std::size_t rowCount);
     void discardStored(GroupBuffer& group, std::size_t step);
+    void showDiscard();
     void waitUntilIdle(Lock& lock, bool withQueue);
     void request(Lock& lock, bool showAll, const char* endState);
 
@@ -174,7 +175,8 @@ private:
     std::vector<std::unique_ptr<GroupBuffer>> groups;
     std::vector<GroupBuffer*> groupsByIndex; ///< those of small ids, by their id
     std::unordered_map<std::size_t, GroupBuffer*> groupsByLargeId;
-    bool hasEnded = false; ///< of the writing thread alone
+    bool hasEnded = false;    ///< of the writing thread alone
+    bool owesDiscard = false; ///< of the writing thread alone: readers see what was discarded
 
     std::mutex mutex;
     std::condition_variable workArrived;

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
 #include <limits>
 #include <set>
 #include <stdexcept>
@@ -18,9 +17,6 @@
 namespace logging2::core::detail {
 namespace {
 
-/// No row of a database is shorter.
-constexpr std::uint64_t leastRowByteCount = 4;
-
 bool is_number(const std::string& text) {
     std::uint64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -29,12 +25,6 @@ bool is_number(const std::string& text) {
 
 bool is_state(const std::string& text) {
     return text == "running" || text == "finished" || text == "interrupted";
-}
-
-std::uint64_t byte_count_of(const std::string& file) {
-    std::error_code error;
-    const auto count = std::filesystem::file_size(file, error);
-    return error ? 0 : count;
 }
 
 } // namespace
@@ -55,7 +45,7 @@ void IndexCheck::read() {
 
 void IndexCheck::readOpened() {
     const Transaction transaction(*database, Transaction::Kind::read);
-    greatestRowCount = (byte_count_of(name) + byte_count_of(name + "-wal")) / leastRowByteCount;
+    greatestRowCount = row_count_limit(name);
     if (!DatabaseCheck(*database, findings, greatestRowCount).check()) {
         return;
     }
@@ -140,8 +130,8 @@ void IndexCheck::checkRunValues() {
 }
 
 void IndexCheck::readGroups() {
-    forEachRow(limited("SELECT position, id, steps, shown_steps, hash FROM signal_group "
-                       "ORDER BY position"),
+    forEachRow(limited("SELECT position, id, steps, shown_steps, chunk_hash_sum, hash "
+                       "FROM signal_group ORDER BY position"),
                [this](const Statement& row) {
                    const std::size_t position = stored.size();
                    if (row.unsignedInteger(0) != position) {
@@ -149,10 +139,10 @@ void IndexCheck::readGroups() {
                                               row.unsignedInteger(0)));
                    }
                    described.groups.push_back({row.unsignedInteger(1), {}, {}});
-                   stored.push_back({row.unsignedInteger(2), row.unsignedInteger(3), {}});
-                   checkHash(row.unsignedInteger(4),
-                             hash_of_row(row.unsignedInteger(0), row.unsignedInteger(2),
-                                         row.unsignedInteger(3)),
+                   const GroupRow counts{row.unsignedInteger(2), row.unsignedInteger(3),
+                                         row.unsignedInteger(4)};
+                   stored.push_back({counts, {}});
+                   checkHash(row.unsignedInteger(5), hash_of_row(row.unsignedInteger(0), counts),
                              "group " + std::to_string(row.unsignedInteger(1)));
                });
 }
@@ -203,6 +193,7 @@ void IndexCheck::checkDescription() {
 }
 
 void IndexCheck::readChunks() {
+    chunkHashSums.resize(stored.size());
     forEachRow(limited(std::string("SELECT ") + chunkColumns +
                        " FROM chunk ORDER BY signal_group, first_step"),
                [this](const Statement& row) {
@@ -215,6 +206,7 @@ void IndexCheck::readChunks() {
                        return;
                    }
                    stored[chunk.group].chunks.push_back(chunk);
+                   chunkHashSums[chunk.group] += row.unsignedInteger(chunkHashColumn);
                });
     for (std::size_t position = 0; position < stored.size(); ++position) {
         checkChunks(position);
@@ -239,6 +231,10 @@ void IndexCheck::checkChunks(std::size_t position) {
     if (counts.stepCount != step) {
         add(text_of_difference(group + ": the number of steps", step,
                                std::uint64_t{counts.stepCount}));
+    }
+    if (counts.chunkHashSum != chunkHashSums[position]) {
+        add(text_of_difference(group + ": the sum of its chunks' hashes", chunkHashSums[position],
+                               counts.chunkHashSum));
     }
     if (counts.shownStepCount > counts.stepCount) {
         add(group + ": " + std::to_string(counts.shownStepCount) + " steps are shown of " +

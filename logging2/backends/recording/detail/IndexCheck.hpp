@@ -58,6 +58,7 @@ private:
     std::map<std::string, std::string> values; ///< of the table `run`
     Description described;
     std::vector<StoredGroup> stored;
+    std::vector<std::uint64_t> chunkHashSums; ///< by group
 };
 
 } // namespace logging2::core::detail

@@ -34,7 +34,8 @@ const char* const indexSchema = R"(
     CREATE TABLE property (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
     CREATE TABLE signal_group (
         position INTEGER PRIMARY KEY, id INTEGER NOT NULL,
-        steps INTEGER NOT NULL, shown_steps INTEGER NOT NULL, hash INTEGER NOT NULL);
+        steps INTEGER NOT NULL, shown_steps INTEGER NOT NULL,
+        chunk_hash_sum INTEGER NOT NULL, hash INTEGER NOT NULL);
     CREATE TABLE channel (
         signal_group INTEGER NOT NULL, position INTEGER NOT NULL,
         number INTEGER NOT NULL, width INTEGER NOT NULL,
@@ -72,14 +73,14 @@ IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durabi
       addChunk(connection, (std::string("INSERT INTO chunk (") + chunkColumns +
                             ") VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
                                .c_str()),
+      findHashes(connection, "SELECT hash FROM chunk WHERE signal_group = ? AND first_step >= ?"),
       removeChunks(connection, "DELETE FROM chunk WHERE signal_group = ? AND first_step >= ?"),
       shortenChunk(connection,
                    "UPDATE chunk SET steps = ?, last_time = ?, least_time = ?, greatest_time = ?, "
                    "nan_times = ?, ascends = ?, greatest_so_far = ?, hash = ? "
                    "WHERE signal_group = ? AND first_step = ?"),
-      updateSteps(
-          connection,
-          "UPDATE signal_group SET steps = ?, shown_steps = ?, hash = ? WHERE position = ?"),
+      updateGroup(connection, "UPDATE signal_group SET steps = ?, shown_steps = ?, "
+                              "chunk_hash_sum = ?, hash = ? WHERE position = ?"),
       updateValue(connection, "REPLACE INTO run (key, value, hash) VALUES (?, ?, ?)"),
       findLast(connection, (std::string("SELECT ") + chunkColumns +
                             " FROM chunk WHERE signal_group = ? AND first_step < ? "
@@ -122,8 +123,8 @@ void IndexWriter::describe(const Description& description, std::uint64_t revisio
 }
 
 void IndexWriter::describeGroup(std::size_t position, const DescribedGroup& group) {
-    Statement addGroup(connection, "INSERT INTO signal_group VALUES (?, ?, 0, 0, ?)");
-    addGroup.bind(position).bind(group.id).bind(hash_of_row(position, 0, 0)).run();
+    Statement addGroup(connection, "INSERT INTO signal_group VALUES (?, ?, 0, 0, 0, ?)");
+    addGroup.bind(position).bind(group.id).bind(hash_of_row(position, GroupRow())).run();
     Statement addChannel(connection, "INSERT INTO channel VALUES (?, ?, ?, ?)");
     for (std::size_t k = 0; k < group.channels.size(); ++k) {
         addChannel.bind(position).bind(k).bind(group.channels[k].number);
@@ -150,8 +151,14 @@ void IndexWriter::add(const ChunkRow& chunk) {
     addChunk.bind(hash_of_row(chunk)).run();
 }
 
-void IndexWriter::removeFrom(std::size_t group, std::size_t firstStep) {
+std::uint64_t IndexWriter::removeFrom(std::size_t group, std::size_t firstStep) {
+    std::uint64_t hashSum = 0;
+    findHashes.bind(group).bind(firstStep);
+    while (findHashes.step()) {
+        hashSum += findHashes.unsignedInteger(0);
+    }
     removeChunks.bind(group).bind(firstStep).run();
+    return hashSum;
 }
 
 void IndexWriter::shorten(const ChunkRow& chunk) {
@@ -161,9 +168,9 @@ void IndexWriter::shorten(const ChunkRow& chunk) {
     shortenChunk.bind(hash_of_row(chunk)).bind(chunk.group).bind(chunk.firstStep).run();
 }
 
-void IndexWriter::setSteps(std::size_t group, std::size_t stepCount, std::size_t shownStepCount) {
-    updateSteps.bind(stepCount).bind(shownStepCount);
-    updateSteps.bind(hash_of_row(group, stepCount, shownStepCount)).bind(group).run();
+void IndexWriter::setGroup(std::size_t position, const GroupRow& row) {
+    updateGroup.bind(row.stepCount).bind(row.shownStepCount).bind(row.chunkHashSum);
+    updateGroup.bind(hash_of_row(position, row)).bind(position).run();
 }
 
 void IndexWriter::setRevision(std::uint64_t revision) {

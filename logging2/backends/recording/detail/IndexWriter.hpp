@@ -4,6 +4,7 @@
 #include <logging2/backends/recording/detail/ChunkRow.hpp>
 #include <logging2/backends/recording/detail/Database.hpp>
 #include <logging2/backends/recording/detail/Description.hpp>
+#include <logging2/backends/recording/detail/GroupRow.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -34,14 +35,14 @@ public:
     /// Adds a chunk, which is its group's last one.
     void add(const ChunkRow& chunk);
 
-    /// Removes the group's chunks whose first step is this one or a later one.
-    void removeFrom(std::size_t group, std::size_t firstStep);
+    /// Removes the group's chunks whose first step is this one or a later one, and returns the sum
+    /// of their hashes.
+    std::uint64_t removeFrom(std::size_t group, std::size_t firstStep);
 
     /// Changes what the index says about the chunk of this sequence number.
     void shorten(const ChunkRow& chunk);
 
-    /// Sets how many steps the group has and how many of them readers see while the run goes on.
-    void setSteps(std::size_t group, std::size_t stepCount, std::size_t shownStepCount);
+    void setGroup(std::size_t position, const GroupRow& row);
 
     void setRevision(std::uint64_t revision);
 
@@ -68,9 +69,10 @@ private:
 
     Database connection;
     Statement addChunk;
+    Statement findHashes;
     Statement removeChunks;
     Statement shortenChunk;
-    Statement updateSteps;
+    Statement updateGroup;
     Statement updateValue;
     Statement findLast;
     Statement readCommit;

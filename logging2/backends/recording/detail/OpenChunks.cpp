@@ -21,7 +21,8 @@ OpenChunks::OpenChunks(const std::string& recordingLocation, const DataFile& dat
       description(runDescription) {}
 
 std::shared_ptr<OpenChunk> OpenChunks::open(const ChunkRow& row) {
-    const auto found = kept.find(row.sequence);
+    const RecordKey record = record_of(row);
+    const auto found = kept.find(record);
     if (found != kept.end()) {
         return found->second;
     }
@@ -30,14 +31,14 @@ std::shared_ptr<OpenChunk> OpenChunks::open(const ChunkRow& row) {
     if (row.byteCount > sizeof(RecordHeader) + layout->byteCount) {
         throw RecordingError(location, "the index is damaged: a chunk has another size");
     }
-    const bool isTrusted = trusted.count(row.sequence) != 0;
+    const bool isTrusted = trusted.count(record) != 0;
     auto chunk = std::make_shared<OpenChunk>(
         OpenChunk{layout, ChunkReader(file, run, row, *layout, isTrusted)});
-    trusted.insert(row.sequence);
+    trusted.insert(record);
     if (kept.size() >= keptCount) {
         kept.clear();
     }
-    kept[row.sequence] = chunk;
+    kept[record] = chunk;
     return chunk;
 }
 

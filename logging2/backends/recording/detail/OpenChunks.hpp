@@ -10,9 +10,8 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 namespace logging2::core::detail {
@@ -43,8 +42,8 @@ private:
     const DataFile& file;
     const RunId& run;
     const Description& description;
-    std::unordered_set<std::uint64_t> trusted; ///< sequence numbers of checked chunks
-    std::unordered_map<std::uint64_t, std::shared_ptr<OpenChunk>> kept; ///< by sequence number
+    std::set<RecordKey> trusted; ///< those that were checked
+    std::map<RecordKey, std::shared_ptr<OpenChunk>> kept;
     std::map<std::pair<std::size_t, std::size_t>, std::shared_ptr<const ChunkLayout>> layouts;
 };
 

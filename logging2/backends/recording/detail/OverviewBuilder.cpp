@@ -8,10 +8,18 @@
 namespace logging2::core::detail {
 namespace {
 
-void widen(Overview& overview, std::size_t index, const ElementRange& range) {
+/// How many NaN a node of so many samples tells of. A node that was made up could tell anything.
+std::size_t nan_count_of(const ElementRange& range, std::size_t sampleCount) {
+    return range.nanCount > 0 ? static_cast<std::size_t>(
+                                    std::min(range.nanCount, static_cast<double>(sampleCount)))
+                              : 0;
+}
+
+void widen(Overview& overview, std::size_t index, const ElementRange& range,
+           std::size_t sampleCount) {
     overview.least[index] = std::min(overview.least[index], range.least);
     overview.greatest[index] = std::max(overview.greatest[index], range.greatest);
-    overview.nanCount[index] += static_cast<std::size_t>(range.nanCount);
+    overview.nanCount[index] += nan_count_of(range, sampleCount);
 }
 
 } // namespace
@@ -51,7 +59,8 @@ void OverviewBuilder::addNode(const Part& part, std::size_t level, std::size_t n
         bucket == bucket_of(time.greatest, from, to, bucketCount)) {
         overview.sampleCount[bucket] += end - first;
         for (std::size_t element = 0; element < overview.width; ++element) {
-            widen(overview, bucket * overview.width + element, range_of_node(values, element));
+            widen(overview, bucket * overview.width + element, range_of_node(values, element),
+                  end - first);
         }
     } else if (level == 0) {
         addSamples(part, node, times, values);
@@ -86,7 +95,7 @@ void OverviewBuilder::addSamples(const Part& part, std::size_t leaf, const doubl
         for (std::size_t element = 0; element < overview.width; ++element) {
             ElementRange range;
             add_samples(&samples[s * overview.width + element], 1, 1, &range);
-            widen(overview, bucket * overview.width + element, range);
+            widen(overview, bucket * overview.width + element, range, 1);
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/detail/ChunkReader.hpp>
 #include <logging2/backends/recording/detail/add_times.hpp>
+#include <logging2/backends/recording/detail/row_hashes.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -70,13 +71,13 @@ void Recorder::appendDescription(const Description& description) {
 Recorder::Draft Recorder::draftOf(const Commit& commit) const {
     Draft draft{end, nextSequence, revision, rollbacks, {}, {}};
     for (const Discard& discard : commit.discards) {
-        draft.counts.emplace(discard.group, groups[discard.group].counts);
+        draft.groups.emplace(discard.group, groups[discard.group].row);
     }
     for (const Piece& piece : commit.pieces) {
-        draft.counts.emplace(piece.group, groups[piece.group].counts);
+        draft.groups.emplace(piece.group, groups[piece.group].row);
     }
     for (std::size_t group = 0; commit.showAll && group < groups.size(); ++group) {
-        draft.counts.emplace(group, groups[group].counts);
+        draft.groups.emplace(group, groups[group].row);
     }
     return draft;
 }
@@ -84,6 +85,7 @@ Recorder::Draft Recorder::draftOf(const Commit& commit) const {
 void Recorder::commit(const Commit& commit) {
     data.checkPlace();
     index.checkPlace();
+    buryFailedTransaction();
     Draft draft = draftOf(commit);
     try {
         store(draft, commit);
@@ -97,10 +99,21 @@ void Recorder::commit(const Commit& commit) {
     nextSequence = draft.nextSequence;
     revision = draft.revision;
     rollbacks = draft.rollbacks;
-    for (const auto& [group, counts] : draft.counts) {
-        groups[group].counts = counts;
+    for (const auto& [group, row] : draft.groups) {
+        groups[group].row = row;
     }
     hasEnded = commit.end.has_value();
+}
+
+/// A transaction that failed at its end may stand whole in the log, and count after a kill or a
+/// loss of power. The chunks that it names must stay until another one has taken its place there.
+void Recorder::buryFailedTransaction() {
+    if (mayComeBack) {
+        Transaction transaction(index.database(), Transaction::Kind::write);
+        index.countCommit();
+        transaction.commit();
+        mayComeBack = false;
+    }
 }
 
 void Recorder::publish() {
@@ -136,12 +149,12 @@ RecordHeader Recorder::headerOf(Draft& draft, RecordKind kind, std::size_t group
 void Recorder::appendDiscards(Draft& draft, const std::vector<Discard>& discards) {
     std::vector<RecordHeader> headers;
     for (const Discard& discard : discards) {
-        Counts& counts = draft.counts[discard.group];
-        if (discard.firstStep < counts.shown) {
-            counts.shown = discard.firstStep;
+        GroupRow& row = draft.groups[discard.group];
+        if (discard.firstStep < row.shownStepCount) {
+            row.shownStepCount = discard.firstStep;
             draft.revision = revision + 1;
         }
-        counts.steps = discard.firstStep;
+        row.stepCount = discard.firstStep;
         RecordHeader header = headerOf(draft, RecordKind::rollback, discard.group);
         header.firstStep = discard.firstStep;
         header.headerHash = hash_of(header);
@@ -165,7 +178,7 @@ void Recorder::appendPieces(Draft& draft, const std::vector<Piece>& pieces) {
         chunk.row.firstStep = piece.firstStep;
         chunk.row.storedStepCount = piece.rowCount;
         draft.chunks.push_back(std::move(chunk));
-        draft.counts[piece.group].steps = piece.firstStep + piece.rowCount;
+        draft.groups[piece.group].stepCount = piece.firstStep + piece.rowCount;
     }
     draft.end = chunkWriter.write(draft.chunks, draft.end);
 }
@@ -173,16 +186,16 @@ void Recorder::appendPieces(Draft& draft, const std::vector<Piece>& pieces) {
 void Recorder::updateIndex(Draft& draft, const Commit& commit) {
     Transaction transaction(index.database(), Transaction::Kind::write);
     for (const Discard& discard : commit.discards) {
-        discardInIndex(discard.group, discard.firstStep);
+        discardInIndex(discard.group, discard.firstStep, draft.groups[discard.group]);
     }
     for (const PendingChunk& chunk : draft.chunks) {
-        addToIndex(chunk.row);
+        addToIndex(chunk.row, draft.groups[chunk.row.group]);
     }
-    for (auto& [group, counts] : draft.counts) {
+    for (auto& [group, row] : draft.groups) {
         const std::size_t settled =
-            commit.showAll ? counts.steps : counts.steps - std::min(counts.steps, heldBack);
-        counts.shown = std::max(counts.shown, settled);
-        index.setSteps(group, counts.steps, counts.shown);
+            commit.showAll ? row.stepCount : row.stepCount - std::min(row.stepCount, heldBack);
+        row.shownStepCount = std::max(row.shownStepCount, settled);
+        index.setGroup(group, row);
     }
     if (draft.revision != revision) {
         index.setRevision(draft.revision);
@@ -193,23 +206,28 @@ void Recorder::updateIndex(Draft& draft, const Commit& commit) {
         index.end({"running", ""});
     }
     index.countCommit();
+    mayComeBack = true;
     transaction.commit();
+    mayComeBack = false;
 }
 
-void Recorder::addToIndex(ChunkRow row) {
-    discardInIndex(row.group, row.firstStep);
+void Recorder::addToIndex(ChunkRow row, GroupRow& groupRow) {
+    discardInIndex(row.group, row.firstStep, groupRow);
     row.greatestSoFar = row.greatestTime;
     if (const auto previous = index.lastBefore(row.group, row.firstStep)) {
         row.greatestSoFar = std::max(row.greatestSoFar, previous->greatestSoFar);
     }
     index.add(row);
+    groupRow.chunkHashSum += hash_of_row(row);
 }
 
-void Recorder::discardInIndex(std::size_t group, std::size_t firstStep) {
-    index.removeFrom(group, firstStep);
+void Recorder::discardInIndex(std::size_t group, std::size_t firstStep, GroupRow& groupRow) {
+    groupRow.chunkHashSum -= index.removeFrom(group, firstStep);
     const auto last = index.lastBefore(group, firstStep);
     if (last && last->firstStep + last->stepCount > firstStep) {
-        index.shorten(shortened(*last, firstStep - last->firstStep));
+        const ChunkRow rest = shortened(*last, firstStep - last->firstStep);
+        index.shorten(rest);
+        groupRow.chunkHashSum += hash_of_row(rest) - hash_of_row(*last);
     }
 }
 
@@ -235,7 +253,7 @@ std::vector<double> Recorder::timesOf(const ChunkRow& row, std::size_t count) co
 
 std::size_t Recorder::firstLater(std::size_t group, double time) const {
     ChunkRow holding;
-    auto row = index.lastBefore(group, groups[group].counts.steps);
+    auto row = index.lastBefore(group, groups[group].row.stepCount);
     while (row && row->greatestSoFar > time) {
         holding = *row;
         row = index.lastBefore(group, holding.firstStep);

@@ -6,6 +6,7 @@
 #include <logging2/backends/recording/detail/ChunkWriter.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/Description.hpp>
+#include <logging2/backends/recording/detail/GroupRow.hpp>
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
 
 #include <cstddef>
@@ -69,19 +70,15 @@ public:
     /// How the group would stand with its first stepCount stored steps only.
     GroupEnd endOf(std::size_t group, std::size_t stepCount) const;
 
-    std::size_t storedStepCount(std::size_t group) const { return groups[group].counts.steps; }
+    std::size_t storedStepCount(std::size_t group) const { return groups[group].row.stepCount; }
 
     /// How many stored steps readers see.
-    std::size_t shownStepCount(std::size_t group) const { return groups[group].counts.shown; }
+    std::size_t shownStepCount(std::size_t group) const { return groups[group].row.shownStepCount; }
 
 private:
-    struct Counts {
-        std::size_t steps = 0;
-        std::size_t shown = 0;
-    };
     struct GroupState {
         ChunkEncoder encoder;
-        Counts counts;
+        GroupRow row;
     };
 
     /// The rollbacks in the data file. Each record tells of them, in case the last one is damaged.
@@ -96,10 +93,11 @@ private:
         std::uint64_t nextSequence;
         std::uint64_t revision;
         Rollbacks rollbacks;
-        std::map<std::size_t, Counts> counts; ///< of the groups that it changes
-        std::vector<PendingChunk> chunks;     ///< of its pieces
+        std::map<std::size_t, GroupRow> groups; ///< those that it changes
+        std::vector<PendingChunk> chunks;       ///< of its pieces
     };
 
+    void buryFailedTransaction();
     Draft draftOf(const Commit& commit) const;
     void store(Draft& draft, const Commit& commit);
     void appendDescription(const Description& description);
@@ -107,8 +105,8 @@ private:
     void appendPieces(Draft& draft, const std::vector<Piece>& pieces);
     RecordHeader headerOf(Draft& draft, RecordKind kind, std::size_t group) const;
     void updateIndex(Draft& draft, const Commit& commit);
-    void discardInIndex(std::size_t group, std::size_t firstStep);
-    void addToIndex(ChunkRow row);
+    void discardInIndex(std::size_t group, std::size_t firstStep, GroupRow& groupRow);
+    void addToIndex(ChunkRow row, GroupRow& groupRow);
     ChunkRow shortened(ChunkRow row, std::size_t stepCount) const;
     std::vector<double> timesOf(const ChunkRow& row, std::size_t count) const;
 
@@ -123,7 +121,8 @@ private:
     std::uint64_t nextSequence = 0;
     std::uint64_t revision;
     Rollbacks rollbacks;
-    bool hasEnded = false; ///< by the last commit
+    bool hasEnded = false;    ///< by the last commit
+    bool mayComeBack = false; ///< the transaction of the last commit, though it has failed
 };
 
 } // namespace logging2::core::detail

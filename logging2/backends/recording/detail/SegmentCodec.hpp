@@ -11,6 +11,9 @@ namespace logging2::core::detail {
 /// A segment of a packed column holds one element of this many steps, the last one what is left.
 constexpr std::size_t segmentStepCount = leafStepCount * fanOut;
 
+/// No bytes become more than so many times as many when LZ4 unpacks them.
+constexpr std::size_t greatestPackedRatio = 256;
+
 /// The most bytes that a segment of so many steps needs.
 std::size_t packed_byte_count_limit(std::size_t stepCount);
 

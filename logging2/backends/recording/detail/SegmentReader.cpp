@@ -8,10 +8,8 @@ namespace {
 
 std::vector<std::uint32_t> segment_byte_counts(const DataFile& file, const ChunkLayout& layout,
                                                std::uint64_t payload) {
-    std::vector<std::uint32_t> result(segment_count(layout));
-    file.read(result.data(), result.size() * sizeof(std::uint32_t),
-              payload + segment_table_offset(layout));
-    return result;
+    return file.elements<std::uint32_t>(segment_count(layout),
+                                        payload + segment_table_offset(layout));
 }
 
 } // namespace
@@ -34,8 +32,7 @@ bool SegmentReader::unpack(std::size_t column, std::size_t firstStep, std::size_
         const std::uint64_t byteCount =
             std::accumulate(byteCounts, byteCounts + width, std::uint64_t{0});
         if (start + segmentStepCount > firstStep) {
-            std::vector<char> bytes(byteCount);
-            file.read(bytes.data(), bytes.size(), offset);
+            const std::vector<char> bytes = file.elements<char>(byteCount, offset);
             const std::size_t first = std::max(start, firstStep);
             const std::size_t end = std::min(start + segmentStepCount, endStep);
             if (!unpackSegments(codec, {bytes.data(), byteCounts, start}, first, end, width, to)) {
@@ -63,23 +60,38 @@ bool SegmentReader::unpackSegments(SegmentCodec& codec, Segments segments, std::
     return true;
 }
 
-bool SegmentReader::unpackPart(std::size_t column, std::size_t firstStep, std::size_t endStep,
-                               double* to) {
+/// Whether the segments that begin with a step can hold so many steps, and are in the file.
+bool SegmentReader::hasSegments(std::size_t column, std::size_t start,
+                                std::size_t stepCount) const {
+    const std::size_t width = layout.columns[column].width;
+    const std::uint32_t* const all = packed.byteCounts(packed.column(column).firstSegment);
+    const std::uint32_t* const first = all + start / segmentStepCount * width;
+    const std::uint64_t byteCount = std::accumulate(first, first + width, std::uint64_t{0});
+    const std::uint64_t offset =
+        payload + packed.column(column).values + std::accumulate(all, first, std::uint64_t{0});
+    return byteCount >= stepCount * width * sizeof(double) / greatestPackedRatio &&
+           file.hasBytes(byteCount, offset);
+}
+
+std::vector<double> SegmentReader::unpackPart(std::size_t column, std::size_t firstStep,
+                                              std::size_t endStep) {
     const std::size_t width = layout.columns[column].width;
     const std::size_t start = firstStep / segmentStepCount * segmentStepCount;
     Unpacked& segment = kept[column];
     if (segment.firstStep != start) {
         const std::size_t end = std::min(start + segmentStepCount, layout.stepCount);
         segment.firstStep = Unpacked().firstStep;
+        if (!hasSegments(column, start, end - start)) {
+            return {};
+        }
         segment.samples.resize((end - start) * width);
         if (!unpack(column, start, end, segment.samples.data())) {
-            return false;
+            return {};
         }
         segment.firstStep = start;
     }
-    std::copy_n(segment.samples.data() + (firstStep - start) * width, (endStep - firstStep) * width,
-                to);
-    return true;
+    const double* const first = segment.samples.data() + (firstStep - start) * width;
+    return {first, first + (endStep - firstStep) * width};
 }
 
 } // namespace logging2::core::detail

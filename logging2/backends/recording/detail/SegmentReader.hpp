@@ -26,9 +26,9 @@ public:
     /// segments.
     bool unpack(std::size_t column, std::size_t firstStep, std::size_t endStep, double* to) const;
 
-    /// Does the same for steps of one segment. It keeps the segment, so that its other steps cost
-    /// little if they are wanted next.
-    bool unpackPart(std::size_t column, std::size_t firstStep, std::size_t endStep, double* to);
+    /// The same for steps of one segment; returns nothing if the bytes are no segments. It keeps
+    /// the segment, so that its other steps cost little if they are wanted next.
+    std::vector<double> unpackPart(std::size_t column, std::size_t firstStep, std::size_t endStep);
 
 private:
     /// The segments of the same steps, one for each element of a column.
@@ -44,6 +44,7 @@ private:
         std::vector<double> samples;
     };
 
+    bool hasSegments(std::size_t column, std::size_t start, std::size_t stepCount) const;
     bool unpackSegments(SegmentCodec& codec, Segments segments, std::size_t firstStep,
                         std::size_t endStep, std::size_t width, double* to) const;
 

@@ -1,6 +1,7 @@
 #include <logging2/backends/recording/detail/SeriesReader.hpp>
 
 #include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/SegmentCodec.hpp>
 #include <logging2/backends/recording/detail/read_columns.hpp>
 #include <logging2/columns/storage.hpp>
 
@@ -8,9 +9,6 @@
 
 namespace logging2::core::detail {
 namespace {
-
-/// No bytes become more than so many times as many when LZ4 unpacks them.
-constexpr std::size_t greatestPackedRatio = 256;
 
 /// So many parts are read together. Their chunks are open, which needs memory for wide groups.
 constexpr std::size_t greatestPartCount = 2048;

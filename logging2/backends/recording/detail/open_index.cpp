@@ -127,6 +127,15 @@ std::unique_ptr<Database> opened_with_log(const std::string& name) {
     return database;
 }
 
+/// No row of a database is shorter.
+constexpr std::uint64_t leastRowByteCount = 4;
+
+std::uint64_t byte_count_of(const std::string& file) {
+    std::error_code error;
+    const auto count = fs::file_size(file, error);
+    return error ? 0 : count;
+}
+
 /// Whether the log has gone that there was.
 bool has_lost_log(const std::string& name) {
     return !has_log(name);
@@ -150,6 +159,10 @@ std::unique_ptr<Database> open_index(const std::string& name) {
         }
     }
     return opened(name, "mode=ro&immutable=1");
+}
+
+std::uint64_t row_count_limit(const std::string& name) {
+    return (byte_count_of(name) + byte_count_of(name + "-wal")) / leastRowByteCount;
 }
 
 } // namespace logging2::core::detail

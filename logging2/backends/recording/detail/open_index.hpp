@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/detail/Database.hpp>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -13,5 +14,8 @@ namespace logging2::core::detail {
 /// - if the log's shared memory is missing, because only the files were copied, or damaged, because
 ///   the writer was killed while it changed it, private copies of both files are opened.
 std::unique_ptr<Database> open_index(const std::string& name);
+
+/// No table of the index has more rows than this, because its files have no room for them.
+std::uint64_t row_count_limit(const std::string& name);
 
 } // namespace logging2::core::detail

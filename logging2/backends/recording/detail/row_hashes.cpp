@@ -33,8 +33,8 @@ std::uint64_t hash_of_row(const ChunkRow& row) {
                           bits_of(row.greatestSoFar));
 }
 
-std::uint64_t hash_of_row(std::size_t group, std::size_t stepCount, std::size_t shownStepCount) {
-    return hash_of_fields(group, stepCount, shownStepCount);
+std::uint64_t hash_of_row(std::size_t position, const GroupRow& row) {
+    return hash_of_fields(position, row.stepCount, row.shownStepCount, row.chunkHashSum);
 }
 
 std::uint64_t hash_of_row(std::string_view key, std::string_view value) {

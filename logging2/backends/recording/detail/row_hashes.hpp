@@ -1,6 +1,7 @@
 #pragma once
 
 #include <logging2/backends/recording/detail/ChunkRow.hpp>
+#include <logging2/backends/recording/detail/GroupRow.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -14,8 +15,9 @@ namespace logging2::core::detail {
 /// The hash of a chunk's row. As SQLite stores them, all NaN and both zeros are the same.
 std::uint64_t hash_of_row(const ChunkRow& row);
 
-/// The hash of a group's numbers of steps.
-std::uint64_t hash_of_row(std::size_t group, std::size_t stepCount, std::size_t shownStepCount);
+/// The hash of the row of the group at the position. It holds the sum of its chunks' hashes, so
+/// that chunks of another state of the index do not fit.
+std::uint64_t hash_of_row(std::size_t position, const GroupRow& row);
 
 /// The hash of a key and a value of the run.
 std::uint64_t hash_of_row(std::string_view key, std::string_view value);

@@ -213,8 +213,11 @@ class FinishedTest(unittest.TestCase):
     def test_rows_of_the_index_have_their_hash(self):
         for key, value, found in self.rows("SELECT key, value, hash FROM run"):
             self.assertEqual(signed_hash(f"{key}\0{value}".encode()), found, key)
-        for *numbers, found in self.rows("SELECT position, steps, shown_steps, hash FROM signal_group"):
-            self.assertEqual(signed_hash(struct.pack("<3Q", *numbers)), found)
+        for *numbers, found in self.rows("SELECT position, steps, shown_steps, chunk_hash_sum, hash"
+                                         " FROM signal_group"):
+            self.assertEqual(signed_hash(struct.pack("<3Qq", *numbers)), found)
+            hashes = self.rows("SELECT hash FROM chunk WHERE signal_group = ?", numbers[0])
+            self.assertEqual((sum(number for (number,) in hashes) - numbers[3]) % 2 ** 64, 0)
         for row in self.rows("SELECT sequence, signal_group, first_step, steps, stored_steps, offset,"
                              " byte_count, first_time, last_time, least_time, greatest_time, nan_times,"
                              " ascends, greatest_so_far, hash FROM chunk"):

@@ -25,12 +25,22 @@ public:
     }
 
     void synchronize() {
-        durable = newest;
+        durable = withChanges();
+        pending.clear();
+    }
+
+    /// What has not reached the disk is lost, but the process still sees it: the system takes the
+    /// changes for written and never tries again.
+    void failToSynchronize(std::mt19937& random) {
+        durable = remains(random);
         pending.clear();
     }
 
     /// As the process saw it.
     const std::string& content() const { return newest; }
+
+    /// What the last synchronization has left.
+    const std::string& certainContent() const { return durable; }
 
     /// What a loss of power may leave: some of the changes, in some order, torn at sectors. The
     /// disk may know of a greater length before it has the bytes, and the reverse; a truncation
@@ -41,7 +51,7 @@ public:
         switch (random() % 6) {
         case 0:
         case 1:
-            return newest;
+            return withChanges();
         case 2:
             kept.resize(random() % (kept.size() + 1));
             break;
@@ -75,6 +85,14 @@ private:
         bytes.resize(std::max(bytes.size(), event.number + event.bytes.size()));
         std::copy(event.bytes.begin(), event.bytes.end(),
                   bytes.begin() + static_cast<std::ptrdiff_t>(event.number));
+    }
+
+    std::string withChanges() const {
+        std::string bytes = durable;
+        for (const FileEvent& event : pending) {
+            apply(event, bytes);
+        }
+        return bytes;
     }
 
     static void keepSome(std::vector<FileEvent>& events, std::mt19937& random) {
@@ -111,7 +129,8 @@ private:
     }
 
     void changeLength(std::string& bytes, std::mt19937& random) const {
-        bytes.resize(durable.size() + random() % (newest.size() - durable.size() + 1));
+        const std::size_t greatest = std::max(newest.size(), durable.size());
+        bytes.resize(durable.size() + random() % (greatest - durable.size() + 1));
     }
 
     std::string durable;
@@ -126,7 +145,7 @@ public:
     /// The directory exists for certain.
     explicit Disk(std::filesystem::path existing) : root(std::move(existing)) {}
 
-    void happen(const FileEvent& event) {
+    void happen(const FileEvent& event, std::mt19937& random) {
         switch (event.kind) {
         case FileEvent::Kind::makeFile:
         case FileEvent::Kind::makeDirectory:
@@ -138,6 +157,9 @@ public:
             break;
         case FileEvent::Kind::synchronize:
             synchronize(event.path);
+            break;
+        case FileEvent::Kind::failedSynchronization:
+            newest.at(event.path).file->failToSynchronize(random);
             break;
         case FileEvent::Kind::note:
             break;
@@ -160,6 +182,11 @@ public:
     /// Makes the files as the process saw them.
     void leaveAll(const std::filesystem::path& directory) const {
         write(newest, directory, [](const StoredFile& file) { return file.content(); });
+    }
+
+    /// Makes the files as far as they are certain to be there.
+    void leaveCertain(const std::filesystem::path& directory) const {
+        write(durable, directory, [](const StoredFile& file) { return file.certainContent(); });
     }
 
     /// Makes the files as a loss of power may leave them.

@@ -21,6 +21,7 @@ namespace {
 struct Journal {
     std::string directory;
     std::vector<FileEvent> events;
+    std::function<bool()> failsNow = [] { return false; };
 };
 
 // Never destroyed, because files are closed at the end of the process, too.
@@ -89,6 +90,20 @@ ssize_t write_at(Function* next, int descriptor, const void* data, std::size_t b
         [&](ssize_t count) { return write_event(data, count, static_cast<std::size_t>(offset)); });
 }
 
+template <class Function>
+int synchronize(Function* next, int descriptor) {
+    if (isActive) {
+        const std::lock_guard lock(journalMutex);
+        if (journal && journal->failsNow()) {
+            add({FileEvent::Kind::failedSynchronization, name_of(descriptor), {}, 0});
+            errno = EIO;
+            return -1;
+        }
+    }
+    return noted(
+        descriptor, [&] { return next(descriptor); }, event_of(FileEvent::Kind::synchronize));
+}
+
 int open_file(int (*next)(const char*, int, ...), const char* path, int flags, mode_t mode) {
     if (!isActive || (flags & O_CREAT) == 0 || access(path, F_OK) == 0) {
         return next(path, flags, mode);
@@ -101,7 +116,8 @@ int open_file(int (*next)(const char*, int, ...), const char* path, int flags, m
 
 FileJournal::FileJournal(const std::filesystem::path& directory) {
     const std::lock_guard lock(journalMutex);
-    journal = Journal{directory.string(), {}};
+    journal.emplace();
+    journal->directory = directory.string();
     isActive = true;
 }
 
@@ -114,6 +130,11 @@ FileJournal::~FileJournal() {
 void FileJournal::note(std::size_t number) {
     const std::lock_guard lock(journalMutex);
     journal->events.push_back({FileEvent::Kind::note, {}, {}, number});
+}
+
+void FileJournal::failSynchronizations(std::function<bool()> failsNow) {
+    const std::lock_guard lock(journalMutex);
+    journal->failsNow = std::move(failsNow);
 }
 
 std::vector<FileEvent> FileJournal::events() {
@@ -174,14 +195,12 @@ int ftruncate64(int descriptor, off64_t length) noexcept {
 
 int fsync(int descriptor) {
     static const auto next = behind<int(int)>("fsync");
-    return noted(
-        descriptor, [&] { return next(descriptor); }, event_of(FileEvent::Kind::synchronize));
+    return logging2::core::test::synchronize(next, descriptor);
 }
 
 int fdatasync(int descriptor) {
     static const auto next = behind<int(int)>("fdatasync");
-    return noted(
-        descriptor, [&] { return next(descriptor); }, event_of(FileEvent::Kind::synchronize));
+    return logging2::core::test::synchronize(next, descriptor);
 }
 
 int mkdir(const char* path, mode_t mode) noexcept {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,7 +10,16 @@ namespace logging2::core::test {
 
 /// A change of the files in a directory, or a note of the test between such changes.
 struct FileEvent {
-    enum class Kind { makeFile, makeDirectory, remove, write, truncate, synchronize, note };
+    enum class Kind {
+        makeFile,
+        makeDirectory,
+        remove,
+        write,
+        truncate,
+        synchronize,
+        failedSynchronization,
+        note
+    };
     Kind kind = Kind::note;
     std::string path;
     std::string bytes;      ///< of a write
@@ -30,6 +40,9 @@ public:
 
     /// Adds a note.
     static void note(std::size_t number);
+
+    /// From now on, a synchronization fails if the function says so.
+    static void failSynchronizations(std::function<bool()> failsNow);
 
     /// What was done so far.
     static std::vector<FileEvent> events();
