@@ -11,28 +11,6 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 } // namespace
 
-double interpolated(double time0, double value0, double time1, double value1, double time) {
-    if (value0 == value1) {
-        return value0;
-    }
-    if (std::isinf(value0) || std::isinf(value1)) {
-        return value0 + value1;
-    }
-    const double share = (time - time0) / (time1 - time0);
-    return value0 * (1 - share) + value1 * share;
-}
-
-void Extent::include(double value) noexcept {
-    if (std::isfinite(value)) {
-        least = std::min(least, value);
-        greatest = std::max(greatest, value);
-    } else if (std::isnan(value)) {
-        hasNan = true;
-    } else {
-        (value > 0 ? hasPositiveInfinity : hasNegativeInfinity) = true;
-    }
-}
-
 double Extent::deviationOf(double value) const noexcept {
     if (std::isnan(value)) {
         return hasNan ? 0 : nan;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace logging2::tools {
@@ -7,13 +9,31 @@ namespace logging2::tools {
 /// The value at a time between two samples, on the straight line. If it is infinite at one end, it
 /// is infinite in between; if it is NaN at one end, or +infinity at one and -infinity at the other,
 /// it is NaN in between.
-double interpolated(double time0, double value0, double time1, double value1, double time);
+inline double interpolated(double time0, double value0, double time1, double value1, double time) {
+    if (value0 == value1) {
+        return value0;
+    }
+    if (std::isinf(value0) || std::isinf(value1)) {
+        return value0 + value1;
+    }
+    const double share = (time - time0) / (time1 - time0);
+    return value0 * (1 - share) + value1 * share;
+}
 
 /// The values that a signal takes within a window of time: all from the least to the greatest
 /// finite one, and those that are not finite.
 class Extent {
 public:
-    void include(double value) noexcept;
+    void include(double value) noexcept {
+        if (std::isfinite(value)) {
+            least = std::min(least, value);
+            greatest = std::max(greatest, value);
+        } else if (std::isnan(value)) {
+            hasNan = true;
+        } else {
+            (value > 0 ? hasPositiveInfinity : hasNegativeInfinity) = true;
+        }
+    }
 
     bool isEmpty() const noexcept {
         return !hasFinite() && !hasNan && !hasPositiveInfinity && !hasNegativeInfinity;

@@ -8,7 +8,7 @@ namespace logging2::tools {
 Polyline::Polyline(SampleSource& sampleSource, const CurveShape& curveShape)
     : source(sampleSource),
       shape(curveShape),
-      extents(shape.width) {
+      extents(hasWindow() ? shape.width : 0) {
     load();
 }
 
@@ -46,20 +46,35 @@ std::optional<std::size_t> Polyline::lastStep() const {
     return points[hereEnd - 1 - first].step;
 }
 
-Extent Polyline::extent(std::size_t element) const {
-    Extent result = extents[element].extent();
-    if (isBetweenPoints()) {
-        result.include(valueBefore(here, element, present));
+std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
+    Extent extent;
+    if (hasWindow()) {
+        extent = extents[element].extent();
+        // The edges could only make the extent larger.
+        if (!extent.isEmpty() && extent.deviationOf(value) == 0) {
+            return 0;
+        }
+        includeEdges(extent, element);
     }
+    includePresent(extent, element);
+    return extent.isEmpty() ? std::nullopt : std::optional<double>(extent.deviationOf(value));
+}
+
+void Polyline::includePresent(Extent& extent, std::size_t element) const {
+    for (std::size_t index = 0; index < valueCount(); ++index) {
+        extent.include(value(index, element));
+    }
+}
+
+void Polyline::includeEdges(Extent& extent, std::size_t element) const {
     const double left = present - shape.timeTolerance;
     if (low > first && low < end() && timeOf(low) > left) {
-        result.include(valueBefore(low, element, left));
+        extent.include(valueBefore(low, element, left));
     }
     const double right = present + shape.timeTolerance;
     if (high > first && high < end() && timeOf(high - 1) < right) {
-        result.include(valueBefore(high, element, right));
+        extent.include(valueBefore(high, element, right));
     }
-    return result;
 }
 
 void Polyline::load() {
@@ -81,15 +96,16 @@ void Polyline::load() {
 }
 
 void Polyline::append(const Sample& sample) {
-    points.push_back({sample.time, sample.step});
-    values.insert(values.end(), sample.values.begin(), sample.values.end());
+    points.append({sample.time, sample.step});
+    values.append(sample.values.data(), sample.values.size());
 }
 
 /// Appends a point at this time with the values of the last one.
 void Polyline::hold(double time) {
-    points.push_back({time, points.back().step});
+    points.append({time, points.back().step});
     for (std::size_t element = 0; element < shape.width; ++element) {
-        values.push_back(values[values.size() - shape.width]);
+        const double value = values[values.size() - shape.width];
+        values.append(value);
     }
 }
 
@@ -101,7 +117,7 @@ void Polyline::enterUntil(double time) {
         if (high >= end() || timeOf(high) > time) {
             return;
         }
-        for (std::size_t element = 0; element < shape.width; ++element) {
+        for (std::size_t element = 0; element < extents.size(); ++element) {
             extents[element].enter(high, valueOf(high, element));
         }
     }
@@ -109,7 +125,7 @@ void Polyline::enterUntil(double time) {
 
 void Polyline::leaveBefore(double time) {
     for (; low < high && timeOf(low) < time; ++low) {
-        for (std::size_t element = 0; element < shape.width; ++element) {
+        for (std::size_t element = 0; element < extents.size(); ++element) {
             extents[element].leave(low, valueOf(low, element));
         }
     }
@@ -117,9 +133,11 @@ void Polyline::leaveBefore(double time) {
 
 /// Keeps one point before the window.
 void Polyline::discard() {
-    for (; first + 1 < low; ++first) {
-        points.pop_front();
-        values.erase(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(shape.width));
+    if (first + 1 < low) {
+        const std::size_t count = low - 1 - first;
+        points.removeFirst(count);
+        values.removeFirst(count * shape.width);
+        first += count;
     }
 }
 

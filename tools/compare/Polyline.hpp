@@ -1,9 +1,9 @@
 #pragma once
 
+#include <tools/compare/Fifo.hpp>
 #include <tools/compare/SampleSource.hpp>
 #include <tools/compare/SlidingExtent.hpp>
 
-#include <deque>
 #include <optional>
 #include <vector>
 
@@ -53,8 +53,9 @@ public:
     /// The last step up to the present time; empty if there is none.
     std::optional<std::size_t> lastStep() const;
 
-    /// All values of an element within the window.
-    Extent extent(std::size_t element) const;
+    /// How far the value lies from those of an element within the window, as in
+    /// Extent::deviationOf; empty if the curve has no value there.
+    std::optional<double> deviationOf(double value, std::size_t element) const;
 
 private:
     struct Point {
@@ -75,6 +76,9 @@ private:
     void enterUntil(double time);
     void leaveBefore(double time);
     void discard();
+    void includePresent(Extent& extent, std::size_t element) const;
+    void includeEdges(Extent& extent, std::size_t element) const;
+    bool hasWindow() const noexcept { return shape.timeTolerance > 0; }
     /// The value at this time, which lies between the point with this number and the one before.
     double valueBefore(std::size_t number, std::size_t element, double time) const;
     bool isBetweenPoints() const noexcept;
@@ -84,9 +88,10 @@ private:
     bool ordered = true;
     bool hasEnded = false;
     double present = 0;
-    std::deque<Point> points;
-    std::deque<double> values;
-    std::vector<SlidingExtent> extents; ///< of the points from low to high, for each element
+    Fifo<Point> points;
+    Fifo<double> values;
+    /// Of the points from low to high, for each element; empty if the window has no length.
+    std::vector<SlidingExtent> extents;
     std::size_t first = 0;
     std::size_t low = 0;     ///< the first point in the window
     std::size_t high = 0;    ///< the first point after the window

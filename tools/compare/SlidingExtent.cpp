@@ -15,13 +15,13 @@ void SlidingExtent::enter(std::size_t number, double value) {
         return;
     }
     while (!rising.empty() && rising.back().value >= value) {
-        rising.pop_back();
+        rising.removeLast();
     }
-    rising.push_back({number, value});
+    rising.append({number, value});
     while (!falling.empty() && falling.back().value <= value) {
-        falling.pop_back();
+        falling.removeLast();
     }
-    falling.push_back({number, value});
+    falling.append({number, value});
 }
 
 void SlidingExtent::leave(std::size_t number, double value) {
@@ -30,10 +30,10 @@ void SlidingExtent::leave(std::size_t number, double value) {
         return;
     }
     if (rising.front().number == number) {
-        rising.pop_front();
+        rising.removeFirst();
     }
     if (falling.front().number == number) {
-        falling.pop_front();
+        falling.removeFirst();
     }
 }
 

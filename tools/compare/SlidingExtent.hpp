@@ -1,9 +1,9 @@
 #pragma once
 
 #include <tools/compare/Extent.hpp>
+#include <tools/compare/Fifo.hpp>
 
 #include <cstddef>
-#include <deque>
 
 namespace logging2::tools {
 
@@ -29,8 +29,8 @@ private:
     std::size_t& countOf(double value);
 
     // Monotonic: an entry is kept as long as it is the least, or the greatest, of those after it.
-    std::deque<Entry> rising;
-    std::deque<Entry> falling;
+    Fifo<Entry> rising;
+    Fifo<Entry> falling;
     std::size_t nanCount = 0;
     std::size_t positiveCount = 0;
     std::size_t negativeCount = 0;

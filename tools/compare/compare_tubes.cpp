@@ -94,20 +94,24 @@ private:
 
     /// Compares the values at the present time.
     bool isSame(std::size_t element) {
+        if (a.valueCount() == 1 && b.valueCount() == 1) {
+            if (a.value(0, element) == b.value(0, element)) {
+                return true;
+            }
+            if (settings.timeTolerance == 0) {
+                return isInTube(element, a, b); // The other way, the deviation is the same.
+            }
+        }
         const bool isInTubeOfB = isInTube(element, a, b);
         const bool isInTubeOfA = isInTube(element, b, a);
         return isInTubeOfA && isInTubeOfB;
     }
 
     bool isInTube(std::size_t element, const Polyline& own, const Polyline& other) {
-        const std::size_t count = own.valueCount();
-        if (count == 0) {
-            return true;
-        }
-        const Extent extent = other.extent(element);
         bool result = true;
-        for (std::size_t index = 0; index < count; ++index) {
-            if (!isInside(own.value(index, element), extent, tallies[element])) {
+        for (std::size_t index = 0; index < own.valueCount(); ++index) {
+            if (!isAllowed(other.deviationOf(own.value(index, element), element),
+                           tallies[element])) {
                 addDifference(tallies[element], place(own, index));
                 result = false;
             }
@@ -115,14 +119,13 @@ private:
         return result;
     }
 
-    bool isInside(double value, const Extent& extent, ElementTally& tally) {
-        if (extent.isEmpty()) {
+    bool isAllowed(const std::optional<double>& deviation, ElementTally& tally) {
+        if (!deviation) {
             hasTimeDifference = true;
             return false;
         }
-        const double deviation = extent.deviationOf(value);
-        tally.addDeviation(deviation, present);
-        return tally.allows(deviation);
+        tally.addDeviation(*deviation, present);
+        return tally.allows(*deviation);
     }
 
     void addDifference(ElementTally& tally, const Place& place) const {
