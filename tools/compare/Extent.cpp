@@ -28,7 +28,10 @@ double Extent::deviationOfInfinity(bool isMatched) const noexcept {
     if (isMatched) {
         return 0;
     }
-    return hasFinite() || hasPositiveInfinity || hasNegativeInfinity ? infinity : nan;
+    if (hasFinite() || hasPositiveInfinity || hasNegativeInfinity) {
+        return infinity;
+    }
+    return nan;
 }
 
 } // namespace logging2::tools

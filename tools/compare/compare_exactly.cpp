@@ -4,15 +4,23 @@
 #include <tools/compare/ElementTally.hpp>
 #include <tools/compare/Extent.hpp>
 
+#include <cstdint>
 #include <cstring>
+#include <limits>
 
 namespace logging2::tools {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
+std::uint64_t bits_of(double value) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
 bool has_same_bits(double a, double b) {
-    return std::memcmp(&a, &b, sizeof a) == 0;
+    return bits_of(a) == bits_of(b);
 }
 
 double deviation_between(double a, double b) {

@@ -27,9 +27,9 @@ TEST(CompareExactlyTest, signalIsTheSameAsItself) {
 TEST(CompareExactlyTest, oneBitIsADifference) {
     const double next = std::nextafter(2.0, 3.0);
     const Comparison result = compared(scalar({{0, 1}, {1, 2}}), scalar({{0, 1}, {1, next}}));
-    EXPECT_EQ(result.worst.first->time, 1);
-    EXPECT_EQ(result.worst.first->stepA, 1U);
-    EXPECT_EQ(result.worst.first->stepB, 1U);
+    EXPECT_EQ(result.worst.first.value().time, 1);
+    EXPECT_EQ(result.worst.first.value().stepA, 1U);
+    EXPECT_EQ(result.worst.first.value().stepB, 1U);
     EXPECT_EQ(result.worst.largest, next - 2);
     EXPECT_EQ(result.worst.share, 0.5);
     EXPECT_FALSE(result.hasTimeDifference);
@@ -45,14 +45,14 @@ TEST(CompareExactlyTest, otherTimeIsADifference) {
     const Comparison result = compared(scalar({{0, 1}, {1, 2}}), scalar({{0, 1}, {1.5, 2}}));
     EXPECT_TRUE(result.differs());
     EXPECT_TRUE(result.hasTimeDifference);
-    EXPECT_EQ(result.worst.first->time, 1);
+    EXPECT_EQ(result.worst.first.value().time, 1);
 }
 
 TEST(CompareExactlyTest, additionalStepIsADifference) {
     const Comparison result = compared(scalar({{0, 1}}), scalar({{0, 1}, {1, 2}}));
-    EXPECT_EQ(result.worst.first->time, 1);
-    EXPECT_EQ(result.worst.first->stepA, std::nullopt);
-    EXPECT_EQ(result.worst.first->stepB, 1U);
+    EXPECT_EQ(result.worst.first.value().time, 1);
+    EXPECT_EQ(result.worst.first.value().stepA, std::nullopt);
+    EXPECT_EQ(result.worst.first.value().stepB, 1U);
     EXPECT_EQ(result.a.stepCount, 1U);
     EXPECT_EQ(result.b.stepCount, 2U);
 }

@@ -74,12 +74,18 @@ TEST(CompareTubesTest, deviationUpToTheToleranceIsAllowed) {
 TEST(CompareTubesTest, firstAndLargestDeviationAndShareAreFound) {
     const TestSamples other = scalar({{0, 0}, {1, 1.5}, {2, 4}, {3, 3}});
     const Comparison result = compared(ramp, other, tube(0.4));
-    EXPECT_EQ(result.worst.first->time, 0.5 + 0.5);
-    EXPECT_EQ(result.worst.first->stepA, 1U);
-    EXPECT_EQ(result.worst.first->stepB, 1U);
+    EXPECT_EQ(result.worst.first.value().time, 1);
+    EXPECT_EQ(result.worst.first.value().stepA, 1U);
+    EXPECT_EQ(result.worst.first.value().stepB, 1U);
     EXPECT_EQ(result.worst.largest, 2);
     EXPECT_EQ(result.worst.at, 2);
     EXPECT_DOUBLE_EQ(result.worst.share, 2.0 / 3);
+}
+
+TEST(CompareTubesTest, firstDifferenceIsAtTheSampleRatherThanBefore) {
+    const Comparison result = compared(ramp, scalar({{0, 0}, {1, 1}, {2, 3}, {3, 3}}), tube(0.25));
+    EXPECT_EQ(result.worst.first.value().time, 2);
+    EXPECT_EQ(result.worst.first.value().stepA, 2U);
 }
 
 TEST(CompareTubesTest, sparseSamplesOnTheLineAreTheSame) {
@@ -117,8 +123,8 @@ TEST(CompareTubesTest, statesBeforeAndAfterAnEventAreBothCompared) {
 TEST(CompareTubesTest, stepOfAnEventIsNamed) {
     const Comparison result =
         compared(event, scalar({{0, 1}, {1, 1}, {1, 0.5}, {2, 0.5}}), tube(0.1));
-    EXPECT_EQ(result.worst.first->time, 1);
-    EXPECT_EQ(result.worst.first->stepA, 2U);
+    EXPECT_EQ(result.worst.first.value().time, 1);
+    EXPECT_EQ(result.worst.first.value().stepA, 2U);
 }
 
 TEST(CompareTubesTest, shiftedEventNeedsTheTimeTolerance) {
@@ -194,7 +200,7 @@ TEST(CompareTubesTest, onlyTheRangeIsCompared) {
     settings.to = 5.75;
     const Comparison result = compared(flat, spike, settings);
     EXPECT_EQ(result.worst.largest, 0.75);
-    EXPECT_EQ(result.worst.first->time, 5.25);
+    EXPECT_EQ(result.worst.first.value().time, 5.25);
     EXPECT_EQ(result.worst.share, 1);
     EXPECT_EQ(result.b.stepCount, 0U);
 }
