@@ -14,14 +14,7 @@ std::size_t steps_per_block(const std::vector<core::SignalInfo>& signals) {
     for (const core::SignalInfo& signal : signals) {
         stepByteCount += (1 + signal.width) * sizeof(double);
     }
-    return std::max<std::size_t>(1, blockByteCount / stepByteCount);
-}
-
-std::size_t step_count_of(const core::Run& run, std::size_t id) {
-    const std::vector<core::GroupInfo> groups = run.groups();
-    return std::find_if(groups.begin(), groups.end(),
-                        [id](const core::GroupInfo& group) { return group.id == id; })
-        ->stepCount;
+    return blockByteCount / std::clamp<std::size_t>(stepByteCount, 1, blockByteCount);
 }
 
 } // namespace
@@ -37,6 +30,13 @@ std::vector<GroupSignals> by_group(const std::vector<core::SignalInfo>& signals)
     return result;
 }
 
+std::size_t step_count_of(const core::Run& run, std::size_t id) {
+    const std::vector<core::GroupInfo> groups = run.groups();
+    return std::find_if(groups.begin(), groups.end(),
+                        [id](const core::GroupInfo& group) { return group.id == id; })
+        ->stepCount;
+}
+
 StepReader::StepReader(const core::Run& runToRead, GroupSignals groupSignals,
                        const TimeRange& timeRange)
     : run(runToRead),
@@ -44,6 +44,13 @@ StepReader::StepReader(const core::Run& runToRead, GroupSignals groupSignals,
       range(timeRange),
       steps(range.isWhole() ? core::StepRange{0, step_count_of(run, selected.group)}
                             : run.steps(selected.group, range.least(), range.greatest())),
+      blockStepCount(steps_per_block(selected.signals)) {}
+
+StepReader::StepReader(const core::Run& runToRead, GroupSignals groupSignals,
+                       core::StepRange stepRange)
+    : run(runToRead),
+      selected(std::move(groupSignals)),
+      steps(stepRange),
       blockStepCount(steps_per_block(selected.signals)) {}
 
 bool StepReader::next() {

@@ -18,6 +18,9 @@ struct GroupSignals {
 /// The signals, which are ordered by group, for each group.
 std::vector<GroupSignals> by_group(const std::vector<core::SignalInfo>& signals);
 
+/// How many steps the group with this id has.
+std::size_t step_count_of(const core::Run& run, std::size_t id);
+
 /// Goes through the steps of a group, one at a time. Holds about a megabyte of them, whatever the
 /// size of the run.
 class StepReader {
@@ -25,10 +28,16 @@ public:
     /// Goes through the steps of the group within the range. The run must outlive the reader.
     StepReader(const core::Run& runToRead, GroupSignals groupSignals, const TimeRange& timeRange);
 
+    /// Goes through these steps of the group. The run must outlive the reader.
+    StepReader(const core::Run& runToRead, GroupSignals groupSignals, core::StepRange stepRange);
+
     /// Goes to the next step, at first to the first one; false if there is none.
     bool next();
 
     double time() const { return block.front().times()[position]; }
+
+    /// The number of the step in its group.
+    std::size_t step() const noexcept { return steps.first + passedCount(); }
 
     /// The values of the signal with this index: as many as it is wide.
     core::DoubleView values(std::size_t signal) const;

@@ -56,13 +56,17 @@ std::string with_id(const RunChoice& choice, const std::vector<core::RecordingEn
 } // namespace
 
 void add_run_options(CLI::App& command, RunChoice& choice) {
+    add_run_options(command, choice, "RUN");
+}
+
+void add_run_options(CLI::App& command, RunChoice& choice, const std::string& argument) {
     command
-        .add_option("RUN", choice.location,
-                    "The directory of a recording, or of recordings together with --run")
+        .add_option(argument, choice.location,
+                    "The directory of a recording, or of recordings together with " + choice.option)
         ->required()
         ->type_name("");
     command
-        .add_option("--run", choice.id,
+        .add_option(choice.option, choice.id,
                     "In a directory of recordings: the one whose id begins with ID, or the latest")
         ->type_name("ID|latest");
 }
@@ -75,8 +79,8 @@ std::string recording_of(const RunChoice& choice) {
     const std::size_t count = is_recording(choice.location) ? 0 : recording_count(choice.location);
     if (count > 0) {
         throw UsageError(choice.location + ": this directory contains " + std::to_string(count) +
-                         (count == 1 ? " recording" : " recordings") +
-                         "; choose one with --run ID or --run latest");
+                         (count == 1 ? " recording" : " recordings") + "; choose one with " +
+                         choice.option + " ID or " + choice.option + " latest");
     }
     return choice.location;
 }

@@ -7,7 +7,21 @@
 #include <algorithm>
 
 namespace logging2::tools {
-namespace {
+void add_signal_options(CLI::App& command, SignalChoice& choice) {
+    command
+        .add_option("PATTERN", choice.patterns,
+                    "The signals whose path matches; *, ? and [...] work as in file names")
+        ->type_name("");
+    command
+        .add_option("--exclude", choice.excluded,
+                    "Leave out the signals whose path matches; may be repeated")
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
+}
+
+bool matches(const std::string& pattern, const std::string& path) {
+    return fnmatch(pattern.c_str(), path.c_str(), 0) == 0;
+}
 
 bool matches_any(const std::vector<std::string>& patterns, const std::string& path) {
     return std::any_of(patterns.begin(), patterns.end(),
@@ -26,24 +40,6 @@ void check_patterns(const std::vector<core::SignalInfo>& signals,
                              "\"; `logging2 signals` lists the signals of a run");
         }
     }
-}
-
-} // namespace
-
-void add_signal_options(CLI::App& command, SignalChoice& choice) {
-    command
-        .add_option("PATTERN", choice.patterns,
-                    "The signals whose path matches; *, ? and [...] work as in file names")
-        ->type_name("");
-    command
-        .add_option("--exclude", choice.excluded,
-                    "Leave out the signals whose path matches; may be repeated")
-        ->type_name("PATTERN")
-        ->allow_extra_args(false);
-}
-
-bool matches(const std::string& pattern, const std::string& path) {
-    return fnmatch(pattern.c_str(), path.c_str(), 0) == 0;
 }
 
 std::vector<core::SignalInfo> chosen_signals(const core::Run& run, const SignalChoice& choice) {

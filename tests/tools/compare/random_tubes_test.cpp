@@ -1,0 +1,195 @@
+#include <tests/tools/compare/VectorSource.hpp>
+#include <tools/compare/Extent.hpp>
+#include <tools/compare/compare_tubes.hpp>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <set>
+
+namespace logging2::tools {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+using Points = std::vector<std::pair<double, double>>;
+
+/// A comparison that looks at all points for each time, and has no window that slides.
+class Oracle {
+public:
+    Oracle(const Points& pointsA, const Points& pointsB, const TubeSettings& tubeSettings)
+        : settings(tubeSettings),
+          a(curve(pointsA)),
+          b(curve(pointsB)) {
+        const std::set<double> times = breakTimes();
+        for (auto time = times.begin(); time != times.end(); ++time) {
+            check(*time);
+            const auto next = std::next(time);
+            if (next != times.end() && !check(*time + (*next - *time) / 2)) {
+                outside += *next - *time;
+            }
+            duration += next != times.end() ? *next - *time : 0;
+        }
+    }
+
+    bool differs = false;
+    double largest = 0;
+    double outside = 0;
+    double duration = 0;
+
+private:
+    Points curve(const Points& points) const {
+        Points result;
+        for (const auto& point : points) {
+            if (settings.holds && !result.empty()) {
+                result.emplace_back(point.first, result.back().second);
+            }
+            result.push_back(point);
+        }
+        return result;
+    }
+
+    std::set<double> breakTimes() const {
+        std::set<double> result;
+        for (const Points* const points : {&a, &b}) {
+            for (const auto& point : *points) {
+                result.insert(point.first);
+            }
+        }
+        return result;
+    }
+
+    static std::vector<double> valuesAt(const Points& points, double time) {
+        std::vector<double> result;
+        for (const auto& point : points) {
+            if (point.first == time) {
+                result.push_back(point.second);
+            }
+        }
+        for (std::size_t i = 1; result.empty() && i < points.size(); ++i) {
+            if (points[i - 1].first < time && time < points[i].first) {
+                return {interpolated(points[i - 1].first, points[i - 1].second, points[i].first,
+                                     points[i].second, time)};
+            }
+        }
+        return result;
+    }
+
+    Extent tubeAt(const Points& points, double time) const {
+        Extent result;
+        const double left = time - settings.timeTolerance;
+        const double right = time + settings.timeTolerance;
+        for (const auto& point : points) {
+            if (left <= point.first && point.first <= right) {
+                result.include(point.second);
+            }
+        }
+        for (const double edge : {left, time, right}) {
+            for (const double value : valuesAt(points, edge)) {
+                result.include(value);
+            }
+        }
+        return result;
+    }
+
+    bool check(double time) {
+        const bool aIsInside = check(a, b, time);
+        const bool bIsInside = check(b, a, time);
+        differs = differs || !aIsInside || !bIsInside;
+        return aIsInside && bIsInside;
+    }
+
+    bool check(const Points& own, const Points& other, double time) {
+        const Extent tube = tubeAt(other, time);
+        bool isInside = true;
+        for (const double value : valuesAt(own, time)) {
+            const double deviation = tube.isEmpty() ? nan : tube.deviationOf(value);
+            largest = std::max(largest, std::isnan(deviation) ? 0 : deviation);
+            isInside = isInside && deviation <= settings.allowed[0];
+        }
+        return isInside;
+    }
+
+    const TubeSettings& settings;
+    Points a;
+    Points b;
+};
+
+class RandomSignals {
+public:
+    explicit RandomSignals(unsigned seed) : engine(seed), stepLength(seed % 2 == 0 ? 0.25 : 0.1) {}
+
+    /// Up to nine points on a grid of times, which often repeat; the second signal is often close
+    /// to the first one.
+    Points points() {
+        Points result;
+        double time = number(0, 2) / 4.0;
+        for (int count = number(0, 9); count > 0; --count) {
+            result.emplace_back(time, value());
+            time += number(0, 3) * stepLength;
+        }
+        return result;
+    }
+
+    Points changed(Points points) {
+        for (auto& point : points) {
+            point.second += number(0, 5) == 0 ? 0.5 : 0;
+        }
+        if (!points.empty() && number(0, 1) == 0) {
+            points.erase(points.begin() + number(0, static_cast<int>(points.size()) - 1));
+        }
+        return points;
+    }
+
+    TubeSettings settings() {
+        TubeSettings result;
+        result.allowed = {number(0, 3) / 4.0};
+        result.timeTolerance = number(0, 4) / 4.0;
+        result.holds = number(0, 1) == 0;
+        return result;
+    }
+
+    int number(int least, int greatest) {
+        return std::uniform_int_distribution<int>(least, greatest)(engine);
+    }
+
+private:
+    double value() {
+        constexpr std::array<double, 3> others = {nan, infinity, -infinity};
+        const int choice = number(0, 60);
+        return choice < 3 ? others.at(static_cast<std::size_t>(choice)) : number(0, 4) / 2.0;
+    }
+
+    std::mt19937 engine;
+    double stepLength; ///< exact in binary or not
+};
+
+TEST(RandomTubesTest, slidingWindowFindsWhatAFullSearchFinds) {
+    int differenceCount = 0;
+    for (unsigned seed = 0; seed < 4000; ++seed) {
+        RandomSignals random(seed);
+        const Points a = random.points();
+        const Points b = random.number(0, 2) == 0 ? random.points() : random.changed(a);
+        const TubeSettings settings = random.settings();
+        VectorSource sourceA(scalar(a));
+        VectorSource sourceB(scalar(b));
+        const Comparison result = compare_tubes(sourceA, sourceB, settings).value();
+        const Oracle oracle(a, b, settings);
+        ASSERT_EQ(result.differs(), oracle.differs) << seed;
+        ASSERT_EQ(result.worst.largest, oracle.largest) << seed;
+        if (oracle.duration > 0) {
+            ASSERT_NEAR(result.worst.share, oracle.outside / oracle.duration, 1e-12) << seed;
+        }
+        differenceCount += oracle.differs ? 1 : 0;
+    }
+    EXPECT_GT(differenceCount, 1000);
+    EXPECT_LT(differenceCount, 11000);
+}
+
+} // namespace
+} // namespace logging2::tools

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace logging2::tools {
+
+/// The value at a time between two samples, on the straight line. If it is infinite at one end, it
+/// is infinite in between; if it is NaN at one end, or +infinity at one and -infinity at the other,
+/// it is NaN in between.
+inline double interpolated(double time0, double value0, double time1, double value1, double time) {
+    if (value0 == value1) {
+        return value0;
+    }
+    if (std::isinf(value0) || std::isinf(value1)) {
+        return value0 + value1;
+    }
+    const double share = (time - time0) / (time1 - time0);
+    return value0 * (1 - share) + value1 * share;
+}
+
+/// The values that a signal takes within a window of time: all from the least to the greatest
+/// finite one, and those that are not finite.
+class Extent {
+public:
+    void include(double value) noexcept {
+        if (std::isfinite(value)) {
+            least = std::min(least, value);
+            greatest = std::max(greatest, value);
+        } else if (std::isnan(value)) {
+            hasNan = true;
+        } else {
+            (value > 0 ? hasPositiveInfinity : hasNegativeInfinity) = true;
+        }
+    }
+
+    bool isEmpty() const noexcept {
+        return !hasFinite() && !hasNan && !hasPositiveInfinity && !hasNegativeInfinity;
+    }
+
+    /// How far the value lies from the extent: 0 if it belongs to it, NaN if one of them is NaN and
+    /// the other one is not. An infinity is infinitely far from everything else. The extent is not
+    /// empty.
+    double deviationOf(double value) const noexcept;
+
+private:
+    bool hasFinite() const noexcept { return least <= greatest; }
+    double deviationOfInfinity(bool isMatched) const noexcept;
+
+    double least = std::numeric_limits<double>::infinity();
+    double greatest = -std::numeric_limits<double>::infinity();
+    bool hasNan = false;
+    bool hasPositiveInfinity = false;
+    bool hasNegativeInfinity = false;
+};
+
+} // namespace logging2::tools

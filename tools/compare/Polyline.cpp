@@ -1,0 +1,153 @@
+#include <tools/compare/Polyline.hpp>
+
+#include <cmath>
+#include <limits>
+
+namespace logging2::tools {
+
+Polyline::Polyline(SampleSource& sampleSource, const CurveShape& curveShape)
+    : source(sampleSource),
+      shape(curveShape),
+      extents(hasWindow() ? shape.width : 0) {
+    load();
+}
+
+double Polyline::nextTime() const noexcept {
+    return hereEnd < end() ? timeOf(hereEnd) : std::numeric_limits<double>::infinity();
+}
+
+void Polyline::moveTo(double time) {
+    present = time;
+    enterUntil(time + shape.timeTolerance);
+    leaveBefore(time - shape.timeTolerance);
+    for (here = hereEnd; here < end() && timeOf(here) < time; ++here) {
+    }
+    for (hereEnd = here; hereEnd < end() && timeOf(hereEnd) == time; ++hereEnd) {
+    }
+    discard();
+}
+
+std::size_t Polyline::valueCount() const noexcept {
+    return isBetweenPoints() ? 1 : hereEnd - here;
+}
+
+double Polyline::value(std::size_t index, std::size_t element) const {
+    return isBetweenPoints() ? valueBefore(here, element, present) : valueOf(here + index, element);
+}
+
+std::size_t Polyline::step(std::size_t index) const {
+    return points[(isBetweenPoints() ? here - 1 : here + index) - first].step;
+}
+
+std::optional<std::size_t> Polyline::lastStep() const {
+    if (hereEnd == 0) {
+        return std::nullopt;
+    }
+    return points[hereEnd - 1 - first].step;
+}
+
+std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
+    Extent extent;
+    if (hasWindow()) {
+        extent = extents[element].extent();
+        // The edges could only make the extent larger.
+        if (!extent.isEmpty() && extent.deviationOf(value) == 0) {
+            return 0;
+        }
+        includeEdges(extent, element);
+    }
+    includePresent(extent, element);
+    return extent.isEmpty() ? std::nullopt : std::optional<double>(extent.deviationOf(value));
+}
+
+void Polyline::includePresent(Extent& extent, std::size_t element) const {
+    for (std::size_t index = 0; index < valueCount(); ++index) {
+        extent.include(value(index, element));
+    }
+}
+
+void Polyline::includeEdges(Extent& extent, std::size_t element) const {
+    const double left = present - shape.timeTolerance;
+    if (low > first && low < end() && timeOf(low) > left) {
+        extent.include(valueBefore(low, element, left));
+    }
+    const double right = present + shape.timeTolerance;
+    if (high > first && high < end() && timeOf(high - 1) < right) {
+        extent.include(valueBefore(high, element, right));
+    }
+}
+
+void Polyline::load() {
+    const Sample* const sample = ordered ? source.next() : nullptr;
+    if (sample == nullptr) {
+        hasEnded = true;
+        return;
+    }
+    const bool ascends = points.empty() || points.back().time <= sample->time;
+    ordered = std::isfinite(sample->time) && ascends;
+    if (!ordered) {
+        hasEnded = true;
+        return;
+    }
+    if (shape.holds && !points.empty() && points.back().time < sample->time) {
+        hold(sample->time);
+    }
+    append(*sample);
+}
+
+void Polyline::append(const Sample& sample) {
+    points.append({sample.time, sample.step});
+    values.append(sample.values.data(), sample.values.size());
+}
+
+/// Appends a point at this time with the values of the last one.
+void Polyline::hold(double time) {
+    points.append({time, points.back().step});
+    for (std::size_t element = 0; element < shape.width; ++element) {
+        const double value = values[values.size() - shape.width];
+        values.append(value);
+    }
+}
+
+void Polyline::enterUntil(double time) {
+    for (;; ++high) {
+        while (high >= end() && !hasEnded) {
+            load();
+        }
+        if (high >= end() || timeOf(high) > time) {
+            return;
+        }
+        for (std::size_t element = 0; element < extents.size(); ++element) {
+            extents[element].enter(high, valueOf(high, element));
+        }
+    }
+}
+
+void Polyline::leaveBefore(double time) {
+    for (; low < high && timeOf(low) < time; ++low) {
+        for (std::size_t element = 0; element < extents.size(); ++element) {
+            extents[element].leave(low, valueOf(low, element));
+        }
+    }
+}
+
+/// Keeps one point before the window.
+void Polyline::discard() {
+    if (first + 1 < low) {
+        const std::size_t count = low - 1 - first;
+        points.removeFirst(count);
+        values.removeFirst(count * shape.width);
+        first += count;
+    }
+}
+
+double Polyline::valueBefore(std::size_t number, std::size_t element, double time) const {
+    return interpolated(timeOf(number - 1), valueOf(number - 1, element), timeOf(number),
+                        valueOf(number, element), time);
+}
+
+bool Polyline::isBetweenPoints() const noexcept {
+    return here == hereEnd && here > first && here < end();
+}
+
+} // namespace logging2::tools

@@ -1,0 +1,183 @@
+#include <tools/compare/compare_runs.hpp>
+
+#include <tools/UsageError.hpp>
+#include <tools/compare/allowed_deviation.hpp>
+#include <tools/compare/compare_exactly.hpp>
+#include <tools/compare/compare_tubes.hpp>
+#include <tools/reading/SignalSource.hpp>
+#include <tools/selection/SignalChoice.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace logging2::tools {
+namespace {
+
+using Signals = std::vector<core::SignalInfo>;
+using SignalsByPath = std::map<std::string, core::SignalInfo>;
+
+Signals signals_without(const core::Run& run, const std::vector<std::string>& ignored) {
+    Signals signals = run.signals();
+    signals.erase(std::remove_if(signals.begin(), signals.end(),
+                                 [&ignored](const core::SignalInfo& signal) {
+                                     return matches_any(ignored, signal.path.text());
+                                 }),
+                  signals.end());
+    return signals;
+}
+
+SignalsByPath by_path(const Signals& signals) {
+    SignalsByPath result;
+    for (const core::SignalInfo& signal : signals) {
+        result.emplace(signal.path.text(), signal);
+    }
+    return result;
+}
+
+void check_all_patterns(const core::Run& a, const core::Run& b,
+                        const RunComparisonSettings& settings) {
+    Signals all = a.signals();
+    const Signals ofB = b.signals();
+    all.insert(all.end(), ofB.begin(), ofB.end());
+    check_patterns(all, settings.held);
+    check_patterns(all, settings.ignored);
+}
+
+/// The steps within the range and within the time tolerance around it, and the nearest one at
+/// either side; all steps if the times do not ascend there.
+core::StepRange steps_around(const core::Run& run, std::size_t group, const TimeRange& range,
+                             double timeTolerance) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const core::StepRange all{0, step_count_of(run, group)};
+    const double from = std::nextafter(range.least() - timeTolerance, -infinity);
+    const double to = std::nextafter(range.greatest() + timeTolerance, infinity);
+    const core::StepRange before = run.steps(group, -infinity, from);
+    const core::StepRange after = run.steps(group, to, infinity);
+    const core::StepRange within = run.steps(group, range.least(), range.greatest());
+    const std::size_t first = before.count > 0 ? before.first + before.count - 1 : 0;
+    const std::size_t end = after.count > 0 ? after.first + 1 : all.count;
+    const bool isAscending =
+        first <= end &&
+        (within.count == 0 || (first <= within.first && within.first + within.count <= end));
+    return isAscending ? core::StepRange{first, end - first} : all;
+}
+
+class RunComparer {
+public:
+    RunComparer(const core::Run& runA, const core::Run& runB,
+                const RunComparisonSettings& runSettings)
+        : a(runA),
+          b(runB),
+          settings(runSettings) {}
+
+    SignalComparison compare(const core::SignalInfo& ofA, const core::SignalInfo& ofB) const {
+        SignalComparison result;
+        result.path = ofA.path.text();
+        result.width = ofA.width;
+        result.tolerance = settings.tolerances.of(result.path);
+        result.method = methodOf(result.path);
+        if (result.method != Method::exact) {
+            if (const auto comparison = inTubes(ofA, ofB, result)) {
+                result.comparison = *comparison;
+                return result;
+            }
+            result.method = Method::exact;
+            result.isOrdered = false;
+        }
+        result.comparison = exactly(ofA, ofB);
+        return result;
+    }
+
+private:
+    Method methodOf(const std::string& path) const {
+        if (settings.isExact) {
+            return Method::exact;
+        }
+        return matches_any(settings.held, path) ? Method::hold : Method::linear;
+    }
+
+    std::optional<Comparison> inTubes(const core::SignalInfo& ofA, const core::SignalInfo& ofB,
+                                      const SignalComparison& signal) const {
+        const double timeTolerance = signal.tolerance.time;
+        const TubeSettings tube{allowed_deviation(a, ofA, signal.tolerance), timeTolerance,
+                                signal.method == Method::hold, settings.range.least(),
+                                settings.range.greatest()};
+        SignalSource sourceA(a, ofA, steps_around(a, ofA.group, settings.range, timeTolerance));
+        SignalSource sourceB(b, ofB, steps_around(b, ofB.group, settings.range, timeTolerance));
+        return compare_tubes(sourceA, sourceB, tube);
+    }
+
+    Comparison exactly(const core::SignalInfo& ofA, const core::SignalInfo& ofB) const {
+        SignalSource sourceA(a, ofA, settings.range);
+        SignalSource sourceB(b, ofB, settings.range);
+        return compare_exactly(sourceA, sourceB, ofA.width);
+    }
+
+    const core::Run& a;
+    const core::Run& b;
+    const RunComparisonSettings& settings;
+};
+
+void check_content(const RunComparison& result, const TimeRange& range) {
+    if (result.signalCount() == 0) {
+        throw UsageError("there is no signal to compare");
+    }
+    const bool hasStep = std::any_of(
+        result.signals.begin(), result.signals.end(), [](const SignalComparison& signal) {
+            return signal.comparison.a.stepCount + signal.comparison.b.stepCount > 0;
+        });
+    if (!range.isWhole() && !hasStep && !result.signals.empty()) {
+        throw UsageError("no signal that both runs have has a step between --from and --to");
+    }
+}
+
+} // namespace
+
+bool RunComparison::differs() const {
+    return differenceCount() > 0;
+}
+
+std::size_t RunComparison::differenceCount() const {
+    const auto differing =
+        std::count_if(signals.begin(), signals.end(),
+                      [](const SignalComparison& signal) { return signal.comparison.differs(); });
+    return onlyA.size() + onlyB.size() + widths.size() + static_cast<std::size_t>(differing);
+}
+
+std::size_t RunComparison::signalCount() const {
+    return onlyA.size() + onlyB.size() + widths.size() + signals.size();
+}
+
+RunComparison compare_runs(const core::Run& a, const core::Run& b,
+                           const RunComparisonSettings& settings,
+                           const ComparisonProgress& progress) {
+    check_all_patterns(a, b, settings);
+    const Signals signalsA = signals_without(a, settings.ignored);
+    SignalsByPath signalsB = by_path(signals_without(b, settings.ignored));
+    const RunComparer comparer(a, b, settings);
+    RunComparison result;
+    std::size_t number = 0;
+    for (const core::SignalInfo& ofA : signalsA) {
+        progress(number++, signalsA.size());
+        const std::string path = ofA.path.text();
+        const auto ofB = signalsB.find(path);
+        if (ofB == signalsB.end()) {
+            result.onlyA.push_back(path);
+            continue;
+        }
+        if (ofA.width != ofB->second.width) {
+            result.widths.push_back({path, ofA.width, ofB->second.width});
+        } else {
+            result.signals.push_back(comparer.compare(ofA, ofB->second));
+        }
+        signalsB.erase(ofB);
+    }
+    for (const auto& [path, signal] : signalsB) {
+        result.onlyB.push_back(path);
+    }
+    check_content(result, settings.range);
+    return result;
+}
+
+} // namespace logging2::tools

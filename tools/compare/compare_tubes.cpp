@@ -1,0 +1,164 @@
+#include <tools/compare/compare_tubes.hpp>
+
+#include <tools/compare/CountingSource.hpp>
+#include <tools/compare/ElementTally.hpp>
+#include <tools/compare/Polyline.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+namespace logging2::tools {
+namespace {
+
+class TubeComparison {
+public:
+    TubeComparison(SampleSource& sourceA, SampleSource& sourceB, const TubeSettings& tubeSettings)
+        : settings(tubeSettings),
+          countedA(sourceA, settings.from, settings.to),
+          countedB(sourceB, settings.from, settings.to),
+          a(countedA, shape()),
+          b(countedB, shape()) {
+        for (std::size_t element = 0; element < settings.allowed.size(); ++element) {
+            tallies.emplace_back(element, settings.allowed[element]);
+        }
+    }
+
+    std::optional<Comparison> result() {
+        compareAll();
+        if (!a.isOrdered() || !b.isOrdered()) {
+            return std::nullopt;
+        }
+        Comparison comparison;
+        comparison.a = countedA.summary();
+        comparison.b = countedB.summary();
+        comparison.hasTimeDifference = hasTimeDifference;
+        comparison.worst = worst_of(tallies, duration);
+        return comparison;
+    }
+
+private:
+    CurveShape shape() const {
+        return {settings.allowed.size(), settings.holds, settings.timeTolerance};
+    }
+
+    void compareAll() {
+        std::optional<double> last;
+        while (const std::optional<double> time = nextTime(last)) {
+            if (last) {
+                compareMiddle(*last, *time);
+            }
+            compareSamples(*time);
+            last = time;
+        }
+    }
+
+    /// The next time where one side has a sample, or where the range begins or ends within a curve.
+    std::optional<double> nextTime(const std::optional<double>& last) const {
+        const double next = std::min(a.nextTime(), b.nextTime());
+        const bool isAtEnd = last ? *last >= settings.to : next > settings.to;
+        if (isAtEnd || !std::isfinite(next) || !a.isOrdered() || !b.isOrdered()) {
+            return std::nullopt;
+        }
+        return std::clamp(next, settings.from, settings.to);
+    }
+
+    void compareSamples(double time) {
+        moveTo(time);
+        isMiddle = false;
+        for (std::size_t element = 0; element < tallies.size(); ++element) {
+            isSame(element);
+            tallies[element].endSample();
+        }
+    }
+
+    void compareMiddle(double last, double next) {
+        duration += next - last;
+        const double middle = last + (next - last) / 2;
+        if (!(last < middle && middle < next)) {
+            return;
+        }
+        moveTo(middle);
+        isMiddle = true;
+        for (std::size_t element = 0; element < tallies.size(); ++element) {
+            if (!isSame(element)) {
+                tallies[element].addAmount(next - last);
+            }
+        }
+    }
+
+    void moveTo(double time) {
+        present = time;
+        a.moveTo(time);
+        b.moveTo(time);
+    }
+
+    /// Compares the values at the present time.
+    bool isSame(std::size_t element) {
+        if (a.valueCount() == 1 && b.valueCount() == 1) {
+            if (a.value(0, element) == b.value(0, element)) {
+                return true;
+            }
+            if (settings.timeTolerance == 0) {
+                return isInTube(element, a, b); // The other way, the deviation is the same.
+            }
+        }
+        const bool isInTubeOfB = isInTube(element, a, b);
+        const bool isInTubeOfA = isInTube(element, b, a);
+        return isInTubeOfA && isInTubeOfB;
+    }
+
+    bool isInTube(std::size_t element, const Polyline& own, const Polyline& other) {
+        bool result = true;
+        for (std::size_t index = 0; index < own.valueCount(); ++index) {
+            if (!isAllowed(other.deviationOf(own.value(index, element), element),
+                           tallies[element])) {
+                addDifference(tallies[element], place(own, index));
+                result = false;
+            }
+        }
+        return result;
+    }
+
+    bool isAllowed(const std::optional<double>& deviation, ElementTally& tally) {
+        if (!deviation) {
+            hasTimeDifference = true;
+            return false;
+        }
+        tally.addDeviation(*deviation, present);
+        return tally.allows(*deviation);
+    }
+
+    void addDifference(ElementTally& tally, const Place& place) const {
+        if (isMiddle) {
+            tally.addProvisionalDifference(place);
+        } else {
+            tally.addDifference(place);
+        }
+    }
+
+    Place place(const Polyline& own, std::size_t index) const {
+        Place result{present, a.lastStep(), b.lastStep()};
+        (&own == &a ? result.stepA : result.stepB) = own.step(index);
+        return result;
+    }
+
+    const TubeSettings& settings;
+    CountingSource countedA;
+    CountingSource countedB;
+    Polyline a;
+    Polyline b;
+    std::vector<ElementTally> tallies;
+    double present = 0;
+    bool isMiddle = false; ///< whether the present time lies between two samples
+    double duration = 0;   ///< of what was compared so far
+    bool hasTimeDifference = false;
+};
+
+} // namespace
+
+std::optional<Comparison> compare_tubes(SampleSource& a, SampleSource& b,
+                                        const TubeSettings& settings) {
+    return TubeComparison(a, b, settings).result();
+}
+
+} // namespace logging2::tools
