@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <numeric>
 
 namespace logging2::tools {
 namespace {
@@ -112,12 +111,14 @@ std::string description_of(const LeftOver& leftOver) {
 }
 
 bool is_permitted(const std::vector<LeftOver>& leftOvers, const Terminal& terminal) {
+    std::string question;
     for (const LeftOver& leftOver : leftOvers) {
-        terminal.error << description_of(leftOver) << '\n';
+        question += description_of(leftOver) + '\n';
     }
-    return confirm(terminal, leftOvers.size() == 1
-                                 ? "Remove it?"
-                                 : "Remove these " + count_text(leftOvers.size()) + "?");
+    return confirm(terminal, question + (leftOvers.size() == 1
+                                             ? "Remove it?"
+                                             : "Remove these " + count_text(leftOvers.size()) +
+                                                   " left-overs?"));
 }
 
 void remove_or_keep(const LeftOver& leftOver, const OpenFiles& openFiles, CleanResult& result) {
@@ -189,7 +190,8 @@ void add_native_clean(CLI::App& native, Action& action) {
         "clean", "Remove those of your left-overs that you name, or that are older than you say; "
                  "with both, those that you name if they are older");
     const auto options = std::make_shared<NativeCleanOptions>();
-    command->add_option("[DIR] [NAME]...", options->arguments, "See `logging2 native --help`")
+    command
+        ->add_option("DIR|NAME", options->arguments, "A directory, and names of left-overs in it")
         ->type_name("");
     command
         ->add_option("--older-than", options->olderThan,

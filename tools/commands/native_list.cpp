@@ -33,7 +33,7 @@ Json json_of(const LeftOver& leftOver, const OpenFiles& openFiles) {
               {"location", location_of(leftOver)},
               {"user", user_name(leftOver.owner)},
               {"lastChange", utc_text(last_change(leftOver))},
-              {"age", age_of(leftOver).count()},
+              {"age", std::chrono::duration<double>(age_of(leftOver)).count()},
               {"bytes", byte_count_of(leftOver)},
               {"processes", processes_of(leftOver, openFiles)},
               {"groups", Json::array()}};

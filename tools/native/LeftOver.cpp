@@ -15,7 +15,8 @@ using Clock = std::chrono::system_clock;
 Clock::time_point time_of(const timespec& time) {
     constexpr std::int64_t greatest = 8'000'000'000; // in the year 2223
     const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, 0, greatest);
-    return Clock::time_point(std::chrono::seconds(seconds));
+    return Clock::time_point(std::chrono::seconds(seconds) +
+                             std::chrono::nanoseconds(time.tv_nsec));
 }
 
 /// Sparse files can be so large that their sum is not a number of 64 bits.
@@ -78,9 +79,8 @@ Clock::time_point last_change(const LeftOver& leftOver) {
     return last;
 }
 
-std::chrono::seconds age_of(const LeftOver& leftOver) {
-    const auto age = Clock::now() - last_change(leftOver);
-    return std::max(std::chrono::duration_cast<std::chrono::seconds>(age), std::chrono::seconds(0));
+Clock::duration age_of(const LeftOver& leftOver) {
+    return std::max(Clock::now() - last_change(leftOver), Clock::duration::zero());
 }
 
 std::string user_name(uid_t user) {

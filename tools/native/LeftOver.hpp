@@ -59,7 +59,7 @@ std::uint64_t byte_count_of(const LeftOver& leftOver);
 std::chrono::system_clock::time_point last_change(const LeftOver& leftOver);
 
 /// How long ago that is; 0 if it is in the future.
-std::chrono::seconds age_of(const LeftOver& leftOver);
+std::chrono::system_clock::duration age_of(const LeftOver& leftOver);
 
 /// The login name of a user, or the number if there is none.
 std::string user_name(uid_t user);
