@@ -187,15 +187,15 @@ int clean(const NativeCleanOptions& options, const Terminal& terminal) {
 
 void add_native_clean(CLI::App& native, Action& action) {
     CLI::App* const command = native.add_subcommand(
-        "clean", "Remove those of your left-overs that you name, or that are older than you say; "
-                 "with both, those that you name if they are older");
+        "clean", "Remove those of your left-overs that you name, or that are old");
     const auto options = std::make_shared<NativeCleanOptions>();
     command
         ->add_option("DIR|NAME", options->arguments, "A directory, and names of left-overs in it")
         ->type_name("");
     command
-        ->add_option("--older-than", options->olderThan,
-                     "Only what nobody has changed for so long: 90s, 30m, 12h, 7d or 2w")
+        ->add_option(
+            "--older-than", options->olderThan,
+            "Only those that nobody has changed for so long, such as 90s, 30m, 12h, 7d or 2w")
         ->type_name("DURATION");
     command->add_flag("--yes", options->yes, "Do not ask for permission");
     command->add_flag("--json", options->json, "Print JSON");

@@ -128,8 +128,7 @@ int list(const NativeListOptions& options, const Terminal& terminal) {
 
 void add_native_list(CLI::App& native, Action& action) {
     CLI::App* const command = native.add_subcommand(
-        "list", "List left-overs, with the complete steps of each group as far as the sizes of "
-                "the files tell, and the processes that have a file open");
+        "list", "List left-overs, and the processes that have a file of them open");
     const auto options = std::make_shared<NativeListOptions>();
     command->add_option("DIR", options->directory, "See `logging2 native --help`")->type_name("");
     command->add_flag("--json", options->json, "Print JSON");

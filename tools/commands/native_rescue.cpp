@@ -152,6 +152,8 @@ constexpr const char* footer =
     "\nThe writer keeps steps that the host rejected, so they are in the new recording as well.\n"
     "Steps that were still in the memory of the host are in no file.\n"
     "\n"
+    "The exit status is 1 if steps are not in all files, or if widths had to be guessed.\n"
+    "\n"
     "Without --setup, the width of a channel is the number of its values divided by the number of\n"
     "times, rounded up, and its name is like group-0.channel-3. FILE tells both, in JSON:\n"
     "\n"
@@ -165,8 +167,7 @@ constexpr const char* footer =
 
 void add_native_rescue(CLI::App& native, Action& action) {
     CLI::App* const command = native.add_subcommand(
-        "rescue", "Make a recording of the complete steps of a left-over, which stays as it is; "
-                  "the exit status is 1 if something is lost or guessed");
+        "rescue", "Make a recording of the complete steps of a left-over, which stays as it is");
     command->footer(footer);
     const auto options = std::make_shared<NativeRescueOptions>();
     command->add_option("LEFTOVER", options->leftOver, "NAME or DIR/NAME")
