@@ -151,12 +151,21 @@ class NativeRescueTest(RescueTest):
             self.assertEqual(process.stderr.read(), "logging2: interrupted\n")
             self.assertEqual(list(self.directory.iterdir()), [self.place])
 
-    def test_file_that_shrinks_meanwhile_is_an_error(self):
-        process = self.start_long_rescue()
-        os.truncate(self.place / f"{STEM}_values_0_1", 8)
-        self.assertEqual(process.wait(60), 2)
-        self.assertIn("was changed while it was read", process.stderr.read())
-        self.assertEqual(list(self.directory.iterdir()), [self.place])
+    def test_file_that_changes_meanwhile_is_an_error(self):
+        values = self.place / f"{STEM}_values_0_1"
+        substitute = self.place / "substitute"
+
+        def replace():
+            substitute.touch()
+            os.truncate(substitute, 2 ** 31)
+            os.replace(substitute, values)
+
+        for change in (lambda: os.truncate(values, 8)), replace, values.unlink:
+            process = self.start_long_rescue()
+            change()
+            self.assertEqual(process.wait(60), 2)
+            self.assertIn(values.name, process.stderr.read())
+            self.assertEqual(list(self.directory.iterdir()), [self.place])
 
 
 class KilledHostTest(RescueTest):

@@ -101,7 +101,7 @@ class NativeCleanTest(LeftOverTest):
         self.assertEqual(result["schema"], 1)
         return [each["name"] for each in result["removed"]]
 
-    def answer(self, text, *arguments):
+    def answer(self, text, *arguments, meanwhile=lambda: None):
         """What the command asks on its terminal, what it prints, and its exit status."""
         master, slave = pty.openpty()
         with subprocess.Popen([COMMAND, "native", "clean", *arguments], stdin=slave, stderr=slave,
@@ -109,6 +109,7 @@ class NativeCleanTest(LeftOverTest):
             asked = ""
             while "[y/N] " not in asked:
                 asked += os.read(master, 65536).decode()
+            meanwhile()
             os.write(master, text.encode())
             shown = process.communicate(timeout=60)[0]
         os.close(slave)
@@ -146,6 +147,14 @@ class NativeCleanTest(LeftOverTest):
         _, shown, status = self.answer("y\n", STEM)
         self.assertEqual((shown[:8], status), ("removed:", 0))
         self.assertEqual(self.stems(), [])
+
+    def test_files_that_change_before_the_answer_are_kept(self):
+        self.make_run()
+        _, shown, status = self.answer("yes\n", STEM,
+                                       meanwhile=lambda: self.make(f"{STEM}_times_0", [1, 2]))
+        self.assertEqual((shown, status),
+                         (f"kept: {self.place}/{STEM}: it was changed meanwhile\n", 0))
+        self.assertEqual(len(list(self.place.iterdir())), 3)
 
     def test_without_a_terminal_permission_is_missing(self):
         self.make_run()

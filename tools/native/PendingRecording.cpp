@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 /// Without a separator at the end.
 fs::path target_of(const std::string& location) {
     const fs::path path = fs::absolute(location).lexically_normal();
-    const fs::path target = path.has_filename() ? path : path.parent_path();
+    fs::path target = path.has_filename() ? path : path.parent_path();
     if (fs::symlink_status(target).type() != fs::file_type::not_found) {
         throw UsageError(location + ": exists already");
     }

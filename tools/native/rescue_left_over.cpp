@@ -83,7 +83,7 @@ std::uint64_t complete_steps(const std::map<std::size_t, StepCounts>& counts) {
 std::map<std::size_t, StepCounts> rescue_left_over(const LeftOver& leftOver, const Layout& layout,
                                                    const NewRecording& recording,
                                                    const core::RecordingProgress& progress) {
-    const std::map<std::size_t, StepCounts> counts = checked_counts(leftOver, layout);
+    std::map<std::size_t, StepCounts> counts = checked_counts(leftOver, layout);
     const std::uint64_t total = complete_steps(counts);
     PendingRecording pending(recording.location, attributes_of(recording), setup_of(layout),
                              options_of(leftOver, recording));
