@@ -35,6 +35,7 @@ void add_commands(CLI::App& app, Action& action) {
     add_rescue(app, action);
     add_copy(app, action);
     add_compact(app, action);
+    add_native(app, action);
 }
 
 std::string first_line(const std::string& text) {

@@ -18,6 +18,7 @@ void add_copy(CLI::App& app, Action& action);
 void add_diff(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
 void add_list(CLI::App& app, Action& action);
+void add_native(CLI::App& app, Action& action);
 void add_plot(CLI::App& app, Action& action);
 void add_print(CLI::App& app, Action& action);
 void add_rescue(CLI::App& app, Action& action);
