@@ -29,6 +29,7 @@ void add_commands(CLI::App& app, Action& action) {
     add_info(app, action);
     add_signals(app, action);
     add_print(app, action);
+    add_export(app, action);
     add_check(app, action);
     add_rescue(app, action);
     add_copy(app, action);

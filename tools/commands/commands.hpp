@@ -15,6 +15,7 @@ using Action = std::function<int(const Terminal&)>;
 void add_check(CLI::App& app, Action& action);
 void add_compact(CLI::App& app, Action& action);
 void add_copy(CLI::App& app, Action& action);
+void add_export(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
 void add_list(CLI::App& app, Action& action);
 void add_plot(CLI::App& app, Action& action);
