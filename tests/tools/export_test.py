@@ -1,16 +1,21 @@
+import contextlib
 import csv
-import io
 import math
 import os
+import re
 import resource
+import shlex
 import signal
 import subprocess
 import unittest
+from pathlib import Path
 
 import h5py
 import numpy
 
 from commands import COMMAND, CommandTest
+
+PAGE = (Path(__file__).parents[2] / "docs/using/exporting.md").read_text(encoding="utf-8")
 
 HARD_VALUES = """name demo
 property model spring, mass
@@ -230,6 +235,24 @@ class ExportTest(CommandTest):
         self.assert_refused("not a file", "export", run, "--force", "-o", run)
         self.assert_refused("not a file", "export", run, "--to", "npz", "--force", "-o", "/dev/null")
         self.assertEqual(self.output_of("print", run), before)
+
+    def test_page_about_exporting_holds(self):
+        run = self.record("group 0 ball.height:1 ball.speed:1\nbegin\n" + "".join(
+            f"write 0 {time} {10 * time} 1\n" for time in range(8)) + "end\n")
+        shell, *programs = re.findall(r"\n```(?:sh|python)\n(.*?)```\n", PAGE, re.S)
+        for line in shell.splitlines():
+            words = shlex.split(line, comments=True)
+            self.assertEqual(words[:3], ["logging2", "export", "RUN"])
+            self.output_of("export", run, *words[3:])
+        results = []
+        for program in programs:
+            scope = {}
+            with contextlib.chdir(self.directory):
+                exec(program, scope)  # pylint: disable=exec-used
+            results.append((scope["times"].tolist(), scope["heights"].tolist()))
+        whole = [*range(8)], [*range(0, 80, 10)]
+        self.assertEqual(results, [whole, ([*range(2, 8)], [*range(20, 80, 10)])])
+        self.assertEqual(self.json_of("info", "part.recording")["groups"][0]["steps"], 4)
 
     def test_wrong_usage_is_one_line_and_changes_nothing(self):
         run = self.record("group 0 x:1\nbegin\nwrite 0 1 2\nend\n")
