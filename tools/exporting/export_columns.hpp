@@ -8,7 +8,7 @@
 
 namespace logging2::tools {
 
-/// Writes the groups column by column, and holds about a megabyte of them. Returns the number of
+/// Writes the groups column by column, and holds a few megabytes of them. Returns the number of
 /// steps.
 std::uint64_t export_columns(const Excerpt& excerpt, ColumnOutput& output,
                              const core::RecordingProgress& progress);

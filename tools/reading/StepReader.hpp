@@ -28,7 +28,7 @@ public:
     /// Goes to the next step, at first to the first one; false if there is none.
     bool next();
 
-    double time() const { return block.front().times()[position]; }
+    double time() const { return times[position]; }
 
     /// The values of the signal with this index: as many as it is wide.
     core::DoubleView values(std::size_t signal) const;
@@ -47,8 +47,9 @@ private:
     TimeRange range;
     core::StepRange steps;
     std::size_t blockStepCount;
-    std::size_t readCount = 0; ///< of steps
-    std::vector<core::Series> block;
+    std::size_t readCount = 0;                ///< of steps
+    std::vector<double> times;                ///< of the block of steps that was read last
+    std::vector<std::vector<double>> columns; ///< the values of each signal in it
     std::size_t blockSize = 0;
     std::size_t position = 0;
 };
