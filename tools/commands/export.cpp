@@ -165,8 +165,8 @@ std::vector<WrittenFile> write_files(const ExportOptions& options, const std::st
     const std::vector<Excerpt> parts =
         parts_of(excerpt, format == "csv" && !options.merges && excerpt.groups.size() > 1);
     const std::vector<std::string> targets = targets_of(options, parts);
+    const InterruptGuard guard; // before anything is made
     NewFiles files(targets, options.replaces);
-    const InterruptGuard guard;
     ProgressBar bar(terminal);
     std::vector<WrittenFile> result;
     for (std::size_t part = 0; part < parts.size(); ++part) {
