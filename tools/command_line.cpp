@@ -31,6 +31,7 @@ void add_commands(CLI::App& app, Action& action) {
     add_plot(app, action);
     add_watch(app, action);
     add_diff(app, action);
+    add_export(app, action);
     add_check(app, action);
     add_rescue(app, action);
     add_copy(app, action);

@@ -1,6 +1,7 @@
 #include <logging2/backends/recording/recording.hpp>
 #include <logging2/logging2.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -14,7 +15,7 @@
 //   property NAME VALUE          a note of the run
 //   compress                     with LZ4
 //   chunk BYTES                  the greatest number of bytes of a chunk
-//   group ID PATH:WIDTH...       a group with these signals
+//   group ID PATH:WIDTH...       a group with these signals; ALIAS=PATH shows the channel of PATH
 //   begin                        makes the recording in the directory that is the argument, and
 //   prints
 //                                where it is
@@ -84,6 +85,15 @@ private:
         return std::strtod(word.c_str(), nullptr);
     }
 
+    static LoggedPath aliasIn(const std::vector<LoggedPath>& paths, const std::string& word) {
+        const std::size_t sign = word.find('=');
+        const ValuePath original(word.substr(sign + 1));
+        const auto found =
+            std::find_if(paths.begin(), paths.end(),
+                         [&original](const LoggedPath& path) { return path.path == original; });
+        return {ValuePath(word.substr(0, sign)), found->id};
+    }
+
     void addGroup(std::istringstream& words) {
         std::size_t id = 0;
         words >> id;
@@ -91,6 +101,10 @@ private:
         std::vector<LoggedChannel> channels;
         for (std::string word; words >> word;) {
             const std::size_t colon = word.rfind(':');
+            if (colon == std::string::npos) {
+                paths.push_back(aliasIn(paths, word));
+                continue;
+            }
             const CoreDataId channel(nextChannel++);
             paths.push_back({ValuePath(word.substr(0, colon)), channel});
             channels.push_back({channel, std::stoul(word.substr(colon + 1))});

@@ -16,6 +16,7 @@ void add_check(CLI::App& app, Action& action);
 void add_compact(CLI::App& app, Action& action);
 void add_copy(CLI::App& app, Action& action);
 void add_diff(CLI::App& app, Action& action);
+void add_export(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
 void add_list(CLI::App& app, Action& action);
 void add_native(CLI::App& app, Action& action);

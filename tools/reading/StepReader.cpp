@@ -8,11 +8,11 @@ namespace {
 
 constexpr std::size_t blockByteCount = std::size_t{1} << 20;
 
-/// A block holds the times of each signal and its values.
+/// A block holds the times and the values of each signal.
 std::size_t steps_per_block(const std::vector<core::SignalInfo>& signals) {
-    std::size_t stepByteCount = 0;
+    std::size_t stepByteCount = sizeof(double);
     for (const core::SignalInfo& signal : signals) {
-        stepByteCount += (1 + signal.width) * sizeof(double);
+        stepByteCount += signal.width * sizeof(double);
     }
     return blockByteCount / std::clamp<std::size_t>(stepByteCount, 1, blockByteCount);
 }
@@ -67,21 +67,24 @@ bool StepReader::next() {
 bool StepReader::readBlock() {
     blockSize = std::min(blockStepCount, steps.count - readCount);
     position = 0;
-    block.clear();
     if (blockSize == 0) {
         return false;
     }
-    for (const core::SignalInfo& signal : selected.signals) {
-        block.push_back(
-            run.series(signal.path, core::StepRange{steps.first + readCount, blockSize}));
+    columns.resize(selected.signals.size());
+    for (std::size_t signal = 0; signal < columns.size(); ++signal) {
+        // Copied, because a view of many signals maps the same file many times.
+        const core::Series series = run.series(selected.signals[signal].path,
+                                               core::StepRange{steps.first + readCount, blockSize});
+        times.assign(series.times().begin(), series.times().end());
+        columns[signal].assign(series.values().begin(), series.values().end());
     }
     readCount += blockSize;
     return true;
 }
 
 core::DoubleView StepReader::values(std::size_t signal) const {
-    const core::Series& series = block[signal];
-    return {series.values().data() + position * series.width(), series.width()};
+    const std::size_t width = selected.signals[signal].width;
+    return {columns[signal].data() + position * width, width};
 }
 
 } // namespace logging2::tools

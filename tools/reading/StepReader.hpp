@@ -34,7 +34,7 @@ public:
     /// Goes to the next step, at first to the first one; false if there is none.
     bool next();
 
-    double time() const { return block.front().times()[position]; }
+    double time() const { return times[position]; }
 
     /// The number of the step in its group.
     std::size_t step() const noexcept { return steps.first + passedCount(); }
@@ -56,8 +56,9 @@ private:
     TimeRange range;
     core::StepRange steps;
     std::size_t blockStepCount;
-    std::size_t readCount = 0; ///< of steps
-    std::vector<core::Series> block;
+    std::size_t readCount = 0;                ///< of steps
+    std::vector<double> times;                ///< of the block of steps that was read last
+    std::vector<std::vector<double>> columns; ///< the values of each signal in it
     std::size_t blockSize = 0;
     std::size_t position = 0;
 };

@@ -19,14 +19,14 @@ bool TimeRange::contains(double time) const noexcept {
     return isWhole() || (least() <= time && time <= greatest());
 }
 
-void add_time_options(CLI::App& command, TimeRange& range) {
+void add_time_options(CLI::App& command, TimeRange& range, const std::string& endOption) {
     command.add_option("--from", range.from, "Only steps at this time or later")->type_name("T");
-    command.add_option("--to", range.to, "Only steps at this time or earlier")->type_name("T");
+    command.add_option(endOption, range.to, "Only steps at this time or earlier")->type_name("T");
 }
 
 void check_range(const TimeRange& range) {
     if (!(range.least() <= range.greatest())) {
-        throw UsageError("--from " + number_text(range.least()) + " --to " +
+        throw UsageError("from " + number_text(range.least()) + " to " +
                          number_text(range.greatest()) + ": the range contains no time");
     }
 }

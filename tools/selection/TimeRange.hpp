@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <optional>
+#include <string>
 
 namespace logging2::tools {
 
@@ -22,8 +23,8 @@ struct TimeRange {
     bool contains(double time) const noexcept;
 };
 
-/// Adds the options --from and --to.
-void add_time_options(CLI::App& command, TimeRange& range);
+/// Adds the options --from and --to, or another one for the end.
+void add_time_options(CLI::App& command, TimeRange& range, const std::string& endOption = "--to");
 
 /// Throws UsageError if the range ends before it begins.
 void check_range(const TimeRange& range);
