@@ -51,8 +51,8 @@ std::shared_ptr<double[]> make_large_array(std::size_t elementCount) {
     }
     auto* const elements =
         static_cast<double*>(::operator new(elementCount * sizeof(double), largePage));
-    const std::shared_ptr<double[]> owner(
-        elements, [](double* first) { ::operator delete(first, largePage); });
+    std::shared_ptr<double[]> owner(elements,
+                                    [](double* first) { ::operator delete(first, largePage); });
     prefer_large_pages(elements, elementCount);
     return owner;
 }
