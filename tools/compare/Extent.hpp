@@ -55,4 +55,11 @@ private:
     bool hasNegativeInfinity = false;
 };
 
+/// How far two values lie apart, as in Extent::deviationOf.
+inline double deviation_between(double a, double b) {
+    Extent extent;
+    extent.include(a);
+    return extent.deviationOf(b);
+}
+
 } // namespace logging2::tools

@@ -49,11 +49,10 @@ std::optional<std::size_t> Polyline::lastStep() const {
 std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
     Extent extent;
     if (hasWindow()) {
-        extent = extents[element].extent();
-        // The edges could only make the extent larger.
-        if (!extent.isEmpty() && extent.deviationOf(value) == 0) {
-            return 0;
+        if (extents[element].contains(value)) {
+            return 0; // The edges could only make the extent larger.
         }
+        extent = extents[element].extent();
         includeEdges(extent, element);
     }
     includePresent(extent, element);

@@ -19,6 +19,11 @@ public:
 
     Extent extent() const;
 
+    /// Whether a finite value is one of the extent.
+    bool contains(double value) const {
+        return !rising.empty() && rising.front().value <= value && value <= falling.front().value;
+    }
+
 private:
     struct Entry {
         std::size_t number;

@@ -23,12 +23,6 @@ bool has_same_bits(double a, double b) {
     return bits_of(a) == bits_of(b);
 }
 
-double deviation_between(double a, double b) {
-    Extent extent;
-    extent.include(a);
-    return extent.deviationOf(b);
-}
-
 std::optional<std::size_t> step_of(const Sample* sample) {
     return sample == nullptr ? std::nullopt : std::optional<std::size_t>(sample->step);
 }

@@ -95,11 +95,12 @@ private:
     /// Compares the values at the present time.
     bool isSame(std::size_t element) {
         if (a.valueCount() == 1 && b.valueCount() == 1) {
-            if (a.value(0, element) == b.value(0, element)) {
+            const double deviation = deviation_between(a.value(0, element), b.value(0, element));
+            if (deviation == 0) {
                 return true;
             }
             if (settings.timeTolerance == 0) {
-                return isInTube(element, a, b); // The other way, the deviation is the same.
+                return isAllowed(deviation, element, a, 0);
             }
         }
         const bool isInTubeOfB = isInTube(element, a, b);
@@ -110,22 +111,25 @@ private:
     bool isInTube(std::size_t element, const Polyline& own, const Polyline& other) {
         bool result = true;
         for (std::size_t index = 0; index < own.valueCount(); ++index) {
-            if (!isAllowed(other.deviationOf(own.value(index, element), element),
-                           tallies[element])) {
-                addDifference(tallies[element], place(own, index));
-                result = false;
-            }
+            const auto deviation = other.deviationOf(own.value(index, element), element);
+            result = isAllowed(deviation, element, own, index) && result;
         }
         return result;
     }
 
-    bool isAllowed(const std::optional<double>& deviation, ElementTally& tally) {
-        if (!deviation) {
-            hasTimeDifference = true;
-            return false;
+    /// Notes the deviation of a value, which is empty if the other side has no value.
+    bool isAllowed(const std::optional<double>& deviation, std::size_t element, const Polyline& own,
+                   std::size_t index) {
+        ElementTally& tally = tallies[element];
+        hasTimeDifference = hasTimeDifference || !deviation;
+        if (deviation) {
+            tally.addDeviation(*deviation, present);
+            if (tally.allows(*deviation)) {
+                return true;
+            }
         }
-        tally.addDeviation(*deviation, present);
-        return tally.allows(*deviation);
+        addDifference(tally, place(own, index));
+        return false;
     }
 
     void addDifference(ElementTally& tally, const Place& place) const {

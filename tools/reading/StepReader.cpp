@@ -14,7 +14,7 @@ std::size_t steps_per_block(const std::vector<core::SignalInfo>& signals) {
     for (const core::SignalInfo& signal : signals) {
         stepByteCount += signal.width * sizeof(double);
     }
-    return blockByteCount / std::clamp<std::size_t>(stepByteCount, 1, blockByteCount);
+    return std::max<std::size_t>(1, blockByteCount / stepByteCount);
 }
 
 } // namespace
