@@ -5,7 +5,9 @@
 #include <pwd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
+#include <vector>
 
 namespace logging2::tools {
 namespace {
@@ -84,9 +86,13 @@ Clock::duration age_of(const LeftOver& leftOver) {
 }
 
 std::string user_name(uid_t user) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the command has one thread when it asks.
-    const passwd* const entry = getpwuid(user);
-    return entry == nullptr ? std::to_string(user) : entry->pw_name;
+    std::vector<char> texts(1024);
+    passwd entry{};
+    passwd* found = nullptr;
+    while (getpwuid_r(user, &entry, texts.data(), texts.size(), &found) == ERANGE) {
+        texts.resize(2 * texts.size());
+    }
+    return found == nullptr ? std::to_string(user) : found->pw_name;
 }
 
 } // namespace logging2::tools

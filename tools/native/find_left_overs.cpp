@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <system_error>
-#include <tuple>
 #include <utility>
 
 namespace logging2::tools {
@@ -50,18 +49,16 @@ private:
             }
             return true;
         });
-        sort(names);
+        bringInOrder(names);
         return names;
     }
 
     /// Values come before times. The writer appends to them in the other order, so the times of a
     /// run that goes on are complete for the values that were found.
-    static void sort(Names& names) {
+    static void bringInOrder(Names& names) {
         std::sort(names.directories.begin(), names.directories.end());
-        std::sort(names.files.begin(), names.files.end(), [](const FileName& a, const FileName& b) {
-            return std::make_tuple(!a.channel, std::cref(a.stem), a.group, a.channel) <
-                   std::make_tuple(!b.channel, std::cref(b.stem), b.group, b.channel);
-        });
+        std::partition(names.files.begin(), names.files.end(),
+                       [](const FileName& name) { return name.channel.has_value(); });
     }
 
     void findInside(const Directory& parent, const std::string& name) {
