@@ -7,11 +7,11 @@
 #include <logging2/backends/recording/detail/IndexCheck.hpp>
 #include <logging2/backends/recording/detail/read_description.hpp>
 #include <logging2/backends/recording/detail/run_directory.hpp>
+#include <logging2/backends/recording/detail/text_streams.hpp>
 
 #include <algorithm>
 #include <limits>
 #include <optional>
-#include <sstream>
 
 namespace logging2::core {
 namespace {
@@ -57,8 +57,8 @@ private:
     }
 
     void compareDescriptions() {
-        std::istringstream expected(text_of(description));
-        std::istringstream found(text_of(index.description()));
+        detail::TextReader expected(text_of(description));
+        detail::TextReader found(text_of(index.description()));
         std::string expectedLine;
         std::string foundLine;
         for (;;) {
