@@ -123,6 +123,48 @@ TEST_F(RecordingCallsTest, deletedFilesAreReported) {
     }
 }
 
+/// The files of a recording as a killed host leaves them.
+std::string left_behind(const std::string& location, const TemporaryDirectory& place) {
+    for (const char* name : {"/samples.bin", "/index.sqlite", "/index.sqlite-wal"}) {
+        std::filesystem::copy_file(location + name, place.path().string() + name);
+    }
+    return place.path().string();
+}
+
+TEST_F(RecordingCallsTest, deletedLogIsMadeAgainByTheNextCommit) {
+    for (const auto& files :
+         {std::vector{"-wal"}, std::vector{"-shm"}, std::vector{"-wal", "-shm"}}) {
+        writer = makeWriter();
+        writeTimes(*writer, {1.0});
+        writer->flushIntermediate();
+        for (const char* file : files) {
+            std::filesystem::remove(writer->location() + "/index.sqlite" + file);
+        }
+        writeTimes(*writer, {2.0});
+        writer->flushIntermediate();
+        const TemporaryDirectory place;
+        EXPECT_THAT(timesOf(*open_recording(left_behind(writer->location(), place))),
+                    ElementsAre(1.0, 2.0));
+        EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 2.0));
+        writeTimes(*writer, {3.0});
+        writer->flush();
+        EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 2.0, 3.0));
+    }
+}
+
+TEST_F(RecordingCallsTest, deletedLogIsReportedWhileSomebodyReads) {
+    writeTimes(*writer, {1.0});
+    writer->flushIntermediate();
+    auto run = open(*writer);
+    std::filesystem::remove(writer->location() + "/index.sqlite-wal");
+    writeTimes(*writer, {2.0});
+    EXPECT_THAT([this] { writer->flushIntermediate(); },
+                ThrowsMessage<RecordingError>(HasSubstr("its log was deleted or moved")));
+    run.reset();
+    writer->flushIntermediate();
+    EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 2.0));
+}
+
 TEST_F(RecordingCallsTest, movedRecordingGoesOnOnceItIsBack) {
     const std::string elsewhere = (directory.path() / "elsewhere").string();
     writeTimes(*writer, {1.0});
