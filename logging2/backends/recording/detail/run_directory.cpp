@@ -57,7 +57,11 @@ std::filesystem::path made_parent(const std::string& parent) {
 
 void require_directory(const std::string& directory) {
     std::error_code error;
-    if (!std::filesystem::is_directory(directory, error)) {
+    const auto type = std::filesystem::status(directory, error).type();
+    if (type == std::filesystem::file_type::none) {
+        throw RecordingError(directory, "cannot open it: " + error.message());
+    }
+    if (type != std::filesystem::file_type::directory) {
         throw RecordingError(directory, "it is not a directory, and so not a recording");
     }
 }
