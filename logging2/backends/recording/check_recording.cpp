@@ -1,6 +1,7 @@
 #include <logging2/backends/recording/check_recording.hpp>
 
 #include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/AccessFault.hpp>
 #include <logging2/backends/recording/detail/ChunkCheck.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/Findings.hpp>
@@ -34,6 +35,8 @@ public:
             if (findDescription()) {
                 checkData();
             }
+        } catch (const detail::AccessFault&) {
+            throw;
         } catch (const RecordingError& error) {
             findings.add(error);
         }

@@ -1,6 +1,6 @@
 #include <logging2/backends/recording/detail/DataFile.hpp>
 
-#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/AccessFault.hpp>
 
 #include <algorithm>
 #include <array>
@@ -53,6 +53,9 @@ void advance(std::array<iovec, 2>& places, std::size_t byteCount) {
 int open_or_throw(const std::string& name, int flags, mode_t mode, const char* what) {
     const int descriptor = repeated([&] { return ::open(name.c_str(), flags | O_CLOEXEC, mode); });
     if (descriptor == -1) {
+        if (is_access_fault(errno)) {
+            throw AccessFault(name, std::string("cannot ") + what + ": " + text_of_error(errno));
+        }
         fail(name, what, errno);
     }
     return descriptor;
@@ -74,7 +77,12 @@ DataFile DataFile::create(const std::string& name, mode_t mode) {
 }
 
 DataFile DataFile::open(const std::string& name) {
-    return {std::string(name), open_or_throw(name, O_RDONLY, 0, "open it")};
+    // Opening a named pipe would otherwise wait for somebody who writes to it.
+    DataFile file(std::string(name), open_or_throw(name, O_RDONLY | O_NONBLOCK, 0, "open it"));
+    if (!S_ISREG(file.status().st_mode)) {
+        throw RecordingError(name, "it is not a regular file");
+    }
+    return file;
 }
 
 DataFile::DataFile(std::string&& name, int fileDescriptor) noexcept

@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
+#include <logging2/backends/recording/detail/index_schema.hpp>
 #include <logging2/backends/recording/detail/open_index.hpp>
 #include <logging2/backends/recording/detail/row_hashes.hpp>
 
@@ -19,8 +20,10 @@ std::uint64_t number_of(const std::string& text) {
 
 } // namespace
 
-IndexReader::IndexReader(const std::string& directory) : name(directory + "/index.sqlite") {
-    database = open_index(name);
+IndexReader::IndexReader(const std::string& directory)
+    : location(directory),
+      name(directory + "/index.sqlite") {
+    database = open_index(location);
     checkFormat();
 }
 
@@ -35,6 +38,10 @@ void IndexReader::checkFormat() {
     }
     if (database->integer("PRAGMA user_version") > formatVersion) {
         fail("it was written by a newer version of logging2");
+    }
+    // Nothing else may be asked of a database that could hold anything.
+    if (const auto faults = schema_faults(*database); !faults.empty()) {
+        fail("it is damaged: " + faults.front());
     }
 }
 
@@ -104,7 +111,7 @@ void IndexReader::refresh(IndexState& state) {
     try {
         refreshOnce(state);
     } catch (const SharedMemoryFault&) {
-        database = open_index(name);
+        database = open_index(location);
         refreshOnce(state);
     }
 }

@@ -53,7 +53,8 @@ private:
     void checkChunks(std::size_t position, const StoredGroup& group) const;
     [[noreturn]] void fail(const std::string& what) const;
 
-    std::string name;
+    std::string location;
+    std::string name; ///< of the index
     std::unique_ptr<Database> database;
 };
 
