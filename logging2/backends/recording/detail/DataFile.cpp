@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <limits>
 #include <system_error>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -27,6 +29,9 @@ namespace {
 /// What is reserved ahead grows with the file, up to this.
 constexpr std::uint64_t leastReserve = std::uint64_t{1} << 20;
 constexpr std::uint64_t greatestReserve = std::uint64_t{64} << 20;
+
+/// Readers lock a file for a moment to see whether it is claimed.
+constexpr int greatestAttemptCount = 2000;
 
 constexpr std::uint32_t ext4Magic = 0xef53;
 
@@ -191,9 +196,20 @@ void DataFile::read(iovec first, iovec second, std::uint64_t offset) const {
 }
 
 void DataFile::claim() {
-    if (repeated([this] { return flock(descriptor, LOCK_EX | LOCK_NB); }) == -1) {
-        fail(path, "lock it for writing", errno);
+    for (int attempt = 1; tryToClaim() == -1; ++attempt) {
+        if (errno != EWOULDBLOCK || attempt == greatestAttemptCount) {
+            fail(path, "lock it for writing", errno);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+}
+
+int DataFile::tryToClaim() noexcept {
+    return repeated([this] { return flock(descriptor, LOCK_EX | LOCK_NB); });
+}
+
+void DataFile::release() noexcept {
+    flock(descriptor, LOCK_UN);
 }
 
 bool DataFile::isClaimed() const {

@@ -61,6 +61,9 @@ public:
     /// another one has claimed it.
     void claim();
 
+    /// Ends the claim.
+    void release() noexcept;
+
     /// Whether a writer has claimed the file.
     bool isClaimed() const;
 
@@ -72,6 +75,7 @@ private:
     DataFile(std::string&& name, int fileDescriptor) noexcept;
 
     struct stat status() const;
+    int tryToClaim() noexcept;
 
     std::string path;
     int descriptor;

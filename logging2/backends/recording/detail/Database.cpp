@@ -14,7 +14,7 @@ namespace {
 /// SQLite asks after so many instructions of its machine whether to go on.
 constexpr int instructionsPerAnswer = 10000;
 
-/// In these units. A check of everything takes less than 100 instructions per byte.
+/// In these units. A check of everything takes less than 10 instructions per byte.
 constexpr std::uint64_t leastWork = 1000;
 constexpr std::uint64_t bytesPerWork = instructionsPerAnswer / 200;
 
