@@ -46,6 +46,7 @@ std::unique_ptr<Run> open_recording(const std::string& directory) {
 }
 
 std::vector<RecordingEntry> list_recordings(const std::string& directory) {
+    detail::check_name(directory);
     std::vector<RecordingEntry> entries;
     try {
         for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {

@@ -17,9 +17,6 @@ namespace {
 
 constexpr const char* firstLine = "logging2 recording 1";
 
-/// The widest channel of a recording, so that no product of counts overflows.
-constexpr std::size_t greatestWidth = std::size_t{1} << 32;
-
 /// Words are separated by spaces, so a word's spaces, percent signs and control characters are
 /// written as a percent sign and two hexadecimal digits. An empty word is a lone percent sign.
 std::string escaped(const std::string& word) {
