@@ -139,9 +139,8 @@ std::unique_ptr<Database> opened_copy(const std::string& name, const char* logEn
         database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
         return database;
     } catch (const fs::filesystem_error& error) {
-        throw AccessFault(name,
-                          "cannot copy it and its log to the directory for temporary files: " +
-                              error.code().message());
+        throw AccessFault(name, "cannot copy it and its log to the directory TMPDIR, or /tmp: " +
+                                    error.code().message());
     }
 }
 
