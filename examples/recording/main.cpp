@@ -45,8 +45,11 @@ void record(cppmicroservices::BundleContext context) {
 
 void print_newest() {
     using namespace logging2::core;
-    const RecordingEntry newest = list_recordings("results").front();
-    const std::unique_ptr<Run> run = open_recording(newest.location);
+    const std::vector<RecordingEntry> recordings = list_recordings("results");
+    if (recordings.empty() || !recordings.front().fault.empty()) {
+        return; // none can be read
+    }
+    const std::unique_ptr<Run> run = open_recording(recordings.front().location);
     const auto [times, values, width] = run->series(ValuePath("ball.position"), 0.1, 0.2);
     for (std::size_t s = 0; s < times.size(); ++s) {
         std::cout << times[s] << ':';
@@ -75,7 +78,10 @@ int main() {
     foundation::install_and_start_vantrel_core();
     record(foundation::get_global_bundle_context());
     print_newest();
-    const std::string newest = logging2::core::list_recordings("results").front().location;
-    rescue(newest, newest + ".rescued");
+    const auto recordings = logging2::core::list_recordings("results");
+    if (!recordings.empty()) {
+        const std::string newest = recordings.front().location;
+        rescue(newest, newest + ".rescued.recording");
+    }
     foundation::stop_vantrel_core();
 }

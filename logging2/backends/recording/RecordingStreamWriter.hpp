@@ -53,8 +53,9 @@ public:
     /// is the name in the attributes, with an underscore for each character other than a letter,
     /// a digit, `.`, `-` and `_`; "run" if that is empty.
     ///
-    /// Throws std::invalid_argument if an option has no meaning or the buffers cannot hold one step
-    /// of each group, and RecordingError if the recording cannot be made.
+    /// Throws std::invalid_argument if an option has no meaning, a channel is wider than 2^32
+    /// doubles, or the buffers cannot hold one step of each group, and RecordingError if the
+    /// recording cannot be made.
     RecordingStreamWriter(const StreamingAttributes& attributes,
                           const SequenceMap<Group, LoggedPathsSetupData>& setup,
                           const RecordingOptions& options = {});

@@ -1,17 +1,18 @@
 #include <logging2/backends/recording/check_recording.hpp>
 
 #include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/AccessFault.hpp>
 #include <logging2/backends/recording/detail/ChunkCheck.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 #include <logging2/backends/recording/detail/Findings.hpp>
 #include <logging2/backends/recording/detail/IndexCheck.hpp>
 #include <logging2/backends/recording/detail/read_description.hpp>
 #include <logging2/backends/recording/detail/run_directory.hpp>
+#include <logging2/backends/recording/detail/text_streams.hpp>
 
 #include <algorithm>
 #include <limits>
 #include <optional>
-#include <sstream>
 
 namespace logging2::core {
 namespace {
@@ -34,6 +35,8 @@ public:
             if (findDescription()) {
                 checkData();
             }
+        } catch (const detail::AccessFault&) {
+            throw;
         } catch (const RecordingError& error) {
             findings.add(error);
         }
@@ -57,8 +60,8 @@ private:
     }
 
     void compareDescriptions() {
-        std::istringstream expected(text_of(description));
-        std::istringstream found(text_of(index.description()));
+        detail::TextReader expected(text_of(description));
+        detail::TextReader found(text_of(index.description()));
         std::string expectedLine;
         std::string foundLine;
         for (;;) {

@@ -30,16 +30,18 @@ struct RecordingCheck {
 };
 
 /// Compares everything in a recording with its hashes, the index with the data file, and what both
-/// say about the samples with the samples. It goes on after a fault as far as it can. Whatever the
-/// files hold, it neither fails nor needs more memory than they have bytes.
+/// say about the samples with the samples. It goes on after a fault as far as it can, whatever the
+/// files hold.
 ///
 /// The recording may still be written: the state at this moment is checked. Nothing in the
 /// directory is changed, and no write permission is needed. Bytes that do not belong to the run,
 /// such as discarded steps, are not checked.
 ///
-/// Reads all samples once. Memory: the rows of the index, and 256 steps of one signal. Any thread
-/// may call. Throws RecordingError if there is no such directory, and std::bad_alloc; everything
-/// else is a finding.
+/// Reads all samples once. Memory: the rows of the index, and 256 steps of one signal. If the index
+/// is damaged, its rows may take 100 times as many bytes as its file. Any thread may call. Throws
+/// RecordingError if there is no such directory, if the process lacks file descriptors or a
+/// directory for temporary files, or if a host is writing the recording on a network file system;
+/// and std::bad_alloc. Everything else is a finding.
 LOGGING2_RECORDING_EXPORT RecordingCheck check_recording(const std::string& directory,
                                                          const RecordingProgress& progress = {});
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <system_error>
 #include <tuple>
 
 namespace logging2::core {
@@ -24,8 +25,11 @@ RecordingEntry entry_of(const std::string& location) {
 }
 
 bool is_named_recording(const fs::directory_entry& entry) {
-    const bool hasSuffix = entry.path().extension() == detail::recordingSuffix;
-    return hasSuffix && entry.is_directory();
+    std::error_code unknown;
+    const fs::file_type type = entry.status(unknown).type();
+    // It has no type if the system does not tell, such as behind a loop of symbolic links.
+    const bool canBeDirectory = type == fs::file_type::directory || type == fs::file_type::none;
+    return canBeDirectory && entry.path().extension() == detail::recordingSuffix;
 }
 
 bool comes_before(const RecordingEntry& a, const RecordingEntry& b) {
@@ -42,6 +46,7 @@ std::unique_ptr<Run> open_recording(const std::string& directory) {
 }
 
 std::vector<RecordingEntry> list_recordings(const std::string& directory) {
+    detail::check_name(directory);
     std::vector<RecordingEntry> entries;
     try {
         for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {

@@ -14,8 +14,9 @@ namespace logging2::core {
 /// Run::refresh(). Nothing in the directory is changed, and no write permission is needed.
 ///
 /// Throws RecordingError, here and from the run's operations, if something is missing, is no
-/// recording, was written by a newer version, or is damaged. Whatever is read is compared with its
-/// hash first. Readers never make the writer wait.
+/// recording, was written by a newer version, or is damaged, and here also if a host is writing it
+/// on a network file system. Whatever is read is compared with its hash first. Readers never make
+/// the writer wait.
 LOGGING2_RECORDING_EXPORT std::unique_ptr<Run> open_recording(const std::string& directory);
 
 /// A recording in a directory of recordings.
@@ -23,7 +24,7 @@ struct RecordingEntry {
     /// The directory of the recording.
     std::string location;
 
-    /// What is known about the run; only the defaults if it is damaged.
+    /// What is known about the run; only the defaults if it cannot be opened.
     RunInfo info;
 
     /// Why the recording cannot be opened; empty if it can.

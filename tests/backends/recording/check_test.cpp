@@ -277,7 +277,7 @@ TEST_F(CheckRecordingTest, unreadableFilesAreFindings) {
     fs::permissions(index(), fs::perms::none);
     fs::permissions(samples(), fs::perms::none);
     EXPECT_THAT(findings(),
-                ElementsAre(AllOf(StartsWith(index().string()), HasSubstr("unable to open")),
+                ElementsAre(AllOf(StartsWith(index().string()), HasSubstr("Permission denied")),
                             AllOf(StartsWith(samples().string()), HasSubstr("Permission denied"))));
 }
 

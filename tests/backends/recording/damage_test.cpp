@@ -92,7 +92,7 @@ TEST_F(RecordingDamageTest, dataFileOfANewerVersionIsRefused) {
 
 TEST_F(RecordingDamageTest, missingTableIsDamage) {
     run_sql(index(), "DROP TABLE chunk");
-    expectDamage(index(), "no such table: chunk");
+    expectDamage(index(), "it is damaged: the table \"chunk\" is missing");
 }
 
 TEST_F(RecordingDamageTest, missingChunkIsDamage) {

@@ -45,6 +45,21 @@ TEST_F(RecordingFailingCallsTest, failedConstructionLeavesNothing) {
     }
 }
 
+TEST_F(RecordingFailingCallsTest, readersThatLockTheNewFileAreWaitedFor) {
+    const FailingCalls calls(Call::lock, "samples.bin", {fails(EWOULDBLOCK), fails(EWOULDBLOCK)});
+    EXPECT_NO_THROW(makeWriter());
+    EXPECT_GE(calls.count(), 3U);
+}
+
+TEST_F(RecordingFailingCallsTest, fileIsClaimedBeforeThereIsAnIndex) {
+    const FailingCalls locks(Call::lock, "samples.bin", {});
+    std::size_t lockCount = 0;
+    const FailingCalls opens(Call::open, "index.sqlite",
+                             {works([&] { lockCount = locks.count(); })});
+    const auto writer = makeWriter();
+    EXPECT_EQ(lockCount, 1U);
+}
+
 TEST_F(RecordingFailingCallsTest, nameThatIsTakenIsDrawnAgain) {
     const FailingCalls calls(Call::makeDirectory, ".recording", {fails(EEXIST), fails(EEXIST)});
     const auto writer = makeWriter();

@@ -1,5 +1,6 @@
 #include <tests/backends/recording/recordings.hpp>
 
+#include <tests/support/OrdinaryPermissions.hpp>
 #include <tests/support/files.hpp>
 
 namespace logging2::core::test {
@@ -75,6 +76,22 @@ TEST_F(ListRecordingsTest, otherFilesAndDirectoriesAreLeftOut) {
     fs::create_directory(directory.path() / "empty.recording");
     EXPECT_EQ(locations(), (std::vector<std::string>{
                                location, (directory.path() / "empty.recording").string()}));
+}
+
+TEST_F(ListRecordingsTest, entryThatCannotBeEnteredHasAFault) {
+    const std::string location = record("a");
+    fs::create_symlink("loop.recording", directory.path() / "loop.recording");
+    fs::create_symlink("nowhere", directory.path() / "nowhere.recording");
+    fs::create_directories(directory.path() / "locked" / "b.recording");
+    fs::create_symlink("locked/b.recording", directory.path() / "b.recording");
+    const OrdinaryPermissions ordinary;
+    fs::permissions(directory.path() / "locked", fs::perms::none);
+    const auto entries = list_recordings(options.directory);
+    fs::permissions(directory.path() / "locked", fs::perms::owner_all);
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[0].location, location);
+    EXPECT_THAT(entries[1].fault, HasSubstr("b.recording: cannot open it: Permission denied"));
+    EXPECT_THAT(entries[2].fault, HasSubstr("loop.recording: cannot open it: Too many levels"));
 }
 
 TEST_F(ListRecordingsTest, missingDirectoryIsAnError) {

@@ -8,6 +8,7 @@
 namespace logging2::core::test {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -33,6 +34,34 @@ protected:
 TEST_F(RecordingOptionsTest, directoryMustBeNamed) {
     options.directory = "";
     expectRefusal("RecordingOptions::directory is empty");
+}
+
+TEST_F(RecordingOptionsTest, directoryHasNoZeroByte) {
+    options.directory += std::string("/a\0b", 4);
+    expectRefusal("RecordingOptions::directory has a zero byte");
+}
+
+TEST_F(RecordingOptionsTest, enumerationsHaveOneOfTheirValues) {
+    options.durability = static_cast<Durability>(77);
+    expectRefusal("RecordingOptions::durability");
+    options.durability = Durability::process;
+    options.compression = static_cast<Compression>(77);
+    expectRefusal("RecordingOptions::compression");
+}
+
+TEST_F(RecordingOptionsTest, channelsHaveAGreatestWidth) {
+    options.bufferByteCount = std::numeric_limits<std::size_t>::max();
+    for (const std::size_t width :
+         {(std::size_t{1} << 32) + 1, (std::size_t{1} << 61) - 1, std::size_t{1} << 61,
+          std::numeric_limits<std::size_t>::max()}) {
+        const GroupSetup setup{
+            {Group(4), LoggedPathsSetupData(paths({{"x", 1}}), channels({{1, 1}, {2, width}}))}};
+        EXPECT_THAT([&] { makeWriter(setup); },
+                    ThrowsMessage<std::invalid_argument>(AllOf(HasSubstr("channel 2 of group 4"),
+                                                               HasSubstr(std::to_string(width)),
+                                                               HasSubstr("at most 4294967296"))));
+        EXPECT_THAT(directory.names(), IsEmpty());
+    }
 }
 
 TEST_F(RecordingOptionsTest, modeMustLetTheOwnerIn) {

@@ -21,6 +21,14 @@ TEST_F(RebuildRecordingTest, recordingThatIsBeingWrittenIsRefused) {
     EXPECT_THAT(made.names(), IsEmpty());
 }
 
+TEST_F(RebuildRecordingTest, flushedRunNeedsNoEndOfItsWriter) {
+    const auto writer = makeWriter();
+    location = writer->location();
+    writeTimes(*writer, {1.0});
+    writer->flush();
+    EXPECT_THAT(timesOf(*rebuilt()), ElementsAre(1.0));
+}
+
 TEST_F(RebuildRecordingTest, existingPlaceIsRefusedAndLeftAlone) {
     record([](auto& writer) { writeTimes(writer, {1.0}); });
     fs::create_directory(newName());

@@ -2,6 +2,7 @@
 #include <tests/backends/recording/same_runs.hpp>
 
 #include <tests/support/FailingCalls.hpp>
+#include <tests/support/files.hpp>
 
 #include <cerrno>
 #include <filesystem>
@@ -62,6 +63,19 @@ TEST_F(RescueFailuresTest, anyWriteMayFailAndThenNothingIsLeft) {
             fs::remove_all(newName());
         }
         EXPECT_GT(failureCount, 1U) << file;
+    }
+}
+
+TEST_F(RescueFailuresTest, newRecordingIsEnded) {
+    for (const bool rebuilds : {false, true}) {
+        const FailingCalls calls(Call::truncate, "samples.bin", {});
+        rebuilds ? static_cast<void>(rebuild()) : copy();
+        // The reserved room is given back.
+        EXPECT_EQ(calls.count(), 1U);
+        // The file says that it needs no log.
+        constexpr std::size_t formatOffset = 18;
+        EXPECT_EQ(bytesOf(newName() + "/index.sqlite").substr(formatOffset, 2), "\1\1");
+        fs::remove_all(newName());
     }
 }
 

@@ -1,5 +1,8 @@
 #include <tests/backends/recording/recordings.hpp>
 
+#include <tests/support/NoDescriptors.hpp>
+#include <tests/support/OrdinaryPermissions.hpp>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -143,6 +146,15 @@ TEST_F(RecordingRunTest, groupsOfAnyIdCanBeWritten) {
     }
 }
 
+TEST_F(RecordingRunTest, overviewOfTooManyBucketsIsRefused) {
+    const auto writer = makeWriter(twoGroups());
+    const auto run = open(*writer);
+    for (const char* path : {"x", "z", "nothing"}) {
+        EXPECT_THAT([&] { run->overview(ValuePath(path), 0.0, 1.0, ~std::size_t{0}); },
+                    ThrowsMessage<std::invalid_argument>(HasSubstr("an overview has at most")));
+    }
+}
+
 TEST_F(RecordingRunTest, unknownPathIsNamedInTheError) {
     const auto writer = makeWriter();
     const auto run = open(*writer);
@@ -274,7 +286,44 @@ TEST_F(RecordingRunTest, copyOfAnIndexNeedsADirectoryForTemporaryFiles) {
         std::filesystem::copy(writer->location() + "/" + name, other.path());
     }
     setenv("TMPDIR", (other.path() / "missing").c_str(), 1); // NOLINT(concurrency-mt-unsafe)
-    EXPECT_THROW(open_recording(other.path().string()), RecordingError);
+    const std::string index = (other.path() / "index.sqlite").string();
+    const auto isNamed = ThrowsMessage<RecordingError>(
+        HasSubstr(index + ": cannot copy it and its log to the directory TMPDIR"));
+    EXPECT_THAT([&] { open_recording(other.path().string()); }, isNamed);
+    EXPECT_THAT([&] { check_recording(other.path().string()); }, isNamed);
+    unsetenv("TMPDIR"); // NOLINT(concurrency-mt-unsafe)
+}
+
+TEST_F(RecordingRunTest, missingDescriptorsAreNoDamage) {
+    const auto writer = makeWriter();
+    writer->flush();
+    const NoDescriptors none;
+    const auto isNamed = ThrowsMessage<RecordingError>(HasSubstr("Too many open files"));
+    EXPECT_THAT([&] { open(*writer); }, isNamed);
+    EXPECT_THAT([&] { check_recording(writer->location()); }, isNamed);
+}
+
+TEST_F(RecordingRunTest, directoryWithoutPermissionIsNamed) {
+    const auto writer = makeWriter();
+    writer->flush();
+    const OrdinaryPermissions ordinary;
+    std::filesystem::permissions(writer->location(), std::filesystem::perms::none);
+    EXPECT_THAT([&] { open(*writer); },
+                ThrowsMessage<RecordingError>(HasSubstr("cannot open it: Permission denied")));
+    std::filesystem::permissions(writer->location(), std::filesystem::perms::owner_all);
+}
+
+TEST_F(RecordingRunTest, zeroByteInANameIsNotTakenForItsEnd) {
+    const auto writer = makeWriter();
+    writer->flush();
+    const std::string name = writer->location() + std::string("\0x", 2);
+    const std::string newName = options.directory + std::string("/new\0x", 6);
+    const auto isRefused = ThrowsMessage<RecordingError>(HasSubstr("zero byte"));
+    EXPECT_THAT([&] { open_recording(name); }, isRefused);
+    EXPECT_THAT([&] { check_recording(name); }, isRefused);
+    EXPECT_THAT([&] { copy_recording(writer->location(), newName); }, isRefused);
+    EXPECT_THAT([&] { rebuild_recording(writer->location(), newName); }, isRefused);
+    EXPECT_THAT([&] { list_recordings(options.directory + std::string("\0x", 2)); }, isRefused);
 }
 
 TEST_F(RecordingRunTest, summaryTellsHowManyBytesTheValuesTake) {

@@ -1,12 +1,14 @@
 #include <logging2/backends/recording/detail/DataFile.hpp>
 
-#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/AccessFault.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <limits>
 #include <system_error>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -27,6 +29,9 @@ namespace {
 /// What is reserved ahead grows with the file, up to this.
 constexpr std::uint64_t leastReserve = std::uint64_t{1} << 20;
 constexpr std::uint64_t greatestReserve = std::uint64_t{64} << 20;
+
+/// Readers lock a file for a moment to see whether it is claimed.
+constexpr int greatestAttemptCount = 2000;
 
 constexpr std::uint32_t ext4Magic = 0xef53;
 
@@ -53,6 +58,9 @@ void advance(std::array<iovec, 2>& places, std::size_t byteCount) {
 int open_or_throw(const std::string& name, int flags, mode_t mode, const char* what) {
     const int descriptor = repeated([&] { return ::open(name.c_str(), flags | O_CLOEXEC, mode); });
     if (descriptor == -1) {
+        if (is_access_fault(errno)) {
+            throw AccessFault(name, std::string("cannot ") + what + ": " + text_of_error(errno));
+        }
         fail(name, what, errno);
     }
     return descriptor;
@@ -74,7 +82,12 @@ DataFile DataFile::create(const std::string& name, mode_t mode) {
 }
 
 DataFile DataFile::open(const std::string& name) {
-    return {std::string(name), open_or_throw(name, O_RDONLY, 0, "open it")};
+    // Opening a named pipe would otherwise wait for somebody who writes to it.
+    DataFile file(std::string(name), open_or_throw(name, O_RDONLY | O_NONBLOCK, 0, "open it"));
+    if (!S_ISREG(file.status().st_mode)) {
+        throw RecordingError(name, "it is not a regular file");
+    }
+    return file;
 }
 
 DataFile::DataFile(std::string&& name, int fileDescriptor) noexcept
@@ -198,9 +211,20 @@ void DataFile::failTooShort() const {
 }
 
 void DataFile::claim() {
-    if (repeated([this] { return flock(descriptor, LOCK_EX | LOCK_NB); }) == -1) {
-        fail(path, "lock it for writing", errno);
+    for (int attempt = 1; tryToClaim() == -1; ++attempt) {
+        if (errno != EWOULDBLOCK || attempt == greatestAttemptCount) {
+            fail(path, "lock it for writing", errno);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+}
+
+int DataFile::tryToClaim() noexcept {
+    return repeated([this] { return flock(descriptor, LOCK_EX | LOCK_NB); });
+}
+
+void DataFile::release() noexcept {
+    flock(descriptor, LOCK_UN);
 }
 
 bool DataFile::isClaimed() const {

@@ -77,6 +77,9 @@ public:
     /// another one has claimed it.
     void claim();
 
+    /// Ends the claim.
+    void release() noexcept;
+
     /// Whether a writer has claimed the file.
     bool isClaimed() const;
 
@@ -89,6 +92,7 @@ private:
 
     struct stat status() const;
     [[noreturn]] void failTooShort() const;
+    int tryToClaim() noexcept;
 
     std::string path;
     int descriptor;

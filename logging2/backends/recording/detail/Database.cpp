@@ -1,11 +1,40 @@
 #include <logging2/backends/recording/detail/Database.hpp>
 
+#include <logging2/backends/recording/detail/AccessFault.hpp>
+
 #include <limits>
+#include <system_error>
 #include <utility>
 
 #include <sqlite3.h>
 
 namespace logging2::core::detail {
+namespace {
+
+/// SQLite asks after so many instructions of its machine whether to go on.
+constexpr int instructionsPerAnswer = 10000;
+
+/// In these units. A check of everything takes less than 10 instructions per byte.
+constexpr std::uint64_t leastWork = 1000;
+constexpr std::uint64_t bytesPerWork = instructionsPerAnswer / 200;
+
+int is_too_much(void* leftWork) {
+    auto& left = *static_cast<std::uint64_t*>(leftWork);
+    left -= left == 0 ? 0 : 1;
+    return left == 0 ? 1 : 0;
+}
+
+std::uint64_t byte_count_of(sqlite3* database, int fileOperation) noexcept {
+    sqlite3_file* file = nullptr;
+    sqlite3_int64 count = 0;
+    sqlite3_file_control(database, nullptr, fileOperation, &file);
+    const bool isOpen = file != nullptr && file->pMethods != nullptr;
+    return isOpen && file->pMethods->xFileSize(file, &count) == SQLITE_OK
+               ? static_cast<std::uint64_t>(count)
+               : 0;
+}
+
+} // namespace
 
 void CloseDatabase::operator()(sqlite3* database) const noexcept {
     sqlite3_close_v2(database);
@@ -37,7 +66,39 @@ void Database::check(int resultCode) const {
     if (resultCode == SQLITE_READONLY_RECOVERY) {
         throw SharedMemoryFault(path, "the shared memory of its log is damaged");
     }
+    if (resultCode == SQLITE_INTERRUPT) {
+        throw RecordingError(path, "it is damaged: reading it takes too long");
+    }
+    const int error = sqlite3_system_errno(connection.get());
+    if ((resultCode & 0xff) == SQLITE_CANTOPEN && error != 0) {
+        const std::string cause = "cannot open it: " + std::generic_category().message(error);
+        if (is_access_fault(error)) {
+            throw AccessFault(path, cause);
+        }
+        throw RecordingError(path, cause);
+    }
     throw RecordingError(path, sqlite3_errmsg(connection.get()));
+}
+
+void Database::distrust() {
+    sqlite3* const database = connection.get();
+    sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    leftWork = std::make_unique<std::uint64_t>(leastWork);
+    sqlite3_progress_handler(database, instructionsPerAnswer, is_too_much, leftWork.get());
+}
+
+void Database::renewWork() noexcept {
+    if (leftWork) {
+        *leftWork = leastWork + byteCount() / bytesPerWork;
+    }
+}
+
+std::uint64_t Database::byteCount() const noexcept {
+    return byte_count_of(connection.get(), SQLITE_FCNTL_FILE_POINTER) +
+           byte_count_of(connection.get(), SQLITE_FCNTL_JOURNAL_POINTER);
 }
 
 void Database::execute(const char* statements) {
@@ -147,6 +208,7 @@ void begin_reading(Database& database) {
     for (int attempt = 1;; ++attempt) {
         try {
             // The transaction begins with its first query.
+            database.renewWork();
             database.execute("BEGIN; SELECT count(*) FROM sqlite_schema");
             return;
         } catch (const SharedMemoryFault&) {

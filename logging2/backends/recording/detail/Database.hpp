@@ -47,13 +47,24 @@ public:
     /// The first value of a query's first row as an integer; 0 if there is no row.
     std::int64_t integer(const char* query);
 
+    /// From now on, a read transaction that takes far more steps than reading everything in the
+    /// file throws, and nothing but tables can be read: the file may have been made to stop its
+    /// readers.
+    void distrust();
+
+    /// Begins to count the steps anew.
+    void renewWork() noexcept;
+
     /// Throws if the result code is none of success.
     void check(int resultCode) const;
 
     sqlite3* get() const noexcept { return connection.get(); }
 
 private:
+    std::uint64_t byteCount() const noexcept;
+
     std::string path;
+    std::unique_ptr<std::uint64_t> leftWork; ///< if the file is not trusted
     std::unique_ptr<sqlite3, CloseDatabase> connection;
 };
 

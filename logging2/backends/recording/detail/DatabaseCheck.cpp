@@ -3,36 +3,11 @@
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
+#include <logging2/backends/recording/detail/index_schema.hpp>
 
-#include <set>
-#include <tuple>
-
-#include <sqlite3.h>
+#include <vector>
 
 namespace logging2::core::detail {
-namespace {
-
-/// The kinds, names and definitions of everything in the database.
-using Schema = std::set<std::tuple<std::string, std::string, std::string>>;
-
-Schema schema_of(Database& database) {
-    Schema schema;
-    Statement query(database, "SELECT type, name, sql FROM sqlite_schema");
-    while (query.step()) {
-        schema.emplace(query.text(0), query.text(1), query.text(2));
-    }
-    return schema;
-}
-
-/// A database with the tables of an index.
-Database empty_index() {
-    Database memory(":memory:", ":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY);
-    memory.execute(indexSchema);
-    return memory;
-}
-
-} // namespace
-
 DatabaseCheck::DatabaseCheck(Database& index, Findings& foundFaults, std::uint64_t greatestRowCount)
     : database(index),
       findings(foundFaults),
@@ -66,21 +41,11 @@ bool DatabaseCheck::hasFormat() {
 }
 
 bool DatabaseCheck::hasSchema() {
-    const Schema found = schema_of(database);
-    Database empty = empty_index();
-    const Schema expected = schema_of(empty);
-    for (const auto& entry : found) {
-        if (expected.count(entry) == 0) {
-            add("its " + std::get<0>(entry) + " \"" + std::get<1>(entry) +
-                "\" is not that of a recording");
-        }
+    const std::vector<std::string> faults = schema_faults(database);
+    for (const std::string& fault : faults) {
+        add(fault);
     }
-    for (const auto& entry : expected) {
-        if (found.count(entry) == 0) {
-            add("the table \"" + std::get<1>(entry) + "\" is missing");
-        }
-    }
-    return found == expected;
+    return faults.empty();
 }
 
 void DatabaseCheck::checkIntegrity() {

@@ -1,5 +1,6 @@
 #include <logging2/backends/recording/detail/Description.hpp>
 
+#include <logging2/backends/recording/detail/text_streams.hpp>
 #include <logging2/ids/identifiers.hpp>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <cstdio>
 #include <ctime>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <tuple>
 
@@ -16,9 +16,6 @@ namespace logging2::core::detail {
 namespace {
 
 constexpr const char* firstLine = "logging2 recording 1";
-
-/// The widest channel of a recording, so that no product of counts overflows.
-constexpr std::size_t greatestWidth = std::size_t{1} << 32;
 
 /// Words are separated by spaces, so a word's spaces, percent signs and control characters are
 /// written as a percent sign and two hexadecimal digits. An empty word is a lone percent sign.
@@ -63,7 +60,7 @@ std::string unescaped(const std::string& word) {
     return result;
 }
 
-std::string word_of(std::istringstream& line) {
+std::string word_of(TextReader& line) {
     std::string word;
     if (!(line >> word)) {
         throw std::runtime_error("a word is missing");
@@ -71,7 +68,7 @@ std::string word_of(std::istringstream& line) {
     return unescaped(word);
 }
 
-std::size_t number_of(std::istringstream& line) {
+std::size_t number_of(TextReader& line) {
     const std::string word = word_of(line);
     std::size_t value = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
@@ -88,7 +85,7 @@ DescribedGroup& last_group(Description& description) {
     return description.groups.back();
 }
 
-void read_channel(std::istringstream& line, DescribedGroup& group) {
+void read_channel(TextReader& line, DescribedGroup& group) {
     const std::size_t number = number_of(line);
     const std::size_t width = number_of(line);
     if (width > greatestWidth) {
@@ -97,7 +94,7 @@ void read_channel(std::istringstream& line, DescribedGroup& group) {
     group.channels.push_back({number, width});
 }
 
-void read_path(std::istringstream& line, DescribedGroup& group) {
+void read_path(TextReader& line, DescribedGroup& group) {
     const std::size_t channel = number_of(line);
     if (channel >= group.channels.size()) {
         throw std::runtime_error("a path shows a channel that its group has not");
@@ -106,8 +103,7 @@ void read_path(std::istringstream& line, DescribedGroup& group) {
 }
 
 void read_line(const std::string& text, Description& description) {
-    std::istringstream line(text);
-    line.exceptions(std::ios::badbit);
+    TextReader line(text);
     const std::string kind = word_of(line);
     const std::map<std::string, std::string*> words{
         {"id", &description.id},           {"name", &description.name},
@@ -131,12 +127,6 @@ void read_line(const std::string& text, Description& description) {
         throw std::runtime_error("too many words");
     }
 }
-
-/// A stream that throws if there is no memory; by default it would leave something out.
-class TextStream : public std::ostringstream {
-public:
-    TextStream() { exceptions(std::ios::badbit); }
-};
 
 std::vector<DescribedPath> paths_of(const LoggedPathsSetupData& setup,
                                     std::set<std::string>& known) {
@@ -183,7 +173,7 @@ std::vector<std::size_t> widths_of(const DescribedGroup& group) {
 }
 
 std::string text_of(const Description& description) {
-    TextStream text;
+    TextWriter text;
     text << firstLine << "\nid " << escaped(description.id) << "\nname "
          << escaped(description.name) << "\nstart " << escaped(description.start) << "\nhost "
          << escaped(description.host) << "\nprocess " << escaped(description.process)
@@ -205,8 +195,7 @@ std::string text_of(const Description& description) {
 
 Description description_of(const std::string& text) {
     Description description;
-    std::istringstream lines(text);
-    lines.exceptions(std::ios::badbit);
+    TextReader lines(text);
     std::string line;
     if (!std::getline(lines, line) || line != firstLine) {
         throw std::runtime_error("the description does not begin as that of a recording");
@@ -256,7 +245,7 @@ std::chrono::system_clock::time_point time_of(const std::string& text) {
 }
 
 std::string new_uuid() {
-    TextStream text;
+    TextWriter text;
     text << get_unique_id();
     return text.str();
 }

@@ -13,6 +13,9 @@
 
 namespace logging2::core::detail {
 
+/// The widest channel of a recording, so that no product of counts overflows.
+constexpr std::size_t greatestWidth = std::size_t{1} << 32;
+
 /// A channel of a described group.
 struct DescribedChannel {
     std::size_t number = 0; ///< the value of its CoreDataId

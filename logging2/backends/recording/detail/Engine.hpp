@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -163,7 +164,7 @@ private:
     static void takeRows(GroupBuffer& group, Commit& commit, std::vector<Taken>& taken);
     void giveBackBlocks(std::size_t count);
     std::optional<UnstoredSample> firstUnstored(const Commit& commit) const;
-    std::exception_ptr failureOf(const Batch& batch, const char* cause) const noexcept;
+    std::exception_ptr failureOf(const Batch& batch, std::string_view cause) const noexcept;
     void keepFailure(const Batch& batch, std::exception_ptr thrown) noexcept;
     void stopThread();
     void endInterrupted() noexcept;

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <new>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace logging2::core::detail {
@@ -129,10 +131,15 @@ std::optional<UnstoredSample> Engine::firstUnstored(const Commit& commit) const 
 }
 
 /// What the next call throws because of the cause; std::bad_alloc if there is no memory for it.
-std::exception_ptr Engine::failureOf(const Batch& batch, const char* cause) const noexcept {
+std::exception_ptr Engine::failureOf(const Batch& batch, std::string_view cause) const noexcept {
     try {
-        return std::make_exception_ptr(RecordingError(
-            location, cause, batch.isStored ? std::nullopt : firstUnstored(batch.commit)));
+        // The file is named without its directory, which the error names anyway.
+        const bool isFileHere =
+            cause.substr(0, location.size()) == location && cause.substr(location.size(), 1) == "/";
+        cause.remove_prefix(isFileHere ? location.size() + 1 : 0);
+        return std::make_exception_ptr(
+            RecordingError(location, std::string(cause),
+                           batch.isStored ? std::nullopt : firstUnstored(batch.commit)));
     } catch (const std::exception&) { // Two failures at once. GCOVR_EXCL_START
         return std::current_exception();
     } // GCOVR_EXCL_STOP

@@ -1,7 +1,8 @@
 #include <logging2/backends/recording/detail/Findings.hpp>
 
+#include <logging2/backends/recording/detail/text_streams.hpp>
+
 #include <algorithm>
-#include <sstream>
 #include <utility>
 
 namespace logging2::core::detail {
@@ -39,7 +40,7 @@ std::string text_of_steps(std::size_t firstStep, std::size_t stepCount) {
 }
 
 std::string text_of_difference(const std::string& name, double expected, double found) {
-    std::ostringstream text;
+    TextWriter text;
     text.precision(17);
     text << name << " is " << found << " instead of " << expected;
     return text.str();

@@ -1,6 +1,7 @@
 #include <logging2/backends/recording/detail/IndexCheck.hpp>
 
 #include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/AccessFault.hpp>
 #include <logging2/backends/recording/detail/DatabaseCheck.hpp>
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
 #include <logging2/backends/recording/detail/open_index.hpp>
@@ -30,13 +31,16 @@ bool is_state(const std::string& text) {
 } // namespace
 
 IndexCheck::IndexCheck(const std::string& directory, Findings& foundFaults)
-    : name(directory + "/index.sqlite"),
+    : location(directory),
+      name(directory + "/index.sqlite"),
       findings(foundFaults) {}
 
 void IndexCheck::read() {
     try {
-        database = open_index(name);
+        database = open_index(location);
         readOpened();
+    } catch (const AccessFault&) {
+        throw;
     } catch (const RecordingError& error) {
         findings.add(error);
     }

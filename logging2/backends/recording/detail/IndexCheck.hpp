@@ -50,7 +50,8 @@ private:
     template <class Action>
     void forEachRow(const std::string& query, Action action);
 
-    std::string name;
+    std::string location;
+    std::string name; ///< of the index
     Findings& findings;
     std::unique_ptr<Database> database;
     std::uint64_t greatestRowCount = 0; ///< of a table

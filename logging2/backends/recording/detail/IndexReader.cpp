@@ -3,6 +3,7 @@
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/IndexWriter.hpp>
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
+#include <logging2/backends/recording/detail/index_schema.hpp>
 #include <logging2/backends/recording/detail/open_index.hpp>
 #include <logging2/backends/recording/detail/row_hashes.hpp>
 
@@ -30,8 +31,10 @@ std::uint64_t hash_sum_of(std::vector<ChunkRow>::const_iterator first,
 
 } // namespace
 
-IndexReader::IndexReader(const std::string& directory) : name(directory + "/index.sqlite") {
-    database = open_index(name);
+IndexReader::IndexReader(const std::string& directory)
+    : location(directory),
+      name(directory + "/index.sqlite") {
+    database = open_index(location);
     checkFormat();
 }
 
@@ -47,6 +50,10 @@ void IndexReader::checkFormat() {
     }
     if (database->integer("PRAGMA user_version") > formatVersion) {
         fail("it was written by a newer version of logging2");
+    }
+    // Nothing else may be asked of a database that could hold anything.
+    if (const auto faults = schema_faults(*database); !faults.empty()) {
+        fail("it is damaged: " + faults.front());
     }
 }
 
@@ -129,7 +136,7 @@ void IndexReader::refresh(IndexState& state) {
     try {
         refreshOnce(state);
     } catch (const SharedMemoryFault&) {
-        database = open_index(name);
+        database = open_index(location);
         refreshOnce(state);
     }
 }

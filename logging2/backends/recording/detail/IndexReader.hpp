@@ -57,7 +57,8 @@ private:
     void checkChunks(std::size_t position, const StoredGroup& group) const;
     [[noreturn]] void fail(const std::string& what) const;
 
-    std::string name;
+    std::string location;
+    std::string name; ///< of the index
     std::unique_ptr<Database> database;
     std::uint64_t greatestRowCount = 0; ///< of a table
     std::size_t groupCount = 0;

@@ -5,6 +5,7 @@
 #include <logging2/backends/recording/detail/row_hashes.hpp>
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 namespace logging2::core::detail {
 namespace {
@@ -92,14 +93,56 @@ IndexWriter::IndexWriter(const std::string& name, mode_t mode, Durability durabi
     describe(description, revision);
     transaction.commit();
     announce();
+    rememberLog();
 }
 
-void IndexWriter::checkPlace() const {
+void IndexWriter::checkPlace() {
     int hasMoved = 0;
     sqlite3_file_control(connection.get(), nullptr, SQLITE_FCNTL_HAS_MOVED, &hasMoved);
     if (hasMoved != 0) {
         throw RecordingError(connection.name(), "it was deleted or moved");
     }
+    if (hasLog && presentLog() != log) {
+        restoreLog();
+    }
+}
+
+IndexWriter::LogFiles IndexWriter::presentLog() const {
+    LogFiles files{};
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        struct stat file {};
+        if (::stat((connection.name() + (i == 0 ? "-wal" : "-shm")).c_str(), &file) == 0) {
+            files[i] = {file.st_dev, file.st_ino};
+        }
+    }
+    return files;
+}
+
+void IndexWriter::rememberLog() {
+    const LogFiles files = presentLog();
+    for (const auto& file : files) {
+        if (hasLog && file == LogFiles::value_type()) {
+            throw RecordingError(connection.name(), "its log cannot be found");
+        }
+    }
+    log = files;
+}
+
+/// The connection still holds the files that lost their names.
+void IndexWriter::restoreLog() {
+    try {
+        // First what works while somebody reads.
+        connection.execute("PRAGMA wal_checkpoint(PASSIVE)");
+        connection.execute("PRAGMA journal_mode = DELETE");
+        connection.execute("PRAGMA journal_mode = WAL");
+    } catch (const RecordingError&) {
+        throw RecordingError(
+            connection.name(),
+            std::string("its log was deleted or moved, and cannot be made again: ") +
+                sqlite3_errmsg(connection.get()));
+    }
+    announce();
+    rememberLog();
 }
 
 void IndexWriter::describe(const Description& description, std::uint64_t revision) {

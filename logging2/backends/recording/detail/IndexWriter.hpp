@@ -30,7 +30,9 @@ public:
     Database& database() noexcept { return connection; }
 
     /// Throws if the index was deleted or moved, so that nobody could find what is written to it.
-    void checkPlace() const;
+    /// If its log was, brings what the log holds into the index and makes a new log; throws if that
+    /// fails, because somebody reads the index for example.
+    void checkPlace();
 
     /// Adds a chunk, which is its group's last one.
     void add(const ChunkRow& chunk);
@@ -66,6 +68,12 @@ private:
     void describe(const Description& description, std::uint64_t revision);
     void describeGroup(std::size_t position, const DescribedGroup& group);
     void setValue(std::string_view key, std::string_view value);
+    void rememberLog();
+    void restoreLog();
+
+    /// Devices and inodes of the log and its shared memory.
+    using LogFiles = std::array<std::pair<dev_t, ino_t>, 2>;
+    LogFiles presentLog() const;
 
     Database connection;
     Statement addChunk;
@@ -78,6 +86,7 @@ private:
     Statement readCommit;
     std::uint64_t commitCount = 0;
     bool hasLog;
+    LogFiles log{}; ///< when it was made
 };
 
 /// The statements that make the tables.

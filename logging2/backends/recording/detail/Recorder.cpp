@@ -25,6 +25,13 @@ bool is_remote(const std::string& directory) {
                                 static_cast<std::uint32_t>(status.f_type)) != remote.end();
 }
 
+/// A new data file, claimed before there is an index by which readers find it.
+DataFile claimed_file(const std::string& name, mode_t mode) {
+    DataFile file = DataFile::create(name, mode);
+    file.claim();
+    return file;
+}
+
 } // namespace
 
 bool allows_live_readers(const std::string& directory) {
@@ -36,12 +43,11 @@ Recorder::Recorder(const std::string& directory, const RecordingOptions& options
     : durability(options.durability),
       heldBack(options.heldBackSteps),
       run(run_id_of(description.id)),
-      data(DataFile::create(directory + "/samples.bin", options.mode & 0666)),
+      data(claimed_file(directory + "/samples.bin", options.mode & 0666)),
       index(directory + "/index.sqlite", options.mode, options.durability,
             allows_live_readers(directory), description, firstRevision),
       chunkWriter(data, options.compression),
       revision(firstRevision) {
-    data.claim();
     data.reserveAhead();
     for (const DescribedGroup& group : description.groups) {
         groups.push_back({ChunkEncoder(widths_of(group)), {}});
@@ -121,6 +127,7 @@ void Recorder::publish() {
     if (hasEnded) {
         index.finish();
         data.giveBackReserved();
+        data.release();
     }
 }
 

@@ -18,6 +18,15 @@ void check_range(double from, double to, std::size_t bucketCount) {
     }
 }
 
+/// The numbers of an overview are in vectors.
+void check_bucket_count(std::size_t bucketCount, std::size_t width) {
+    const std::size_t greatest = std::vector<double>().max_size() / std::max(width, std::size_t{1});
+    if (bucketCount > greatest) {
+        throw std::invalid_argument("an overview has at most " + std::to_string(greatest) +
+                                    " buckets");
+    }
+}
+
 } // namespace
 
 RecordingRun::RecordingRun(const std::string& directory)
@@ -188,6 +197,7 @@ Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, 
                                 std::size_t bucketCount) const {
     check_range(from, to, bucketCount);
     const Place place = placeOf(path);
+    check_bucket_count(bucketCount, place.width);
     OverviewBuilder builder(from, to, bucketCount, place.width);
     for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
         const std::shared_ptr<OpenChunk> chunk = chunks.open(*span.chunk);

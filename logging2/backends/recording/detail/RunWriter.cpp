@@ -49,6 +49,7 @@ void RunWriter::write() {
     last.showAll = true;
     last.end = content.end;
     recorder.commit(last);
+    recorder.publish();
 }
 
 void RunWriter::writeGroup(std::size_t group) {

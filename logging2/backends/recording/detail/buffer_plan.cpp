@@ -38,6 +38,18 @@ void check_byte_count(std::size_t byteCount, const std::vector<std::size_t>& row
     }
 }
 
+/// Throws if a channel is so wide that counts of its bytes could overflow.
+void check_widths(const DescribedGroup& group) {
+    for (const DescribedChannel& channel : group.channels) {
+        if (channel.width > greatestWidth) {
+            throw std::invalid_argument(
+                "channel " + std::to_string(channel.number) + " of group " +
+                std::to_string(group.id) + " has the width " + std::to_string(channel.width) +
+                ", but channels of a recording have at most " + std::to_string(greatestWidth));
+        }
+    }
+}
+
 /// The blocks of several groups together should fit into a core's cache, unless they become so
 /// small that the cost of a chunk counts.
 constexpr std::size_t cachedByteCount = std::size_t{4} * 1024 * 1024;
@@ -65,6 +77,7 @@ std::vector<std::size_t> row_capacities(const RecordingOptions& options,
     if (groups.empty()) {
         return capacities;
     }
+    std::for_each(groups.begin(), groups.end(), check_widths);
     std::vector<std::size_t> rowByteCounts;
     std::transform(groups.begin(), groups.end(), std::back_inserter(rowByteCounts),
                    [](const DescribedGroup& group) { return row_length(group) * sizeof(double); });
@@ -86,6 +99,9 @@ void check_options(const RecordingOptions& options) {
     if (options.directory.empty()) {
         throw std::invalid_argument("RecordingOptions::directory is empty");
     }
+    if (options.directory.find('\0') != std::string::npos) {
+        throw std::invalid_argument("RecordingOptions::directory has a zero byte");
+    }
     if ((options.mode & 0700) != 0700 || (options.mode & ~mode_t{0777}) != 0) {
         throw std::invalid_argument("RecordingOptions::mode must let the owner read, write and "
                                     "search, and have no bits beyond 0777");
@@ -95,6 +111,12 @@ void check_options(const RecordingOptions& options) {
     }
     if (options.commitInterval <= std::chrono::milliseconds::zero()) {
         throw std::invalid_argument("RecordingOptions::commitInterval must be positive");
+    }
+    if (options.durability != Durability::process && options.durability != Durability::power) {
+        throw std::invalid_argument("RecordingOptions::durability has none of its values");
+    }
+    if (options.compression != Compression::none && options.compression != Compression::lz4) {
+        throw std::invalid_argument("RecordingOptions::compression has none of its values");
     }
 }
 

@@ -18,8 +18,8 @@ std::size_t rows_per_chunk(std::size_t chunkByteCount, std::size_t rowByteCount)
 /// How many rows a block of each group holds. A quarter of the buffer's bytes, or what the largest
 /// block needs, is left for blocks that wait to be written.
 ///
-/// Throws std::invalid_argument if the buffer cannot hold one row per group, and another one of the
-/// widest.
+/// Throws std::invalid_argument if a channel is wider than a recording can have, or if the buffer
+/// cannot hold one row per group, and another one of the widest.
 std::vector<std::size_t> row_capacities(const RecordingOptions& options,
                                         const std::vector<DescribedGroup>& groups);
 

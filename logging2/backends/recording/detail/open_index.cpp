@@ -1,14 +1,17 @@
 #include <logging2/backends/recording/detail/open_index.hpp>
 
-#include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/AccessFault.hpp>
 #include <logging2/backends/recording/detail/DataFile.hpp>
 
 #include <array>
+#include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 #include <sqlite3.h>
 
@@ -39,8 +42,30 @@ std::string uri_of(const std::string& name, const char* parameters) {
 std::unique_ptr<Database> opened(const std::string& name, const char* parameters) {
     auto database =
         std::make_unique<Database>(uri_of(name, parameters), name, SQLITE_OPEN_READONLY);
+    database->distrust();
     sqlite3_busy_timeout(database->get(), busyMilliseconds);
     return database;
+}
+
+/// Throws if one of the files is not a regular one: opening a named pipe, for example, could wait
+/// for ever.
+void check_kinds(const std::string& name) {
+    for (const char* const end : {"", "-wal", "-shm", "-journal"}) {
+        std::error_code error;
+        const auto type = fs::status(name + end, error).type();
+        if (type == fs::file_type::regular) {
+            continue;
+        }
+        if (type == fs::file_type::none) {
+            throw RecordingError(name + end, "cannot open it: " + error.message());
+        }
+        if (type != fs::file_type::not_found) {
+            throw RecordingError(name + end, "it is not a regular file");
+        }
+        if (*end == '\0') {
+            throw RecordingError(name, "it does not exist");
+        }
+    }
 }
 
 /// A log of its header alone holds nothing, and SQLite would wait for its writer in vain.
@@ -75,10 +100,13 @@ void check_log(const std::string& name) {
 /// A directory that only this user sees, until the end of the object.
 class PrivateDirectory {
 public:
-    PrivateDirectory() : name((fs::temp_directory_path(error) / "logging2-XXXXXX").string()) {
-        if (error || mkdtemp(name.data()) == nullptr) {
-            throw RecordingError(name, "cannot make this directory for temporary files");
+    PrivateDirectory() {
+        std::string pattern = (fs::temp_directory_path() / "logging2-XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw fs::filesystem_error("mkdtemp", pattern,
+                                       std::error_code(errno, std::generic_category()));
         }
+        name = pattern;
     }
     PrivateDirectory(const PrivateDirectory&) = delete;
     PrivateDirectory& operator=(const PrivateDirectory&) = delete;
@@ -89,32 +117,37 @@ public:
     const std::string& path() const noexcept { return name; }
 
 private:
-    std::error_code error;
     std::string name;
 };
 
-std::unique_ptr<Database> opened_copy(const std::string& name) {
-    const PrivateDirectory directory;
-    const std::string copy = directory.path() + "/index.sqlite";
+void copy_privately(const std::string& name, const std::string& newName) {
+    fs::copy_file(name, newName);
+    fs::permissions(newName, fs::perms::owner_read | fs::perms::owner_write);
+}
+
+/// Opens copies of the index and of its log or its journal.
+std::unique_ptr<Database> opened_copy(const std::string& name, const char* logEnd) {
     try {
-        fs::copy_file(name, copy);
-        fs::copy_file(name + "-wal", copy + "-wal");
-        fs::permissions(copy, fs::perms::owner_read | fs::perms::owner_write);
-        fs::permissions(copy + "-wal", fs::perms::owner_read | fs::perms::owner_write);
+        const PrivateDirectory directory;
+        const std::string copy = directory.path() + "/index.sqlite";
+        copy_privately(name, copy);
+        copy_privately(name + logEnd, copy + logEnd);
+        auto database =
+            std::make_unique<Database>(uri_of(copy, "mode=rw"), name, SQLITE_OPEN_READWRITE);
+        database->distrust();
+        // The connection keeps the files that it has opened, though their names go.
+        database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
+        return database;
     } catch (const fs::filesystem_error& error) {
-        throw RecordingError(name, "cannot copy it and its log: " + error.code().message());
+        throw AccessFault(name, "cannot copy it and its log to the directory TMPDIR, or /tmp: " +
+                                    error.code().message());
     }
-    auto database =
-        std::make_unique<Database>(uri_of(copy, "mode=rw"), name, SQLITE_OPEN_READWRITE);
-    // The connection keeps the files that it has opened, though their names go.
-    database->execute("PRAGMA query_only = ON; SELECT count(*) FROM sqlite_schema");
-    return database;
 }
 
 std::unique_ptr<Database> opened_with_log(const std::string& name) {
     std::error_code error;
     if (!fs::exists(name + "-shm", error)) {
-        return opened_copy(name);
+        return opened_copy(name, "-wal");
     }
     check_log(name);
     auto database = opened(name, "mode=ro&readonly_shm=1");
@@ -122,7 +155,7 @@ std::unique_ptr<Database> opened_with_log(const std::string& name) {
         // SQLite opens the log at the first query.
         database->execute("SELECT count(*) FROM sqlite_schema");
     } catch (const SharedMemoryFault&) {
-        return opened_copy(name);
+        return opened_copy(name, "-wal");
     }
     return database;
 }
@@ -141,13 +174,72 @@ bool has_lost_log(const std::string& name) {
     return !has_log(name);
 }
 
+/// Whether a commit has begun that is not complete. SQLite overwrites the beginning of the journal
+/// of a complete one with zeros, or removes it.
+bool has_hot_journal(const std::string& name) {
+    std::error_code error;
+    const auto byteCount = fs::file_size(name + "-journal", error);
+    if (error || byteCount == 0) {
+        return false;
+    }
+    char first = 0;
+    try {
+        DataFile::open(name + "-journal").read(&first, 1, 0);
+    } catch (const RecordingError&) {
+        // A writer that ends its commit at this moment removes the journal.
+        return fs::exists(name + "-journal", error);
+    }
+    return first != 0;
+}
+
+bool is_claimed(const std::string& directory) {
+    try {
+        return DataFile::open(directory + "/samples.bin").isClaimed();
+    } catch (const AccessFault&) {
+        throw;
+    } catch (const RecordingError&) {
+        return false; // Whoever reads the file reports what is wrong with it.
+    }
+}
+
+bool says_running(Database& index) {
+    try {
+        Statement query(index, "SELECT value FROM run WHERE key = 'state'");
+        return query.step() && query.text(0) == "running";
+    } catch (const RecordingError&) {
+        return false; // Whoever reads the index reports what is wrong with it.
+    }
+}
+
+std::unique_ptr<Database> opened_without_log(const std::string& directory,
+                                             const std::string& name) {
+    for (int waited = 0;; ++waited) {
+        if (!has_hot_journal(name)) {
+            auto database = opened(name, "mode=ro&immutable=1");
+            if (!says_running(*database)) {
+                return database;
+            }
+            const bool isClaimed = is_claimed(directory);
+            if (!isClaimed && !has_hot_journal(name)) {
+                return database;
+            }
+            waited = isClaimed ? busyMilliseconds : waited;
+        } else if (!is_claimed(directory)) {
+            return opened_copy(name, "-journal");
+        }
+        if (waited >= busyMilliseconds) {
+            throw AccessFault(name, "a host is writing it without a log, as on network file "
+                                    "systems; it can be read when the run has ended");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
 } // namespace
 
-std::unique_ptr<Database> open_index(const std::string& name) {
-    std::error_code error;
-    if (!fs::exists(name, error)) {
-        throw RecordingError(name, "it does not exist");
-    }
+std::unique_ptr<Database> open_index(const std::string& directory) {
+    const std::string name = directory + "/index.sqlite";
+    check_kinds(name);
     while (has_log(name)) {
         try {
             return opened_with_log(name);
@@ -158,7 +250,7 @@ std::unique_ptr<Database> open_index(const std::string& name) {
             }
         }
     }
-    return opened(name, "mode=ro&immutable=1");
+    return opened_without_log(directory, name);
 }
 
 std::uint64_t row_count_limit(const std::string& name) {

@@ -55,9 +55,20 @@ std::filesystem::path made_parent(const std::string& parent) {
 
 } // namespace
 
+void check_name(const std::string& name) {
+    if (name.find('\0') != std::string::npos) {
+        throw RecordingError(name.c_str(), "a zero byte follows, which no name can have");
+    }
+}
+
 void require_directory(const std::string& directory) {
+    check_name(directory);
     std::error_code error;
-    if (!std::filesystem::is_directory(directory, error)) {
+    const auto type = std::filesystem::status(directory, error).type();
+    if (type == std::filesystem::file_type::none) {
+        throw RecordingError(directory, "cannot open it: " + error.message());
+    }
+    if (type != std::filesystem::file_type::directory) {
         throw RecordingError(directory, "it is not a directory, and so not a recording");
     }
 }
@@ -98,6 +109,7 @@ std::string make_run_directory(const std::string& parent, const std::string& str
 }
 
 std::string absolute_name(const std::string& directory) {
+    check_name(directory);
     std::error_code error;
     const std::filesystem::path absolute = std::filesystem::absolute(directory, error);
     if (error) {

@@ -19,6 +19,10 @@ std::string directory_name(const std::string& streamName,
 /// The absolute name, without a slash at its end. Throws RecordingError.
 std::string absolute_name(const std::string& directory);
 
+/// Throws RecordingError if there is a zero byte in the name, which the system would take for its
+/// end.
+void check_name(const std::string& name);
+
 /// Throws RecordingError unless there is such a directory.
 void require_directory(const std::string& directory);
 
