@@ -107,6 +107,7 @@ std::vector<std::string> targets_of(const ExportOptions& options,
         return {options.output};
     }
     std::vector<std::string> result;
+    result.reserve(parts.size());
     for (const Excerpt& part : parts) {
         result.push_back(file_of_group(options.output, part.groups.front().group));
     }

@@ -2,6 +2,7 @@
 
 #include <tools/reading/StepReader.hpp>
 
+#include <cstdint>
 #include <vector>
 
 namespace logging2::tools {
@@ -12,5 +13,8 @@ struct Excerpt {
     std::vector<GroupSignals> groups;
     TimeRange range;
 };
+
+/// How many steps it has at most, in all groups; more only if times do not ascend.
+std::uint64_t greatest_step_count(const Excerpt& excerpt);
 
 } // namespace logging2::tools

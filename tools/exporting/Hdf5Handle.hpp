@@ -2,6 +2,7 @@
 
 #include <hdf5.h>
 
+#include <tuple>
 #include <utility>
 
 namespace logging2::tools {

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <map>
 #include <system_error>
+#include <utility>
 
 namespace logging2::tools {
 namespace {
@@ -28,8 +29,8 @@ void prepare_library() {
 
 class Hdf5Output final : public ColumnOutput {
 public:
-    Hdf5Output(const NewFile& newFile, const core::RunInfo& run, bool compressesColumns)
-        : file(newFile),
+    Hdf5Output(NewFile newFile, const core::RunInfo& run, bool compressesColumns)
+        : file(std::move(newFile)),
           compresses(compressesColumns) {
         prepare_library();
         errno = 0;

@@ -7,6 +7,7 @@
 #include <archive_entry.h>
 
 #include <system_error>
+#include <utility>
 
 namespace logging2::tools {
 namespace {
@@ -41,8 +42,8 @@ struct FreeEntry {
 
 class NpzOutput final : public ColumnOutput {
 public:
-    NpzOutput(const NewFile& newFile, const std::vector<GroupSignals>& groups, bool compresses)
-        : file(newFile) {
+    NpzOutput(NewFile newFile, const std::vector<GroupSignals>& groups, bool compresses)
+        : file(std::move(newFile)) {
         // The names of the times are those that every reader expects.
         for (const GroupSignals& group : groups) {
             timesNames.push_back(names.take(name_of_group(group.group) + "/time"));

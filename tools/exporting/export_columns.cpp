@@ -8,6 +8,13 @@ namespace {
 constexpr std::size_t blockValueCount = std::size_t{1} << 16;
 constexpr std::size_t blockStepCount = blockValueCount;
 
+/// The signal of the group whose values cost least to read.
+const core::SignalInfo& narrowest_of(const GroupSignals& group) {
+    return *std::min_element(
+        group.signals.begin(), group.signals.end(),
+        [](const core::SignalInfo& a, const core::SignalInfo& b) { return a.width < b.width; });
+}
+
 class ColumnExport {
 public:
     ColumnExport(const Excerpt& excerptToWrite, ColumnOutput& columnOutput,
@@ -23,9 +30,7 @@ public:
 
     /// Returns the number of steps.
     std::size_t addGroup(const GroupSignals& group) {
-        const core::SignalInfo& narrowest = *std::min_element(
-            group.signals.begin(), group.signals.end(),
-            [](const core::SignalInfo& a, const core::SignalInfo& b) { return a.width < b.width; });
+        const core::SignalInfo& narrowest = narrowest_of(group);
         const std::size_t stepCount = countOf(group, narrowest);
         output.beginGroup(group, stepCount);
         output.beginTimes();

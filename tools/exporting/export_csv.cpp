@@ -3,7 +3,7 @@
 #include <tools/commands/RowOutput.hpp>
 #include <tools/reading/MergedReader.hpp>
 
-#include <numeric>
+#include <memory>
 
 namespace logging2::tools {
 namespace {
@@ -17,11 +17,7 @@ public:
         : excerpt(excerptToPrint),
           output(csv_rows(terminal)),
           progress(progressSink),
-          stepCount(std::accumulate(
-              excerpt.groups.begin(), excerpt.groups.end(), std::uint64_t{0},
-              [this](std::uint64_t count, const GroupSignals& group) {
-                  return count + StepReader(excerpt.run, group, excerpt.range).stepCount();
-              })) {}
+          stepCount(greatest_step_count(excerpt)) {}
 
     void addGroups() {
         for (const GroupSignals& group : excerpt.groups) {

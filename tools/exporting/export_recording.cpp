@@ -4,9 +4,7 @@
 #include <tools/commands/describe.hpp>
 #include <tools/terminal/text.hpp>
 
-#include <algorithm>
 #include <filesystem>
-#include <numeric>
 
 namespace logging2::tools {
 namespace {
@@ -63,18 +61,9 @@ Setup setup_of(const Excerpt& excerpt) {
     return result;
 }
 
-/// How many steps are read at most.
-std::uint64_t step_count(const Excerpt& excerpt) {
-    return std::accumulate(excerpt.groups.begin(), excerpt.groups.end(), std::uint64_t{0},
-                           [&](std::uint64_t count, const GroupSignals& group) {
-                               return count +
-                                      StepReader(excerpt.run, group, excerpt.range).stepCount();
-                           });
-}
-
 std::uint64_t write_steps(const Excerpt& excerpt, core::RecordingStreamWriter& writer,
                           const core::RecordingProgress& progress) {
-    const std::uint64_t totalCount = step_count(excerpt);
+    const std::uint64_t totalCount = greatest_step_count(excerpt);
     std::uint64_t count = 0;
     std::vector<double> row;
     for (const GroupSignals& group : excerpt.groups) {
