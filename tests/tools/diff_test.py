@@ -171,6 +171,20 @@ class DiffTest(CommandTest):
         self.output_of("diff", self.a, sparse, *arguments, "--from", "0.5", "--to", "1.75",
                        "--exact", status=1)
 
+    def test_time_tolerance_reaches_beyond_the_range(self):
+        script = "group 0 x:1\nbegin\nwrite 0 0 1\nwrite 0 1 1\nwrite 0 1 0\nwrite 0 2 0\nend\n"
+        a, b = self.record(script), self.record(script.replace("write 0 1 ", "write 0 1.125 "))
+        near = "--time-tolerance", "0.125"
+        self.output_of("diff", a, b, "--from", "1.0625", *near)
+        self.output_of("diff", a, b, "--to", "1.0625", *near)
+        self.output_of("diff", a, b, "--from", "1.0625", status=1)
+
+    def test_unordered_times_outside_the_range_are_compared_exactly(self):
+        a = self.record("group 0 x:1\nbegin\nwrite 0 0 1\nwrite 0 5 1\nwrite 0 6 1\n"
+                        "write 0 1 2\nwrite 0 nan 3\nend\n")
+        (x,) = self.json_of("diff", a, a, "--from", "0.5", "--to", "2")["signals"]
+        self.assertEqual((x["method"], x["timesAscend"], x["a"]["steps"]), ("exact", False, 1))
+
     def test_ignored_signals_do_not_count(self):
         run = self.record(reference_with("write 0 2 0 1", "write 0 2 1 1").replace("pos", "p"))
         result = self.diff(run, "--ignore", "p*", "--ignore", "x", status=0)
@@ -221,6 +235,11 @@ class DiffTest(CommandTest):
         self.assert_refused("--exact", "diff", self.a, self.a, "--hold", "x", "--exact")
         for option in "--hold", "--ignore":
             self.assert_refused('no signal matches "y"', "diff", self.a, self.a, option, "y")
+
+    def test_help_lists_the_command_and_its_options(self):
+        self.assertIn("diff", self.output_of("--help"))
+        for option in "--run-a", "--exact", "--time-tolerance", "--tolerances", "--json":
+            self.assertIn(option, self.output_of("diff", "--help"))
 
     def test_comparison_of_nothing_is_an_error(self):
         self.assert_refused("there is no signal to compare", "diff", self.a, self.a,

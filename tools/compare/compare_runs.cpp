@@ -45,22 +45,27 @@ void check_all_patterns(const core::Run& a, const core::Run& b,
 }
 
 /// The steps within the range and within the time tolerance around it, and the nearest one at
-/// either side; all steps if the times do not ascend there.
-core::StepRange steps_around(const core::Run& run, std::size_t group, const TimeRange& range,
-                             double timeTolerance) {
+/// either side; empty if one of these steps is elsewhere because the times do not ascend.
+std::optional<core::StepRange> steps_around(const core::Run& run, std::size_t group,
+                                            const TimeRange& range, double timeTolerance) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     const core::StepRange all{0, step_count_of(run, group)};
-    const double from = std::nextafter(range.least() - timeTolerance, -infinity);
-    const double to = std::nextafter(range.greatest() + timeTolerance, infinity);
-    const core::StepRange before = run.steps(group, -infinity, from);
-    const core::StepRange after = run.steps(group, to, infinity);
-    const core::StepRange within = run.steps(group, range.least(), range.greatest());
+    if (range.isWhole()) {
+        return all;
+    }
+    const double from = range.least() - timeTolerance;
+    const double to = range.greatest() + timeTolerance;
+    const core::StepRange before = run.steps(group, -infinity, std::nextafter(from, -infinity));
+    const core::StepRange within = run.steps(group, from, to);
+    const core::StepRange after = run.steps(group, std::nextafter(to, infinity), infinity);
     const std::size_t first = before.count > 0 ? before.first + before.count - 1 : 0;
     const std::size_t end = after.count > 0 ? after.first + 1 : all.count;
-    const bool isAscending =
-        first <= end &&
-        (within.count == 0 || (first <= within.first && within.first + within.count <= end));
-    return isAscending ? core::StepRange{first, end - first} : all;
+    const bool hasAllWithin =
+        within.count == 0 || (first <= within.first && within.first + within.count <= end);
+    if (first > end || !hasAllWithin) {
+        return std::nullopt;
+    }
+    return core::StepRange{first, end - first};
 }
 
 class RunComparer {
@@ -103,8 +108,13 @@ private:
         const TubeSettings tube{allowed_deviation(a, ofA, signal.tolerance), timeTolerance,
                                 signal.method == Method::hold, settings.range.least(),
                                 settings.range.greatest()};
-        SignalSource sourceA(a, ofA, steps_around(a, ofA.group, settings.range, timeTolerance));
-        SignalSource sourceB(b, ofB, steps_around(b, ofB.group, settings.range, timeTolerance));
+        const auto stepsA = steps_around(a, ofA.group, settings.range, timeTolerance);
+        const auto stepsB = steps_around(b, ofB.group, settings.range, timeTolerance);
+        if (!stepsA || !stepsB) {
+            return std::nullopt;
+        }
+        SignalSource sourceA(a, ofA, *stepsA);
+        SignalSource sourceB(b, ofB, *stepsB);
         return compare_tubes(sourceA, sourceB, tube);
     }
 
