@@ -16,12 +16,13 @@ namespace {
 constexpr int usageStatus = 2;
 constexpr int signalStatus = 128;
 
-constexpr const char* footer =
-    "\nRUN is the directory of a recording, or a directory of recordings together with --run ID or\n"
-    "--run latest. `logging2 COMMAND --help` explains a command.\n"
-    "\n"
-    "The exit status is 0 for success, 1 if runs differ, a run is damaged or something is lost, and 2\n"
-    "for wrong usage or input that cannot be read.";
+constexpr const char* footer = "\nRUN is the directory of a recording, or a directory of "
+                               "recordings together with --run ID or\n"
+                               "--run latest. `logging2 COMMAND --help` explains a command.\n"
+                               "\n"
+                               "The exit status is 0 for success, 1 if runs differ, a run is "
+                               "damaged or something is lost, and 2\n"
+                               "for wrong usage or input that cannot be read.";
 
 void add_commands(CLI::App& app, Action& action) {
     add_list(app, action);
