@@ -59,5 +59,48 @@ TEST_F(HostileRecordingTest, viewIsNotReadInPlaceOfATable) {
     }
 }
 
+/// Writes a number, the highest byte first, as SQLite does.
+void put(std::string& bytes, std::size_t offset, std::size_t byteCount, std::size_t number) {
+    for (std::size_t i = 0; i < byteCount; ++i) {
+        bytes.at(offset + i) = static_cast<char>(number >> (8 * (byteCount - 1 - i)));
+    }
+}
+
+/// A page of a table's tree of which all children are the same page.
+std::string page_of(std::size_t child, std::size_t pageByteCount) {
+    constexpr std::size_t cellCount = 100;
+    constexpr std::size_t cellByteCount = 5;
+    std::string page(pageByteCount, '\0');
+    const std::size_t firstCell = pageByteCount - cellCount * cellByteCount;
+    put(page, 0, 1, 5);
+    put(page, 3, 2, cellCount);
+    put(page, 5, 2, firstCell);
+    put(page, 8, 4, child);
+    for (std::size_t cell = 0; cell < cellCount; ++cell) {
+        put(page, 12 + 2 * cell, 2, firstCell + cellByteCount * cell);
+        put(page, firstCell + cellByteCount * cell, 4, child);
+    }
+    return page;
+}
+
+TEST_F(HostileRecordingTest, endlessTableIsNotReadForEver) {
+    const auto root = static_cast<std::size_t>(
+        number_in(index(), "SELECT rootpage FROM sqlite_schema WHERE name = 'signal_group'"));
+    const auto size = static_cast<std::size_t>(number_in(index(), "PRAGMA page_size"));
+    std::string bytes = bytesOf(index());
+    const std::size_t pageCount = bytes.size() / size;
+    constexpr std::size_t levelCount = 8;
+    for (std::size_t level = 1; level < levelCount; ++level) {
+        bytes += page_of(pageCount + level + 1, size);
+    }
+    bytes += bytes.substr((root - 1) * size, size);
+    bytes.replace((root - 1) * size, size, page_of(pageCount + 1, size));
+    put(bytes, 28, 4, pageCount + levelCount);
+    writeBytes(index(), bytes);
+    EXPECT_THAT([this] { readAll(); },
+                ThrowsMessage<RecordingError>(HasSubstr("reading it takes too long")));
+    EXPECT_GT(check_recording(location.string()).findingCount, 0U);
+}
+
 } // namespace
 } // namespace logging2::core::test
