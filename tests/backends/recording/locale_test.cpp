@@ -100,7 +100,7 @@ TEST_F(RecordingLocaleTest, anotherLocaleReadsTheSame) {
 }
 
 TEST_F(RecordingLocaleTest, findingsHaveTheSameNumbersInEachLocale) {
-    changeRow("last_time", "1234.5", [](detail::ChunkRow& row) { row.lastTime = 1234.5; });
+    changeRow("last_time", "1234.5");
     const GlobalLocale locale;
     expectFinding(samples(), "1234.5");
 }
