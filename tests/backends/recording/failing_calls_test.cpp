@@ -1,6 +1,7 @@
 #include <tests/backends/recording/recordings.hpp>
 
 #include <tests/support/FailingCalls.hpp>
+#include <tests/support/files.hpp>
 
 #include <cerrno>
 #include <filesystem>
@@ -89,6 +90,17 @@ TEST_F(RecordingFailingCallsTest, logThatCannotBeCopiedIsReported) {
     const FailingCalls calls(Call::open, "index.sqlite-wal", {fails(EACCES)});
     EXPECT_THAT([&] { open_recording(other.path().string()); },
                 ThrowsMessage<RecordingError>(HasSubstr("cannot copy it and its log")));
+}
+
+TEST_F(RecordingFailingCallsTest, journalOfACommitThatEndsMeanwhileIsPassedOver) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0});
+    writer->flush();
+    const std::string journal = writer->location() + "/index.sqlite-journal";
+    writeBytes(journal, "not complete");
+    const FailingCalls calls(Call::lock, "samples.bin",
+                             {works([&] { std::filesystem::remove(journal); })});
+    EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0));
 }
 
 TEST_F(RecordingFailingCallsTest, shortAndInterruptedReadsAreContinued) {

@@ -223,7 +223,7 @@ int DataFile::tryToClaim() noexcept {
     return repeated([this] { return flock(descriptor, LOCK_EX | LOCK_NB); });
 }
 
-void DataFile::release() noexcept {
+void DataFile::release() const noexcept {
     flock(descriptor, LOCK_UN);
 }
 

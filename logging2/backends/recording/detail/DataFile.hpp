@@ -78,7 +78,7 @@ public:
     void claim();
 
     /// Ends the claim.
-    void release() noexcept;
+    void release() const noexcept;
 
     /// Whether a writer has claimed the file.
     bool isClaimed() const;

@@ -213,26 +213,27 @@ bool says_running(Database& index) {
 
 std::unique_ptr<Database> opened_without_log(const std::string& directory,
                                              const std::string& name) {
-    for (int waited = 0;; ++waited) {
-        if (!has_hot_journal(name)) {
-            auto database = opened(name, "mode=ro&immutable=1");
-            if (!says_running(*database)) {
-                return database;
-            }
-            const bool isClaimed = is_claimed(directory);
-            if (!isClaimed && !has_hot_journal(name)) {
-                return database;
-            }
-            waited = isClaimed ? busyMilliseconds : waited;
-        } else if (!is_claimed(directory)) {
-            return opened_copy(name, "-journal");
+    for (int waited = 0; waited < busyMilliseconds; ++waited) {
+        // Asked first: once nobody claims the recording, its files stay as they are.
+        const bool isClaimed = is_claimed(directory);
+        const bool isInCommit = has_hot_journal(name);
+        if (!isClaimed) {
+            return isInCommit ? opened_copy(name, "-journal") : opened(name, "mode=ro&immutable=1");
         }
-        if (waited >= busyMilliseconds) {
-            throw AccessFault(name, "a host is writing it without a log, as on network file "
-                                    "systems; it can be read when the run has ended");
+        if (!isInCommit) {
+            auto database = opened(name, "mode=ro&immutable=1");
+            if (says_running(*database)) {
+                break;
+            }
+            // The last commit may have begun meanwhile.
+            if (!has_hot_journal(name)) {
+                return database;
+            }
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    throw AccessFault(name, "a host is writing it without a log, as on network file systems; it "
+                            "can be read when the run has ended");
 }
 
 } // namespace

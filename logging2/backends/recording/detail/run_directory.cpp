@@ -56,8 +56,8 @@ std::filesystem::path made_parent(const std::string& parent) {
 } // namespace
 
 void check_name(const std::string& name) {
-    if (name.find('\0') != std::string::npos) {
-        throw RecordingError(name.c_str(), "a zero byte follows, which no name can have");
+    if (const std::size_t end = name.find('\0'); end != std::string::npos) {
+        throw RecordingError(name.substr(0, end), "a zero byte follows, which no name can have");
     }
 }
 
