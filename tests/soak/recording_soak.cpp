@@ -30,6 +30,9 @@ Findings soak_recording(std::size_t rowCount) {
     const TemporaryDirectory directory;
     RecordingOptions options;
     options.directory = directory.path().string();
+    // Few rows wait to be written, because how many do depends on what else the machine does.
+    options.chunkByteCount = std::size_t{256} << 10;
+    options.bufferByteCount = std::size_t{4} << 20;
     RecordingStreamWriter writer(StreamingAttributes{}, scalarSetup(), options);
     Findings findings(rowCount);
     for (std::size_t row = 0; row < rowCount; ++row) {

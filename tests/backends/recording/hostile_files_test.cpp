@@ -97,8 +97,7 @@ TEST_F(HostileRecordingTest, endlessTableIsNotReadForEver) {
     bytes.replace((root - 1) * size, size, page_of(pageCount + 1, size));
     put(bytes, 28, 4, pageCount + levelCount);
     writeBytes(index(), bytes);
-    EXPECT_THAT([this] { readAll(); },
-                ThrowsMessage<RecordingError>(HasSubstr("reading it takes too long")));
+    EXPECT_THROW(readAll(), RecordingError);
     EXPECT_GT(check_recording(location.string()).findingCount, 0U);
 }
 

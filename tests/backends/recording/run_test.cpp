@@ -313,7 +313,7 @@ TEST_F(RecordingRunTest, directoryWithoutPermissionIsNamed) {
     std::filesystem::permissions(writer->location(), std::filesystem::perms::owner_all);
 }
 
-TEST_F(RecordingRunTest, zeroByteInANameIsNotTakenForItsEnd) {
+TEST_F(RecordingRunTest, zeroByteInANameDoesNotEndIt) {
     const auto writer = makeWriter();
     writer->flush();
     const std::string name = writer->location() + std::string("\0x", 2);

@@ -185,7 +185,7 @@ std::vector<double> ChunkReader::samples(std::size_t column, std::size_t leafInd
     const std::size_t width = layout.columns[column].width;
     const std::size_t first = leafIndex * leafStepCount;
     const std::size_t end = endOfLeaf(first);
-    const std::vector<double> result =
+    std::vector<double> result =
         isPacked(column) ? packed->unpackPart(column, first, end)
                          : file.elements<double>((end - first) * width,
                                                  valuesAt(column) + first * width * sizeof(double));

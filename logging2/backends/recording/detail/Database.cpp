@@ -197,7 +197,7 @@ void Statement::reset() noexcept {
 namespace {
 
 /// So often a reader looks again: the writer changes the shared memory within nanoseconds.
-constexpr int greatestAttemptCount = 100;
+constexpr int greatestReadAttemptCount = 100;
 
 void roll_back(const Database& database) noexcept {
     // A failed commit may have ended the transaction already.
@@ -213,7 +213,7 @@ void begin_reading(Database& database) {
             return;
         } catch (const SharedMemoryFault&) {
             roll_back(database);
-            if (attempt == greatestAttemptCount) {
+            if (attempt == greatestReadAttemptCount) {
                 throw;
             }
         } catch (const std::exception&) {
