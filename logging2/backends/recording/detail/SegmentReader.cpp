@@ -64,11 +64,11 @@ bool SegmentReader::unpackSegments(SegmentCodec& codec, Segments segments, std::
 bool SegmentReader::hasSegments(std::size_t column, std::size_t start,
                                 std::size_t stepCount) const {
     const std::size_t width = layout.columns[column].width;
-    const std::uint32_t* const all = packed.byteCounts(packed.column(column).firstSegment);
-    const std::uint32_t* const first = all + start / segmentStepCount * width;
-    const std::uint64_t byteCount = std::accumulate(first, first + width, std::uint64_t{0});
-    const std::uint64_t offset =
-        payload + packed.column(column).values + std::accumulate(all, first, std::uint64_t{0});
+    const std::uint32_t* const columnSizes = packed.byteCounts(packed.column(column).firstSegment);
+    const std::uint32_t* const sizes = columnSizes + start / segmentStepCount * width;
+    const std::uint64_t byteCount = std::accumulate(sizes, sizes + width, std::uint64_t{0});
+    const std::uint64_t offset = payload + packed.column(column).values +
+                                 std::accumulate(columnSizes, sizes, std::uint64_t{0});
     return byteCount >= stepCount * width * sizeof(double) / greatestPackedRatio &&
            file.hasBytes(byteCount, offset);
 }
