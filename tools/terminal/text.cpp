@@ -91,7 +91,7 @@ std::string duration_text(Clock::duration duration) {
     if (milliseconds < 1000) {
         return formatted("%lld ms", static_cast<long long>(milliseconds));
     }
-    if (milliseconds < 60 * 1000) {
+    if (milliseconds < 60000) {
         return formatted("%.1f s", static_cast<double>(milliseconds) / 1000);
     }
     const auto seconds = static_cast<long long>(milliseconds / 1000);
