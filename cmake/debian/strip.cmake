@@ -10,5 +10,5 @@ function(strip_staged pattern)
 endfunction()
 
 strip_staged(*.so.* --strip-unneeded)
-strip_staged(logging2-conformance)
+strip_staged(*/usr/bin/logging2*)
 strip_staged(*.a --strip-debug --enable-deterministic-archives)
