@@ -1,4 +1,3 @@
-#include <examples/simulate/logging/recording.hpp>
 #include <examples/simulate/models/catalogue.hpp>
 #include <examples/simulate/report/samples.hpp>
 #include <tests/integration/support/runs.hpp>
@@ -97,12 +96,11 @@ TEST_P(BackendsAgreeTest, filesGiveTheSameValuesPlusRejectedSteps) {
     expect_same(without_rejected(native), run(Backend()));
 }
 
+#ifdef INTEGRATION_WITH_RECORDING
 TEST_P(BackendsAgreeTest, recordingGivesTheSameValuesAsTheDefault) {
-    if (!simulate::can_record()) {
-        GTEST_SKIP() << "this build cannot record";
-    }
     expect_same(run(Backend("recording")), run(Backend()));
 }
+#endif
 
 TEST_P(BackendsAgreeTest, secondRunGivesTheSameValues) {
     expect_same(run(Backend()), run(Backend()));

@@ -26,8 +26,7 @@ struct CompactOptions {
     bool json = false;
 };
 
-/// The compacted copy has another revision of the same run, so it must not take the place of one
-/// that grows.
+/// The host of a running run would go on writing to the old files.
 void check_not_running(const std::string& location) {
     if (core::open_recording(location)->info().state == core::RunState::running) {
         throw UsageError(location + ": the run is still being written; use `logging2 copy`");
