@@ -1,15 +1,7 @@
-# What the Python module needs, and whether it was found: pybind11, and a Python that has NumPy. The
-# first python3 on the PATH may be another one.
-function(logging2_has_numpy result python)
-  execute_process(COMMAND ${python} -c "import numpy" RESULT_VARIABLE status OUTPUT_QUIET ERROR_QUIET)
-  if(NOT status EQUAL 0)
-    set(${result} FALSE PARENT_SCOPE)
-  endif()
-endfunction()
-
+# What the Python module needs, and whether it was found: pybind11, and a Python that has NumPy.
 set(finds_python_dependencies OFF)
 if(PROJECT_IS_TOP_LEVEL)
-  find_program(LOGGING2_PYTHON python3 VALIDATOR logging2_has_numpy DOC "A Python with NumPy")
+  logging2_find_python(LOGGING2_PYTHON numpy)
   if(LOGGING2_PYTHON)
     set(Python_EXECUTABLE ${LOGGING2_PYTHON})
     find_package(Python COMPONENTS Interpreter Development.Module QUIET)
