@@ -1,6 +1,7 @@
 #include <tools/compare/compare_runs.hpp>
 
 #include <tools/UsageError.hpp>
+#include <tools/compare/Extent.hpp>
 #include <tools/compare/allowed_deviation.hpp>
 #include <tools/compare/compare_exactly.hpp>
 #include <tools/compare/compare_tubes.hpp>
@@ -48,7 +49,6 @@ void check_all_patterns(const core::Run& a, const core::Run& b,
 /// either side; empty if one of these steps is elsewhere because the times do not ascend.
 std::optional<core::StepRange> steps_around(const core::Run& run, std::size_t group,
                                             const TimeRange& range, double timeTolerance) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
     const core::StepRange all{0, step_count_of(run, group)};
     if (range.isWhole()) {
         return all;
