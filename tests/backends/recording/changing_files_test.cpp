@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 
 #include <fcntl.h>
@@ -64,13 +65,30 @@ protected:
 };
 
 TEST_F(ChangingFilesTest, openingWithoutDescriptorsIsNoDamage) {
-    const auto isNoDamage = ThrowsMessage<RecordingError>(HasSubstr("Too many open files"));
-    for (const std::size_t successCount : {0, 1}) {
-        std::vector<Outcome> outcomes(successCount, works());
-        outcomes.push_back(fails(EMFILE));
-        const FailingCalls calls(Call::open, "samples.bin", outcomes);
-        EXPECT_THAT([this] { check_recording(location.string()); }, isNoDamage) << successCount;
+    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+        for (const std::size_t successCount : {0, 1}) {
+            std::vector<Outcome> outcomes(successCount, works());
+            outcomes.push_back(fails(error));
+            const FailingCalls calls(Call::open, "samples.bin", outcomes);
+            EXPECT_THAT([this] { check_recording(location.string()); },
+                        ThrowsMessage<RecordingError>(HasSubstr(std::strerror(error))))
+                << successCount;
+        }
     }
+}
+
+TEST_F(ChangingFilesTest, fileThatCannotBeAskedForItsSizeIsNamed) {
+    const FailingCalls calls(Call::statOpen, "samples.bin", {fails(EIO), fails(EIO)});
+    EXPECT_THAT([this] { readAll(); },
+                ThrowsMessage<RecordingError>(HasSubstr("ask for its size")));
+}
+
+TEST_F(ChangingFilesTest, logThatGoesBeforeItIsReadIsPassedOver) {
+    const fs::path log = location / "index.sqlite-wal";
+    writeBytes(log, std::string(100, 'x'));
+    const FailingCalls calls(Call::open, "-wal", {works([&] { fs::remove(log); })});
+    EXPECT_NO_THROW(readAll());
+    EXPECT_EQ(calls.count(), 1U);
 }
 
 TEST_F(ChangingFilesTest, journalThatGoesBeforeItIsReadIsPassedOver) {
@@ -86,6 +104,14 @@ TEST_F(ChangingFilesTest, commitWithoutALogIsWaitedFor) {
     const FailingCalls calls(Call::open, "-journal", {works(), works(), endingCommit()});
     EXPECT_NO_THROW(readAll());
     EXPECT_GE(calls.count(), 3U);
+}
+
+TEST_F(ChangingFilesTest, commitThatBeginsWhileTheIndexIsOpenedIsWaitedFor) {
+    const Claim claim(samples());
+    const FailingCalls indexOpens(Call::open, "index.sqlite", {works([this] { beginCommit(); })});
+    const FailingCalls journalOpens(Call::open, "-journal", {works(), endingCommit()});
+    EXPECT_NO_THROW(readAll());
+    EXPECT_EQ(journalOpens.count(), 2U);
 }
 
 TEST_F(ChangingFilesTest, damagedIndexOfARunningHostIsNamed) {

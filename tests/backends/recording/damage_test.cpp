@@ -105,6 +105,19 @@ TEST_F(RecordingDamageTest, channelWithoutItsGroupIsDamage) {
     expectDamage(index(), "it is damaged: a channel has no group");
 }
 
+TEST_F(RecordingDamageTest, chunksThatContradictTheirGroupAreDamage) {
+    const std::string before = bytesOf(index());
+    for (const char* change :
+         {"UPDATE chunk SET steps = 0", "UPDATE chunk SET steps = stored_steps + 1",
+          "UPDATE signal_group SET steps = steps + 1",
+          "UPDATE signal_group SET shown_steps = steps + 1"}) {
+        change_index(index(), change);
+        EXPECT_THROW(readAll(), RecordingError) << change;
+        writeBytes(index(), before);
+    }
+    EXPECT_NO_THROW(readAll());
+}
+
 TEST_F(RecordingDamageTest, pathWithoutItsGroupIsDamage) {
     run_sql(index(), "UPDATE path SET signal_group = 9");
     expectDamage(index(), "it is damaged: a path has no group");
