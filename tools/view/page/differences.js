@@ -110,10 +110,10 @@ export class Differences {
         const name = line.path + line.suffix;
         if (found.error !== undefined) return {text: `${name}: ${found.error.message}`, isError: true};
         const {isSame, intervals, hasMore, maximum, at} = found.difference;
-        if (isSame) return {text: `${name}: the runs agree here.`};
+        if (isSame) return {text: `${name}: no difference here`};
         const count = `${intervals.length}${hasMore ? " or more" : ""}`;
-        const places = intervals.length === 1 ? "1 place" : `${count} places`;
-        const most = Number.isNaN(maximum) ? "" : `, most by ${shortNumber(maximum)} at ${shortNumber(at)}`;
-        return {text: `${name}: the runs differ in ${places}${most}.`, hasPlaces: true};
+        const places = count === "1" ? "1 difference" : `${count} differences`;
+        const most = Number.isNaN(maximum) ? "" : `, greatest ${shortNumber(maximum)} at ${shortNumber(at)}`;
+        return {text: `${name}: ${places}${most}`, hasPlaces: true};
     }
 }

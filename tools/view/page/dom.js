@@ -19,10 +19,13 @@ export function byId(id) {
     return document.getElementById(id);
 }
 
-// A path whose last part stays readable when the line is too short for all of it.
+const TAIL_LENGTH = 14;
+
+// A path whose end stays readable when the line is too short for all of it.
 export function pathLabel(path, suffix = "") {
-    const dot = path.lastIndexOf(".") + 1;
-    return element("span", {className: "path", title: path + suffix},
-                   element("span", {className: "path-head"}, path.slice(0, dot)),
-                   element("span", {className: "path-tail"}, path.slice(dot) + suffix));
+    const text = path + suffix;
+    const cut = Math.max(path.lastIndexOf(".") + 1, text.length - TAIL_LENGTH);
+    return element("span", {className: "path", title: text},
+                   element("span", {className: "path-head"}, text.slice(0, cut)),
+                   element("span", {className: "path-tail"}, text.slice(cut)));
 }

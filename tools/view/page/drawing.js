@@ -88,17 +88,17 @@ function traceSteps(trace, tracer) {
     for (let i = 0; i < trace.count; i += 1) tracer.to(trace.times[i], trace.values[i]);
 }
 
-// From the first value over the least and the greatest to the last one. The least and the greatest are
-// drawn in the middle, within the pixel.
+// From the first value over the least and the greatest to the last one. A least or greatest value that
+// is neither the first nor the last is drawn in the middle, within the pixel.
 function traceAggregate(trace, tracer) {
     for (let i = 0; i < trace.count; i += 1) {
+        const [first, last] = [trace.first[i], trace.last[i]];
         const middle = trace.firstTime[i] + (trace.lastTime[i] - trace.firstTime[i]) / 2;
-        tracer.to(trace.firstTime[i], trace.first[i]);
-        if (!Number.isNaN(trace.least[i])) {
-            tracer.to(middle, trace.least[i]);
-            tracer.to(middle, trace.greatest[i]);
+        tracer.to(trace.firstTime[i], first);
+        for (const value of first < last ? [trace.least[i], trace.greatest[i]] : [trace.greatest[i], trace.least[i]]) {
+            if (value !== first && value !== last && !Number.isNaN(value)) tracer.to(middle, value);
         }
-        tracer.to(trace.lastTime[i], trace.last[i]);
+        tracer.to(trace.lastTime[i], last);
     }
 }
 

@@ -41,6 +41,7 @@ export class Legend {
         const key = JSON.stringify([lines.map((line) => [line.key, line.runText, line.color]), colors.lines]);
         if (key !== this.#shown) this.#makeRows(lines, colors);
         this.#shown = key;
+        this.node.classList.toggle("tall", columns.length > 1);
         this.fit.hidden = !hasFixedValues;
         this.detail.textContent = detail.isAggregate ? "aggregate" : "";
         this.detail.title = detail.text;
@@ -72,12 +73,13 @@ export class Legend {
         const text = JSON.stringify(notes);
         if (this.notes.dataset.shown === text) return;
         this.notes.dataset.shown = text;
-        this.notes.replaceChildren(...notes.map((note) => this.#note(note)));
+        const first = notes.find((note) => note.hasPlaces);
+        this.notes.replaceChildren(...notes.map((note) => this.#note(note, note === first)));
     }
 
-    #note({text, isError, hasPlaces}) {
+    #note({text, isError}, hasButtons) {
         const node = element("p", {className: isError ? "note error" : "note"}, text);
-        if (hasPlaces) {
+        if (hasButtons) {
             node.append(iconButton("‹", "The difference before (Shift+D)",
                                    () => this.#actions.nextPlace(this.#index, -1)),
                         iconButton("›", "The next difference (D)",

@@ -16,6 +16,10 @@ export function countText(count) {
     return Math.round(count).toLocaleString("en-US");
 }
 
+export function shortCount(count) {
+    return count.toLocaleString("en-US", {notation: "compact", maximumSignificantDigits: 3});
+}
+
 // What a user typed, or NaN.
 export function parseNumber(text) {
     const trimmed = text.trim().replace("−", "-");
@@ -25,12 +29,6 @@ export function parseNumber(text) {
 // What the server sent: numbers that JSON cannot express are texts.
 export function sentNumber(value) {
     return value === null || value === undefined ? NaN : Number(value);
-}
-
-export function byteText(bytes) {
-    const units = ["B", "KiB", "MiB", "GiB", "TiB"];
-    const power = Math.min(Math.floor(Math.log2(Math.max(bytes, 1)) / 10), units.length - 1);
-    return `${(bytes / 1024 ** power).toFixed(power === 0 ? 0 : 1)} ${units[power]}`;
 }
 
 export function durationText(seconds) {

@@ -26,7 +26,7 @@ export function columnsOf(readings, valueAt) {
 export function readingsText(readings) {
     const times = readings.map(({title, time}) => `${title} ${shortNumber(time, 12)}`);
     if (readings.length === 2) times.push(`difference ${shortNumber(readings[1].time - readings[0].time, 8)}`);
-    return times.join("   ");
+    return times.join(" · ");
 }
 
 // How exact the plots are, from all traces that they show: {text, isAggregate}.

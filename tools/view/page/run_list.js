@@ -1,7 +1,7 @@
 // The list of runs at the left. A click shows a run instead of the others, a tick overlays it.
 
 import {element} from "./dom.js";
-import {countText, durationText, parseNumber} from "./numbers.js";
+import {durationText, parseNumber, shortCount} from "./numbers.js";
 
 const STATES = {running: "running", finished: "finished", interrupted: "interrupted", unknown: "unreadable"};
 
@@ -91,7 +91,7 @@ export class RunList {
             element("span", {className: "run-facts"},
                     element("span", {textContent: startText(start)}),
                     element("span", {textContent: durationText(Number(duration))}),
-                    element("span", {textContent: `${countText(steps)} steps`})),
+                    element("span", {textContent: `${shortCount(steps)} steps`})),
         ];
     }
 

@@ -6,6 +6,7 @@ import {countText} from "./numbers.js";
 import {matching, rowsOf, treeOf} from "./signal_tree.js";
 import {hasSignal} from "./view.js";
 
+const SHORT_BRANCH = 12;
 export const DRAGGED = "application/x-logging2-signal";
 
 export class SignalList {
@@ -49,8 +50,9 @@ export class SignalList {
         this.#render();
     }
 
-    // Few signals need no opening, and matches are worth seeing.
-    #isOpen = (key) => this.#opened.get(key) ?? (this.#filter.value.trim() !== "" || this.#signals.length <= 60);
+    // Until the user decides, short branches are open, and so are all that fit the filter. Elements are not.
+    #isOpen = (key, {children}) => this.#opened.get(key) ??
+        (children.size > 0 && (children.size <= SHORT_BRANCH || this.#filter.value.trim() !== ""));
 
     #render() {
         const {rows, hiddenCount} = rowsOf(this.#tree, this.#isOpen);

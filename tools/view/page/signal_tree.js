@@ -30,7 +30,8 @@ export function matching(signals, filter) {
 }
 
 // The rows that are shown of a tree: [{key, name, depth, signal, element, hasChildren, isOpen}], and how
-// many there was no room for. isOpen(key) says whether the user has opened a node.
+// many there was no room for. isOpen(key, node) says whether a
+// node is open.
 export function rowsOf(root, isOpen) {
     const rows = [];
     let hiddenCount = 0;
@@ -43,7 +44,7 @@ export function rowsOf(root, isOpen) {
             const key = parentKey === "" ? child.name : `${parentKey}.${child.name}`;
             const width = child.signal?.width ?? 0;
             const hasChildren = child.children.size > 0 || width > 1;
-            const open = hasChildren && isOpen(key);
+            const open = hasChildren && isOpen(key, child);
             add({key, name: child.name, depth, signal: child.signal, element: null, hasChildren, isOpen: open});
             if (!open) continue;
             visit(child, key, depth + 1);
