@@ -7,7 +7,7 @@ import {extentOfRuns, panned, zoomed} from "./time_range.js";
 import {addRun, addSignal, hasSignal, removePlot, removeRun, removeSignal, setValues, shiftRun} from "./view.js";
 
 function rangeActions(app) {
-    const show = ([from, to]) => app.change({range: {kind: "fixed", from, to}});
+    const show = (interval) => app.change({range: {kind: "fixed", from: interval[0], to: interval[1]}});
     const center = () => {
         const [from, to] = app.interval;
         const {a} = app.view.marks;

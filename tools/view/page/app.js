@@ -92,8 +92,8 @@ export class App {
     #listen() {
         this.#holder.addEventListener("change", () => this.#viewChanged());
         this.#catalogue.addEventListener("change", () => this.refresh());
-        this.#catalogue.addEventListener("data", ({detail}) => this.#outdate(detail));
-        this.#feed.addEventListener("run", ({detail}) => {
+        this.#catalogue.addEventListener("data", (/** @type {any} */ {detail}) => this.#outdate(detail));
+        this.#feed.addEventListener("run", (/** @type {any} */ {detail}) => {
             this.#eventAt = performance.now();
             this.#catalogue.update(detail);
         });

@@ -8,6 +8,7 @@ const AXIS_HEIGHT = 18;
 const FONT_SIZE = 11;
 
 // The legend of dygraphs sets style attributes, which the page's security policy forbids.
+const {Dygraph} = /** @type {any} */ (globalThis);
 Dygraph.PLUGINS = [Dygraph.Plugins.Axes, Dygraph.Plugins.Grid];
 
 function dygraphTicks(ticksOf) {
@@ -17,11 +18,11 @@ function dygraphTicks(ticksOf) {
 export class Chart {
     #graph;
 
-    // draw(context, area) draws the lines.
+    // draw(context) draws the lines.
     constructor(container, draw) {
         this.#graph = new Dygraph(container, [[0, 0], [1, 0]], {
             labels: ["time", "lines"],
-            plotter: (event) => draw(event.drawingContext, event.plotArea),
+            plotter: (event) => draw(event.drawingContext),
             dateWindow: [0, 1],
             interactionModel: {},
             highlightCircleSize: 0,

@@ -15,6 +15,7 @@ export function element(tag, properties = {}, ...children) {
     return node;
 }
 
+/** @returns {any} */
 export function byId(id) {
     return document.getElementById(id);
 }

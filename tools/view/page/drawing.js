@@ -47,6 +47,7 @@ class Tracer {
             left: scale.left - MARGIN, right: scale.left + scale.width + MARGIN,
             top: scale.top - MARGIN, bottom: scale.top + scale.height + MARGIN,
         };
+        this.y = NaN;
         this.lift();
     }
 
@@ -156,7 +157,7 @@ export function oddNumbersOf(trace, scale) {
         const x = Math.round(xOf(scale, trace.isAggregate ? trace.firstTime[i] : trace.times[i]));
         if (x < scale.left || x > scale.left + scale.width) continue;
         for (const [flag, kind] of kinds) {
-            if ((flags & flag) !== 0) seen.set(`${x} ${kind}`, [x, kind]);
+            if ((flags & Number(flag)) !== 0) seen.set(`${x} ${kind}`, [x, kind]);
         }
     }
     return [...seen.values()];

@@ -20,7 +20,6 @@ function paddedValues(low, high) {
 
 export class Plot {
     #content = null;
-    #scale = null;
 
     // The actions are those of the legend, and attach(plot), which makes the plot navigable.
     constructor(index, actions) {
@@ -33,7 +32,7 @@ export class Plot {
 
     // Call this when the node is in the document.
     start(resized) {
-        this.chart = new Chart(this.graph, (context, area) => this.#draw(context, area));
+        this.chart = new Chart(this.graph, (context) => this.#draw(context));
         this.overlay = new Overlay(this.graph);
         this.observer = new ResizeObserver(() => {
             this.chart.resize();

@@ -22,7 +22,6 @@ function acceptSignals(node, dropped) {
 }
 
 export class PlotList {
-    #container = byId("plots");
     #empty = byId("empty");
     #newPlot = byId("new-plot");
     #actions;

@@ -13,6 +13,11 @@ function startText(start) {
         `${pad(time.getHours())}:${pad(time.getMinutes())}:${pad(time.getSeconds())}`;
 }
 
+/** @returns {any} */
+function activeElement() {
+    return document.activeElement;
+}
+
 export class RunList {
     #list;
     #actions;
@@ -31,17 +36,17 @@ export class RunList {
         const shown = JSON.stringify(content);
         if (shown === this.#shown || this.#isTyping()) return;
         this.#shown = shown;
-        const focused = document.activeElement?.dataset?.focus;
+        const focused = activeElement()?.dataset?.focus;
         this.#list.replaceChildren(...this.#nodes(content));
         if (focused !== undefined) {
             [...this.#list.querySelectorAll("[data-focus]")]
-                .find((node) => node.dataset.focus === focused)?.focus();
+                .find((/** @type {any} */ node) => node.dataset.focus === focused)?.focus();
         }
     }
 
     // What the user is typing must not be replaced.
     #isTyping() {
-        const node = document.activeElement;
+        const node = activeElement();
         return node?.type === "text" && this.#list.contains(node) && node.value !== node.defaultValue;
     }
 

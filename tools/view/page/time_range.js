@@ -14,11 +14,15 @@ export function drawable(from, to) {
 }
 
 // Keeps the place of `center` and multiplies the length by `factor`.
-export function zoomed([from, to], center, factor) {
+/** @param {number[]} interval */
+export function zoomed(interval, center, factor) {
+    const [from, to] = interval;
     return drawable(center - (center - from) * factor, center + (to - center) * factor);
 }
 
-export function panned([from, to], share) {
+/** @param {number[]} interval */
+export function panned(interval, share) {
+    const [from, to] = interval;
     const distance = (to - from) * share;
     return [from + distance, to + distance];
 }

@@ -75,15 +75,15 @@ export class Toolbar {
 
     show(view, interval, isRunning) {
         const {kind} = view.range;
-        byId("whole").setAttribute("aria-pressed", kind === "whole");
-        byId("last").setAttribute("aria-pressed", kind === "last");
+        byId("whole").setAttribute("aria-pressed", String(kind === "whole"));
+        byId("last").setAttribute("aria-pressed", String(kind === "last"));
         if (kind === "last") setField(byId("last-length"), String(view.range.length));
         byId("follow").disabled = !isRunning;
         byId("follow").textContent = isRunning && kind === "fixed" ? "Follow" : "Pause";
         setField(byId("from"), endText(interval[0], interval));
         setField(byId("to"), endText(interval[1], interval));
         byId("compare").disabled = view.runs.length < 2;
-        byId("compare").setAttribute("aria-pressed", view.compare !== null);
+        byId("compare").setAttribute("aria-pressed", String(view.compare !== null));
         byId("tolerances").hidden = view.compare === null;
         for (const [name, id] of Object.entries(TOLERANCES)) {
             if (view.compare !== null) setField(byId(id), view.compare[name]);
