@@ -28,7 +28,7 @@ for (const canvas of document.querySelectorAll(".plot")[plot].querySelectorAll("
         columns[x] ??= null;
         for (let y = 0; y < height; y += 1) {
             const at = 4 * (y * width + x);
-            const isInk = data[at + 3] > 100 && [0, 1, 2].every((i) => Math.abs(data[at + i] - wanted[i]) < 12);
+            const isInk = data[at + 3] > 100 && [0, 1, 2].every((i) => Math.abs(data[at + i] - wanted[i]) < 60);
             if (isInk) columns[x] = columns[x] === null ? [y, y] : [Math.min(columns[x][0], y), Math.max(columns[x][1], y)];
         }
     }

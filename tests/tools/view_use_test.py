@@ -69,7 +69,7 @@ class ViewUseTest(BrowserTest):
     def test_times_have_round_labels(self):
         self.open(self.ramp)
         for interval, labels in (([0, 10], ["0", "2", "4", "6", "8", "10"]),
-                                 ([-0.1, 0.1], ["−0.1", "0", "0.1"]),
+                                 ([-0.1, 0.1], ["−0.10", "−0.05", "0", "0.05", "0.10"]),
                                  ([1e9, 1e9 + 2], ["1.000000000e9", "1.000000001e9", "1.000000002e9"])):
             ticks = self.call("numbers", "horizontalTicks", *interval, 330)
             self.assertEqual([tick["label"] for tick in ticks], labels)

@@ -52,6 +52,7 @@ function plotActions(app) {
             const values = [middle - (middle - low) * factor, middle + (high - middle) * factor];
             if (values[1] > values[0]) app.change(setValues(app.view, index, values));
         },
+        focusPlot: () => app.focusPlot(),
         resized: () => app.refresh(),
     };
 }

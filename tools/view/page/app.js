@@ -47,6 +47,7 @@ export class App {
     #isConnected = true;
     #eventAt = performance.now();
     #followedRange = {kind: "whole"};
+    #focusesPlot = false;
     interval = [0, 1];
     shownRuns = [];
     pointer = null;
@@ -166,6 +167,12 @@ export class App {
         this.#refreshCursors();
     }
 
+    // Gives the focus to the current plot as soon as it is shown.
+    focusPlot() {
+        this.#focusesPlot = true;
+        this.refresh();
+    }
+
     allLines() {
         return this.plotList.plots.flatMap((plot) => plot.content().lines);
     }
@@ -204,6 +211,8 @@ export class App {
         this.toolbar.show(view, this.interval, this.shownRuns.some(({run}) => run.state === "running"));
         byId("detail").textContent = detailOf(this.allLines().map((line) => this.traces.get(line.key))).text;
         this.#showLag();
+        if (this.#focusesPlot) this.plotList.plots[view.current]?.node.focus({preventScroll: true});
+        this.#focusesPlot = false;
         this.#tellWhenDone();
     }
 

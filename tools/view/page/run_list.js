@@ -91,7 +91,7 @@ export class RunList {
         const badge = element("span", {className: `state ${state}`, textContent: STATES[state] ?? state});
         return [
             element("span", {className: "run-line"},
-                    element("span", {className: "run-name", textContent: name}),
+                    element("span", {className: "run-name", textContent: name || "unnamed"}),
                     element("span", {className: "run-id", textContent: id.slice(0, 8)}), badge),
             element("span", {className: "run-facts"},
                     element("span", {textContent: startText(start)}),

@@ -21,7 +21,8 @@ export class SignalList {
     #shown = "";
     #view = null;
 
-    // actions: {toggle(signal), addToNewPlot(signal)}
+    // actions: {toggle(signal), addToNewPlot(signal), focusPlot()}; the plot has the focus after a click, so
+    // that its keys work.
     constructor(list, filter, actions) {
         this.#list = list;
         this.#filter = filter;
@@ -117,6 +118,7 @@ export class SignalList {
             this.#open(row, !row.isOpen);
         } else {
             this.#plot(row, event.shiftKey);
+            this.#actions.focusPlot();
         }
     }
 
