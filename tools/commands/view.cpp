@@ -30,7 +30,8 @@ int serve(const ViewOptions& options, const Terminal& terminal) {
     view::RunCatalog catalog(options.location);
     view::Server server(options.port);
     const view::Access access(server.port(), options.hosts);
-    view::Api api(catalog);
+    view::LiveFeed feed(catalog);
+    view::Api api(catalog, feed);
     view::RequestHandler handler(access, api);
     const std::string address =
         "http://127.0.0.1:" + std::to_string(server.port()) + access.firstTarget();

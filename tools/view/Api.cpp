@@ -1,7 +1,10 @@
 #include <tools/view/Api.hpp>
 
 #include <tools/view/HttpError.hpp>
+#include <tools/view/csv_download.hpp>
 #include <tools/view/describe_run.hpp>
+#include <tools/view/difference.hpp>
+#include <tools/view/event_stream.hpp>
 #include <tools/view/trace.hpp>
 #include <tools/view/values.hpp>
 
@@ -14,6 +17,7 @@ constexpr int badRequest = 400;
 constexpr int notFound = 404;
 constexpr std::size_t greatestPixelCount = 4096;
 constexpr std::size_t greatestSignalCount = 64;
+constexpr std::size_t greatestRunCount = 16;
 
 Reply json_reply(const Json& value) {
     return {200,
@@ -23,12 +27,16 @@ Reply json_reply(const Json& value) {
             {}};
 }
 
+void check_order(const TimeRange& range) {
+    if (range.from && range.to && *range.from > *range.to) {
+        throw HttpError(badRequest, "The parameter \"from\" is greater than \"to\".");
+    }
+}
+
 TraceRange trace_range(const Query& query) {
     const TraceRange range{query.number("from"), query.number("to"),
                            query.count("pixels", 1, greatestPixelCount)};
-    if (range.from > range.to) {
-        throw HttpError(badRequest, "The parameter \"from\" is greater than \"to\".");
-    }
+    check_order({range.from, range.to});
     return range;
 }
 
@@ -44,6 +52,12 @@ Reply Api::answer(const std::string& path, const Query& query) {
     if (path == start) {
         query.allow({});
         return json_reply(catalog.list());
+    }
+    if (path == "/api/diff") {
+        return diff(query);
+    }
+    if (path == "/api/events") {
+        return events(query);
     }
     if (path.rfind(start + '/', 0) == 0) {
         const std::string rest = path.substr(start.size() + 1);
@@ -62,6 +76,9 @@ Reply Api::answerAboutRun(const std::string& id, const std::string& question, co
     }
     if (question == "/values") {
         return values(id, query);
+    }
+    if (question == "/csv") {
+        return csv(id, query);
     }
     throw HttpError(notFound, "There is no such page.");
 }
@@ -88,6 +105,34 @@ Reply Api::values(const std::string& id, const Query& query) {
     const std::vector<std::string> signals = query.texts("signal", greatestSignalCount);
     const double time = query.number("time");
     return json_reply(values_at(*catalog.run(id), signals, time));
+}
+
+Reply Api::csv(const std::string& id, const Query& query) {
+    query.allow({"signal", "from", "to"});
+    const std::vector<std::string> signals = query.texts("signal", greatestSignalCount);
+    const TimeRange range{query.optionalNumber("from"), query.optionalNumber("to")};
+    check_order(range);
+    return csv_download(catalog.ownRun(id), signals, range);
+}
+
+Reply Api::diff(const Query& query) {
+    query.allow({"a", "b", "signal", "element", "from", "to", "pixels", "shift", "absolute",
+                 "relative", "time-tolerance"});
+    const DifferenceQuestion question{query.text("signal"),
+                                      element_of(query),
+                                      trace_range(query),
+                                      query.optionalNumber("shift").value_or(0),
+                                      {query.tolerance("absolute", 0),
+                                       query.tolerance("relative", Tolerance().relative),
+                                       query.tolerance("time-tolerance", 0)}};
+    return json_reply(difference_between(*catalog.run(query.text("a")),
+                                         *catalog.ownRun(query.text("b")), question));
+}
+
+Reply Api::events(const Query& query) {
+    query.allow({"run"});
+    return event_stream(feed.subscribe(query.has("run") ? query.texts("run", greatestRunCount)
+                                                        : std::vector<std::string>()));
 }
 
 } // namespace logging2::tools::view

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tools/view/LiveFeed.hpp>
 #include <tools/view/Query.hpp>
 #include <tools/view/RunCatalog.hpp>
 #include <tools/view/messages.hpp>
@@ -12,8 +13,8 @@ namespace logging2::tools::view {
 /// time.
 class Api {
 public:
-    /// The catalog must outlive the object.
-    explicit Api(RunCatalog& runCatalog) : catalog(runCatalog) {}
+    /// Both must outlive the object.
+    Api(RunCatalog& runCatalog, LiveFeed& liveFeed) : catalog(runCatalog), feed(liveFeed) {}
 
     /// The answer to a path below /api/. Throws HttpError if there is none.
     Reply answer(const std::string& path, const Query& query);
@@ -24,7 +25,12 @@ private:
     Reply trace(const std::string& id, const Query& query);
     Reply values(const std::string& id, const Query& query);
 
+    Reply csv(const std::string& id, const Query& query);
+    Reply diff(const Query& query);
+    Reply events(const Query& query);
+
     RunCatalog& catalog;
+    LiveFeed& feed;
 };
 
 } // namespace logging2::tools::view

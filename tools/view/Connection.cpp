@@ -93,9 +93,12 @@ void Connection::stream(httplib::Response& response, const Reply& reply) {
         tellState(ConnectionState::endless);
     }
     const auto provide = [this, next = reply.next](std::size_t, httplib::DataSink& sink) {
-        const Sink write = [this, &sink](std::string_view bytes) {
-            return sink.write(bytes.data(), bytes.size()) && connection.is_writable();
+        const Sink write = [&sink](std::string_view bytes) {
+            return sink.write(bytes.data(), bytes.size());
         };
+        if (!connection.isOpen()) {
+            return false;
+        }
         if (!next(write)) {
             sink.done();
         }

@@ -126,8 +126,8 @@ std::optional<double> Query::optionalNumber(const std::string& name) const {
     return has(name) ? std::optional(number(name)) : std::nullopt;
 }
 
-double Query::tolerance(const std::string& name) const {
-    const double value = optionalNumber(name).value_or(0);
+double Query::tolerance(const std::string& name, double standard) const {
+    const double value = optionalNumber(name).value_or(standard);
     if (value < 0) {
         refuse(name, "is negative");
     }

@@ -39,8 +39,8 @@ public:
     /// The same, empty if the parameter is missing.
     std::optional<double> optionalNumber(const std::string& name) const;
 
-    /// The same, 0 if the parameter is missing. Throws if it is negative.
-    double tolerance(const std::string& name) const;
+    /// The same, with a value for a parameter that is missing. Throws if it is negative.
+    double tolerance(const std::string& name, double standard) const;
 
     /// The value as a whole number from least to greatest.
     std::size_t count(const std::string& name, std::size_t least, std::size_t greatest) const;

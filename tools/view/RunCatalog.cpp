@@ -149,6 +149,10 @@ RunPool::Lease RunCatalog::run(const std::string& id) {
     return RunPool::lease(poolOf(locationOf(id)));
 }
 
+std::unique_ptr<core::Run> RunCatalog::ownRun(const std::string& id) {
+    return RunPool::opened(locationOf(id));
+}
+
 std::shared_ptr<RunPool> RunCatalog::poolOf(const std::string& location) {
     const std::lock_guard<std::mutex> lock(mutex);
     auto pool =

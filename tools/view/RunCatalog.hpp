@@ -28,6 +28,9 @@ public:
     /// such run, and as RunPool::lease() does.
     RunPool::Lease run(const std::string& id);
 
+    /// The same, for a caller who needs it for long and whom nobody shall wait for.
+    std::unique_ptr<core::Run> ownRun(const std::string& id);
+
     /// The location of the run with this id. Throws HttpError with status 404 if there is none.
     std::string locationOf(const std::string& id);
 

@@ -18,6 +18,18 @@ constexpr int gone = 410;
 constexpr int unreadable = 422;
 constexpr int unavailable = 503;
 
+ino_t present_file(const std::string& location) {
+    struct stat status {};
+    if (stat((location + "/samples.bin").c_str(), &status) != 0) {
+        throw HttpError(gone, "The run is gone: " + location + " is no recording any more.");
+    }
+    return status.st_ino;
+}
+
+[[noreturn]] void fail(const core::RecordingError& error) {
+    throw HttpError(unreadable, std::string("The run cannot be read: ") + error.what());
+}
+
 } // namespace
 
 RunPool::Lease::Lease(std::shared_ptr<RunPool> ownerPool, ino_t samplesFile)
@@ -36,17 +48,18 @@ RunPool::RunPool(std::string recordingLocation) : place(std::move(recordingLocat
 }
 
 RunPool::Lease RunPool::lease(const std::shared_ptr<RunPool>& pool) {
-    Lease lease(pool, pool->presentFile());
+    Lease lease(pool, present_file(pool->place));
     pool->refresh(lease.run);
     return lease;
 }
 
-ino_t RunPool::presentFile() const {
-    struct stat status {};
-    if (stat((place + "/samples.bin").c_str(), &status) != 0) {
-        throw HttpError(gone, "The run is gone: " + place + " is no recording any more.");
+std::unique_ptr<core::Run> RunPool::opened(const std::string& location) {
+    present_file(location);
+    try {
+        return core::open_recording(location, core::SampleAccess::copied);
+    } catch (const core::RecordingError& error) {
+        fail(error);
     }
-    return status.st_ino;
 }
 
 /// One that is idle, or null for the right to open another one.
@@ -74,13 +87,13 @@ std::unique_ptr<core::Run> RunPool::taken(ino_t samplesFile) {
 void RunPool::refresh(std::unique_ptr<core::Run>& run) const {
     try {
         if (run == nullptr) {
-            run = core::open_recording(place, core::SampleAccess::copied);
+            run = opened(place);
         } else if (run->info().state != core::RunState::finished) {
             run->refresh();
         }
     } catch (const core::RecordingError& error) {
         run.reset();
-        throw HttpError(unreadable, std::string("The run cannot be read: ") + error.what());
+        fail(error);
     }
 }
 

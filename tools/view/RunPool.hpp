@@ -47,8 +47,10 @@ public:
     /// it cannot be read, 503 if all objects are busy for too long.
     static Lease lease(const std::shared_ptr<RunPool>& pool);
 
+    /// A recording that is not shared. Throws HttpError in the same way.
+    static std::unique_ptr<core::Run> opened(const std::string& location);
+
 private:
-    ino_t presentFile() const;
     std::unique_ptr<core::Run> taken(ino_t samplesFile);
     void refresh(std::unique_ptr<core::Run>& run) const;
     void giveBack(std::unique_ptr<core::Run> run, ino_t samplesFile) noexcept;

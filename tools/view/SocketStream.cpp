@@ -85,9 +85,9 @@ void SocketStream::endPolitely() {
     } while (receive(deadline) && Clock::now() < deadline);
 }
 
-bool SocketStream::is_writable() const {
-    pollfd entry{descriptor, POLLOUT | POLLRDHUP, 0};
-    return poll(&entry, 1, 0) == 1 && (entry.revents & (POLLRDHUP | POLLHUP | POLLERR)) == 0;
+bool SocketStream::isOpen() const {
+    pollfd entry{descriptor, POLLRDHUP, 0};
+    return poll(&entry, 1, 0) == 0;
 }
 
 ssize_t SocketStream::read(char* to, size_t size) {

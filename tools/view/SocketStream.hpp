@@ -24,11 +24,14 @@ public:
     /// The head that the library is to read.
     void offer(std::string requestHead);
 
+    /// Whether the client still listens.
+    bool isOpen() const;
+
     /// Tells the client that this was all, and lets it read that although it may still be sending.
     void endPolitely();
 
     bool is_readable() const override { return position < head.size(); }
-    bool is_writable() const override;
+    bool is_writable() const override { return isOpen(); }
     ssize_t read(char* to, size_t size) override;
     ssize_t write(const char* from, size_t size) override;
     void get_remote_ip_and_port(std::string& ip, int& port) const override;
