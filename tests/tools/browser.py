@@ -22,7 +22,7 @@ probe.fillStyle = style.getPropertyValue(`--line-${line}`);
 probe.fillRect(0, 0, 1, 1);
 const wanted = probe.getImageData(0, 0, 1, 1).data;
 const columns = [];
-for (const canvas of document.querySelectorAll(".plot")[plot].querySelectorAll("canvas:not(.overlay)")) {
+for (const canvas of document.querySelectorAll(".plot")[plot]?.querySelectorAll("canvas:not(.overlay)") ?? []) {
     const {data, width, height} = canvas.getContext("2d").getImageData(0, 0, canvas.width, canvas.height);
     for (let x = 0; x < width; x += 1) {
         columns[x] ??= null;
@@ -38,7 +38,7 @@ return columns;
 
 # The values in the legend of a plot: {name of the line: [value at each cursor]}.
 LEGEND = """
-const rows = [...document.querySelectorAll(".plot")[arguments[0]].querySelectorAll(".legend tbody tr")];
+const rows = [...document.querySelectorAll(".plot")[arguments[0]]?.querySelectorAll(".legend tbody tr") ?? []];
 return rows.map((row) => [row.querySelector(".path").title,
                           [...row.querySelectorAll(".value")].map((cell) => cell.title)]);
 """
@@ -160,8 +160,9 @@ class BrowserTest(CommandTest):
 
     def interval(self):
         """The first and last time that the page shows."""
-        return [float(self.one(selector).get_attribute("value").replace("−", "-"))
-                for selector in ("#from", "#to")]
+        texts = self.browser.execute_script(
+            "return ['from', 'to'].map((id) => document.getElementById(id).value)")
+        return [float(text.replace("−", "-")) for text in texts]
 
     def show(self, first, last):
         self.browser.execute_script(

@@ -26,9 +26,8 @@ function runFrom(answer) {
     };
 }
 
-function failedRun(id, error) {
-    return {id, name: id.slice(0, 8), state: "unknown", revision: 0, lag: null, error: error.message,
-            groups: [], signals: new Map()};
+function unknownRun(id) {
+    return {id, name: id.slice(0, 8), revision: 0, lag: null, groups: [], signals: new Map()};
 }
 
 export class Catalogue extends EventTarget {
@@ -67,10 +66,15 @@ export class Catalogue extends EventTarget {
         try {
             this.#runs.set(id, runFrom(await fetchRun(id)));
         } catch (error) {
-            this.#runs.set(id, failedRun(id, error));
+            this.#fail(id, error.message);
         }
         this.#loading.delete(id);
         this.#changed();
+    }
+
+    // What was known of the run stays visible.
+    #fail(id, message) {
+        this.#runs.set(id, {...(this.#runs.get(id) ?? unknownRun(id)), state: "unknown", error: message});
     }
 
     // Asks again for the runs that could not be read.
@@ -84,6 +88,11 @@ export class Catalogue extends EventTarget {
         if (run === undefined) return;
         if (run.error !== null) {
             this.load(run.id);
+            return;
+        }
+        if (event.error !== undefined) {
+            this.#fail(run.id, event.error);
+            this.#changed();
             return;
         }
         const {state, revision, lag} = event;
