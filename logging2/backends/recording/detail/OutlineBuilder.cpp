@@ -13,19 +13,23 @@ namespace {
 /// For each bucket, so many nodes with infinite values are looked into.
 constexpr std::size_t infiniteNodesPerBucket = 8;
 
+void widen(OutlineBucket& bucket, double value) {
+    if (std::isfinite(value)) {
+        bucket.least = std::min(bucket.least, value);
+        bucket.greatest = std::max(bucket.greatest, value);
+    } else if (std::isnan(value)) {
+        bucket.hasNan = true;
+    } else {
+        (value > 0 ? bucket.hasPositiveInfinity : bucket.hasNegativeInfinity) = true;
+    }
+}
+
 void widen(OutlineBucket& bucket, const ElementRange& range) {
     bucket.hasNan = bucket.hasNan || range.nanCount > 0;
-    bucket.hasPositiveInfinity =
-        bucket.hasPositiveInfinity || (std::isinf(range.greatest) && range.greatest > 0);
-    bucket.hasNegativeInfinity =
-        bucket.hasNegativeInfinity || (std::isinf(range.least) && range.least < 0);
-    if (std::isfinite(range.least)) {
-        bucket.least = std::min(bucket.least, range.least);
-        bucket.greatest = std::max(bucket.greatest, range.least);
-    }
-    if (std::isfinite(range.greatest)) {
-        bucket.least = std::min(bucket.least, range.greatest);
-        bucket.greatest = std::max(bucket.greatest, range.greatest);
+    // Without any number, the least one is greater than the greatest one.
+    if (range.least <= range.greatest) {
+        widen(bucket, range.least);
+        widen(bucket, range.greatest);
     }
 }
 
@@ -45,19 +49,24 @@ OutlineBuilder::OutlineBuilder(double rangeFrom, double rangeTo, std::size_t num
       infiniteNodeBudget(numberOfBuckets * infiniteNodesPerBucket),
       unreadBucket(numberOfBuckets) {}
 
-void OutlineBuilder::add(ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
+void OutlineBuilder::add(const std::shared_ptr<OpenChunk>& chunk, std::size_t column,
                          std::size_t stepCount) {
-    const Part part{chunk, layout, column, stepCount, layout.columns[column].width};
-    const std::vector<double> times = chunk.root(0);
-    const std::vector<double> values = chunk.root(column);
-    addNode(part, {layout.columns[column].levels.size(), 0, times.data(), values.data()});
-    endUnread(part);
+    const ColumnLayout& layout = chunk->layout->columns[column];
+    const std::vector<double> times = chunk->reader.root(0);
+    const std::vector<double> values = chunk->reader.root(column);
+    addNode({chunk, column, stepCount, layout.width},
+            {layout.levels.size(), 0, times.data(), values.data()});
+}
+
+const Outline& OutlineBuilder::result() {
+    endUnread();
+    return outline;
 }
 
 void OutlineBuilder::addNode(const Part& part, const Node& node) {
     const std::size_t first = node.index * ColumnLayout::stepsPerNode(node.level);
     const std::size_t end =
-        std::min(first + ColumnLayout::stepsPerNode(node.level), part.layout.stepCount);
+        std::min(first + ColumnLayout::stepsPerNode(node.level), part.chunk->layout->stepCount);
     const ElementRange time = range_of_node(node.times, 0);
     if (first >= part.stepCount || !(time.greatest >= from && time.least <= to)) {
         return;
@@ -86,9 +95,9 @@ bool OutlineBuilder::mustLookInto(const ElementRange& range) noexcept {
 
 void OutlineBuilder::addChildren(const Part& part, const Node& node) {
     const std::size_t level = node.level - 1;
-    const std::vector<double> times = part.chunk.children(0, level, node.index, node.times);
+    const std::vector<double> times = part.chunk->reader.children(0, level, node.index, node.times);
     const std::vector<double> values =
-        part.chunk.children(part.column, level, node.index, node.values);
+        part.chunk->reader.children(part.column, level, node.index, node.values);
     const std::size_t timeStride = node_double_count(1);
     const std::size_t valueStride = node_double_count(part.width);
     for (std::size_t child = 0; child * timeStride < times.size(); ++child) {
@@ -98,62 +107,62 @@ void OutlineBuilder::addChildren(const Part& part, const Node& node) {
 }
 
 void OutlineBuilder::addSamples(const Part& part, const Node& leaf) {
-    const std::vector<double> times = part.chunk.samples(0, leaf.index, leaf.times);
-    const std::vector<double> samples = part.chunk.samples(part.column, leaf.index, leaf.values);
+    const std::vector<double> times = part.chunk->reader.samples(0, leaf.index, leaf.times);
+    const std::vector<double> samples =
+        part.chunk->reader.samples(part.column, leaf.index, leaf.values);
     const std::size_t count = std::min(times.size(), part.stepCount - leaf.index * leafStepCount);
     for (std::size_t s = 0; s < count; ++s) {
         if (from <= times[s] && times[s] <= to) {
             const std::size_t bucket = bucket_of(times[s], from, to, outline.size());
             if (bucket != unreadBucket) {
-                endUnread(part);
+                endUnread();
             }
-            addSample(times[s], samples[s * part.width + element]);
+            addSample(outline[bucket], times[s], samples[s * part.width + element]);
         }
     }
 }
 
-void OutlineBuilder::addSample(double time, double value) {
-    OutlineBucket& bucket = outline[bucket_of(time, from, to, outline.size())];
+void OutlineBuilder::addSample(OutlineBucket& bucket, double time, double value) {
     if (bucket.sampleCount++ == 0) {
         bucket.firstTime = time;
         bucket.first = value;
     }
     bucket.lastTime = time;
     bucket.last = value;
-    ElementRange range;
-    add_samples(&value, 1, 1, &range);
-    widen(bucket, range);
+    widen(bucket, value);
     unreadBucket = outline.size();
 }
 
 void OutlineBuilder::addUnread(const Part& part, const Unread& unread, const ElementRange& range) {
     if (unread.bucket != unreadBucket) {
-        endUnread(part);
+        endUnread();
     }
     OutlineBucket& bucket = outline[unread.bucket];
     if (bucket.sampleCount == 0) {
-        part.chunk.read(0, unread.firstStep, 1, &bucket.firstTime);
-        std::vector<double> sample(part.width);
-        part.chunk.read(part.column, unread.firstStep, 1, sample.data());
-        bucket.first = sample[element];
+        readSample(part, unread.firstStep, bucket.firstTime, bucket.first);
     }
     bucket.sampleCount += unread.endStep - unread.firstStep;
     widen(bucket, range);
     unreadBucket = unread.bucket;
+    unreadPart = part;
     unreadStep = unread.endStep - 1;
 }
 
 /// Reads the last sample of the bucket that was left.
-void OutlineBuilder::endUnread(const Part& part) {
-    if (unreadBucket == outline.size()) {
-        return;
+void OutlineBuilder::endUnread() {
+    if (unreadBucket < outline.size()) {
+        readSample(unreadPart, unreadStep, outline[unreadBucket].lastTime,
+                   outline[unreadBucket].last);
+        unreadBucket = outline.size();
     }
-    OutlineBucket& bucket = outline[unreadBucket];
-    part.chunk.read(0, unreadStep, 1, &bucket.lastTime);
-    std::vector<double> sample(part.width);
-    part.chunk.read(part.column, unreadStep, 1, sample.data());
-    bucket.last = sample[element];
-    unreadBucket = outline.size();
+}
+
+void OutlineBuilder::readSample(const Part& part, std::size_t step, double& time,
+                                double& value) const {
+    part.chunk->reader.read(0, step, 1, &time);
+    std::vector<double> values(part.width);
+    part.chunk->reader.read(part.column, step, 1, values.data());
+    value = values[element];
 }
 
 } // namespace logging2::core::detail

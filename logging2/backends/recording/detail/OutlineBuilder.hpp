@@ -1,10 +1,10 @@
 #pragma once
 
-#include <logging2/backends/recording/detail/ChunkLayout.hpp>
-#include <logging2/backends/recording/detail/ChunkReader.hpp>
+#include <logging2/backends/recording/detail/OpenChunks.hpp>
 #include <logging2/runs/Outline.hpp>
 
 #include <cstddef>
+#include <memory>
 
 namespace logging2::core::detail {
 
@@ -17,19 +17,18 @@ public:
                    std::size_t elementOfSignal);
 
     /// Adds the first stepCount samples of a column of the chunk.
-    void add(ChunkReader& chunk, const ChunkLayout& layout, std::size_t column,
-             std::size_t stepCount);
+    void add(const std::shared_ptr<OpenChunk>& chunk, std::size_t column, std::size_t stepCount);
 
-    const Outline& result() const noexcept { return outline; }
+    /// The outline of what was added.
+    const Outline& result();
 
 private:
     /// The part of a chunk that is being added.
     struct Part {
-        ChunkReader& chunk;
-        const ChunkLayout& layout;
-        std::size_t column;
-        std::size_t stepCount;
-        std::size_t width;
+        std::shared_ptr<OpenChunk> chunk;
+        std::size_t column = 0;
+        std::size_t stepCount = 0;
+        std::size_t width = 0;
     };
 
     /// A place in the trees of both columns, times and values.
@@ -40,7 +39,7 @@ private:
         const double* values;
     };
 
-    /// Samples of the part that are in one bucket and whose values are known only by their node.
+    /// Samples of the part that are in one bucket and were not read.
     struct Unread {
         std::size_t bucket;
         std::size_t firstStep;
@@ -50,9 +49,10 @@ private:
     void addNode(const Part& part, const Node& node);
     void addChildren(const Part& part, const Node& node);
     void addSamples(const Part& part, const Node& leaf);
-    void addSample(double time, double value);
+    void addSample(OutlineBucket& bucket, double time, double value);
     void addUnread(const Part& part, const Unread& unread, const ElementRange& range);
-    void endUnread(const Part& part);
+    void endUnread();
+    void readSample(const Part& part, std::size_t step, double& time, double& value) const;
     bool mustLookInto(const ElementRange& range) noexcept;
 
     double from;
@@ -60,7 +60,8 @@ private:
     std::size_t element;
     Outline outline;
     std::size_t infiniteNodeBudget;
-    std::size_t unreadBucket; ///< the one whose last sample is still to be read; none if too great
+    std::size_t unreadBucket; ///< whose last sample is still to be read; none if it is too great
+    Part unreadPart;
     std::size_t unreadStep = 0;
 };
 

@@ -218,8 +218,7 @@ Outline RecordingRun::outline(const lang::core::ValuePath& path, std::size_t ele
     }
     OutlineBuilder builder(from, to, bucketCount, element);
     for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
-        const std::shared_ptr<OpenChunk> chunk = chunks.open(*span.chunk);
-        builder.add(chunk->reader, *chunk->layout, place.column, span.count);
+        builder.add(chunks.open(*span.chunk), place.column, span.count);
     }
     return builder.result();
 }
