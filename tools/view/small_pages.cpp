@@ -19,9 +19,11 @@ std::string escaped(const std::string& text) {
     return result;
 }
 
+/// The empty icon keeps browsers from asking for one.
 std::string page(const std::string& head, const std::string& body) {
-    return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">" + head +
-           "<title>logging2 view</title></head>\n<body><p>" + body + "</p></body></html>\n";
+    return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
+           "<link rel=\"icon\" href=\"data:,\">" +
+           head + "<title>logging2 view</title></head>\n<body><p>" + body + "</p></body></html>\n";
 }
 
 } // namespace
