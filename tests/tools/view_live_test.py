@@ -1,3 +1,4 @@
+import signal
 import subprocess
 
 from browser import BrowserTest
@@ -16,11 +17,15 @@ class ViewLiveTest(BrowserTest):
         self.addCleanup(simulation.wait)
         self.addCleanup(simulation.kill)
         self.wait(lambda: list(self.directory.glob("*.recording/index.sqlite")))
+        # It is stopped in between, because it would fill the disk and end.
+        simulation.send_signal(signal.SIGSTOP)
         self.open(self.directory)
         self.wait(lambda: self.all(".tree-row[draggable=true]"))[0].click()
         self.type("#last-length", "20")
         last = self.interval()[1]
+        simulation.send_signal(signal.SIGCONT)
         self.wait(lambda: self.interval()[1] > last)
+        simulation.send_signal(signal.SIGSTOP)
         first, last = self.interval()
         self.assertAlmostEqual(last - first, 20, delta=0.5)
         self.assertRegex(self.text("#live"), r"Following, \d+\.\d s behind")
@@ -30,7 +35,9 @@ class ViewLiveTest(BrowserTest):
         paused = self.interval()
         lists = lambda: self.text(".run-facts")
         before = lists()
+        simulation.send_signal(signal.SIGCONT)
         self.wait(lambda: lists() != before)
+        simulation.send_signal(signal.SIGSTOP)
         self.assertEqual(self.interval(), paused)
         self.press(" ")
         self.wait(lambda: self.interval()[0] > paused[0])
@@ -51,10 +58,11 @@ class ViewLiveTest(BrowserTest):
         self.wait(lambda: "finished" in self.text(".run"))
 
     def test_new_runs_appear_in_the_list(self):
-        self.record("name one\ngroup 0 x:1\nbegin\nwrite 0 0 1\nend\n")
-        self.open(self.directory)
-        self.record("name two\ngroup 0 x:1\nbegin\nwrite 0 0 1\nend\n")
-        self.wait(lambda: len(self.all(".run")) == 2)
+        self.browser.get(self.serve(self.directory))
+        self.wait_for("There are no runs yet.", lambda: self.text("#runs"))
+        for count in 1, 2:
+            self.record("group 0 x:1\nbegin\nwrite 0 0 1\nend\n")
+            self.wait(lambda: len(self.all(".run")) == count)
 
     def overlay(self, second, *options):
         """Opens two ramps, the second of which is written by the function, and plots both."""

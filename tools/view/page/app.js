@@ -2,7 +2,7 @@
 // per frame.
 
 import {actionsOf} from "./actions.js";
-import {addressOf, viewFrom} from "./address.js";
+import {AddressBar} from "./address_bar.js";
 import {Catalogue} from "./catalogue.js";
 import {currentColors} from "./colors.js";
 import {Cursors} from "./cursors.js";
@@ -23,7 +23,6 @@ import {Toolbar} from "./toolbar.js";
 import {Traces} from "./traces.js";
 import {ViewHolder} from "./view.js";
 
-const ADDRESS_DELAY = 250; // milliseconds; browsers refuse too many changes
 const CLOCK = 200; // milliseconds between updates of the lag
 
 // Which state of the runs an answer about the times up to `time` depends on.
@@ -41,21 +40,23 @@ export class App {
     #feed = new LiveFeed();
     #isScheduled = false;
     #areCursorsScheduled = false;
-    #addressTimer = null;
     #changedAt = null;
     #selection = null;
     #isConnected = true;
     #eventAt = performance.now();
     #followedRange = {kind: "whole"};
     #focusesPlot = false;
+    #shownView = null;
+    #loadedView = null;
     interval = [0, 1];
     shownRuns = [];
     pointer = null;
 
     constructor() {
         const actions = actionsOf(this);
+        this.addressBar = new AddressBar(this.#holder);
         this.differences = new Differences(() => this.refresh());
-        this.traces = new Traces(() => this.refresh());
+        this.traces = new Traces((purpose) => this.#takeLoaded(purpose));
         this.cursors = new Cursors(() => this.#refreshCursors());
         this.toggleTheme = startTheme(() => this.#takeColors());
         this.plotList = new PlotList(actions);
@@ -83,7 +84,8 @@ export class App {
 
     async start() {
         this.#takeColors();
-        this.#readAddress();
+        this.#feed.watch([]);
+        this.addressBar.read();
         await this.#catalogue.loadList();
         // A single run needs no choice.
         const readable = this.#catalogue.list.filter((run) => run.error === undefined);
@@ -101,22 +103,13 @@ export class App {
         this.#feed.addEventListener("runs", () => this.#catalogue.loadList());
         this.#feed.addEventListener("lost", () => this.#setConnected(false));
         this.#feed.addEventListener("connected", () => this.#setConnected(true));
-        window.addEventListener("hashchange", () => this.#readAddress());
         setInterval(() => this.#showLag(), CLOCK);
-    }
-
-    #readAddress() {
-        if (location.hash.replace(/^#/, "") !== addressOf(this.view)) this.change(viewFrom(location.hash));
     }
 
     #viewChanged() {
         this.#changedAt ??= performance.now();
         byId("plots").setAttribute("aria-busy", "true");
         if (this.view.range.kind !== "fixed") this.#followedRange = this.view.range;
-        clearTimeout(this.#addressTimer);
-        this.#addressTimer = setTimeout(() => {
-            history.replaceState(null, "", `#${addressOf(this.view)}`);
-        }, ADDRESS_DELAY);
         const ids = this.view.runs.map(({id}) => id);
         this.#catalogue.need(ids);
         this.#feed.watch(ids);
@@ -134,15 +127,12 @@ export class App {
     }
 
     #setConnected(isConnected) {
+        if (isConnected !== this.#isConnected) this.#catalogue.loadList();
         if (isConnected && !this.#isConnected) {
             this.traces.outdateAll();
-            this.#catalogue.loadList();
             this.#catalogue.loadFailed();
         }
         this.#isConnected = isConnected;
-        byId("banner").hidden = isConnected;
-        byId("banner").textContent = isConnected ? ""
-            : "The server does not answer. Start “logging2 view” again and open the address that it prints.";
         this.refresh();
     }
 
@@ -165,6 +155,15 @@ export class App {
     select(pixels) {
         this.#selection = pixels;
         this.#refreshCursors();
+    }
+
+    // What grows is shown when its traces are there, so that fast runs do not outrun the plots.
+    #takeLoaded(purpose) {
+        if (purpose?.view === this.view) {
+            this.#loadedView = this.view;
+            this.interval = purpose.interval;
+        }
+        this.refresh();
     }
 
     // Gives the focus to the current plot as soon as it is shown.
@@ -199,13 +198,18 @@ export class App {
         const {view} = this;
         this.shownRuns = view.runs.map(({id, shift}) => ({run: this.#catalogue.get(id), shift}))
             .filter(({run}) => run !== undefined);
-        this.interval = shownInterval(view.range, this.shownRuns);
+        const interval = shownInterval(view.range, this.shownRuns);
+        const isNewView = view !== this.#shownView;
+        if (isNewView) this.interval = interval;
+        this.#shownView = view;
         this.plotList.sync(view.plots.length, view.current);
         this.plotList.showMessage(this.#emptyText());
         this.#contents = view.plots.map((plot) => linesOf(plot, this.shownRuns));
-        this.#want();
+        if (!this.#want(interval, isNewView)) this.interval = interval;
         this.#showPlots();
         this.#showCursors();
+        byId("banner").hidden = this.#catalogue.listError === null;
+        byId("banner").textContent = this.#catalogue.listError?.message ?? "";
         this.runList.show(this.#catalogue, view);
         this.signalList.show(this.shownRuns, view);
         this.toolbar.show(view, this.interval, this.shownRuns.some(({run}) => run.state === "running"));
@@ -218,12 +222,13 @@ export class App {
 
     #contents = [];
 
-    #want() {
+    // Asks for what the interval needs. Returns whether traces must be loaded first.
+    #want(interval, isUrgent) {
         const wanted = this.plotList.plots.map((plot, index) => (
             {lines: this.#contents[index].lines, pixels: plot.pixels()}));
-        this.traces.want(wanted, this.interval);
-        this.differences.want(wanted, this.shownRuns, this.interval, this.view.compare,
-                              stampOf(this.shownRuns, this.interval[1]));
+        this.differences.want(wanted, this.shownRuns, interval, this.view.compare,
+                              stampOf(this.shownRuns, interval[1]));
+        return this.traces.want(wanted, {interval, view: this.view}, isUrgent);
     }
 
     #showPlots() {
@@ -283,7 +288,8 @@ export class App {
 
     // Tools that measure the page find the time from a change of the view until everything was drawn.
     #tellWhenDone() {
-        if (this.#changedAt === null || this.traces.isBusy() || this.#catalogue.isLoading()) return;
+        const isLoaded = this.#loadedView === this.view || !this.traces.isBusy();
+        if (this.#changedAt === null || !isLoaded || this.#catalogue.isLoading()) return;
         byId("plots").setAttribute("aria-busy", "false");
         performance.clearMeasures("shown");
         performance.measure("shown", {start: this.#changedAt, end: performance.now()});

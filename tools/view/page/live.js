@@ -4,6 +4,7 @@
 import {eventsAddress} from "./api.js";
 
 const RETRY = 1500; // milliseconds
+const MOST_RUNS = 16; // that the server watches for one page
 
 export class LiveFeed extends EventTarget {
     #source = null;
@@ -17,7 +18,7 @@ export class LiveFeed extends EventTarget {
     }
 
     watch(ids) {
-        const address = eventsAddress([...ids].sort());
+        const address = eventsAddress(ids.slice(0, MOST_RUNS).sort());
         if (address === this.#address) return;
         this.#address = address;
         this.#open();

@@ -1,5 +1,5 @@
 // Runs one task at a time. Of those that come meanwhile only the newest is kept, so that fast moves do
-// not queue up requests. A task that lasts long is given up as soon as a newer one is wanted.
+// not queue up requests.
 
 const PATIENCE = 300; // milliseconds
 
@@ -12,12 +12,13 @@ export class NewestOnly {
         return this.#running !== null;
     }
 
-    // task: async (signal) => ..., signal being that of an AbortController.
-    run(task) {
+    // task: async (signal) => ..., signal being that of an AbortController. If `isUrgent`, a task that lasts
+    // long is given up for it.
+    run(task, isUrgent = true) {
         this.#next = task;
         if (this.#running === null) {
             this.#work();
-        } else {
+        } else if (isUrgent) {
             const left = this.#started + PATIENCE - performance.now();
             setTimeout(this.#giveUp, left, this.#running);
         }

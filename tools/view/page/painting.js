@@ -60,9 +60,11 @@ export function placesIn(intervals, scale) {
 
 export function paintDifference(context, difference, scale, colors) {
     context.fillStyle = colors.outside;
+    context.beginPath();
     for (const [left, right] of placesIn(difference.intervals, scale)) {
-        context.fillRect(left, scale.top, right - left, scale.height);
+        context.rect(left, scale.top, right - left, scale.height);
     }
+    context.fill();
     context.fillStyle = colors.tube;
     fillPolygon(context, tubeCorners(difference.tube, scale));
 }

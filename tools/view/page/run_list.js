@@ -18,6 +18,9 @@ function activeElement() {
     return document.activeElement;
 }
 
+// Members of a run that change all the time.
+const GROWING = ["duration", "steps", "bytes", "end"];
+
 export class RunList {
     #list;
     #actions;
@@ -33,14 +36,30 @@ export class RunList {
         const content = {list: catalogue.list, error: catalogue.listError?.message ?? null, runs: view.runs,
                          failures: view.runs.map(({id}) => catalogue.get(id)?.error ?? null),
                          hasMarks: view.marks.a !== null && view.marks.b !== null};
-        const shown = JSON.stringify(content);
-        if (shown === this.#shown || this.#isTyping()) return;
-        this.#shown = shown;
+        const shown = JSON.stringify(content, (key, value) => (GROWING.includes(key) ? undefined : value));
+        if (shown !== this.#shown && !this.#isTyping()) {
+            this.#shown = shown;
+            this.#rebuild(content);
+        }
+        this.#showNumbers(catalogue.list);
+    }
+
+    #rebuild(content) {
         const focused = activeElement()?.dataset?.focus;
         this.#list.replaceChildren(...this.#nodes(content));
         if (focused !== undefined) {
             [...this.#list.querySelectorAll("[data-focus]")]
                 .find((/** @type {any} */ node) => node.dataset.focus === focused)?.focus();
+        }
+    }
+
+    // Changes texts only: a click needs the same button at its beginning and at its end.
+    #showNumbers(list) {
+        const rows = new Map([...this.#list.querySelectorAll("[data-id]")].map((row) => [row.dataset.id, row]));
+        for (const {id, duration, steps} of list) {
+            const node = rows.get(id)?.querySelector(".run-numbers");
+            const text = [durationText(Number(duration)), `${shortCount(steps ?? 0)} steps`].filter(Boolean).join(" · ");
+            if (node !== undefined && node.textContent !== text) node.textContent = text;
         }
     }
 
@@ -87,7 +106,7 @@ export class RunList {
         return node;
     }
 
-    #facts({name, id, state, start, duration, steps}) {
+    #facts({name, id, state, start}) {
         const badge = element("span", {className: `state ${state}`, textContent: STATES[state] ?? state});
         return [
             element("span", {className: "run-line"},
@@ -95,8 +114,7 @@ export class RunList {
                     element("span", {className: "run-id", textContent: id.slice(0, 8)}), badge),
             element("span", {className: "run-facts"},
                     element("span", {textContent: startText(start)}),
-                    element("span", {textContent: durationText(Number(duration))}),
-                    element("span", {textContent: `${shortCount(steps)} steps`})),
+                    element("span", {className: "run-numbers"})),
         ];
     }
 

@@ -41,7 +41,7 @@ export class Traces {
     #queue = new NewestOnly();
     #loaded;
 
-    // loaded() is called after each answer.
+    // loaded() is called after each answer, and loaded(purpose) after the last one of a purpose.
     constructor(loaded) {
         this.#loaded = loaded;
     }
@@ -55,16 +55,18 @@ export class Traces {
         return this.#entries.get(key);
     }
 
-    // wanted is [{lines, pixels}] for each plot. Forgets all other lines.
-    want(wanted, interval) {
+    // wanted is [{lines, pixels}] for each plot, and purpose.interval is what they show. Forgets all other
+    // lines. Returns whether anything must be loaded first. What takes long is given up for what is urgent.
+    want(wanted, purpose, isUrgent) {
         const keys = new Set(wanted.flatMap(({lines}) => lines.map((line) => line.key)));
         for (const key of this.#entries.keys()) {
             if (!keys.has(key)) this.#entries.delete(key);
         }
         const requests = wanted
-            .flatMap(({lines, pixels}) => lines.map((line) => requestOf(line, interval, pixels)))
+            .flatMap(({lines, pixels}) => lines.map((line) => requestOf(line, purpose.interval, pixels)))
             .filter((request) => !isGoodEnough(this.#entries.get(request.line.key), request));
-        if (requests.length > 0) this.#queue.run((signal) => this.#load(requests, signal));
+        if (requests.length > 0) this.#queue.run((signal) => this.#load(requests, purpose, signal), isUrgent);
+        return requests.length > 0;
     }
 
     // The steps of a run have changed from this time on.
@@ -83,9 +85,9 @@ export class Traces {
         return this.#changeCounts.get(runId) ?? 0;
     }
 
-    async #load(requests, signal) {
+    async #load(requests, purpose, signal) {
         await Promise.all(requests.map((request) => this.#loadOne(request, signal)));
-        this.#loaded();
+        this.#loaded(purpose);
     }
 
     async #loadOne(request, signal) {
