@@ -34,7 +34,7 @@ export function sentNumber(value) {
 export function durationText(seconds) {
     if (!Number.isFinite(seconds)) return "";
     if (seconds < 1) return `${Math.round(seconds * 1000)} ms`;
-    if (seconds < 120) return `${shortNumber(seconds, 3)} s`;
+    if (seconds < 120) return `${shortNumber(seconds, 2)} s`;
     const minutes = Math.floor(seconds / 60);
     if (minutes < 120) return `${minutes} min ${Math.floor(seconds % 60)} s`;
     return `${Math.floor(minutes / 60)} h ${minutes % 60} min`;

@@ -4,6 +4,7 @@ import {drawLine, markersOf, oddNumbersOf, xOf, yOf} from "./drawing.js";
 
 const MARKER_RADIUS = 2.5;
 const ARROW = 5;
+const LINES_PER_STROKE = 10;
 
 // The corners of the sign for a number without a place: a triangle at the upper or lower edge for an
 // infinity, and a short bar at the lower edge for a NaN.
@@ -30,14 +31,42 @@ function paintMarkers(context, trace, scale) {
     context.fill();
 }
 
+// Strokes a line in short pieces. Canvases take a hundred times longer for one path that fills a plot.
+class StrokingPen {
+    #context;
+    #count = 0;
+
+    constructor(context) {
+        this.#context = context;
+        context.beginPath();
+    }
+
+    moveTo(x, y) {
+        this.#context.moveTo(x, y);
+    }
+
+    lineTo(x, y) {
+        this.#context.lineTo(x, y);
+        this.#count += 1;
+        if (this.#count % LINES_PER_STROKE !== 0) return;
+        this.#context.stroke();
+        this.#context.beginPath();
+        this.#context.moveTo(x, y);
+    }
+
+    finish() {
+        this.#context.stroke();
+    }
+}
+
 export function paintLine(context, trace, scale, color) {
     context.strokeStyle = color;
     context.fillStyle = color;
     context.lineWidth = 1.25;
     context.lineJoin = "round";
-    context.beginPath();
-    drawLine(trace, scale, context);
-    context.stroke();
+    const pen = new StrokingPen(context);
+    drawLine(trace, scale, pen);
+    pen.finish();
     paintMarkers(context, trace, scale);
     oddNumbersOf(trace, scale).forEach((sign) => fillPolygon(context, signCorners(sign, scale)));
 }

@@ -9,7 +9,8 @@ function startText(start) {
     const time = new Date(start);
     if (Number.isNaN(time.getTime())) return "";
     const pad = (number) => String(number).padStart(2, "0");
-    return `${time.getFullYear()}-${pad(time.getMonth() + 1)}-${pad(time.getDate())} ` +
+    const year = time.getFullYear() === new Date().getFullYear() ? "" : `${time.getFullYear()}-`;
+    return `${year}${pad(time.getMonth() + 1)}-${pad(time.getDate())} ` +
         `${pad(time.getHours())}:${pad(time.getMinutes())}:${pad(time.getSeconds())}`;
 }
 
@@ -56,9 +57,10 @@ export class RunList {
     // Changes texts only: a click needs the same button at its beginning and at its end.
     #showNumbers(list) {
         const rows = new Map([...this.#list.querySelectorAll("[data-id]")].map((row) => [row.dataset.id, row]));
-        for (const {id, duration, steps} of list) {
+        for (const {id, state, start, duration, steps} of list) {
             const node = rows.get(id)?.querySelector(".run-numbers");
-            const text = [durationText(Number(duration)), `${shortCount(steps ?? 0)} steps`].filter(Boolean).join(" · ");
+            const seconds = state === "running" ? (Date.now() - Date.parse(start)) / 1000 : duration;
+            const text = [durationText(Number(seconds ?? NaN)), `${shortCount(steps ?? 0)} steps`].filter(Boolean).join(" · ");
             if (node !== undefined && node.textContent !== text) node.textContent = text;
         }
     }
