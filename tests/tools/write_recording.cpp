@@ -23,7 +23,8 @@
 //   prints
 //                                where it is
 //   write ID TIME VALUE...       logs a step
-//   wave ID COUNT LENGTH         logs steps at 0, LENGTH, 2 LENGTH, ...; the value is the sine of the
+//   wave ID COUNT LENGTH         logs steps at 0, LENGTH, 2 LENGTH, ...; the value is the sine of
+//   the
 //                                time, and 2 for every 1,000,000th one
 //   rate N                       from now on, `wave` logs N steps per second
 //   rollback ID TIME             takes steps back

@@ -93,18 +93,25 @@ void Connection::stream(httplib::Response& response, const Reply& reply) {
         tellState(ConnectionState::endless);
     }
     const auto provide = [this, next = reply.next](std::size_t, httplib::DataSink& sink) {
-        const Sink write = [&sink](std::string_view bytes) {
-            return sink.write(bytes.data(), bytes.size());
-        };
-        if (!connection.isOpen()) {
-            return false;
-        }
+        return connection.isOpen() && sendPiece(next, sink);
+    };
+    response.set_chunked_content_provider(reply.contentType, provide);
+}
+
+/// False if the connection must be closed in the middle of the answer, so that the client knows.
+bool Connection::sendPiece(const std::function<bool(const Sink&)>& next,
+                           httplib::DataSink& sink) noexcept {
+    const Sink write = [&sink](std::string_view bytes) {
+        return sink.write(bytes.data(), bytes.size());
+    };
+    try {
         if (!next(write)) {
             sink.done();
         }
         return true;
-    };
-    response.set_chunked_content_provider(reply.contentType, provide);
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 } // namespace logging2::tools::view

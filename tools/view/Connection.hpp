@@ -34,6 +34,8 @@ private:
     bool serveNext();
     void fill(const httplib::Request& parsed, httplib::Response& response);
     void stream(httplib::Response& response, const Reply& reply);
+    static bool sendPiece(const std::function<bool(const Sink&)>& next,
+                          httplib::DataSink& sink) noexcept;
 
     SocketStream connection;
     RequestHandler& handler;

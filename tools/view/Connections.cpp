@@ -77,9 +77,14 @@ bool Connections::makeRoom() {
 }
 
 void Connections::serve(Entry& entry) {
-    Connection(entry.socket.get(), handler, [this, &entry](ConnectionState state) {
-        setState(entry, state);
-    }).serve();
+    const auto tellState = [this, &entry](ConnectionState state) { setState(entry, state); };
+    try {
+        Connection(entry.socket.get(), handler, tellState).serve();
+    } catch (const std::exception&) {
+        // Without memory for this client, the others are still served.
+        shutdown(entry.socket.get(), SHUT_RDWR);
+    }
+    setState(entry, ConnectionState::waiting);
     const std::lock_guard<std::mutex> lock(mutex);
     entry.hasEnded = true;
     entry.isEnding = true;
@@ -87,11 +92,11 @@ void Connections::serve(Entry& entry) {
 
 void Connections::setState(Entry& entry, ConnectionState state) {
     const std::lock_guard<std::mutex> lock(mutex);
-    entry.state = state;
     entry.since = Clock::now();
-    if (state == ConnectionState::answering) {
+    if (entry.state == ConnectionState::answering || state == ConnectionState::answering) {
         lastAnswer = entry.since;
     }
+    entry.state = state;
 }
 
 void Connections::removeEnded() {

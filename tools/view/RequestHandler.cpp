@@ -4,12 +4,15 @@
 #include <tools/view/Query.hpp>
 #include <tools/view/small_pages.hpp>
 
+#include <logging2/backends/recording/recording.hpp>
+
 #include <algorithm>
 
 namespace logging2::tools::view {
 namespace {
 
 constexpr int badRequest = 400;
+constexpr int unreadable = 422;
 constexpr int internalError = 500;
 
 void add_security(Reply& reply) {
@@ -40,6 +43,10 @@ Reply RequestHandler::answer(const Request& request) noexcept {
         reply = checkedAnswer(request);
     } catch (const HttpError& error) {
         reply = error_reply(error, request.target);
+    } catch (const core::RecordingError& error) {
+        reply = error_reply(
+            HttpError(unreadable, std::string("The run cannot be read: ") + error.what()),
+            request.target);
     } catch (const std::exception& error) {
         reply = error_reply(HttpError(internalError, error.what()), request.target);
     }

@@ -15,7 +15,6 @@ constexpr std::size_t greatestCount = 2;
 constexpr std::chrono::seconds longestWait{20};
 
 constexpr int gone = 410;
-constexpr int unreadable = 422;
 constexpr int unavailable = 503;
 
 ino_t present_file(const std::string& location) {
@@ -24,10 +23,6 @@ ino_t present_file(const std::string& location) {
         throw HttpError(gone, "The run is gone: " + location + " is no recording any more.");
     }
     return status.st_ino;
-}
-
-[[noreturn]] void fail(const core::RecordingError& error) {
-    throw HttpError(unreadable, std::string("The run cannot be read: ") + error.what());
 }
 
 } // namespace
@@ -55,11 +50,7 @@ RunPool::Lease RunPool::lease(const std::shared_ptr<RunPool>& pool) {
 
 std::unique_ptr<core::Run> RunPool::opened(const std::string& location) {
     present_file(location);
-    try {
-        return core::open_recording(location, core::SampleAccess::copied);
-    } catch (const core::RecordingError& error) {
-        fail(error);
-    }
+    return core::open_recording(location, core::SampleAccess::copied);
 }
 
 /// One that is idle, or null for the right to open another one.
@@ -91,9 +82,9 @@ void RunPool::refresh(std::unique_ptr<core::Run>& run) const {
         } else if (run->info().state != core::RunState::finished) {
             run->refresh();
         }
-    } catch (const core::RecordingError& error) {
+    } catch (...) {
         run.reset();
-        fail(error);
+        throw;
     }
 }
 

@@ -43,11 +43,11 @@ public:
 
     const std::string& location() const noexcept { return place; }
 
-    /// The run in its present state. Throws HttpError: status 410 if the recording is gone, 422 if
-    /// it cannot be read, 503 if all objects are busy for too long.
+    /// The run in its present state. Throws HttpError, with status 410 if the recording is gone and
+    /// 503 if all objects are busy for too long, and core::RecordingError if it cannot be read.
     static Lease lease(const std::shared_ptr<RunPool>& pool);
 
-    /// A recording that is not shared. Throws HttpError in the same way.
+    /// A recording that is not shared. Throws in the same way.
     static std::unique_ptr<core::Run> opened(const std::string& location);
 
 private:
