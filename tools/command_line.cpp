@@ -30,6 +30,7 @@ void add_commands(CLI::App& app, Action& action) {
     add_signals(app, action);
     add_print(app, action);
     add_plot(app, action);
+    add_view(app, action);
     add_watch(app, action);
     add_diff(app, action);
     add_export(app, action);

@@ -37,6 +37,12 @@ public:
         }
     }
 
+    /// The least finite value; +infinity if there is none.
+    double low() const noexcept { return least; }
+
+    /// The greatest finite value; -infinity if there is none.
+    double high() const noexcept { return greatest; }
+
     bool isEmpty() const noexcept {
         return !hasFinite() && !hasNan && !hasPositiveInfinity && !hasNegativeInfinity;
     }

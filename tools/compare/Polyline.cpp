@@ -46,16 +46,21 @@ std::optional<std::size_t> Polyline::lastStep() const {
     return points[hereEnd - 1 - first].step;
 }
 
-std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
+Extent Polyline::extentOf(std::size_t element) const {
     Extent extent;
     if (hasWindow()) {
-        if (extents[element].contains(value)) {
-            return 0; // The edges could only make the extent larger.
-        }
         extent = extents[element].extent();
         includeEdges(extent, element);
     }
     includePresent(extent, element);
+    return extent;
+}
+
+std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
+    if (hasWindow() && extents[element].contains(value)) {
+        return 0; // The edges could only make the extent larger.
+    }
+    const Extent extent = extentOf(element);
     return extent.isEmpty() ? std::nullopt : std::optional<double>(extent.deviationOf(value));
 }
 

@@ -53,6 +53,9 @@ public:
     /// The last step up to the present time; empty if there is none.
     std::optional<std::size_t> lastStep() const;
 
+    /// The values of an element within the window; empty if the curve has none there.
+    Extent extentOf(std::size_t element) const;
+
     /// How far the value lies from those of an element within the window, as in
     /// Extent::deviationOf; empty if the curve has no value there.
     std::optional<double> deviationOf(double value, std::size_t element) const;

@@ -1,15 +1,14 @@
 #include <tools/compare/compare_runs.hpp>
 
 #include <tools/UsageError.hpp>
-#include <tools/compare/Extent.hpp>
 #include <tools/compare/allowed_deviation.hpp>
 #include <tools/compare/compare_exactly.hpp>
 #include <tools/compare/compare_tubes.hpp>
+#include <tools/compare/steps_around.hpp>
 #include <tools/reading/SignalSource.hpp>
 #include <tools/selection/SignalChoice.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 
 namespace logging2::tools {
@@ -43,29 +42,6 @@ void check_all_patterns(const core::Run& a, const core::Run& b,
     all.insert(all.end(), ofB.begin(), ofB.end());
     check_patterns(all, settings.held);
     check_patterns(all, settings.ignored);
-}
-
-/// The steps within the range and within the time tolerance around it, and the nearest one at
-/// either side; empty if one of these steps is elsewhere because the times do not ascend.
-std::optional<core::StepRange> steps_around(const core::Run& run, std::size_t group,
-                                            const TimeRange& range, double timeTolerance) {
-    const core::StepRange all{0, step_count_of(run, group)};
-    if (range.isWhole()) {
-        return all;
-    }
-    const double from = range.least() - timeTolerance;
-    const double to = range.greatest() + timeTolerance;
-    const core::StepRange before = run.steps(group, -infinity, std::nextafter(from, -infinity));
-    const core::StepRange within = run.steps(group, from, to);
-    const core::StepRange after = run.steps(group, std::nextafter(to, infinity), infinity);
-    const std::size_t first = before.count > 0 ? before.first + before.count - 1 : 0;
-    const std::size_t end = after.count > 0 ? after.first + 1 : all.count;
-    const bool hasAllWithin =
-        within.count == 0 || (first <= within.first && within.first + within.count <= end);
-    if (first > end || !hasAllWithin) {
-        return std::nullopt;
-    }
-    return core::StepRange{first, end - first};
 }
 
 class RunComparer {

@@ -66,7 +66,9 @@ private:
         moveTo(time);
         isMiddle = false;
         for (std::size_t element = 0; element < tallies.size(); ++element) {
-            isSame(element);
+            if (!isSame(element)) {
+                tellDifference(time, time);
+            }
             tallies[element].endSample();
         }
     }
@@ -82,7 +84,14 @@ private:
         for (std::size_t element = 0; element < tallies.size(); ++element) {
             if (!isSame(element)) {
                 tallies[element].addAmount(next - last);
+                tellDifference(last, next);
             }
+        }
+    }
+
+    void tellDifference(double from, double to) const {
+        if (settings.differenceSink) {
+            settings.differenceSink(from, to);
         }
     }
 

@@ -11,12 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool is_recording(const std::string& location) {
-    std::error_code ignored;
-    return fs::exists(location + "/samples.bin", ignored) ||
-           fs::exists(location + "/index.sqlite", ignored);
-}
-
 std::size_t recording_count(const std::string& location) {
     std::error_code error;
     std::size_t count = 0;
@@ -69,6 +63,12 @@ void add_run_options(CLI::App& command, RunChoice& choice, const std::string& ar
         .add_option(choice.option, choice.id,
                     "In a directory of recordings: the one whose id begins with ID, or the latest")
         ->type_name("ID|latest");
+}
+
+bool is_recording(const std::string& location) {
+    std::error_code ignored;
+    return fs::exists(location + "/samples.bin", ignored) ||
+           fs::exists(location + "/index.sqlite", ignored);
 }
 
 std::string recording_of(const RunChoice& choice) {

@@ -41,8 +41,12 @@ bool comes_before(const RecordingEntry& a, const RecordingEntry& b) {
 } // namespace
 
 std::unique_ptr<Run> open_recording(const std::string& directory) {
+    return open_recording(directory, SampleAccess::mapped);
+}
+
+std::unique_ptr<Run> open_recording(const std::string& directory, SampleAccess access) {
     detail::require_directory(directory);
-    return std::make_unique<detail::RecordingRun>(directory);
+    return std::make_unique<detail::RecordingRun>(directory, access);
 }
 
 std::vector<RecordingEntry> list_recordings(const std::string& directory) {
