@@ -49,7 +49,7 @@ void print_run(const core::RunInfo& info, const std::string& location, const Ter
     print_line(terminal, "location", location);
     print_line(terminal, "name", info.name);
     print_line(terminal, "id", info.id);
-    print_line(terminal, "state", state_text(info.state));
+    print_line(terminal, "state", name_of(info.state));
     print_line(terminal, "start", local_time_text(info.start));
     print_line(terminal, "end", info.end ? local_time_text(*info.end) : "unknown");
     print_line(terminal, "duration", duration ? duration_text(*duration) : "unknown");

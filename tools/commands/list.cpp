@@ -71,7 +71,7 @@ std::vector<std::string> cells_of(const ListedRun& run) {
     const auto duration = duration_of(entry.info);
     return {entry.info.name,
             entry.info.id.substr(0, 8),
-            state_text(entry.info.state),
+            name_of(entry.info.state),
             local_time_text(entry.info.start),
             duration ? duration_text(*duration) : "",
             count_text(run.counts.groups),

@@ -30,7 +30,7 @@ constexpr std::size_t headHeight = 5;
 std::string head_of(const RunMonitor& monitor) {
     const core::RunInfo info = monitor.run().info();
     std::ostringstream text;
-    text << printable(info.name.empty() ? "run" : info.name) << "  " << state_text(info.state)
+    text << printable(info.name.empty() ? "run" : info.name) << "  " << name_of(info.state)
          << "  revision " << info.revision << "\n"
          << count_text(monitor.stepCount()) << " steps, "
          << count_text(static_cast<std::uint64_t>(monitor.stepsPerSecond())) << " per second, last "
@@ -86,7 +86,7 @@ int watch_on_screen(RunMonitor& monitor, const WatchOptions& options) {
 Json json_of(const RunMonitor& monitor) {
     const core::RunInfo info = monitor.run().info();
     Json result{{"schema", jsonSchema},
-                {"state", state_text(info.state)},
+                {"state", name_of(info.state)},
                 {"revision", info.revision},
                 {"steps", monitor.stepCount()},
                 {"stepsPerSecond", monitor.stepsPerSecond()},
