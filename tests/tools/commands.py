@@ -57,7 +57,7 @@ class CommandTest(unittest.TestCase):
     def record(self, script):
         """The directory of a recording that write_recording.cpp makes of the lines."""
         result = subprocess.run([WRITE_RECORDING, self.directory], input=script, check=True,
-                                capture_output=True, text=True)
+                                capture_output=True, text=True, errors="surrogateescape")
         return Path(result.stdout.splitlines()[0])
 
     def recorder(self, script, place=None):

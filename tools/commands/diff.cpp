@@ -3,9 +3,9 @@
 #include <tools/UsageError.hpp>
 #include <tools/commands/diff_report.hpp>
 #include <tools/selection/RunChoice.hpp>
+#include <tools/selection/number_checks.hpp>
 #include <tools/terminal/ProgressBar.hpp>
 
-#include <cmath>
 #include <fstream>
 #include <memory>
 
@@ -57,14 +57,7 @@ CLI::Option* add_tolerance(CLI::App& command, const std::string& name, double& v
                            const std::string& description) {
     return command.add_option(name, value, description)
         ->type_name("NUMBER")
-        ->check(CLI::Validator(
-            [](std::string& text) {
-                double number = 0;
-                const bool isGood =
-                    CLI::detail::lexical_cast(text, number) && std::isfinite(number) && number >= 0;
-                return isGood ? std::string() : text + " is not a number of at least 0";
-            },
-            ""));
+        ->check(at_least_zero());
 }
 
 CLI::Option* add_patterns(CLI::App& command, const std::string& name,

@@ -95,7 +95,7 @@ int list(const ListOptions& options, const Terminal& terminal) {
         return 0;
     }
     if (runs.empty()) {
-        terminal.error << options.directory << ": there are no recordings\n";
+        terminal.error << printable(options.directory) << ": there are no recordings\n";
         return 0;
     }
     Table table({{"NAME", false, true},

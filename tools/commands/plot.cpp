@@ -5,6 +5,7 @@
 #include <tools/plotting/plot_script.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/SignalChoice.hpp>
+#include <tools/selection/recording_directory.hpp>
 #include <tools/terminal/json.hpp>
 
 #include <filesystem>
@@ -116,6 +117,7 @@ int plot(const PlotOptions& options, const Terminal& terminal) {
     check_range(options.range);
     if (!options.file.empty()) {
         picture_terminal(options.file, 1);
+        check_outside_recordings(options.file);
     }
     const auto run = open_run(options.run);
     const std::vector<core::SignalInfo> signals = chosen_signals(*run, options.signals);

@@ -5,6 +5,7 @@
 #include <tools/reading/StepReader.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/SignalChoice.hpp>
+#include <tools/selection/number_checks.hpp>
 
 #include <memory>
 
@@ -79,7 +80,7 @@ void add_print(CLI::App& app, Action& action) {
     add_time_options(*command, options->range);
     command->add_option("--every", options->every, "Print only every Nth of the rows")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(at_least_one());
     command->add_flag("--merge", options->merges,
                       "Print the rows of all groups in one table, by time");
     CLI::Option* const csv =

@@ -4,6 +4,7 @@
 #include <tools/commands/describe.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/SignalChoice.hpp>
+#include <tools/selection/number_checks.hpp>
 #include <tools/terminal/Interrupt.hpp>
 #include <tools/terminal/Screen.hpp>
 #include <tools/terminal/Table.hpp>
@@ -137,7 +138,7 @@ void add_watch(CLI::App& app, Action& action) {
     add_signal_options(*command, options->signals);
     command->add_option("--interval", options->interval, "Seconds between two looks, 0.01 to 3600")
         ->type_name("S")
-        ->check(CLI::Range(0.01, 3600.0))
+        ->check(between(0.01, 3600))
         ->capture_default_str();
     command->add_flag("--json", options->json,
                       "Print a line of JSON at each look, until the run has ended");
