@@ -20,6 +20,8 @@
 //   prints
 //                                where it is
 //   write ID TIME VALUE...       logs a step
+//   ramp ID WIDTH COUNT START    logs so many steps at START, START + 1, …; the times are the
+//                                values as well
 //   rollback ID TIME             takes steps back
 //   show                         shows all steps to readers, and prints "shown"
 //   end                          ends the run as finished
@@ -59,6 +61,8 @@ public:
             begin();
         } else if (verb == "write") {
             write(words);
+        } else if (verb == "ramp") {
+            ramp(words);
         } else if (verb == "rollback") {
             std::size_t group = 0;
             words >> group;
@@ -127,6 +131,19 @@ private:
             values.push_back(number(words));
         }
         writer->write(group, time, values.data(), values.size());
+    }
+
+    void ramp(std::istringstream& words) {
+        std::size_t group = 0;
+        std::size_t width = 0;
+        std::size_t count = 0;
+        words >> group >> width >> count;
+        const double start = number(words);
+        std::vector<double> values(width);
+        for (std::size_t step = 0; step < count; ++step) {
+            std::fill(values.begin(), values.end(), start + static_cast<double>(step));
+            writer->write(group, values.front(), values.data(), width);
+        }
     }
 
     RecordingOptions options;

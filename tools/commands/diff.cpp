@@ -2,9 +2,10 @@
 
 #include <tools/UsageError.hpp>
 #include <tools/commands/diff_report.hpp>
+#include <tools/commands/new_recording.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/number_checks.hpp>
-#include <tools/terminal/ProgressBar.hpp>
+#include <tools/terminal/Interrupt.hpp>
 
 #include <fstream>
 #include <memory>
@@ -45,9 +46,9 @@ int diff(const DiffOptions& options, const Terminal& terminal) {
     const auto a = core::open_recording(report.locationA);
     const auto b = core::open_recording(report.locationB);
     {
+        const InterruptGuard guard; // so that the bar is removed
         ProgressBar bar(terminal);
-        report.result = compare_runs(
-            *a, *b, settings, [&bar](std::size_t done, std::size_t all) { bar.show(done, all); });
+        report.result = compare_runs(*a, *b, settings, progress_of(bar));
     }
     (options.json ? print_diff_json : print_diff)(terminal, report);
     return report.result.differs() ? 1 : 0;

@@ -1,6 +1,7 @@
 #include <tools/commands/commands.hpp>
 
 #include <tools/commands/describe.hpp>
+#include <tools/terminal/ProgressBar.hpp>
 #include <tools/terminal/Table.hpp>
 #include <tools/terminal/text.hpp>
 
@@ -47,6 +48,17 @@ ListedRun listed(core::RecordingEntry entry) {
     return result;
 }
 
+std::vector<ListedRun> runs_in(const std::string& directory, const Terminal& terminal) {
+    std::vector<core::RecordingEntry> entries = core::list_recordings(directory);
+    ProgressBar bar(terminal);
+    std::vector<ListedRun> runs;
+    for (core::RecordingEntry& entry : entries) {
+        bar.show(runs.size(), entries.size());
+        runs.push_back(listed(std::move(entry)));
+    }
+    return runs;
+}
+
 Json json_of(const ListedRun& run) {
     const core::RecordingEntry& entry = run.entry;
     if (!entry.fault.empty()) {
@@ -82,10 +94,7 @@ std::vector<std::string> cells_of(const ListedRun& run) {
 }
 
 int list(const ListOptions& options, const Terminal& terminal) {
-    std::vector<ListedRun> runs;
-    for (core::RecordingEntry& entry : core::list_recordings(options.directory)) {
-        runs.push_back(listed(std::move(entry)));
-    }
+    const std::vector<ListedRun> runs = runs_in(options.directory, terminal);
     if (options.json) {
         Json result{{"schema", jsonSchema}, {"runs", Json::array()}};
         for (const ListedRun& run : runs) {

@@ -1,7 +1,6 @@
 #include <tools/compare/Polyline.hpp>
 
 #include <cmath>
-#include <limits>
 
 namespace logging2::tools {
 
@@ -10,10 +9,6 @@ Polyline::Polyline(SampleSource& sampleSource, const CurveShape& curveShape)
       shape(curveShape),
       extents(hasWindow() ? shape.width : 0) {
     load();
-}
-
-double Polyline::nextTime() const noexcept {
-    return hereEnd < end() ? timeOf(hereEnd) : std::numeric_limits<double>::infinity();
 }
 
 void Polyline::moveTo(double time) {
@@ -25,14 +20,6 @@ void Polyline::moveTo(double time) {
     for (hereEnd = here; hereEnd < end() && timeOf(hereEnd) == time; ++hereEnd) {
     }
     discard();
-}
-
-std::size_t Polyline::valueCount() const noexcept {
-    return isBetweenPoints() ? 1 : hereEnd - here;
-}
-
-double Polyline::value(std::size_t index, std::size_t element) const {
-    return isBetweenPoints() ? valueBefore(here, element, present) : valueOf(here + index, element);
 }
 
 std::size_t Polyline::step(std::size_t index) const {
@@ -49,9 +36,6 @@ std::optional<std::size_t> Polyline::lastStep() const {
 std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
     Extent extent;
     if (hasWindow()) {
-        if (extents[element].contains(value)) {
-            return 0; // The edges could only make the extent larger.
-        }
         extent = extents[element].extent();
         includeEdges(extent, element);
     }
@@ -138,15 +122,6 @@ void Polyline::discard() {
         values.removeFirst(count * shape.width);
         first += count;
     }
-}
-
-double Polyline::valueBefore(std::size_t number, std::size_t element, double time) const {
-    return interpolated(timeOf(number - 1), valueOf(number - 1, element), timeOf(number),
-                        valueOf(number, element), time);
-}
-
-bool Polyline::isBetweenPoints() const noexcept {
-    return here == hereEnd && here > first && here < end();
 }
 
 } // namespace logging2::tools
