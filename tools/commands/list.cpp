@@ -49,8 +49,8 @@ ListedRun listed(core::RecordingEntry entry) {
 }
 
 std::vector<ListedRun> runs_in(const std::string& directory, const Terminal& terminal) {
-    std::vector<core::RecordingEntry> entries = core::list_recordings(directory);
     ProgressBar bar(terminal);
+    std::vector<core::RecordingEntry> entries = core::list_recordings(directory);
     std::vector<ListedRun> runs;
     for (core::RecordingEntry& entry : entries) {
         bar.show(runs.size(), entries.size());

@@ -49,15 +49,45 @@ void Polyline::includePresent(Extent& extent, std::size_t element) const {
     }
 }
 
+bool Polyline::hasAround(double value, double presentValue, std::size_t element) const {
+    if (!hasWindow()) {
+        return false;
+    }
+    FiniteRange range = extents[element].finiteRange();
+    const auto reaches = [&range, value](std::optional<double> further) {
+        if (further) {
+            range.include(*further);
+        }
+        return range.contains(value);
+    };
+    return range.contains(value) || reaches(presentValue) || reaches(leftEdge(element)) ||
+           reaches(rightEdge(element));
+}
+
 void Polyline::includeEdges(Extent& extent, std::size_t element) const {
+    for (const std::optional<double>& edge : {leftEdge(element), rightEdge(element)}) {
+        if (edge) {
+            extent.include(*edge);
+        }
+    }
+}
+
+/// The value where the window begins, if that is between two points.
+std::optional<double> Polyline::leftEdge(std::size_t element) const {
     const double left = present - shape.timeTolerance;
     if (low > first && low < end() && timeOf(low) > left) {
-        extent.include(valueBefore(low, element, left));
+        return valueBefore(low, element, left);
     }
+    return std::nullopt;
+}
+
+/// The value where the window ends, if that is between two points.
+std::optional<double> Polyline::rightEdge(std::size_t element) const {
     const double right = present + shape.timeTolerance;
     if (high > first && high < end() && timeOf(high - 1) < right) {
-        extent.include(valueBefore(high, element, right));
+        return valueBefore(high, element, right);
     }
+    return std::nullopt;
 }
 
 void Polyline::load() {

@@ -63,11 +63,10 @@ public:
     /// Extent::deviationOf; empty if the curve has no value there.
     std::optional<double> deviationOf(double value, std::size_t element) const;
 
-    /// Whether the value lies between those of the points in the window, so that its deviation is
-    /// 0.
-    bool hasAround(double value, std::size_t element) const {
-        return hasWindow() && extents[element].contains(value);
-    }
+    /// Whether the value lies between finite ones of the window, so that its deviation is 0.
+    /// Quicker than deviationOf, and false if there is no window. The present value is that of
+    /// value(0).
+    bool hasAround(double value, double presentValue, std::size_t element) const;
 
 private:
     struct Point {
@@ -90,6 +89,8 @@ private:
     void discard();
     void includePresent(Extent& extent, std::size_t element) const;
     void includeEdges(Extent& extent, std::size_t element) const;
+    std::optional<double> leftEdge(std::size_t element) const;
+    std::optional<double> rightEdge(std::size_t element) const;
     bool hasWindow() const noexcept { return shape.timeTolerance > 0; }
     /// The value at this time, which lies between the point with this number and the one before.
     double valueBefore(std::size_t number, std::size_t element, double time) const {

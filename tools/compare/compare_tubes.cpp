@@ -97,7 +97,7 @@ private:
         if (a.valueCount() == 1 && b.valueCount() == 1) {
             const double valueA = a.value(0, element);
             const double valueB = b.value(0, element);
-            if (b.hasAround(valueA, element) && a.hasAround(valueB, element)) {
+            if (b.hasAround(valueA, valueB, element) && a.hasAround(valueB, valueA, element)) {
                 return true;
             }
             const double deviation = deviation_between(valueA, valueB);
