@@ -26,6 +26,19 @@ enum class RunState {
     interrupted
 };
 
+/// "running", "finished" or "interrupted".
+inline const char* name_of(RunState state) noexcept {
+    switch (state) {
+    case RunState::running:
+        return "running";
+    case RunState::finished:
+        return "finished";
+    case RunState::interrupted:
+        break;
+    }
+    return "interrupted";
+}
+
 /// What is known about a run as a whole.
 struct RunInfo {
     /// Identifies the run among all others: a UUID in 36 characters.

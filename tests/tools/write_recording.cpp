@@ -20,13 +20,13 @@
 //   chunk BYTES                  the greatest number of bytes of a chunk
 //   group ID PATH:WIDTH...       a group with these signals; ALIAS=PATH shows the channel of PATH
 //   begin                        makes the recording in the directory that is the argument, and
-//   prints
-//                                where it is
+//                                prints where it is
 //   write ID TIME VALUE...       logs a step
 //   wave ID COUNT LENGTH         logs steps at 0, LENGTH, 2 LENGTH, ...; the value is the sine of
-//   the
-//                                time, and 2 for every 1,000,000th one
+//                                the time, and 2 for every 1,000,000th one
 //   rate N                       from now on, `wave` logs N steps per second
+//   ramp ID WIDTH COUNT START    logs so many steps at START, START + 1, …; the times are the
+//                                values as well
 //   rollback ID TIME             takes steps back
 //   show                         shows all steps to readers, and prints "shown"
 //   end                          ends the run as finished
@@ -70,6 +70,8 @@ public:
             wave(words);
         } else if (verb == "rate") {
             words >> stepsPerSecond;
+        } else if (verb == "ramp") {
+            ramp(words);
         } else if (verb == "rollback") {
             std::size_t group = 0;
             words >> group;
@@ -163,6 +165,19 @@ private:
                 start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                             std::chrono::duration<double>(static_cast<double>(stepCount) /
                                                           stepsPerSecond)));
+        }
+    }
+
+    void ramp(std::istringstream& words) {
+        std::size_t group = 0;
+        std::size_t width = 0;
+        std::size_t count = 0;
+        words >> group >> width >> count;
+        const double start = number(words);
+        std::vector<double> values(width);
+        for (std::size_t step = 0; step < count; ++step) {
+            std::fill(values.begin(), values.end(), start + static_cast<double>(step));
+            writer->write(group, values.front(), values.data(), width);
         }
     }
 

@@ -16,18 +16,6 @@ Json json_of(const std::vector<double>& values) {
 
 } // namespace
 
-std::string state_text(core::RunState state) {
-    switch (state) {
-    case core::RunState::running:
-        return "running";
-    case core::RunState::finished:
-        return "finished";
-    case core::RunState::interrupted:
-        break;
-    }
-    return "interrupted";
-}
-
 std::optional<std::chrono::system_clock::duration> duration_of(const core::RunInfo& info) {
     if (info.end) {
         return *info.end - info.start;
@@ -69,7 +57,7 @@ Json run_json(const core::RunInfo& info, const std::string& location) {
     return {
         {"id", info.id},
         {"name", info.name},
-        {"state", state_text(info.state)},
+        {"state", name_of(info.state)},
         {"location", location},
         {"start", utc_text(info.start)},
         {"end", info.end ? Json(utc_text(*info.end)) : Json()},

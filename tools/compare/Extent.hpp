@@ -22,6 +22,21 @@ inline double interpolated(double time0, double value0, double time1, double val
     return value0 * (1 - share) + value1 * share;
 }
 
+/// From the least to the greatest one of finite values.
+struct FiniteRange {
+    double least = std::numeric_limits<double>::infinity();
+    double greatest = -std::numeric_limits<double>::infinity();
+
+    void include(double value) noexcept {
+        if (std::isfinite(value)) {
+            least = std::min(least, value);
+            greatest = std::max(greatest, value);
+        }
+    }
+
+    bool contains(double value) const noexcept { return least <= value && value <= greatest; }
+};
+
 /// The values that a signal takes within a window of time: all from the least to the greatest
 /// finite one, and those that are not finite.
 class Extent {

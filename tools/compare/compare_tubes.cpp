@@ -104,7 +104,12 @@ private:
     /// Compares the values at the present time.
     bool isSame(std::size_t element) {
         if (a.valueCount() == 1 && b.valueCount() == 1) {
-            const double deviation = deviation_between(a.value(0, element), b.value(0, element));
+            const double valueA = a.value(0, element);
+            const double valueB = b.value(0, element);
+            if (b.hasAround(valueA, valueB, element) && a.hasAround(valueB, valueA, element)) {
+                return true;
+            }
+            const double deviation = deviation_between(valueA, valueB);
             if (deviation == 0) {
                 return true;
             }

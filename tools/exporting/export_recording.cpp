@@ -20,7 +20,7 @@ std::map<std::string, std::string> properties_of(const Excerpt& excerpt,
     result["excerpt.id"] = info.id;
     result["excerpt.location"] = std::filesystem::absolute(location).lexically_normal().string();
     result["excerpt.start"] = utc_text(info.start);
-    result["excerpt.state"] = state_text(info.state);
+    result["excerpt.state"] = name_of(info.state);
     if (excerpt.range.from) {
         result["excerpt.from"] = number_text(*excerpt.range.from);
     }

@@ -1,6 +1,7 @@
 #include <tools/selection/RunChoice.hpp>
 
 #include <tools/UsageError.hpp>
+#include <tools/selection/recording_directory.hpp>
 
 #include <algorithm>
 #include <filesystem>
