@@ -42,8 +42,8 @@ public:
     };
     using Owner = std::unique_ptr<Arena, Leave>;
 
-    /// Blocks begin at multiples of this and have a multiple of this many bytes.
-    static constexpr std::size_t unit = 64;
+    /// Blocks begin at multiples of this number of bytes and have a multiple of this many bytes.
+    static constexpr std::size_t unit = 32;
 
     static Owner make() { return Owner(new Arena); }
 

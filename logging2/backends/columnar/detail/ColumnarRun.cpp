@@ -46,8 +46,9 @@ std::vector<GroupInfo> ColumnarRun::groups() const {
 
 std::vector<SignalInfo> ColumnarRun::signals() const {
     std::vector<PathIndex::Entry> entries = paths->entries();
-    std::stable_sort(entries.begin(), entries.end(), [](const auto& left, const auto& right) {
-        return std::tie(left.group, left.channel) < std::tie(right.group, right.channel);
+    std::sort(entries.begin(), entries.end(), [](const auto& left, const auto& right) {
+        return std::tie(left.group, left.channel, *left.path) <
+               std::tie(right.group, right.channel, *right.path);
     });
     std::vector<SignalInfo> result;
     result.reserve(entries.size());

@@ -13,7 +13,7 @@ std::uint32_t GroupSteps::endOf(std::size_t span) const noexcept {
 
 bool GroupSteps::ascends(std::size_t span) const noexcept {
     return span + 1 == spans.size() ? openAscends.load(std::memory_order_relaxed)
-                                    : spans[span].rows.ascends;
+                                    : spans[span].rows.ascends != 0;
 }
 
 /// The cut before the row.
@@ -105,9 +105,9 @@ void GroupSteps::discardFrom(const Cut& cut) {
     }
     if (splits) {
         RowSpan& rows = spans.back().rows;
-        rows.rowCount = cut.row - rows.firstRow;
-        rows.ascends = stillAscends;
-        const RowSpan rest{rows.piece, shownCount, 0, true};
+        rows.rowCount = (cut.row - rows.firstRow) & RowSpan::greatestRowCount;
+        rows.ascends = stillAscends ? 1 : 0;
+        const RowSpan rest{rows.piece, shownCount, 0, 1};
         spans.push_back({rest, cut.greatestBefore, spans.back().serial});
         stillAscends = true;
     }
@@ -142,24 +142,38 @@ void GroupSteps::dropLastSpan() noexcept {
 }
 
 void GroupSteps::open(Piece::Owner piece, std::uint64_t serial) {
-    spans.reserve(spans.size() + 1);
-    if (!spans.empty()) {
-        RowSpan& rows = spans.back().rows;
-        rows.rowCount = endOf(spans.size() - 1) - rows.firstRow;
-        rows.ascends = ascends(spans.size() - 1);
-        if (rows.rowCount == 0) {
-            const bool sharesPiece =
-                spans.size() > 1 && spans[spans.size() - 2].rows.piece == rows.piece;
-            byteCount -= sharesPiece ? 0 : rows.piece->byteCount();
-            spans.pop_back();
-        }
+    if (!spans.empty() && endOf(spans.size() - 1) == spans.back().rows.firstRow) {
+        dropEmptySpan();
+    } else {
+        closeSpan();
     }
     openTimes = piece->times();
     capacity = static_cast<std::uint32_t>(piece->rowCapacity());
     byteCount += piece->byteCount();
-    spans.push_back({{std::move(piece), 0, 0, true}, greatestTime, serial});
+    spans.push_back({{std::move(piece), 0, 0, 1}, greatestTime, serial});
     openAscends.store(true, std::memory_order_relaxed);
     openEnd.store(0, std::memory_order_release);
+}
+
+/// Brings the open span up to date and makes room for another one.
+void GroupSteps::closeSpan() {
+    if (spans.size() == spans.capacity()) {
+        // By less than doubling, because many groups may have few spans each.
+        spans.reserve(spans.size() + spans.size() / 4 + 1);
+    }
+    if (!spans.empty()) {
+        RowSpan& rows = spans.back().rows;
+        rows.rowCount = (endOf(spans.size() - 1) - rows.firstRow) & RowSpan::greatestRowCount;
+        rows.ascends = ascends(spans.size() - 1) ? 1 : 0;
+    }
+}
+
+void GroupSteps::dropEmptySpan() noexcept {
+    const Piece::Owner piece = std::move(spans.back().rows.piece);
+    spans.pop_back();
+    if (spans.empty() || spans.back().rows.piece != piece) {
+        byteCount -= piece->byteCount();
+    }
 }
 
 std::shared_ptr<const GroupView> GroupSteps::show() {
@@ -170,8 +184,8 @@ std::shared_ptr<const GroupView> GroupSteps::show() {
     for (const Span& span : spans) {
         rows.push_back(span.rows);
         if (&span == &spans.back()) {
-            rows.back().rowCount = end - span.rows.firstRow;
-            rows.back().ascends = openAscends.load(std::memory_order_relaxed);
+            rows.back().rowCount = (end - span.rows.firstRow) & RowSpan::greatestRowCount;
+            rows.back().ascends = openAscends.load(std::memory_order_relaxed) ? 1 : 0;
         }
         stepCount += rows.back().rowCount;
     }

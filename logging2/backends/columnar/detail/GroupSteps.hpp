@@ -116,8 +116,10 @@ private:
     Cut cutBefore(std::size_t span, std::uint32_t row) const noexcept;
     Cut firstLater(std::size_t span, double time) const noexcept;
     double timeBefore(const Cut& cut) const noexcept;
+    void closeSpan();
+    void dropEmptySpan() noexcept;
     void dropLastSpan() noexcept;
-    void goOnAt(const Cut& cut, std::uint32_t row, bool keepsAscending) noexcept;
+    void goOnAt(const Cut& cut, std::uint32_t row, bool stillAscends) noexcept;
 
     // Where the next step goes.
     double* openTimes = nullptr;

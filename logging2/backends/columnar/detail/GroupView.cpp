@@ -14,14 +14,14 @@ void find_runs(const RowSpan& span, double from, double to, Add add) {
     const auto isInside = [from, to](double time) { return from <= time && time <= to; };
     const double* first = times;
     while (first != end) {
-        first =
-            span.ascends ? std::lower_bound(first, end, from) : std::find_if(first, end, isInside);
-        const double* const last = span.ascends ? std::upper_bound(first, end, to)
-                                                : std::find_if_not(first, end, isInside);
+        first = span.ascends != 0 ? std::lower_bound(first, end, from)
+                                  : std::find_if(first, end, isInside);
+        const double* const last = span.ascends != 0 ? std::upper_bound(first, end, to)
+                                                     : std::find_if_not(first, end, isInside);
         if (first != last) {
             add(static_cast<std::size_t>(first - times), static_cast<std::size_t>(last - first));
         }
-        first = span.ascends ? end : last;
+        first = span.ascends != 0 ? end : last;
     }
 }
 

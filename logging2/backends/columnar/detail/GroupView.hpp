@@ -12,10 +12,12 @@ namespace logging2::core::detail {
 
 /// Consecutive rows of a piece, which are consecutive steps of a group.
 struct RowSpan {
+    static constexpr std::uint32_t greatestRowCount = (std::uint32_t{1} << 31) - 1;
+
     Piece::Owner piece;
     std::uint32_t firstRow;
-    std::uint32_t rowCount;
-    bool ascends; ///< no time is NaN or earlier than one before it
+    std::uint32_t rowCount : 31;
+    std::uint32_t ascends : 1; ///< whether no time is NaN or earlier than one before it
 
     const double* times() const noexcept { return piece->times() + firstRow; }
 
@@ -25,8 +27,10 @@ struct RowSpan {
 
     /// The part with the steps from `first` on, counted from the beginning of the span.
     RowSpan part(std::size_t first, std::size_t count) const {
-        return {piece, firstRow + static_cast<std::uint32_t>(first),
-                static_cast<std::uint32_t>(count), ascends};
+        RowSpan result = *this;
+        result.firstRow += static_cast<std::uint32_t>(first);
+        result.rowCount = static_cast<std::uint32_t>(count) & greatestRowCount;
+        return result;
     }
 };
 

@@ -35,7 +35,7 @@ public:
     /// The number of rows for which there is room, R.
     std::size_t rowCapacity() const noexcept { return capacity; }
 
-    std::size_t byteCount() const noexcept { return blockByteCount; }
+    std::size_t byteCount() const noexcept { return unitCount * Arena::unit; }
 
     /// The first time.
     double* times() noexcept { return reinterpret_cast<double*>(this + 1); }
@@ -56,7 +56,7 @@ public:
 
     friend void intrusive_ptr_release(Piece* piece) noexcept {
         if (piece->ownerCount.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-            const Block block{reinterpret_cast<std::byte*>(piece), piece->blockByteCount,
+            const Block block{reinterpret_cast<std::byte*>(piece), piece->byteCount(),
                               piece->chunk};
             piece->~Piece();
             Arena::giveBack(block);
@@ -66,16 +66,16 @@ public:
 private:
     Piece(const Block& block, std::size_t rowCount) noexcept
         : capacity(static_cast<std::uint32_t>(rowCount)),
-          blockByteCount(block.byteCount),
+          unitCount(static_cast<std::uint32_t>(block.byteCount / Arena::unit)),
           chunk(block.chunk) {}
     ~Piece() = default;
 
     std::atomic<std::uint32_t> ownerCount{0};
     std::uint32_t capacity;
-    std::size_t blockByteCount;
+    std::uint32_t unitCount; // of the block
     Chunk* chunk;
 };
 
-static_assert(sizeof(Piece) == 32);
+static_assert(sizeof(Piece) == 24);
 
 } // namespace logging2::core::detail

@@ -13,6 +13,9 @@ constexpr std::size_t greatestByteCount = 4 * kibibyte * kibibyte;
 /// Doubles in a cache line.
 constexpr std::size_t lineLength = 8;
 
+/// The columns of a piece with fewer rows are so short that they fill all sets of a cache anyway.
+constexpr std::size_t fewRows = 16 * lineLength;
+
 } // namespace
 
 std::size_t piece_byte_count(std::size_t heldByteCount, std::size_t groupCount) noexcept {
@@ -23,7 +26,7 @@ std::size_t piece_byte_count(std::size_t heldByteCount, std::size_t groupCount) 
 
 std::size_t piece_row_count(std::size_t byteCount, std::size_t rowByteCount) noexcept {
     const std::size_t rowCount = (byteCount - sizeof(Piece)) / rowByteCount;
-    if (rowCount < 3 * lineLength) {
+    if (rowCount < fewRows) {
         return std::max<std::size_t>(rowCount, 1);
     }
     // An odd number of lines.
