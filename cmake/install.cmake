@@ -1,7 +1,8 @@
 # Installs these components:
 # - "runtime": the shared library, which a linked program needs;
 # - "registry": the shared library of the tree's own service registry, unless CppMicroServices is used;
-# - "runs" and "recording": the shared libraries that read runs and that record them;
+# - "runs", "columnar" and "recording": the shared libraries that read runs, keep them in memory and record
+#   them;
 # - "tools": the command `logging2`;
 # - "python": the Python module `logging2`;
 # - "devel": the headers, the packages for find_package(logging2 CONFIG) and pkg-config, and the static
@@ -21,6 +22,9 @@ if(logging2_registry STREQUAL "OWN")
     FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel)
 endif()
 set(logging2_parts runs)
+if(LOGGING2_BUILD_COLUMNAR)
+  list(APPEND logging2_parts columnar)
+endif()
 if(LOGGING2_BUILD_RECORDING)
   list(APPEND logging2_parts recording)
 endif()

@@ -8,6 +8,9 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
   BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE pc_libdir)
 
 set(pc_packages logging2 logging2-builtin logging2-checked logging2-runs)
+if(LOGGING2_BUILD_COLUMNAR)
+  list(APPEND pc_packages logging2-columnar)
+endif()
 if(LOGGING2_BUILD_RECORDING)
   list(APPEND pc_packages logging2-recording)
 endif()

@@ -1,6 +1,7 @@
 # `cpack` makes a Debian package for each component: liblogging2-<soversion>, liblogging2-dev,
-# liblogging2-runs<soversion>, logging2-conformance, if SQLite is found liblogging2-recording<soversion>
-# logging2-tools and python3-logging2, and, if the tree's own service registry is used, liblogging2-registry<soversion>.
+# liblogging2-runs<soversion>, liblogging2-columnar<soversion>, logging2-conformance, if SQLite is found
+# liblogging2-recording<soversion>, logging2-tools and python3-logging2, and, if the tree's own service
+# registry is used, liblogging2-registry<soversion>.
 set(logging2_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(logging2_components runtime devel)
 set(logging2_runtime_package liblogging2-${logging2_soversion})
@@ -52,6 +53,10 @@ set(logging2_runs_purpose "reading runs
 ${logging2_description}
 .
 This package has what programs read stored runs with.")
+set(logging2_columnar_purpose "runs in memory
+${logging2_description}
+.
+This package has the back-end that keeps runs in memory, column by column.")
 set(logging2_recording_purpose "recordings
 ${logging2_description}
 .

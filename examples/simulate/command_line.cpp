@@ -25,6 +25,7 @@ constexpr const char* footer =
     "  simulate bouncing-ball --out pictures\n"
     "  simulate lorenz --stop-time 5000 --no-plots\n"
     "  simulate dc-motor --backend memory-restricted --point-limit 200\n"
+    "  simulate lorenz --backend columnar\n"
     "  simulate dc-motor --backend recording --directory results\n"
     "\n"
     "Files are named MODEL_GROUP.csv, .svg and .png. They appear together when the run has\n"

@@ -7,6 +7,11 @@ namespace logging2::core {
 
 Run::~Run() = default;
 
+std::vector<Series> Run::pieces(const lang::core::ValuePath& path) const {
+    Series whole = series(path);
+    return whole.size() == 0 ? std::vector<Series>() : std::vector<Series>{whole};
+}
+
 std::size_t bucket_of(double time, double from, double to, std::size_t bucketCount) noexcept {
     if (!(from < to)) {
         return 0;

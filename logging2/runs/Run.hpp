@@ -177,6 +177,11 @@ public:
     virtual Overview overview(const lang::core::ValuePath& path, double from, double to,
                               std::size_t bucketCount) const = 0;
 
+    /// All samples of a signal as consecutive series. Each is a view if the storage has the samples
+    /// in memory; then nothing is copied. Empty if there are no samples. Throws std::out_of_range
+    /// as above.
+    virtual std::vector<Series> pieces(const lang::core::ValuePath& path) const;
+
     /// Goes on to the present state of the run. Returns whether anything has changed. A Series that
     /// was given out before stays as it is.
     virtual bool refresh() = 0;

@@ -49,15 +49,15 @@ public:
     /// No samples of a signal of width 0.
     Series() = default;
 
-    /// The samples at these places. The owner keeps the places valid; isMapped tells whether they
-    /// lie in a mapped file.
+    /// The samples at these places. The owner keeps the places valid; isNoCopy tells whether they
+    /// are those of the run itself.
     Series(DoubleView sampleTimes, DoubleView sampleValues, std::size_t sampleWidth,
-           std::shared_ptr<const void> dataOwner, bool isMapped)
+           std::shared_ptr<const void> dataOwner, bool isNoCopy)
         : timeView(sampleTimes),
           valueView(sampleValues),
           valueCount(sampleWidth),
           owner(std::move(dataOwner)),
-          mapped(isMapped) {}
+          view(isNoCopy) {}
 
     /// The S times in the order in which the samples were logged, in the host's unit.
     const DoubleView& times() const noexcept { return timeView; }
@@ -71,9 +71,9 @@ public:
     /// The number of samples, S.
     std::size_t size() const noexcept { return timeView.size(); }
 
-    /// Whether the data is the run's file itself, mapped into memory, and not a copy. If the file
-    /// is truncated meanwhile, reading the data raises SIGBUS.
-    bool isView() const noexcept { return mapped; }
+    /// Whether the data is the run's own, and not a copy: its memory, or its file, mapped into
+    /// memory. If such a file is truncated meanwhile, reading the data raises SIGBUS.
+    bool isView() const noexcept { return view; }
 
     /// The parts of a structured binding: times, values and width.
     template <std::size_t Index>
@@ -92,7 +92,7 @@ private:
     DoubleView valueView;
     std::size_t valueCount = 0;
     std::shared_ptr<const void> owner;
-    bool mapped = false;
+    bool view = false;
 };
 
 } // namespace logging2::core

@@ -47,7 +47,7 @@ class Samples(NamedTuple):
     """The values, of shape (S,) or (S, w)."""
 
     is_view: bool
-    """Whether the arrays are the run's file itself, mapped into memory, and not a copy."""
+    """Whether the arrays are the run's own memory or its file, mapped into memory, and not a copy."""
 
 
 class Overview(NamedTuple):
@@ -119,8 +119,8 @@ class Signal:
     def read(self, *, copy: bool | None = None) -> Samples:
         """Reads all samples.
 
-        copy: False raises ValueError if the samples do not lie side by side in the file, so that
-        they would have to be copied. True returns arrays that can be written. None does what is
+        copy: False raises ValueError if the samples do not lie side by side, so that they would
+        have to be copied. True returns arrays that can be written. None does what is
         cheapest.
         """
         samples = Samples(*self._run._handle.series(self.path))
@@ -129,6 +129,10 @@ class Signal:
         if copy:
             return Samples(samples.times.copy(), samples.values.copy(), False)
         return samples
+
+    def pieces(self) -> list[Samples]:
+        """All samples in pieces, in their order. Those of a run in memory are views of it."""
+        return [Samples(*piece) for piece in self._run._handle.pieces(self.path)]
 
     def sel(self, time: slice) -> Samples:
         """The samples with time.start <= time <= time.stop, in the order in which they were logged.
@@ -227,9 +231,19 @@ class Run(Mapping[str, Signal]):
     """
 
     def __init__(self, location: str | os.PathLike[str]) -> None:
-        self.location = os.fspath(location)
-        """The directory of the recording."""
-        self._open: _core.Run | None = _core.Run(self.location)
+        self._attach(os.fspath(location), _core.Run(os.fspath(location)))
+
+    @classmethod
+    def _of(cls, handle: _core.Run) -> Run:
+        """A run in memory."""
+        run = cls.__new__(cls)
+        run._attach("", handle)
+        return run
+
+    def _attach(self, location: str, handle: _core.Run) -> None:
+        self.location = location
+        """The directory of the recording; empty for a run in memory."""
+        self._open: _core.Run | None = handle
         self._generation = 0
         self._load()
 
@@ -331,6 +345,8 @@ class Run(Mapping[str, Signal]):
         self.close()
 
     def __reduce__(self) -> tuple[Any, ...]:
+        if not self.location:
+            raise TypeError("a run in memory cannot be pickled")
         return _reopen, (os.path.abspath(self.location), self.revision)
 
     # Two runs are equal if they are the same object, although mappings compare their contents.

@@ -11,6 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
+from ._reading import Run
 
 Signals = Union[Mapping[str, int], Iterable[str]]
 """The paths of a group's signals, with the number of values of each if it is not 1."""
@@ -112,6 +113,20 @@ class Writer:
         times, values = self._writer.read(path)
         width = self._widths[path]
         return times, values if width == 1 else values.reshape(times.size, width)
+
+    def run(self) -> Run:
+        """The run so far, with arrays that are views of the memory of the writer; for "columnar" only.
+
+        `refresh` goes on to its present state. The run outlives the writer.
+        """
+        return Run._of(self._writer.run())
+
+    def snapshot(self, start: float, stop: float) -> Run:
+        """Like `run`, but from the first to the last step with start <= time <= stop.
+
+        `stop` may lie in the future; `refresh` adds what was written since.
+        """
+        return Run._of(self._writer.snapshot(start, stop))
 
     def close(self) -> None:
         """Makes everything final, and lets go of what "memory" kept."""

@@ -35,8 +35,8 @@ py::array view_of(const core::DoubleView& doubles, std::vector<py::ssize_t> shap
     return result;
 }
 
-/// (times, values, whether they are views of the file). Values of a scalar signal have one
-/// dimension.
+/// (times, values, whether they are views of the run's own memory or file). Values of a scalar
+/// signal have one dimension.
 py::tuple arrays_of(Series series) {
     const auto owner = std::make_shared<const Series>(std::move(series));
     const auto count = static_cast<py::ssize_t>(owner->size());
@@ -65,7 +65,7 @@ double seconds_of(std::chrono::system_clock::time_point time) {
 /// A run that several Python threads may use at once. Reads without the interpreter's lock.
 class SharedRun {
 public:
-    explicit SharedRun(const std::string& location) : run(core::open_recording(location)) {}
+    explicit SharedRun(std::unique_ptr<Run> ownedRun) : run(std::move(ownedRun)) {}
 
     template <class Question>
     auto ask(Question question) const {
@@ -147,11 +147,15 @@ py::list list_of(const std::string& directory) {
 
 } // namespace
 
+py::object object_of(std::unique_ptr<Run> run) {
+    return py::cast(std::make_unique<SharedRun>(std::move(run)));
+}
+
 void bind_reading(py::module_& module) {
     py::class_<SharedRun>(module, "Run")
         .def(py::init([](const std::string& location) {
                  const py::gil_scoped_release release;
-                 return std::make_unique<SharedRun>(location);
+                 return std::make_unique<SharedRun>(core::open_recording(location));
              }),
              py::arg("location"))
         .def("info", info_of)
@@ -163,6 +167,17 @@ void bind_reading(py::module_& module) {
             [](const SharedRun& shared, const std::string& path) {
                 return arrays_of(
                     shared.ask([&](const Run& run) { return run.series(ValuePath(path)); }));
+            },
+            py::arg("path"))
+        .def(
+            "pieces",
+            [](const SharedRun& shared, const std::string& path) {
+                py::list result;
+                for (Series& piece :
+                     shared.ask([&](const Run& run) { return run.pieces(ValuePath(path)); })) {
+                    result.append(arrays_of(std::move(piece)));
+                }
+                return result;
             },
             py::arg("path"))
         .def(

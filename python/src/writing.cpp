@@ -1,6 +1,9 @@
 #include <python/src/bindings.hpp>
 
 #include <logging2/backends/builtin/builtin_backends.hpp>
+#ifdef LOGGING2_WITH_COLUMNAR
+#include <logging2/backends/columnar/columnar.hpp>
+#endif
 #include <logging2/backends/recording/recording.hpp>
 #include <logging2/logging2.hpp>
 
@@ -10,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -33,6 +37,9 @@ cppmicroservices::BundleContext context() {
     static const bool isStarted = [] {
         foundation::install_and_start_vantrel_core();
         core::register_builtin_backends(foundation::get_global_bundle_context());
+#ifdef LOGGING2_WITH_COLUMNAR
+        core::register_columnar_backend(foundation::get_global_bundle_context());
+#endif
         return true;
     }();
     static_cast<void>(isStarted);
@@ -72,6 +79,19 @@ std::unique_ptr<StreamWriter> found_writer(const std::string& backend,
         throw std::invalid_argument("there is no back-end \"" + backend + '"');
     }
     return std::move(*writer);
+}
+
+/// The run of a writer that keeps it in memory, or only the steps of an interval; null if the
+/// writer does not.
+std::unique_ptr<core::Run>
+run_in_memory([[maybe_unused]] const StreamWriter& writer,
+              [[maybe_unused]] const std::optional<std::pair<double, double>>& interval) {
+#ifdef LOGGING2_WITH_COLUMNAR
+    if (const auto* const columnar = dynamic_cast<const core::ColumnarStreamWriter*>(&writer)) {
+        return interval ? columnar->snapshot(interval->first, interval->second) : columnar->run();
+    }
+#endif
+    return nullptr;
 }
 
 /// A writer that several Python threads may use, one call at a time.
@@ -124,6 +144,17 @@ public:
 
     void show() {
         call([](StreamWriter& target) { target.flushIntermediate(); });
+    }
+
+    /// The run in memory, or only the steps of an interval.
+    std::unique_ptr<core::Run> run(const std::optional<std::pair<double, double>>& interval) {
+        std::unique_ptr<core::Run> result;
+        call([&](StreamWriter& target) { result = run_in_memory(target, interval); });
+        if (!result) {
+            throw std::invalid_argument("only \"columnar\" has its run in memory, not \"" +
+                                        backend + '"');
+        }
+        return result;
     }
 
     /// Lets go of the writer; a recording that was not flushed is interrupted.
@@ -232,6 +263,13 @@ void bind_writing(py::module_& module) {
         .def("flush", &SharedWriter::flush)
         .def("show", &SharedWriter::show)
         .def("abandon", &SharedWriter::abandon)
+        .def("run", [](SharedWriter& writer) { return object_of(writer.run(std::nullopt)); })
+        .def(
+            "snapshot",
+            [](SharedWriter& writer, double from, double to) {
+                return object_of(writer.run(std::pair(from, to)));
+            },
+            py::arg("start"), py::arg("stop"))
         .def_property_readonly("location", &SharedWriter::place);
     module.def("make_writer", make_writer, py::arg("backend"), py::arg("groups"), py::arg("name"),
                py::arg("rollback_on_time_regression"), py::arg("point_limit"));

@@ -118,6 +118,7 @@ const std::map<std::string, std::set<std::string>>& allowed_rooms() {
         {"backends/builtin", {"host", "stream", "lookup", "memory", "native"}},
         {"backends/checked", {"host", "stream", "lookup"}},
         {"runs", {"host"}},
+        {"backends/columnar", {"host", "ids", "stream", "columns", "lookup", "runs"}},
         {"backends/recording", {"host", "ids", "stream", "columns", "lookup", "runs"}},
         {"conformance", {"host", "registry", "stream", "lookup"}},
     };

@@ -96,6 +96,12 @@ TEST_P(BackendsAgreeTest, filesGiveTheSameValuesPlusRejectedSteps) {
     expect_same(without_rejected(native), run(Backend()));
 }
 
+#ifdef INTEGRATION_WITH_COLUMNAR
+TEST_P(BackendsAgreeTest, columnarGivesTheSameValuesAsTheDefault) {
+    expect_same(run(Backend("columnar")), run(Backend()));
+}
+#endif
+
 #ifdef INTEGRATION_WITH_RECORDING
 TEST_P(BackendsAgreeTest, recordingGivesTheSameValuesAsTheDefault) {
     expect_same(run(Backend("recording")), run(Backend()));

@@ -1,3 +1,5 @@
+import pickle
+
 import numpy as np
 import pytest
 
@@ -5,10 +7,11 @@ import logging2
 
 
 def test_every_back_end_is_available_by_name():
-    assert logging2.backends() == ["recording", "memory", "memory-restricted", "native"]
+    assert logging2.backends() == [
+        "recording", "memory", "memory-restricted", "native", "columnar"]
 
 
-@pytest.mark.parametrize("backend", ["memory", "recording"])
+@pytest.mark.parametrize("backend", ["memory", "columnar", "recording"])
 def test_rollback_discards_later_steps(backend, tmp_path):
     options = {"directory": tmp_path} if backend == "recording" else {}
     with logging2.Writer(backend, groups=[{"x": 1, "p": 2}], **options) as writer:
@@ -59,6 +62,51 @@ def test_exception_interrupts_a_recording_and_keeps_its_steps(tmp_path):
             raise ZeroDivisionError
     run = logging2.open(writer.location)
     assert (run.state, len(run["x"])) == ("interrupted", 1)
+
+
+def test_run_in_memory_has_views_without_copies():
+    with logging2.Writer("columnar", groups=[{"x": 1, "p": 2}], name="n") as writer:
+        for time in range(20):
+            writer.write(0, time, [time, 2 * time, 3 * time])
+        run = writer.run()
+        part = run["p"].read(copy=False)
+        assert part.is_view and part.values.shape == (20, 2)
+        writer.write(0, 20, [20, 40, 60])
+        assert len(run["x"]) == 20 and run.refresh() and len(run["x"]) == 21
+        again = run["p"].read(copy=False)
+        assert np.shares_memory(part.values, again.values)
+    writer.close()
+    assert part.values[19].tolist() == [38, 57]
+    assert run.refresh() and (run.name, run.state, run.location) == ("n", "finished", "")
+
+
+def test_pieces_of_a_long_run_in_memory_are_views():
+    writer = logging2.Writer("columnar", groups=[["x"]])
+    for time in range(5000):
+        writer.write(0, time, [2 * time])
+    pieces = writer.run()["x"].pieces()
+    assert len(pieces) > 1 and all(piece.is_view for piece in pieces)
+    assert np.concatenate([piece.values for piece in pieces]).tolist() == list(range(0, 10000, 2))
+
+
+def test_snapshot_has_the_steps_around_a_trigger():
+    writer = logging2.Writer("columnar", groups=[["x"]])
+    for time in range(10):
+        writer.write(0, time, [time])
+    snapshot = writer.snapshot(7, 11)
+    for time in range(10, 20):
+        writer.write(0, time, [time])
+    snapshot.refresh()
+    assert snapshot["x"].times.tolist() == [7, 8, 9, 10, 11]
+
+
+def test_only_columnar_has_its_run_in_memory():
+    writer = logging2.Writer("memory", groups=[["x"]])
+    with pytest.raises(ValueError, match="only \"columnar\""):
+        writer.run()
+    run = logging2.Writer("columnar", groups=[["x"]]).run()
+    with pytest.raises(TypeError, match="pickled"):
+        pickle.dumps(run)
 
 
 def test_wrong_calls_are_errors_that_change_nothing(tmp_path):

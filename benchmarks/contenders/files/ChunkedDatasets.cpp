@@ -75,14 +75,28 @@ void read(const Dataset& dataset, std::size_t first, std::size_t count,
                          H5P_DEFAULT, values.data()));
 }
 
+enum class Place { file, memory };
+
+/// The properties of a file on disk, or of one that only exists in memory.
+Hdf5Handle access_of(Place place) {
+    constexpr std::size_t increment = std::size_t{1} << 22;
+    Hdf5Handle access(H5Pcreate(H5P_FILE_ACCESS), H5Pclose);
+    if (place == Place::memory) {
+        hdf5_require(H5Pset_fapl_core(access.get(), increment, 0));
+    }
+    return access;
+}
+
 /// One dataset for the times of each group and one dataset per channel. Samples are appended chunk
 /// by chunk.
 class ChunkedDatasets : public Contender {
 public:
-    ChunkedDatasets(const Rows& workloadRows, const std::filesystem::path& emptyDirectory)
+    ChunkedDatasets(const Rows& workloadRows, const std::filesystem::path& emptyDirectory,
+                    Place where)
         : Contender(workloadRows, emptyDirectory),
+          place(where),
           file(H5Fcreate((directory / "columns.h5").c_str(), H5F_ACC_TRUNC, H5P_DEFAULT,
-                         H5P_DEFAULT),
+                         access_of(place).get()),
                H5Fclose) {
         for (const GroupShape& group : rows.workload().groups) {
             addGroup(group);
@@ -109,6 +123,9 @@ public:
             std::for_each(columns.begin(), columns.end(), append);
         }
         hdf5_require(H5Fflush(file.get(), H5F_SCOPE_GLOBAL));
+        if (place == Place::memory) {
+            readEverything();
+        }
     }
 
     std::size_t check() override {
@@ -135,6 +152,17 @@ private:
         datasets.back().back().waiting.reserve(chunkStepCount * width);
     }
 
+    /// Reads every channel with its times.
+    void readEverything() const {
+        std::vector<double> values;
+        for (const std::vector<Dataset>& columns : datasets) {
+            for (std::size_t channel = 1; channel < columns.size(); ++channel) {
+                read(columns[0], 0, columns[0].stepCount, values);
+                read(columns[channel], 0, columns[0].stepCount, values);
+            }
+        }
+    }
+
     void check_dataset(ColumnId column) const {
         const Dataset& times = datasets[column.group][0];
         const Dataset& values = datasets[column.group][column.channel + 1];
@@ -150,12 +178,14 @@ private:
         check_count(check.stepCount(), rows.workload().stepCount);
     }
 
+    Place place;
     Hdf5Handle file;
     std::vector<std::vector<Dataset>> datasets; // by group, the times first
 };
 
 [[maybe_unused]] const bool added =
-    add_contender<ChunkedDatasets>("hdf5-datasets", Suits::anyGroups);
+    add_contender<ChunkedDatasets>("hdf5-datasets", Suits::anyGroups, Place::file) &&
+    add_contender<ChunkedDatasets>("hdf5-core-read-back", Suits::anyGroups, Place::memory);
 
 } // namespace
 } // namespace logging2::core::bench

@@ -3,6 +3,9 @@
 #include <examples/simulate/logging/recording.hpp>
 #include <logging2/backends/builtin/builtin_backends.hpp>
 #include <logging2/backends/checked/checked.hpp>
+#ifdef INTEGRATION_WITH_COLUMNAR
+#include <logging2/backends/columnar/columnar.hpp>
+#endif
 #include <logging2/conformance/detail/TemporaryDirectory.hpp>
 
 #include <new>
@@ -104,6 +107,13 @@ Backend short_backend(const std::string& name) {
     return backend;
 }
 
+void register_columnar([[maybe_unused]] const cppmicroservices::BundleContext& context) {
+#ifdef INTEGRATION_WITH_COLUMNAR
+    logging2::core::register_columnar_backend(context);
+    logging2::core::register_checked_backend(context, "columnar");
+#endif
+}
+
 void register_recording(cppmicroservices::BundleContext context) {
     static const logging2::core::test::TemporaryDirectory recordings;
     simulate::offer_recording(recordings.path(), {});
@@ -128,6 +138,7 @@ bool register_all() {
                   throwing_backend("throws", std::runtime_error("the cable is out")),
                   throwing_backend("out-of-memory", std::bad_alloc()), short_backend("short")});
     logging2::core::register_backend(context, memory_backend("no-reader")).back().Unregister();
+    register_columnar(context);
     register_recording(context);
     return true;
 }
@@ -144,6 +155,9 @@ std::vector<std::string> backend_names() {
     for (const auto& backend : logging2::core::builtin_backends()) {
         names.push_back(backend.name);
     }
+#ifdef INTEGRATION_WITH_COLUMNAR
+    names.push_back("columnar");
+#endif
     if (simulate::can_record()) {
         names.push_back("recording");
     }

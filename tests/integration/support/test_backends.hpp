@@ -16,8 +16,8 @@ namespace integration {
 /// - "makes-nothing" makes null pointers, "throws" throws, "out-of-memory" runs out of memory;
 /// - "no-reader" has only a writer;
 /// - "short" returns one value too few.
-/// If this build can record, it also registers "recording"; its recordings are deleted at the end
-/// of the process.
+/// It also registers "columnar" and "recording" and their checked variants, if this build has them;
+/// the recordings are deleted at the end of the process.
 void register_test_backends();
 
 /// The names of the back-ends that the program offers in this build.

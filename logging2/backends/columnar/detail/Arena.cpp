@@ -1,0 +1,187 @@
+#include <logging2/backends/columnar/detail/Arena.hpp>
+
+#include <logging2/columns/storage.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+
+namespace logging2::core::detail {
+
+namespace {
+
+constexpr std::size_t leastChunkByteCount = std::size_t{64} * 1024;
+
+/// From this size on, make_large_array() asks for large pages.
+constexpr std::size_t largeChunkByteCount = std::size_t{4} * 1024 * 1024;
+
+std::size_t rounded_up(std::size_t byteCount) {
+    if (byteCount > SIZE_MAX / 2) {
+        throw std::bad_alloc();
+    }
+    return (byteCount + Arena::unit - 1) / Arena::unit * Arena::unit;
+}
+
+std::size_t list_of(std::size_t byteCount) noexcept {
+    return static_cast<std::size_t>(63 - __builtin_clzll(byteCount));
+}
+
+std::byte* aligned(double* elements) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(elements);
+    return reinterpret_cast<std::byte*>(elements) +
+           (Arena::unit - address % Arena::unit) % Arena::unit;
+}
+
+} // namespace
+
+Block Arena::take(std::size_t least, std::size_t wanted) {
+    least = rounded_up(least);
+    wanted = rounded_up(wanted);
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (FreeBlock* const found = findFree(wanted)) {
+        return reuse(*found, wanted);
+    }
+    const std::size_t rest =
+        chunks.empty() ? 0 : chunks.back().byteCount - chunks.back().cutByteCount;
+    // A much smaller piece would cost more than the memory that it saves.
+    if (rest < std::min(wanted, std::max(least, wanted / 32))) {
+        addChunk(wanted);
+    }
+    return cut(wanted);
+}
+
+void Arena::addChunk(std::size_t leastByteCount) {
+    const std::size_t byteCount = std::max(
+        std::clamp(madeByteCount, leastChunkByteCount, largeChunkByteCount), leastByteCount);
+    // Only large arrays are aligned.
+    const std::size_t margin = byteCount < largeChunkByteCount ? unit : 0;
+    std::shared_ptr<double[]> memory = make_large_array((byteCount + margin) / sizeof(double));
+    std::byte* const first = aligned(memory.get());
+    chunks.push_back({this, std::move(memory), first, byteCount});
+    madeByteCount += byteCount;
+    if (chunks.size() == 1) {
+        return;
+    }
+    Chunk& former = *std::prev(chunks.end(), 2);
+    if (former.inUseByteCount == 0) {
+        chunks.erase(std::prev(chunks.end(), 2));
+    } else if (former.cutByteCount < former.byteCount) {
+        link({former.first + former.cutByteCount, former.byteCount - former.cutByteCount, &former});
+        former.cutByteCount = former.byteCount;
+    }
+}
+
+/// Cuts a block from the newest chunk, which has room for at least a small one.
+Block Arena::cut(std::size_t wanted) noexcept {
+    Chunk& chunk = chunks.back();
+    const Block block{chunk.first + chunk.cutByteCount,
+                      std::min(wanted, chunk.byteCount - chunk.cutByteCount), &chunk};
+    chunk.cutByteCount += block.byteCount;
+    chunk.inUseByteCount += block.byteCount;
+    ++blockCount;
+    return block;
+}
+
+/// A free block of at least so many bytes, or null.
+Arena::FreeBlock* Arena::findFree(std::size_t byteCount) const noexcept {
+    std::size_t list = list_of(byteCount);
+    if (freeBlocks[list] != nullptr && freeBlocks[list]->byteCount >= byteCount) {
+        return freeBlocks[list];
+    }
+    while (++list < freeBlocks.size()) {
+        if (freeBlocks[list] != nullptr) {
+            return freeBlocks[list];
+        }
+    }
+    return nullptr;
+}
+
+Block Arena::reuse(FreeBlock& found, std::size_t wanted) noexcept {
+    Block block{reinterpret_cast<std::byte*>(&found), found.byteCount, found.chunk};
+    unlink(found);
+    block.chunk->inUseByteCount += wanted;
+    ++blockCount;
+    if (block.byteCount > wanted) {
+        link({block.first + wanted, block.byteCount - wanted, block.chunk});
+        block.byteCount = wanted;
+    }
+    return block;
+}
+
+void Arena::shrink(Block& block, std::size_t byteCount) noexcept {
+    const std::size_t kept = (byteCount + unit - 1) / unit * unit;
+    if (kept == block.byteCount) {
+        return;
+    }
+    Chunk& chunk = *block.chunk;
+    const std::lock_guard<std::mutex> lock(chunk.arena->mutex);
+    const Block rest{block.first + kept, block.byteCount - kept, &chunk};
+    block.byteCount = kept;
+    chunk.inUseByteCount -= rest.byteCount;
+    if (rest.first + rest.byteCount == chunk.first + chunk.cutByteCount &&
+        &chunk == &chunk.arena->chunks.back()) {
+        chunk.cutByteCount -= rest.byteCount;
+    } else {
+        chunk.arena->link(rest);
+    }
+}
+
+void Arena::giveBack(const Block& block) noexcept {
+    Arena* const arena = block.chunk->arena;
+    std::unique_lock<std::mutex> lock(arena->mutex);
+    arena->release(block);
+    if (arena->isLeft && arena->blockCount == 0) {
+        lock.unlock();
+        delete arena; // NOLINT(*-owning-memory)
+    }
+}
+
+void Arena::leave() noexcept {
+    std::unique_lock<std::mutex> lock(mutex);
+    isLeft = true;
+    if (blockCount == 0) {
+        lock.unlock();
+        delete this; // NOLINT(*-owning-memory)
+    }
+}
+
+void Arena::release(const Block& block) noexcept {
+    Chunk& chunk = *block.chunk;
+    --blockCount;
+    chunk.inUseByteCount -= block.byteCount;
+    link(block);
+    if (chunk.inUseByteCount == 0) {
+        clear(chunk);
+    }
+}
+
+/// Makes a chunk as new whose blocks are all free, and frees it unless it is the newest one.
+void Arena::clear(Chunk& chunk) noexcept {
+    for (std::size_t offset = 0; offset < chunk.cutByteCount;) {
+        auto& block = *reinterpret_cast<FreeBlock*>(chunk.first + offset);
+        offset += block.byteCount;
+        unlink(block);
+    }
+    chunk.cutByteCount = 0;
+    if (&chunk != &chunks.back()) {
+        chunks.remove_if([&chunk](const Chunk& each) { return &each == &chunk; });
+    }
+}
+
+void Arena::link(const Block& block) noexcept {
+    FreeBlock*& list = freeBlocks[list_of(block.byteCount)];
+    list = new (block.first) FreeBlock{nullptr, list, block.byteCount, block.chunk};
+    if (list->next != nullptr) {
+        list->next->previous = list;
+    }
+}
+
+void Arena::unlink(FreeBlock& block) noexcept {
+    (block.previous != nullptr ? block.previous->next : freeBlocks[list_of(block.byteCount)]) =
+        block.next;
+    if (block.next != nullptr) {
+        block.next->previous = block.previous;
+    }
+}
+
+} // namespace logging2::core::detail

@@ -1,0 +1,222 @@
+#include <logging2/backends/columnar/detail/GroupSteps.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace logging2::core::detail {
+
+std::uint32_t GroupSteps::endOf(std::size_t span) const noexcept {
+    const RowSpan& rows = spans[span].rows;
+    return span + 1 == spans.size() ? openEnd.load(std::memory_order_relaxed)
+                                    : rows.firstRow + rows.rowCount;
+}
+
+bool GroupSteps::ascends(std::size_t span) const noexcept {
+    return span + 1 == spans.size() ? openAscends.load(std::memory_order_relaxed)
+                                    : spans[span].rows.ascends != 0;
+}
+
+/// The cut before the row.
+GroupSteps::Cut GroupSteps::cutBefore(std::size_t span, std::uint32_t row) const noexcept {
+    const RowSpan& rows = spans[span].rows;
+    const double* const times = rows.piece->times();
+    double greatest = spans[span].greatestBefore;
+    for (std::uint32_t each = ascends(span) && row > rows.firstRow ? row - 1 : rows.firstRow;
+         each < row; ++each) {
+        greatest = times[each] > greatest ? times[each] : greatest;
+    }
+    return {span, row, greatest};
+}
+
+/// The cut before the first step of the span that is later than the time, or at its end.
+GroupSteps::Cut GroupSteps::firstLater(std::size_t span, double time) const noexcept {
+    const double* const times = spans[span].rows.piece->times();
+    const std::uint32_t first = spans[span].rows.firstRow;
+    const std::uint32_t end = endOf(span);
+    std::uint32_t row = end;
+    if (ascends(span)) {
+        while (row > first && times[row - 1] > time) {
+            --row;
+        }
+    } else {
+        row = first;
+        while (row < end && !(times[row] > time)) {
+            ++row;
+        }
+    }
+    return cutBefore(span, row);
+}
+
+std::optional<GroupSteps::Cut> GroupSteps::cutAfter(double time) const noexcept {
+    if (!(greatestTime > time) || spans.empty()) {
+        return std::nullopt;
+    }
+    std::size_t span = spans.size() - 1;
+    while (span > 0 && spans[span].greatestBefore > time) {
+        --span;
+    }
+    // The greatest times also count steps that were discarded because they were the oldest ones.
+    for (; span < spans.size(); ++span) {
+        const Cut cut = firstLater(span, time);
+        if (cut.row < endOf(span)) {
+            return cut;
+        }
+    }
+    return std::nullopt;
+}
+
+double GroupSteps::timeBefore(const Cut& cut) const noexcept {
+    if (cut.row > spans[cut.span].rows.firstRow) {
+        return spans[cut.span].rows.piece->times()[cut.row - 1];
+    }
+    return cut.span == 0 ? std::numeric_limits<double>::quiet_NaN()
+                         : spans[cut.span - 1].rows.piece->times()[endOf(cut.span - 1) - 1];
+}
+
+GroupSteps::Cut GroupSteps::cutAtRegression(double time) const noexcept {
+    const std::size_t open = spans.size() - 1;
+    const Cut cut = cutAfter(time).value_or(Cut{open, endOf(open), greatestTime});
+    if (timeBefore(cut) != time) {
+        return cut;
+    }
+    return cut.row > spans[cut.span].rows.firstRow
+               ? cutBefore(cut.span, cut.row - 1)
+               : cutBefore(cut.span - 1, endOf(cut.span - 1) - 1);
+}
+
+bool GroupSteps::discardsShown(const Cut& cut) const noexcept {
+    return spans[cut.span].rows.piece->shownRowCount > cut.row;
+}
+
+bool GroupSteps::hasRoomAfter(const Cut& cut) const noexcept {
+    const Piece& piece = *spans[cut.span].rows.piece;
+    return std::max(piece.shownRowCount, cut.row) < piece.rowCapacity();
+}
+
+void GroupSteps::discardFrom(const Cut& cut) {
+    const std::uint32_t shownCount = spans[cut.span].rows.piece->shownRowCount;
+    const bool splits = shownCount > cut.row && cut.row > spans[cut.span].rows.firstRow;
+    if (splits) {
+        spans.reserve(cut.span + 2);
+    }
+    bool stillAscends = ascends(cut.span);
+    while (spans.size() > cut.span + 1) {
+        dropLastSpan();
+    }
+    if (splits) {
+        RowSpan& rows = spans.back().rows;
+        rows.rowCount = (cut.row - rows.firstRow) & RowSpan::greatestRowCount;
+        rows.ascends = stillAscends ? 1 : 0;
+        const RowSpan rest{rows.piece, shownCount, 0, 1};
+        spans.push_back({rest, cut.greatestBefore, spans.back().serial});
+        stillAscends = true;
+    }
+    goOnAt(cut, std::max(shownCount, cut.row), stillAscends);
+}
+
+/// Appends further steps to the last span, from this row on.
+void GroupSteps::goOnAt(const Cut& cut, std::uint32_t row, bool stillAscends) noexcept {
+    lastTime = timeBefore(cut);
+    greatestTime = cut.greatestBefore;
+    RowSpan& rows = spans.back().rows;
+    if (cut.row == rows.firstRow) {
+        rows.firstRow = row;
+        stillAscends = true;
+    }
+    openTimes = rows.piece->times();
+    capacity = static_cast<std::uint32_t>(rows.piece->rowCapacity());
+    openAscends.store(stillAscends, std::memory_order_relaxed);
+    openEnd.store(row, std::memory_order_release);
+    shown.reset();
+}
+
+void GroupSteps::dropLastSpan() noexcept {
+    Piece::Owner piece = std::move(spans.back().rows.piece);
+    spans.pop_back();
+    if (piece != spans.back().rows.piece) {
+        byteCount -= piece->byteCount();
+        if (piece->shownRowCount == 0) {
+            spare = std::move(piece);
+        }
+    }
+}
+
+void GroupSteps::open(Piece::Owner piece, std::uint64_t serial) {
+    if (!spans.empty() && endOf(spans.size() - 1) == spans.back().rows.firstRow) {
+        dropEmptySpan();
+    } else {
+        closeSpan();
+    }
+    openTimes = piece->times();
+    capacity = static_cast<std::uint32_t>(piece->rowCapacity());
+    byteCount += piece->byteCount();
+    spans.push_back({{std::move(piece), 0, 0, 1}, greatestTime, serial});
+    openAscends.store(true, std::memory_order_relaxed);
+    openEnd.store(0, std::memory_order_release);
+}
+
+/// Brings the open span up to date and makes room for another one.
+void GroupSteps::closeSpan() {
+    if (spans.size() == spans.capacity()) {
+        // By less than doubling, because many groups may have few spans each.
+        spans.reserve(spans.size() + spans.size() / 4 + 1);
+    }
+    if (!spans.empty()) {
+        RowSpan& rows = spans.back().rows;
+        rows.rowCount = (endOf(spans.size() - 1) - rows.firstRow) & RowSpan::greatestRowCount;
+        rows.ascends = ascends(spans.size() - 1) ? 1 : 0;
+    }
+}
+
+void GroupSteps::dropEmptySpan() noexcept {
+    const Piece::Owner piece = std::move(spans.back().rows.piece);
+    spans.pop_back();
+    if (spans.empty() || spans.back().rows.piece != piece) {
+        byteCount -= piece->byteCount();
+    }
+}
+
+std::shared_ptr<const GroupView> GroupSteps::show() {
+    const std::uint32_t end = openEnd.load(std::memory_order_acquire);
+    std::vector<RowSpan> rows;
+    rows.reserve(spans.size());
+    std::size_t stepCount = 0;
+    for (const Span& span : spans) {
+        rows.push_back(span.rows);
+        if (&span == &spans.back()) {
+            rows.back().rowCount = (end - span.rows.firstRow) & RowSpan::greatestRowCount;
+            rows.back().ascends = openAscends.load(std::memory_order_relaxed) ? 1 : 0;
+        }
+        stepCount += rows.back().rowCount;
+    }
+    if (shown && shown->stepCount() == stepCount) {
+        return shown;
+    }
+    shown = std::make_shared<const GroupView>(layout, std::move(rows));
+    for (const RowSpan& span : shown->spans()) {
+        span.piece->shownRowCount =
+            std::max(span.piece->shownRowCount, span.firstRow + span.rowCount);
+    }
+    return shown;
+}
+
+void GroupSteps::clear() noexcept {
+    spans.clear();
+    spare.reset();
+    shown.reset();
+    byteCount = 0;
+    capacity = 0;
+    openEnd.store(0, std::memory_order_release);
+    lastTime = std::numeric_limits<double>::quiet_NaN();
+    greatestTime = -std::numeric_limits<double>::infinity();
+}
+
+void GroupSteps::discardOldestSpan() noexcept {
+    if (spans[0].rows.piece != spans[1].rows.piece) {
+        byteCount -= spans[0].rows.piece->byteCount();
+    }
+    spans.erase(spans.begin());
+    shown.reset();
+}
+
+} // namespace logging2::core::detail

@@ -1,0 +1,184 @@
+#include <logging2/backends/columnar/detail/Samples.hpp>
+
+#include <logging2/backends/columnar/detail/piece_size.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <queue>
+#include <stdexcept>
+#include <utility>
+
+namespace logging2::core::detail {
+namespace {
+
+/// Groups of smaller ids are found by index.
+constexpr std::size_t smallIdCount = std::size_t{1} << 16;
+
+/// Beyond the limit, at least this part of it is freed at a time.
+constexpr std::size_t limitParts = 64;
+
+std::size_t whole_units(std::size_t byteCount) {
+    return byteCount / Arena::unit * Arena::unit;
+}
+
+} // namespace
+
+Samples::Samples(const StreamingAttributes& attributes, const PathIndex::Setup& setup,
+                 const ColumnarOptions& options)
+    : paths(std::make_shared<const PathIndex>(setup)),
+      limits(options),
+      name(attributes.name.data(), attributes.name.size()),
+      obeysRegression(attributes.rollbackOnTimeRegression),
+      groups(setup.size()) {
+    auto group = groups.begin();
+    for (const auto& [key, data] : setup) {
+        group->id = key.id();
+        group->layout = std::make_shared<const RowLayout>(data.coreIds());
+        if (group->id >= std::max(smallIdCount, 2 * setup.size())) {
+            groupsByLargeId.emplace(group->id, &*group);
+        } else {
+            groupsByIndex.resize(std::max(groupsByIndex.size(), group->id + 1));
+            groupsByIndex[group->id] = &*group;
+        }
+        ++group;
+    }
+}
+
+GroupSteps& Samples::groupOfLargeId(std::size_t id) const {
+    const auto found = groupsByLargeId.find(id);
+    if (found == groupsByLargeId.end()) {
+        throw std::out_of_range("there is no group " + std::to_string(id));
+    }
+    return *found->second;
+}
+
+void Samples::refuseLength(const GroupSteps& group, std::size_t n) {
+    throw std::invalid_argument("group " + std::to_string(group.id) + " has " +
+                                std::to_string(group.layout->rowLength()) +
+                                " values per step, but write got " + std::to_string(n));
+}
+
+template <class Change>
+void Samples::change(GroupSteps& group, Change change) {
+    const std::size_t before = group.heldByteCount();
+    change();
+    heldByteCount += group.heldByteCount() - before;
+}
+
+void Samples::makeRoom(GroupSteps& group) {
+    const Piece::Owner piece = group.spare ? group.spare : makePiece(group);
+    const Lock lock(mutex);
+    change(group, [&] {
+        group.open(piece, ++serial);
+        group.spare.reset();
+    });
+}
+
+Piece::Owner Samples::makePiece(const GroupSteps& group) {
+    const std::size_t rowByteCount = group.layout->rowByteCount();
+    const std::size_t least = Piece::byteCountOf(1, rowByteCount);
+    const std::size_t wanted =
+        withinLimit(least, std::max(least, piece_byte_count(group.heldByteCount(), groups.size())));
+    const std::size_t rowCount = piece_row_count(wanted, rowByteCount);
+    Block block = arena->take(least, Piece::byteCountOf(rowCount, rowByteCount));
+    const std::size_t taken = std::min(rowCount, piece_row_count(block.byteCount, rowByteCount));
+    Arena::shrink(block, Piece::byteCountOf(taken, rowByteCount));
+    return Piece::makeIn(block, taken);
+}
+
+/// How many of the wanted bytes a new piece may have.
+std::size_t Samples::withinLimit(std::size_t least, std::size_t wanted) {
+    if (limits.byteLimit == 0) {
+        return wanted;
+    }
+    least = whole_units(least + Arena::unit - 1);
+    wanted = std::max(least, whole_units(std::min(wanted, limits.byteLimit / limitParts)));
+    if (limits.beyondLimit == BeyondLimit::discardOldest &&
+        heldByteCount + wanted > limits.byteLimit) {
+        discardOldest(wanted);
+    }
+    if (heldByteCount + least > limits.byteLimit) {
+        throw std::length_error("the samples of the stream \"" + name + "\" reach the limit of " +
+                                std::to_string(limits.byteLimit) + " bytes");
+    }
+    return std::min(wanted, whole_units(limits.byteLimit - heldByteCount));
+}
+
+/// Makes room for so many bytes, as far as there are closed spans.
+void Samples::discardOldest(std::size_t byteCount) {
+    using Oldest = std::pair<std::uint64_t, GroupSteps*>;
+    std::priority_queue<Oldest, std::vector<Oldest>, std::greater<>> oldest;
+    const auto offer = [&oldest](GroupSteps& group) {
+        if (group.hasClosedSpan()) {
+            oldest.push({group.oldestSerial(), &group});
+        }
+    };
+    std::for_each(groups.begin(), groups.end(), offer);
+    const std::size_t freed = byteCount + limits.byteLimit / limitParts;
+    while (!oldest.empty() && heldByteCount + freed > limits.byteLimit) {
+        GroupSteps& group = *oldest.top().second;
+        oldest.pop();
+        const Lock lock(mutex);
+        change(group, [&] { discardOldestSpan(group); });
+        offer(group);
+    }
+}
+
+/// Leaves the span to the watches that ask for a part of it.
+void Samples::discardOldestSpan(GroupSteps& group) {
+    const RowSpan& span = group.oldestSpan();
+    for (const std::weak_ptr<Watch>& each : watches) {
+        const std::shared_ptr<Watch> watch = each.lock();
+        if (watch && watch->interval &&
+            !spans_between({span}, watch->interval->from, watch->interval->to).empty()) {
+            watch->kept[static_cast<std::size_t>(&group - groups.data())].push_back(span);
+        }
+    }
+    revision += span.piece->shownRowCount > span.firstRow ? 1 : 0;
+    group.discardOldestSpan();
+}
+
+void Samples::regress(GroupSteps& group, double time) {
+    const GroupSteps::Cut cut = group.cutAtRegression(time);
+    {
+        const Lock lock(mutex);
+        if (group.spare || group.hasRoomAfter(cut)) {
+            discard(group, cut);
+            return;
+        }
+    }
+    // Before anything is discarded, because it may throw.
+    Piece::Owner piece = makePiece(group);
+    const Lock lock(mutex);
+    change(group, [&] { group.spare = std::move(piece); });
+    discard(group, group.cutAtRegression(time));
+}
+
+void Samples::discard(GroupSteps& group, const GroupSteps::Cut& cut) {
+    const bool isShown = group.discardsShown(cut);
+    change(group, [&] { group.discardFrom(cut); });
+    revision += isShown ? 1 : 0;
+}
+
+void Samples::rollback(std::size_t groupId, double time) {
+    GroupSteps& group = groupOf(groupId);
+    if (const auto cut = group.cutAfter(time)) {
+        const Lock lock(mutex);
+        discard(group, *cut);
+    }
+}
+
+void Samples::flush() {
+    const Lock lock(mutex);
+    if (!isFinal) {
+        views = showAll();
+        isFinal = true;
+        end = std::chrono::system_clock::now();
+    }
+    for (GroupSteps& group : groups) {
+        group.clear();
+    }
+    heldByteCount = 0;
+}
+
+} // namespace logging2::core::detail

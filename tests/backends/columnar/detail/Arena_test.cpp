@@ -1,0 +1,147 @@
+#include <logging2/backends/columnar/detail/Arena.hpp>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+namespace logging2::core::detail {
+namespace {
+
+constexpr std::size_t kibibyte = 1024;
+constexpr std::size_t mebibyte = kibibyte * kibibyte;
+
+TEST(ArenaTest, blocksAreAlignedAndRoundedUp) {
+    const Arena::Owner arena = Arena::make();
+    for (const std::size_t byteCount : {std::size_t{1}, std::size_t{64}, 5 * mebibyte + 1}) {
+        const Block block = arena->take(1, byteCount);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block.first) % Arena::unit, 0U);
+        EXPECT_EQ(block.byteCount, (byteCount + 31) / 32 * 32);
+        std::memset(block.first, 1, block.byteCount);
+        Arena::giveBack(block);
+    }
+}
+
+TEST(ArenaTest, blockThatWasGivenBackIsUsedAgain) {
+    const Arena::Owner arena = Arena::make();
+    const Block other = arena->take(1, 1000);
+    const Block block = arena->take(1, 1000);
+    const Block last = arena->take(1, 1000);
+    Arena::giveBack(block);
+    const Block again = arena->take(1, 1000);
+    EXPECT_EQ(again.first, block.first);
+    for (const Block& each : {other, again, last}) {
+        Arena::giveBack(each);
+    }
+}
+
+TEST(ArenaTest, partOfALargerFreeBlockIsUsed) {
+    const Arena::Owner arena = Arena::make();
+    const Block large = arena->take(1, 8 * kibibyte);
+    const Block last = arena->take(1, 64);
+    Arena::giveBack(large);
+    const Block first = arena->take(1, 1 * kibibyte);
+    const Block second = arena->take(1, 7 * kibibyte);
+    EXPECT_EQ(first.first, large.first);
+    EXPECT_EQ(second.first, large.first + kibibyte);
+    for (const Block& each : {first, second, last}) {
+        Arena::giveBack(each);
+    }
+}
+
+TEST(ArenaTest, shrunkBlockLeavesTheRestToTheNextOne) {
+    const Arena::Owner arena = Arena::make();
+    Block block = arena->take(1, 4 * kibibyte);
+    Arena::shrink(block, 1 * kibibyte);
+    EXPECT_EQ(block.byteCount, kibibyte);
+    const Block next = arena->take(1, 1 * kibibyte);
+    EXPECT_EQ(next.first, block.first + kibibyte);
+    Arena::shrink(block, 100);
+    const Block small = arena->take(1, 100);
+    EXPECT_EQ(small.first, block.first + 128);
+    for (const Block& each : {block, next, small}) {
+        Arena::giveBack(each);
+    }
+}
+
+TEST(ArenaTest, endOfAChunkBecomesASmallerBlock) {
+    const Arena::Owner arena = Arena::make();
+    const Block first = arena->take(1, 60 * kibibyte);
+    const Block second = arena->take(1 * kibibyte, 32 * kibibyte);
+    EXPECT_EQ(second.first, first.first + first.byteCount);
+    EXPECT_EQ(second.byteCount, 4 * kibibyte);
+    Arena::giveBack(first);
+    Arena::giveBack(second);
+}
+
+TEST(ArenaTest, freeChunkIsUsedFromItsBeginning) {
+    const Arena::Owner arena = Arena::make();
+    const Block first = arena->take(1, 10 * kibibyte);
+    const Block second = arena->take(1, 10 * kibibyte);
+    Arena::giveBack(first);
+    Arena::giveBack(second);
+    const Block whole = arena->take(1, 60 * kibibyte);
+    EXPECT_EQ(whole.first, first.first);
+    Arena::giveBack(whole);
+}
+
+TEST(ArenaTest, blocksMayOutliveTheOwner) {
+    Arena::Owner arena = Arena::make();
+    const Block first = arena->take(1, 5 * mebibyte);
+    const Block second = arena->take(1, 10);
+    arena.reset();
+    std::memset(first.first, 1, first.byteCount);
+    Arena::giveBack(first);
+    std::memset(second.first, 1, second.byteCount);
+    Arena::giveBack(second);
+}
+
+TEST(ArenaTest, impossibleSizesAreRefused) {
+    const Arena::Owner arena = Arena::make();
+    EXPECT_THROW(arena->take(SIZE_MAX, SIZE_MAX), std::bad_alloc);
+    EXPECT_THROW(arena->take(std::size_t{1} << 60, std::size_t{1} << 60), std::bad_alloc);
+}
+
+/// A block and the byte that fills it.
+struct Filled {
+    Block block;
+    unsigned char byte;
+
+    bool isIntact() const {
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(block.first);
+        return std::all_of(bytes, bytes + block.byteCount,
+                           [this](unsigned char each) { return each == byte; });
+    }
+};
+
+TEST(ArenaTest, randomBlocksNeverOverlap) {
+    std::mt19937 random(1);
+    const Arena::Owner arena = Arena::make();
+    std::vector<Filled> held;
+    for (int i = 0; i < 20000; ++i) {
+        if (held.empty() || random() % 100 < (i / 1000 % 2 == 0 ? 60U : 40U)) {
+            const std::size_t wanted = 1 + random() % (random() % 20 == 0 ? 200 * kibibyte : 5000);
+            Block block = arena->take(std::min<std::size_t>(wanted, 100), wanted);
+            if (random() % 4 == 0) {
+                Arena::shrink(block, block.byteCount / 2);
+            }
+            held.push_back({block, static_cast<unsigned char>(random())});
+            std::memset(block.first, held.back().byte, block.byteCount);
+        } else {
+            std::swap(held[random() % held.size()], held.back());
+            ASSERT_TRUE(held.back().isIntact());
+            Arena::giveBack(held.back().block);
+            held.pop_back();
+        }
+    }
+    for (const Filled& each : held) {
+        ASSERT_TRUE(each.isIntact());
+        Arena::giveBack(each.block);
+    }
+}
+
+} // namespace
+} // namespace logging2::core::detail

@@ -1,0 +1,150 @@
+#include <tests/backends/columnar/columnar_writers.hpp>
+
+#include <stdexcept>
+
+// ColumnarOptions::byteLimit.
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Ge;
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
+
+constexpr std::size_t kibibyte = 1024;
+
+ColumnarOptions limited(std::size_t byteLimit, BeyondLimit beyondLimit) {
+    ColumnarOptions options;
+    options.byteLimit = byteLimit;
+    options.beyondLimit = beyondLimit;
+    return options;
+}
+
+/// Writes steps 0, 1, ... until one is refused; returns how many were stored.
+std::size_t writeUntilRefused(StreamWriter& writer) {
+    for (std::size_t step = 0; step < 1000000; ++step) {
+        try {
+            writeTimes(writer, {static_cast<double>(step)});
+        } catch (const std::length_error&) {
+            return step;
+        }
+    }
+    return 0;
+}
+
+TEST(ColumnarLimitTest, writeThrowsBeyondTheLimit) {
+    StreamingAttributes attributes;
+    attributes.name = BasicTableString<char>("ball");
+    ColumnarStreamWriter writer(attributes, scalarSetup(),
+                                limited(64 * kibibyte, BeyondLimit::refuse));
+    const std::size_t stepCount = writeUntilRefused(writer);
+    EXPECT_GT(stepCount, 64 * kibibyte / 16 * 9 / 10);
+    EXPECT_LE(stepCount, 64 * kibibyte / 16);
+    EXPECT_THAT([&] { writeTimes(writer, {1e9}); },
+                ThrowsMessage<std::length_error>(
+                    "the samples of the stream \"ball\" reach the limit of 65536 bytes"));
+    EXPECT_EQ(storedTimes(writer), countedTimes(stepCount));
+}
+
+TEST(ColumnarLimitTest, rollbackMakesRoom) {
+    ColumnarStreamWriter writer({}, scalarSetup(), limited(16 * kibibyte, BeyondLimit::refuse));
+    const std::size_t stepCount = writeUntilRefused(writer);
+    for (int i = 0; i < 3; ++i) {
+        writer.rollback(0, 0.0);
+        writer.rollback(0, -1.0);
+        EXPECT_EQ(writeUntilRefused(writer), stepCount);
+    }
+}
+
+TEST(ColumnarLimitTest, refusedRegressionDiscardsNothing) {
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    // There is room for one row of 500 doubles.
+    ColumnarStreamWriter writer(attributes, wideSetup(500),
+                                limited(5 * kibibyte, BeyondLimit::refuse));
+    writeTimes(writer, {1.0}, 500);
+    const auto run = writer.run(); // keeps the row
+    EXPECT_THROW(writeTimes(writer, {0.5}, 500), std::length_error);
+    EXPECT_THAT(storedTimes(writer), ElementsAre(1.0));
+}
+
+TEST(ColumnarLimitTest, regressionBehindShownStepsTakesANewPiece) {
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    ColumnarStreamWriter writer(attributes, wideSetup(500));
+    writeTimes(writer, {1.0}, 500);
+    const auto run = writer.run();
+    writeTimes(writer, {0.5}, 500);
+    EXPECT_THAT(storedTimes(writer), ElementsAre(0.5));
+    EXPECT_THAT(timesOf(*run), ElementsAre(1.0));
+}
+
+TEST(ColumnarLimitTest, oldestStepsAreDiscarded) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(64 * kibibyte, BeyondLimit::discardOldest));
+    writeTimes(writer, countedTimes(50000));
+    const Doubles times = storedTimes(writer);
+    EXPECT_GT(times.size(), 64 * kibibyte / 16 * 9 / 10);
+    EXPECT_LE(times.size(), 64 * kibibyte / 16);
+    const Doubles all = countedTimes(50000);
+    EXPECT_TRUE(std::equal(times.rbegin(), times.rend(), all.rbegin()));
+}
+
+TEST(ColumnarLimitTest, oldestStepsOfAllGroupsAreDiscarded) {
+    const LoggedPathsSetupData first(paths({{"x", 0}}), channels({{0, 1}}));
+    const LoggedPathsSetupData second(paths({{"y", 0}}), channels({{0, 1}}));
+    ColumnarStreamWriter writer({}, GroupSetup{{Group(0), first}, {Group(1), second}},
+                                limited(64 * kibibyte, BeyondLimit::discardOldest));
+    write(writer, 1, 0.0, {1.0}); // the newest piece of its group
+    for (const double time : countedTimes(20000)) {
+        write(writer, 0, time, {time});
+    }
+    for (const double time : countedTimes(20000)) {
+        write(writer, 1, time + 20000.0, {time});
+    }
+    writer.flush();
+    const Doubles shorter = stored(writer, "x").first;
+    const Doubles longer = stored(writer, "y").first;
+    EXPECT_THAT(longer, Each(Ge(20000.0)));
+    EXPECT_EQ(longer.back(), 39999.0);
+    EXPECT_FALSE(shorter.empty());
+    EXPECT_EQ(shorter.back(), 19999.0);
+    EXPECT_GT(longer.size(), 2 * shorter.size());
+}
+
+TEST(ColumnarLimitTest, rollbackObeysItsRuleAmongTheStepsThatAreLeft) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    writeTimes(writer, {1e6}); // soon discarded
+    writeTimes(writer, countedTimes(5000));
+    writer.rollback(0, 4990.0);
+    writer.rollback(0, 4995.0); // discards nothing, though an old time was later
+    EXPECT_EQ(storedTimes(writer).back(), 4990.0);
+}
+
+TEST(ColumnarLimitTest, rowThatExceedsTheLimitIsRefused) {
+    for (const BeyondLimit beyond : {BeyondLimit::refuse, BeyondLimit::discardOldest}) {
+        ColumnarStreamWriter writer({}, wideSetup(500), limited(kibibyte, beyond));
+        EXPECT_THAT([&] { writeTimes(writer, {1.0}, 500); },
+                    ThrowsMessage<std::length_error>(HasSubstr("the limit of 1024 bytes")));
+    }
+}
+
+TEST(ColumnarLimitTest, readersKeepWhatIsDiscarded) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    writeTimes(writer, countedTimes(500));
+    const auto run = writer.run();
+    for (const double time : countedTimes(5000)) {
+        writeTimes(writer, {time + 500.0});
+    }
+    EXPECT_EQ(timesOf(*run), countedTimes(500));
+    EXPECT_TRUE(run->refresh());
+    EXPECT_GT(run->info().revision, 0U);
+    EXPECT_GT(timesOf(*run).front(), 500.0);
+}
+
+} // namespace
+} // namespace logging2::core::test
