@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <vector>
@@ -38,6 +40,29 @@ struct OutlineBucket {
     /// Whether one of the values is -infinity.
     bool hasNegativeInfinity = false;
 };
+
+/// Widens the ranges of a bucket by a value.
+inline void include_value(OutlineBucket& bucket, double value) noexcept {
+    if (std::isfinite(value)) {
+        bucket.least = std::min(bucket.least, value);
+        bucket.greatest = std::max(bucket.greatest, value);
+    } else if (std::isnan(value)) {
+        bucket.hasNan = true;
+    } else {
+        (value > 0 ? bucket.hasPositiveInfinity : bucket.hasNegativeInfinity) = true;
+    }
+}
+
+/// Adds the sample that was logged next to a bucket.
+inline void add_sample(OutlineBucket& bucket, double time, double value) noexcept {
+    if (bucket.sampleCount++ == 0) {
+        bucket.firstTime = time;
+        bucket.first = value;
+    }
+    bucket.lastTime = time;
+    bucket.last = value;
+    include_value(bucket, value);
+}
 
 /// One element of a signal, as B intervals of time of the same length show it. The samples are
 /// divided among the buckets as those of an Overview are.

@@ -44,7 +44,7 @@ Extent Polyline::extentOf(std::size_t element) const {
 }
 
 std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
-    if (hasWindow() && extents[element].contains(value)) {
+    if (hasWindow() && extents[element].finiteRange().contains(value)) {
         return 0; // The edges could only make the extent larger.
     }
     const Extent extent = extentOf(element);

@@ -14,8 +14,6 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr int unauthorized = 401;
-constexpr int forbidden = 403;
 constexpr std::size_t secretByteCount = 24;
 
 std::string random_secret() {
@@ -29,12 +27,6 @@ std::string random_secret() {
         text += digits[byte >> 4U];
         text += digits[byte & 15U];
     }
-    return text;
-}
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return text;
 }
 

@@ -13,8 +13,6 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr int badRequest = 400;
-constexpr int notFound = 404;
 constexpr std::size_t greatestPixelCount = 4096;
 constexpr std::size_t greatestSignalCount = 64;
 constexpr std::size_t greatestRunCount = 16;

@@ -17,12 +17,6 @@ constexpr std::chrono::seconds idleTime{30};
 /// What the library needs to write an answer to a request that it must not see.
 constexpr const char* neutralHead = "GET / HTTP/1.1\r\nConnection: close\r\n\r\n";
 
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
 Request request_of(const httplib::Request& parsed) {
     Request request{parsed.method, parsed.target, {}};
     for (const auto& [name, value] : parsed.headers) {

@@ -11,7 +11,6 @@ namespace {
 constexpr std::chrono::milliseconds runInterval{100};
 constexpr int looksPerListLook = 10;
 constexpr std::size_t greatestSubscriptionCount = 128;
-constexpr int unavailable = 503;
 
 std::string event_text(const std::string& name, const Json& data) {
     return "event: " + name +

@@ -11,8 +11,6 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr int notFound = 404;
-
 std::string content_type_of(std::string_view name) {
     static const std::map<std::string_view, std::string> types{
         {"html", "text/html; charset=utf-8"},

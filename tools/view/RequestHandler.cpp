@@ -1,5 +1,6 @@
 #include <tools/view/RequestHandler.hpp>
 
+#include <tools/view/HttpError.hpp>
 #include <tools/view/Page.hpp>
 #include <tools/view/Query.hpp>
 #include <tools/view/small_pages.hpp>
@@ -10,10 +11,6 @@
 
 namespace logging2::tools::view {
 namespace {
-
-constexpr int badRequest = 400;
-constexpr int unreadable = 422;
-constexpr int internalError = 500;
 
 void add_security(Reply& reply) {
     reply.headers.emplace_back(
@@ -45,7 +42,7 @@ Reply RequestHandler::answer(const Request& request) noexcept {
         reply = error_reply(error, request.target);
     } catch (const core::RecordingError& error) {
         reply = error_reply(
-            HttpError(unreadable, std::string("The run cannot be read: ") + error.what()),
+            HttpError(unprocessable, std::string("The run cannot be read: ") + error.what()),
             request.target);
     } catch (const std::exception& error) {
         reply = error_reply(HttpError(internalError, error.what()), request.target);

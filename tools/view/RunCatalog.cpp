@@ -19,8 +19,6 @@ namespace fs = std::filesystem;
 /// So many runs are kept open.
 constexpr std::size_t greatestPoolCount = 16;
 
-constexpr int notFound = 404;
-
 /// Changes if something is written to the recording.
 std::string state_of_files(const std::string& location) {
     std::string result;

@@ -14,9 +14,6 @@ namespace {
 constexpr std::size_t greatestCount = 2;
 constexpr std::chrono::seconds longestWait{20};
 
-constexpr int gone = 410;
-constexpr int unavailable = 503;
-
 ino_t present_file(const std::string& location) {
     struct stat status {};
     if (stat((location + "/samples.bin").c_str(), &status) != 0) {

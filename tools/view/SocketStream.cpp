@@ -19,7 +19,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds greatestHeadTime{10};
 constexpr std::chrono::seconds greatestWriteTime{10};
 constexpr std::chrono::milliseconds greatestEndTime{500};
-constexpr int headersTooLarge = 431;
 
 /// Waits for one of the events; false if none comes in time.
 bool wait_for(int descriptor, short events, Clock::time_point deadline) {

@@ -20,7 +20,6 @@ namespace {
 /// So many bytes are sent at a time.
 constexpr std::size_t pieceByteCount = 64 * 1024;
 constexpr std::size_t greatestDownloadCount = 8;
-constexpr int unavailable = 503;
 
 /// The right to one of the few downloads.
 class Slot {

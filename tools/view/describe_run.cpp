@@ -53,7 +53,7 @@ Json run_progress(const std::string& id, const core::Run& run, const std::string
         stepCount += group.stepCount;
     }
     return {{"id", id},
-            {"state", state_text(info.state)},
+            {"state", name_of(info.state)},
             {"revision", info.revision},
             {"lag", lag_of(info, location)},
             {"steps", stepCount},

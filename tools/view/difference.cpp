@@ -20,7 +20,6 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr int unprocessable = 422;
 constexpr std::size_t greatestStepCount = 2'000'000;
 constexpr std::size_t greatestIntervalCount = 1000;
 

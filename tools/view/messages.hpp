@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <string>
@@ -8,6 +9,15 @@
 #include <vector>
 
 namespace logging2::tools::view {
+
+/// The text with the letters A to Z in lower case.
+inline std::string lower(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return result;
+}
 
 /// What a client asks for.
 struct Request {

@@ -1,6 +1,7 @@
 #include <tools/view/request_head.hpp>
 
 #include <tools/view/HttpError.hpp>
+#include <tools/view/messages.hpp>
 
 #include <algorithm>
 #include <array>
@@ -9,22 +10,8 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr int badRequest = 400;
-constexpr int methodNotAllowed = 405;
-constexpr int contentTooLarge = 413;
-constexpr int uriTooLong = 414;
-constexpr int headersTooLarge = 431;
-constexpr int versionNotSupported = 505;
-
 constexpr std::size_t greatestLineByteCount = 8000;
 constexpr std::size_t greatestHeaderCount = 100;
-
-std::string lower(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return result;
-}
 
 bool is_token(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {

@@ -5,11 +5,7 @@
 #include <algorithm>
 
 namespace logging2::tools::view {
-namespace {
-
-constexpr int notFound = 404;
-
-} // namespace
+namespace {} // namespace
 
 core::SignalInfo signal_of(const core::Run& run, const std::string& path) {
     const std::vector<core::SignalInfo> all = run.signals();

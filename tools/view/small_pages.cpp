@@ -1,11 +1,10 @@
 #include <tools/view/small_pages.hpp>
 
 #include <tools/terminal/json.hpp>
+#include <tools/view/HttpError.hpp>
 
 namespace logging2::tools::view {
 namespace {
-
-constexpr int methodNotAllowed = 405;
 
 std::string escaped(const std::string& text) {
     std::string result;

@@ -1,5 +1,6 @@
 #include <tools/view/trace.hpp>
 
+#include <tools/compare/Extent.hpp>
 #include <tools/reading/SignalSource.hpp>
 #include <tools/view/signals.hpp>
 
@@ -9,8 +10,6 @@
 
 namespace logging2::tools::view {
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// Steps are sent themselves if there are fewer than so many per pixel.
 constexpr std::size_t stepsPerPixel = 4;

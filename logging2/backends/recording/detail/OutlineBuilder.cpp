@@ -13,23 +13,12 @@ namespace {
 /// For each bucket, so many nodes with infinite values are looked into.
 constexpr std::size_t infiniteNodesPerBucket = 8;
 
-void widen(OutlineBucket& bucket, double value) {
-    if (std::isfinite(value)) {
-        bucket.least = std::min(bucket.least, value);
-        bucket.greatest = std::max(bucket.greatest, value);
-    } else if (std::isnan(value)) {
-        bucket.hasNan = true;
-    } else {
-        (value > 0 ? bucket.hasPositiveInfinity : bucket.hasNegativeInfinity) = true;
-    }
-}
-
 void widen(OutlineBucket& bucket, const ElementRange& range) {
     bucket.hasNan = bucket.hasNan || range.nanCount > 0;
     // Without any number, the least one is greater than the greatest one.
     if (range.least <= range.greatest) {
-        widen(bucket, range.least);
-        widen(bucket, range.greatest);
+        include_value(bucket, range.least);
+        include_value(bucket, range.greatest);
     }
 }
 
@@ -123,13 +112,7 @@ void OutlineBuilder::addSamples(const Part& part, const Node& leaf) {
 }
 
 void OutlineBuilder::addSample(OutlineBucket& bucket, double time, double value) {
-    if (bucket.sampleCount++ == 0) {
-        bucket.firstTime = time;
-        bucket.first = value;
-    }
-    bucket.lastTime = time;
-    bucket.last = value;
-    widen(bucket, value);
+    add_sample(bucket, time, value);
     unreadBucket = outline.size();
 }
 
