@@ -1,7 +1,6 @@
 #include <tools/compare/steps_around.hpp>
 
 #include <tools/compare/Extent.hpp>
-
 #include <tools/reading/StepReader.hpp>
 
 #include <cmath>
