@@ -28,3 +28,4 @@ __all__ = [
     "open",
     "runs",
 ]
+import planted
