@@ -28,4 +28,3 @@ __all__ = [
     "open",
     "runs",
 ]
-import planted
