@@ -16,8 +16,8 @@ SCRIPTS = {
     "finished": SETUP + STEPS + "end\n",
     "killed": SETUP + STEPS + "show\n",
     "packed": "compress\n" + SETUP + STEPS + "end\n",
-    "rolled back": SETUP + STEPS + "show\nrollback 0 300\nshow\n" +
-                   STEPS.replace("write 0 ", "write 0 9") + "end\n",
+    "rolled back": (SETUP + STEPS + "show\nrollback 0 300\nshow\n" +
+                    STEPS.replace("write 0 ", "write 0 9") + "end\n"),
 }
 
 

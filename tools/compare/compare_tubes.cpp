@@ -106,7 +106,9 @@ private:
         if (a.valueCount() == 1 && b.valueCount() == 1) {
             const double valueA = a.value(0, element);
             const double valueB = b.value(0, element);
-            if (b.hasAround(valueA, valueB, element) && a.hasAround(valueB, valueA, element)) {
+            const bool isInBoth = valueA == valueB || (b.hasAround(valueA, valueB, element) &&
+                                                       a.hasAround(valueB, valueA, element));
+            if (isInBoth) {
                 return true;
             }
             const double deviation = deviation_between(valueA, valueB);
