@@ -1,5 +1,6 @@
 """Tests of the page of `logging2 view` in a real browser."""
 import json
+import shutil
 import subprocess
 
 from commands import COMMAND, CommandTest
@@ -49,9 +50,9 @@ def start_browser():
     for option in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
                    "--disable-background-networking", "--no-first-run"):
         options.add_argument(option)
-    options.binary_location = "/usr/bin/chromium"
+    options.binary_location = shutil.which("chromium")
     options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
-    return webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+    return webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
 
 
 class BrowserTest(CommandTest):

@@ -38,6 +38,19 @@ bool is_port(const std::string& text) {
                                         [](unsigned char c) { return std::isdigit(c) != 0; }));
 }
 
+/// Another page in the same browser must not use the server, not even one of this machine.
+void check_origin(const Request& request) {
+    const bool hasOrigin = request.headers.count("origin") != 0;
+    if (hasOrigin && lower(request.header("origin")) != "http://" + lower(request.header("host"))) {
+        throw HttpError(forbidden, "Pages of another origin must not use the server.");
+    }
+    const std::string site = request.header("sec-fetch-site");
+    const bool isNavigation = request.header("sec-fetch-mode") == "navigate";
+    if (!isNavigation && (site == "cross-site" || site == "same-site")) {
+        throw HttpError(forbidden, "Pages of another site must not use the server.");
+    }
+}
+
 } // namespace
 
 bool is_same_secret(const std::string& a, const std::string& b) noexcept {
@@ -61,7 +74,7 @@ std::optional<Reply> Access::check(const Request& request) const {
     if (!isOwnAuthority(request.header("host"))) {
         throw HttpError(forbidden, "The server does not go by this name; --allow-host adds one.");
     }
-    checkOrigin(request);
+    check_origin(request);
     if (std::optional<Reply> reply = exchanged(request)) {
         return reply;
     }
@@ -69,19 +82,6 @@ std::optional<Reply> Access::check(const Request& request) const {
         throw HttpError(unauthorized, "Open the address that logging2 view has printed.");
     }
     return std::nullopt;
-}
-
-/// Another page in the same browser must not use the server, not even one of this machine.
-void Access::checkOrigin(const Request& request) const {
-    const bool hasOrigin = request.headers.count("origin") != 0;
-    if (hasOrigin && lower(request.header("origin")) != "http://" + lower(request.header("host"))) {
-        throw HttpError(forbidden, "Pages of another origin must not use the server.");
-    }
-    const std::string site = request.header("sec-fetch-site");
-    const bool isNavigation = request.header("sec-fetch-mode") == "navigate";
-    if (!isNavigation && (site == "cross-site" || site == "same-site")) {
-        throw HttpError(forbidden, "Pages of another site must not use the server.");
-    }
 }
 
 /// NAME or NAME:PORT. Any port will do: a tunnel may use another one at its other end.

@@ -25,7 +25,6 @@ public:
     std::optional<Reply> check(const Request& request) const;
 
 private:
-    void checkOrigin(const Request& request) const;
     bool isOwnAuthority(const std::string& authority) const;
     bool hasCookie(const Request& request) const;
     std::optional<Reply> exchanged(const Request& request) const;

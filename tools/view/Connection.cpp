@@ -14,6 +14,9 @@ namespace {
 /// A client that sends no further request for so long has to connect again.
 constexpr std::chrono::seconds idleTime{30};
 
+/// There is no limit, but clients are told one.
+constexpr std::size_t greatestRequestCount = 1'000'000;
+
 /// What the library needs to write an answer to a request that it must not see.
 constexpr const char* neutralHead = "GET / HTTP/1.1\r\nConnection: close\r\n\r\n";
 
@@ -36,6 +39,7 @@ Connection::Connection(int connectedSocket, RequestHandler& requestHandler,
     // Without a socket, the library takes itself for stopped.
     svr_sock_ = connectedSocket;
     keep_alive_timeout_sec_ = idleTime.count();
+    keep_alive_max_count_ = greatestRequestCount;
     set_pre_routing_handler([this](const httplib::Request& parsed, httplib::Response& response) {
         fill(parsed, response);
         return HandlerResponse::Handled;
@@ -60,7 +64,7 @@ bool Connection::serveNext() {
         }
         head = checked_head(*received);
     } catch (const HttpError& error) {
-        refusal = handler.refuse(error);
+        refusal = RequestHandler::refuse(error);
     }
     tellState(ConnectionState::answering);
     connection.offer(std::move(head));

@@ -18,7 +18,7 @@ namespace logging2::tools::view {
 namespace {
 
 /// So many bytes are sent at a time.
-constexpr std::size_t pieceByteCount = 64 * 1024;
+constexpr std::size_t pieceByteCount = std::size_t{64} * 1024;
 constexpr std::size_t greatestDownloadCount = 8;
 
 /// The right to one of the few downloads.

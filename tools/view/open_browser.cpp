@@ -9,8 +9,6 @@
 #include <fstream>
 #include <thread>
 
-extern char** environ;
-
 namespace logging2::tools::view {
 namespace {
 

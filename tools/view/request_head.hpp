@@ -10,7 +10,7 @@
 namespace logging2::tools::view {
 
 /// A request line and headers are at most so long together.
-constexpr std::size_t greatestHeadByteCount = 16 * 1024;
+constexpr std::size_t greatestHeadByteCount = std::size_t{16} * 1024;
 
 /// How many bytes the head of a request has, with the empty line at its end; empty if the end has
 /// not come yet.

@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <random>
 #include <thread>
 
 namespace logging2::tools::view {
@@ -239,14 +240,17 @@ TEST_F(RequestHandlerTest, downloadsAreLimited) {
     EXPECT_EQ(get(runPath("/csv?signal=x")).status, 200);
 }
 
-/// The next piece of the stream that is no comment.
-std::string next_event(const Reply& reply) {
+/// The next piece of the stream that tells of this kind of event.
+std::string next_event(const Reply& reply, const std::string& name = "run") {
     std::string text;
     const Sink sink = [&text](std::string_view piece) {
         text = piece;
         return true;
     };
-    for (int k = 0; k < 100 && (text.empty() || text.front() == ':'); ++k) {
+    const auto has = [&text, &name] {
+        return text.find("event: " + name + '\n') != std::string::npos;
+    };
+    for (int k = 0; k < 100 && !has(); ++k) {
         reply.next(sink);
     }
     return text;
@@ -267,7 +271,7 @@ TEST_F(RequestHandlerTest, eventsTellWhatHasChanged) {
 TEST_F(RequestHandlerTest, eventsTellOfNewRuns) {
     const Reply stream = get("/api/events");
     const auto other = newWriter();
-    EXPECT_EQ(next_event(stream), "event: runs\ndata: {}\n\n");
+    EXPECT_EQ(next_event(stream, "runs"), "event: runs\ndata: {}\n\n");
 }
 
 TEST_F(RequestHandlerTest, eventsTellOfARunThatIsGone) {
@@ -275,6 +279,40 @@ TEST_F(RequestHandlerTest, eventsTellOfARunThatIsGone) {
     next_event(stream);
     std::filesystem::remove_all(writer->location());
     EXPECT_THAT(next_event(stream), HasSubstr("\"error\":\"The run is gone"));
+}
+
+/// A question about the run, of which some characters are others.
+std::string random_target(std::mt19937& random, const std::string& run) {
+    const std::vector<std::string> targets{
+        run + "/trace?signal=x&element=0&from=0&to=9&pixels=20",
+        run + "/values?time=3&signal=x&signal=x",
+        run + "/csv?signal=x&from=1",
+        "/api/diff?a=a&b=b&signal=x&from=0&to=9&pixels=5&shift=1&relative=0.1",
+        "/api/events?run=a",
+        "/api/runs",
+        "/page/main.js"};
+    const std::string characters = "0123456789abcxyz./%&=?+-e_~\x01\xff";
+    std::string target = targets[random() % targets.size()];
+    for (unsigned changes = random() % 4; changes > 0; --changes) {
+        const char c = characters[random() % characters.size()];
+        const std::size_t place = random() % target.size();
+        if (random() % 2 == 0) {
+            target[place] = c;
+        } else {
+            target.insert(place, 1, c);
+        }
+    }
+    return target;
+}
+
+TEST_F(RequestHandlerTest, randomRequestsAreAnsweredOrRefused) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 5000; ++round) {
+        const std::string target = random_target(random, "/api/runs/" + id);
+        const Reply reply = get(target);
+        EXPECT_TRUE(reply.status == 200 || (reply.status >= 400 && reply.status < 500)) << target;
+        EXPECT_LE(reply.body.size(), 200'000U) << target;
+    }
 }
 
 TEST_F(RequestHandlerTest, manyThreadsGetTheSameAnswers) {

@@ -210,6 +210,7 @@ export class App {
         this.#showCursors();
         byId("banner").hidden = this.#catalogue.listError === null;
         byId("banner").textContent = this.#catalogue.listError?.message ?? "";
+        document.title = [...this.shownRuns.map(({run}) => run.name), "logging2 view"].filter(Boolean).join(" – ");
         this.runList.show(this.#catalogue, view);
         this.signalList.show(this.shownRuns, view);
         this.toolbar.show(view, this.interval, this.shownRuns.some(({run}) => run.state === "running"));

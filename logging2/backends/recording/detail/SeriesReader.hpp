@@ -14,8 +14,8 @@
 
 namespace logging2::core::detail {
 
-/// Makes the series of a run's signals: a view of the mapped file if that is allowed and the samples
-/// lie in one chunk and are not packed, and otherwise a copy.
+/// Makes the series of a run's signals: a view of the mapped file if that is allowed, and if the
+/// samples lie in one chunk and are not packed; otherwise a copy.
 class SeriesReader {
 public:
     /// All must outlive the object.
