@@ -1,6 +1,5 @@
-"""Writes the table and the pictures of docs/maintaining/performance.md."""
+"""Writes the table and the picture of docs/maintaining/performance.md."""
 
-from dataclasses import replace
 from pathlib import Path
 
 from benchmarks.compare.goals import Outcome
@@ -12,19 +11,17 @@ from benchmarks.compare.tables import goals_table
 BEGIN = "<!-- scripts/bench --page writes the lines from here -->"
 END = "<!-- to here. -->"
 
-PICTURES = {"memory-write": "performance-memory.svg", "files": "performance-files.svg"}
-WORKLOADS = ["W1", "W2", "W5"]
+PICTURES = {"all": "performance.svg"}
 
 
 def update_page(docs: Path, outcomes: list[Outcome], results: Results) -> None:
-    """Replaces the table of the page, and draws its pictures."""
+    """Replaces the table of the page, and draws its picture."""
     page = docs / "maintaining" / "performance.md"
     lines = [measured_on(results), "", *goals_table(outcomes, results)]
     page.write_text(with_lines(page.read_text(encoding="utf-8"), lines), encoding="utf-8")
     for question in QUESTIONS:
         if question.id in PICTURES:
-            draw_side_by_side(replace(question, workloads=WORKLOADS), results,
-                              docs / "pictures" / PICTURES[question.id])
+            draw_side_by_side(question, results, docs / "pictures" / PICTURES[question.id])
 
 
 def measured_on(results: Results) -> str:

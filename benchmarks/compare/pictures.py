@@ -27,9 +27,14 @@ def draw(question: Question, results: Results, path: Path) -> None:
 
 
 def draw_side_by_side(question: Question, results: Results, path: Path) -> None:
-    """One row of panels, which fits on a page. The panels share the names of the contenders."""
-    figure = Figure(figsize=(10, 1.1 + 0.24 * len(question.entries)), layout="constrained")
-    panels = figure.subplots(ncols=len(question.workloads), squeeze=False)[0]
+    """Rows of three panels, which fit on a page. The panels of a row share the contenders' names."""
+    row_count = -(-len(question.workloads) // 3)
+    figure = Figure(figsize=(10, 0.6 + row_count * (0.5 + 0.24 * len(question.entries))),
+                    layout="constrained")
+    grid = figure.subplots(row_count, min(3, len(question.workloads)), squeeze=False)
+    panels = list(grid.flat)
+    for axes in panels[len(question.workloads):]:
+        axes.set_visible(False)
     for axes, workload in zip(panels, question.workloads):
         _panel(axes, question, workload, results)
         axes.set_title(_short_title(workload, question, results), loc="left", fontsize=9)
@@ -37,7 +42,7 @@ def draw_side_by_side(question: Question, results: Results, path: Path) -> None:
         axes.set_xlim(right=right * (right / left) ** 0.15)  # labels need more of a narrow panel
         axes.xaxis.set_major_locator(LogLocator(subs=(1,) if right > 100 * left else (1, 3)))
         axes.tick_params(axis="x", labelsize=8)
-    for axes in panels[1:]:
+    for axes in grid[:, 1:].flat:
         axes.tick_params(labelleft=False)
     figure.suptitle(_title(question, results), fontsize=10)
     figure.savefig(path, metadata={"Date": None})

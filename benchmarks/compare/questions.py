@@ -52,10 +52,32 @@ GROWING_WRITERS = [
 
 QUESTIONS = [
     Question(
+        "all", "All back-ends and their peers: from the first write to the end of flush",
+        FULL_WORKLOADS,
+        [
+            Entry("memory-writer", "total", "MemoryStreamWriter"),
+            Entry("restricted-writer", "total", "MemoryStreamRestrictedWriter, rings full"),
+            Entry("columnar", "total", "ColumnarStreamWriter"),
+            Entry("flat-vector", "total", "flat std::vector, grown"),
+            Entry("copy-fresh", "total", "memcpy into fresh memory"),
+            Entry("native-writer", "total", "NativeStreamWriter"),
+            Entry("recording", "total", "RecordingStreamWriter"),
+            Entry("recording-lz4", "total", "RecordingStreamWriter, packed with LZ4"),
+            Entry("fwrite", "total", "fwrite per row, row-major"),
+            Entry("hdf5-packets-batches", "total", "HDF5 packet table in batches"),
+            Entry("hdf5-datasets", "total", "HDF5 dataset per channel"),
+            Entry("sqlite", "total", "SQLite, one transaction"),
+            Entry("csv", "total", "CSV through fmt"),
+            Entry("copy-touched", "total", "memcpy into touched memory"),
+        ],
+        floor="copy-touched", most_repetitions=3),
+    Question(
         "memory-write", "Storing in memory: what write costs", FULL_WORKLOADS,
         [
             Entry("memory-writer", "run", "MemoryStreamWriter"),
             Entry("restricted-writer", "run", "MemoryStreamRestrictedWriter, rings full"),
+            Entry("columnar", "run", "ColumnarStreamWriter"),
+            Entry("columnar-beside", "run", "ColumnarStreamWriter, another one beside it"),
             Entry("bare-model", "run", "bare data model"),
             Entry("flat-vector", "run", "flat std::vector, grown"),
             Entry("row-ring", "run", "boost::circular_buffer of rows, full"),
@@ -73,6 +95,24 @@ QUESTIONS = [
             Entry("copy-touched", "run", "memcpy into touched memory"),
         ],
         floor="copy-touched"),
+    Question(
+        "memory-read-back", "Storing in memory: write, flush, and reading every path once",
+        FULL_WORKLOADS,
+        [
+            Entry("columnar-read-back", "total", "ColumnarStreamWriter"),
+            Entry("memory-read-back", "total", "MemoryStreamWriter"),
+            Entry("transposed-vector", "total", "flat std::vector, then columns"),
+            Entry("hdf5-core-read-back", "total", "HDF5 dataset per channel, core driver"),
+        ],
+        most_repetitions=3),
+    Question(
+        "memory-rejections", "Storing in memory: what a written step costs if one in four is rejected",
+        ["8x10000000"],
+        [
+            Entry("columnar", "run", "ColumnarStreamWriter, nothing rejected"),
+            Entry("columnar-rejecting", "run", "ColumnarStreamWriter, rollback()"),
+        ],
+        most_repetitions=3),
     Question(
         "files", "Storing in files: from the first write to the end of flush", FULL_WORKLOADS,
         [

@@ -8,6 +8,7 @@
 #include <array>
 #include <cassert>
 #include <cstddef>
+#include <exception>
 #include <limits>
 #include <map>
 #include <set>
@@ -45,6 +46,24 @@ std::vector<Column> make_columns(const std::vector<LoggedChannel>& channels, std
     return columns;
 }
 
+/// Makes the columns of every group, in the order of the groups. Returns nothing if memory does not
+/// suffice for all of them.
+template <class Groups, class GroupTimes>
+std::vector<std::vector<Column>> make_all_columns(const Groups& groups,
+                                                  const GroupTimes& groupTimes) {
+    std::vector<std::vector<Column>> columns;
+    try {
+        columns.reserve(groups.size());
+        for (const auto& [group, setup] : groups) {
+            assert(group.id() < groupTimes.size());
+            columns.push_back(make_columns(setup.coreIds(), groupTimes[group.id()].size()));
+        }
+    } catch (const std::exception&) {
+        columns.clear();
+    }
+    return columns;
+}
+
 ChannelWidths widths_of(const std::vector<LoggedChannel>& channels) {
     ChannelWidths widths;
     widths.reserve(channels.size());
@@ -71,13 +90,12 @@ std::size_t append_first_tile(const Rows& rows, std::size_t rowCount,
     return count;
 }
 
-/// Takes up to rowCount rows from the front of `rows` and distributes their values over one column
-/// per channel, one tile at a time. There are fewer rows than times only if the caller changed one
-/// of the two directly or flushed a ring twice.
+/// Takes up to rowCount rows from the front of `rows` and distributes their values over the
+/// columns, one tile at a time. There are fewer rows than times only if the caller changed one of
+/// the two directly or flushed a ring twice.
 template <class Rows>
-std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
-                                 const std::vector<LoggedChannel>& channels) {
-    std::vector<Column> columns = make_columns(channels, rowCount);
+void take_rows(Rows& rows, std::size_t rowCount, const std::vector<LoggedChannel>& channels,
+               const std::vector<Column>& columns) {
     const std::vector<Slice> slices =
         slices_of(widths_of(channels), 0, std::numeric_limits<std::size_t>::max(),
                   [&columns](std::size_t k) { return columns[k].get(); });
@@ -88,7 +106,6 @@ std::vector<Column> take_columns(Rows& rows, std::size_t rowCount,
         }
         left -= count;
     }
-    return columns;
 }
 
 /// Returns the paths that show each channel, by channel number.
@@ -223,14 +240,22 @@ std::optional<DataStoreInfo> BasicMemoryStreamWriter<Times, Rows>::dataStoreInfo
 template <class Times, class Rows>
 void BasicMemoryStreamWriter<Times, Rows>::flush() {
     flushed = true;
+    // The columns of all groups are made before the first row is freed. The rows of groups that are
+    // logged together lie between each other, and the C library would merge the freed ones anew for
+    // each large allocation. If memory does not suffice, each group makes its own columns, so that
+    // the groups before the one that fails keep their stores.
+    std::vector<std::vector<Column>> columns = make_all_columns(groups, groupTimes);
+    columns.resize(groups.size());
+    auto next = columns.begin();
     for (const auto& [group, setup] : groups) {
-        flushGroup(group.id(), setup);
+        flushGroup(group.id(), setup, std::move(*next++));
     }
 }
 
 template <class Times, class Rows>
 void BasicMemoryStreamWriter<Times, Rows>::flushGroup(std::size_t group,
-                                                      const LoggedPathsSetupData& setup) {
+                                                      const LoggedPathsSetupData& setup,
+                                                      std::vector<RowHandle> columns) {
     assert(group < groupTimes.size());
     const std::vector<LoggedChannel>& channels = setup.coreIds();
     const Column times = take_times(groupTimes[group]);
@@ -238,7 +263,10 @@ void BasicMemoryStreamWriter<Times, Rows>::flushGroup(std::size_t group,
         return;
     }
     rowStorages[group].clear();
-    const std::vector<Column> columns = take_columns(groupData[group], times->size(), channels);
+    if (columns.empty()) {
+        columns = make_columns(channels, times->size());
+    }
+    take_rows(groupData[group], times->size(), channels, columns);
     const auto paths = paths_by_channel(setup.paths());
     for (std::size_t k = 0; k < channels.size(); ++k) {
         const auto showing = paths.find(channels[k].id());

@@ -74,8 +74,9 @@ public:
     /// Builds one store for each logged path whose channel is one of its group's coreIds(). A path
     /// that already has a store keeps it.
     ///
-    /// Each column is allocated once at its final size. The rows are freed while they are copied,
-    /// in tiles of at most 64 rows; a tile also ends with the row that reaches half a MiB.
+    /// Each column is allocated once at its final size, before the first row is freed. The rows are
+    /// freed while they are copied, in tiles of at most 64 rows; a tile also ends with the row that
+    /// reaches half a MiB.
     ///
     /// Throws std::bad_alloc or std::length_error if memory runs out. The stores of the groups that
     /// were finished stay, but the group in progress may have lost its times and rows. Do not write
@@ -125,7 +126,8 @@ private:
     friend class core::MemoryStreamRestrictedWriter;
 
     LOGGING2_NO_EXPORT void undoFrom(std::size_t group, double time);
-    LOGGING2_NO_EXPORT void flushGroup(std::size_t group, const LoggedPathsSetupData& setup);
+    LOGGING2_NO_EXPORT void flushGroup(std::size_t group, const LoggedPathsSetupData& setup,
+                                       std::vector<RowHandle> columns);
 
     SequenceMap<Group, LoggedPathsSetupData> groups;
     bool flushed = false;          // set when a flush starts, so also if it throws

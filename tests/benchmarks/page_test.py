@@ -23,7 +23,7 @@ class WithLinesTest(unittest.TestCase):
 
 
 class UpdatePageTest(unittest.TestCase):
-    def test_writes_the_table_and_both_pictures(self):
+    def test_writes_the_table_and_the_picture(self):
         found = results(run("memory-writer/W1", 20), run("loop/W1", 10), run("one-file/W5", 10))
         with tempfile.TemporaryDirectory() as directory:
             docs = Path(directory)
@@ -36,7 +36,7 @@ class UpdatePageTest(unittest.TestCase):
             pictures = sorted(path.name for path in (docs / "pictures").iterdir())
         self.assertIn("Measured on 2026-01-02: a processor, 2 cores, ext4, a compiler.\n", text)
         self.assertIn("| our writer | 2 × a copy | 2.00 | held |\n", text)
-        self.assertEqual(pictures, ["performance-files.svg", "performance-memory.svg"])
+        self.assertEqual(pictures, ["performance.svg"])
 
 
 class RepositoryTest(unittest.TestCase):
