@@ -174,7 +174,8 @@ std::string RunCatalog::fingerprint() const {
     for (const std::string& location : locations()) {
         std::error_code ignored;
         // The log exists while the run is being written.
-        result += location + (fs::exists(location + "/index.sqlite-wal", ignored) ? "*\n" : "\n");
+        const bool isWritten = fs::exists(location + "/index.sqlite-wal", ignored);
+        result.append(location).append(isWritten ? "*\n" : "\n");
     }
     return result;
 }
