@@ -140,14 +140,17 @@ class BrowserTest(CommandTest):
 
     def plot(self, path, new=False):
         """Clicks a signal in the tree."""
+        self.wait(lambda: self.click_row(path, new) is None)
+        self.wait_until_drawn()
+
+    def click_row(self, path, with_shift):
         chain = ActionChains(self.browser)
-        if new:
+        if with_shift:
             chain.key_down(Keys.SHIFT)
         chain.click(self.row(path))
-        if new:
+        if with_shift:
             chain.key_up(Keys.SHIFT)
         chain.perform()
-        self.wait_until_drawn()
 
     def press(self, *keys):
         ActionChains(self.browser).send_keys(*keys).perform()

@@ -1,3 +1,5 @@
+import json
+import shutil
 import signal
 import subprocess
 
@@ -16,7 +18,7 @@ class ViewLiveTest(BrowserTest):
              "--no-plots", "--out", self.directory / "out"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.addCleanup(simulation.wait)
         self.addCleanup(simulation.kill)
-        self.wait(lambda: list(self.directory.glob("*.recording/index.sqlite")))
+        self.wait(self.has_steps)
         # It is stopped in between, because it would fill the disk and end.
         simulation.send_signal(signal.SIGSTOP)
         self.open(self.directory)
@@ -42,6 +44,10 @@ class ViewLiveTest(BrowserTest):
         self.press(" ")
         self.wait(lambda: self.interval()[0] > paused[0])
 
+    def has_steps(self):
+        result = self.run_command("list", self.directory, "--json")
+        return result.returncode == 0 and any(run.get("steps") for run in json.loads(result.stdout)["runs"])
+
     def test_undone_steps_disappear(self):
         writer, run = self.recorder(START)
         self.open(run, "x")
@@ -63,6 +69,20 @@ class ViewLiveTest(BrowserTest):
         for count in 1, 2:
             self.record("group 0 x:1\nbegin\nwrite 0 0 1\nend\n")
             self.wait(lambda: len(self.all(".run")) == count)
+
+    def test_a_run_that_disappears_leaves_the_others_alone(self):
+        self.expected_errors = ("status of 404", "status of 410")
+        gone = self.record("name gone\ngroup 0 y:1\nbegin\nwrite 0 0 1\nend\n")
+        writer, _ = self.recorder(START)
+        self.open(self.directory)
+        self.all(".run-open")[0].click()
+        self.wait(lambda: self.all(".run input")[1].is_enabled())
+        self.all(".run input")[1].click()
+        self.plot("x")
+        shutil.rmtree(gone)
+        self.wait(lambda: self.all(".note.error"))
+        writer.stdin.write("write 0 200 5\nshow\n")
+        self.wait_for([0, 200], self.interval)
 
     def overlay(self, second, *options):
         """Opens two ramps, the second of which is written by the function, and plots both."""

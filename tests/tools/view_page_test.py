@@ -69,6 +69,7 @@ class ViewPageTest(BrowserTest):
     def test_wheel_zooms_at_the_pointer(self):
         self.open(self.record(WAVE), "plant.wave")
         ActionChains(self.browser).move_to_element_with_offset(self.graph(), self.at(5000), 0).perform()
+        self.wait(lambda: "pointer" in self.text(".legend thead"))
         self.scroll(-500)
         self.wait(lambda: self.interval()[1] < 15000)
         first, last = self.interval()

@@ -66,12 +66,6 @@ void add_run_options(CLI::App& command, RunChoice& choice, const std::string& ar
         ->type_name("ID|latest");
 }
 
-bool is_recording(const std::string& location) {
-    std::error_code ignored;
-    return fs::exists(location + "/samples.bin", ignored) ||
-           fs::exists(location + "/index.sqlite", ignored);
-}
-
 std::string recording_of(const RunChoice& choice) {
     if (!choice.id.empty()) {
         const std::vector<core::RecordingEntry> runs = core::list_recordings(choice.location);

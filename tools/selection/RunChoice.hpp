@@ -25,9 +25,6 @@ void add_run_options(CLI::App& command, RunChoice& choice);
 /// The same with another name of the argument, and with the option that the choice has.
 void add_run_options(CLI::App& command, RunChoice& choice, const std::string& argument);
 
-/// Whether the directory is that of a recording, maybe a damaged one.
-bool is_recording(const std::string& location);
-
 /// The directory of the chosen recording. Throws UsageError if the choice is not clear.
 std::string recording_of(const RunChoice& choice);
 

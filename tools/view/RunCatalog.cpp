@@ -1,7 +1,7 @@
 #include <tools/view/RunCatalog.hpp>
 
 #include <tools/commands/describe.hpp>
-#include <tools/selection/RunChoice.hpp>
+#include <tools/selection/recording_directory.hpp>
 #include <tools/view/HttpError.hpp>
 
 #include <logging2/backends/recording/recording.hpp>

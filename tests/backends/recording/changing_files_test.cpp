@@ -66,7 +66,7 @@ protected:
 
 TEST_F(ChangingFilesTest, openingWithoutDescriptorsIsNoDamage) {
     for (const int error : {EMFILE, ENFILE, ENOMEM}) {
-        for (const std::size_t successCount : {0, 1}) {
+        for (const std::size_t successCount : {std::size_t{0}, std::size_t{1}}) {
             std::vector<Outcome> outcomes(successCount, works());
             outcomes.push_back(fails(error));
             const FailingCalls calls(Call::open, "samples.bin", outcomes);

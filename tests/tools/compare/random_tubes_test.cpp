@@ -8,14 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <random>
 #include <set>
 
 namespace logging2::tools {
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 using Points = std::vector<std::pair<double, double>>;
 

@@ -1,4 +1,5 @@
 #include <tests/tools/view/PlainRun.hpp>
+#include <tools/compare/Extent.hpp>
 #include <tools/view/HttpError.hpp>
 #include <tools/view/trace.hpp>
 
@@ -17,7 +18,6 @@ using ::testing::Pair;
 using Doubles = std::vector<double>;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr std::size_t headByteCount = 80;
 
 std::vector<std::pair<double, double>> steps_of(const Trace& trace) {

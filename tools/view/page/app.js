@@ -3,7 +3,7 @@
 
 import {actionsOf} from "./actions.js";
 import {AddressBar} from "./address_bar.js";
-import {Catalogue} from "./catalogue.js";
+import {Catalogue, stampOf} from "./catalogue.js";
 import {currentColors} from "./colors.js";
 import {Cursors} from "./cursors.js";
 import {Differences} from "./differences.js";
@@ -24,15 +24,6 @@ import {Traces} from "./traces.js";
 import {ViewHolder} from "./view.js";
 
 const CLOCK = 200; // milliseconds between updates of the lag
-
-// Which state of the runs an answer about the times up to `time` depends on.
-function stampOf(shownRuns, time) {
-    return shownRuns.map(({run, shift}) => {
-        const lastTimes = run.groups.map((group) => group.lastTime).filter((last) => last !== null);
-        const last = Math.max(-Infinity, ...lastTimes) + shift;
-        return `${run.id} ${run.revision} ${time >= last ? last : ""}`;
-    }).join();
-}
 
 export class App {
     #holder = new ViewHolder();
@@ -84,7 +75,6 @@ export class App {
 
     async start() {
         this.#takeColors();
-        this.#feed.watch([]);
         this.addressBar.read();
         await this.#catalogue.loadList();
         // A single run needs no choice.
@@ -100,7 +90,10 @@ export class App {
             this.#eventAt = performance.now();
             this.#catalogue.update(detail);
         });
-        this.#feed.addEventListener("runs", () => this.#catalogue.loadList());
+        this.#feed.addEventListener("runs", () => {
+            this.#catalogue.loadList();
+            this.#catalogue.loadFailed();
+        });
         this.#feed.addEventListener("lost", () => this.#setConnected(false));
         this.#feed.addEventListener("connected", () => this.#setConnected(true));
         setInterval(() => this.#showLag(), CLOCK);
@@ -112,7 +105,6 @@ export class App {
         if (this.view.range.kind !== "fixed") this.#followedRange = this.view.range;
         const ids = this.view.runs.map(({id}) => id);
         this.#catalogue.need(ids);
-        this.#feed.watch(ids);
         this.refresh();
     }
 
@@ -202,6 +194,7 @@ export class App {
         const isNewView = view !== this.#shownView;
         if (isNewView) this.interval = interval;
         this.#shownView = view;
+        this.#watch();
         this.plotList.sync(view.plots.length, view.current);
         this.plotList.showMessage(this.#emptyText());
         this.#contents = view.plots.map((plot) => linesOf(plot, this.shownRuns));
@@ -219,6 +212,12 @@ export class App {
         if (this.#focusesPlot) this.plotList.plots[view.current]?.node.focus({preventScroll: true});
         this.#focusesPlot = false;
         this.#tellWhenDone();
+    }
+
+    // The server refuses to watch runs that it does not have.
+    #watch() {
+        const isUnreadable = ({id}) => (this.#catalogue.get(id)?.error ?? null) !== null;
+        this.#feed.watch(this.view.runs.filter((run) => !isUnreadable(run)).map(({id}) => id));
     }
 
     #contents = [];
@@ -273,7 +272,7 @@ export class App {
         plot.legend.show({
             lines: this.#contents[index].lines,
             columns,
-            notes: notesOf(this.#contents[index], entryOf, (line) => this.differences.noteOf(line)),
+            notes: notesOf(this.#contents[index], this.shownRuns, entryOf, (line) => this.differences.noteOf(line)),
             detail: detailOf(this.#contents[index].lines.map(entryOf)),
             colors: this.colors,
             hasFixedValues: this.view.plots[index].values !== null,

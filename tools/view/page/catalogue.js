@@ -30,6 +30,15 @@ function unknownRun(id) {
     return {id, name: id.slice(0, 8), revision: 0, lag: null, groups: [], signals: new Map()};
 }
 
+// Which state of the runs an answer about the times up to `time` depends on.
+export function stampOf(shownRuns, time) {
+    return shownRuns.map(({run, shift}) => {
+        const lastTimes = run.groups.map((group) => group.lastTime).filter((last) => last !== null);
+        const last = Math.max(-Infinity, ...lastTimes) + shift;
+        return `${run.id} ${run.revision} ${time >= last ? last : ""}`;
+    }).join();
+}
+
 export class Catalogue extends EventTarget {
     list = [];
     listError = null;
@@ -48,10 +57,18 @@ export class Catalogue extends EventTarget {
         try {
             this.list = await fetchRuns();
             this.listError = null;
+            this.#loadMissing();
         } catch (error) {
             this.listError = error;
         }
         this.#changed();
+    }
+
+    // A run that is not in the list any more is probably gone.
+    #loadMissing() {
+        const listed = new Set(this.list.map(({id}) => id));
+        [...this.#runs.values()].filter(({id, error}) => error === null && !listed.has(id))
+            .forEach(({id}) => this.load(id));
     }
 
     // Loads what is not known yet of these runs.

@@ -67,7 +67,7 @@ export class SignalList {
 
     #emptyText() {
         if (this.#signals.length > 0) return "No signal fits the filter.";
-        return this.#view?.runs.length > 0 ? "This run has no signals." : "Choose a run above.";
+        return this.#view?.runs.length > 0 ? "There are no signals." : "Choose a run above.";
     }
 
     #message(text) {
