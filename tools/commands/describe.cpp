@@ -8,10 +8,6 @@
 namespace logging2::tools {
 namespace {
 
-Json json_or_null(const std::optional<double>& value) {
-    return value ? json_number(*value) : Json();
-}
-
 Json json_of(const std::vector<double>& values) {
     Json result = Json::array();
     std::transform(values.begin(), values.end(), std::back_inserter(result), json_number);

@@ -6,6 +6,8 @@
 
 namespace logging2::tools {
 
+inline constexpr double infinity = std::numeric_limits<double>::infinity();
+
 /// The value at a time between two samples, on the straight line. If it is infinite at one end, it
 /// is infinite in between; if it is NaN at one end, or +infinity at one and -infinity at the other,
 /// it is NaN in between.
@@ -54,8 +56,8 @@ private:
     bool hasFinite() const noexcept { return least <= greatest; }
     double deviationOfInfinity(bool isMatched) const noexcept;
 
-    double least = std::numeric_limits<double>::infinity();
-    double greatest = -std::numeric_limits<double>::infinity();
+    double least = infinity;
+    double greatest = -infinity;
     bool hasNan = false;
     bool hasPositiveInfinity = false;
     bool hasNegativeInfinity = false;

@@ -1,6 +1,7 @@
 #include <tools/compare/compare_runs.hpp>
 
 #include <tools/UsageError.hpp>
+#include <tools/compare/Extent.hpp>
 #include <tools/compare/allowed_deviation.hpp>
 #include <tools/compare/compare_exactly.hpp>
 #include <tools/compare/compare_tubes.hpp>

@@ -1,15 +1,14 @@
 #include <tools/compare/steps_around.hpp>
 
+#include <tools/compare/Extent.hpp>
 #include <tools/reading/StepReader.hpp>
 
 #include <cmath>
-#include <limits>
 
 namespace logging2::tools {
 
 std::optional<core::StepRange> steps_around(const core::Run& run, std::size_t group,
                                             const TimeRange& range, double timeTolerance) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
     const core::StepRange all{0, step_count_of(run, group)};
     if (range.isWhole()) {
         return all;

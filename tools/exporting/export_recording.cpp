@@ -9,7 +9,7 @@
 namespace logging2::tools {
 namespace {
 
-constexpr std::size_t blockStepCount = 1024;
+constexpr std::size_t stepsPerReport = 1024;
 
 using Setup = foundation::SequenceMap<core::Group, core::LoggedPathsSetupData>;
 
@@ -75,7 +75,7 @@ std::uint64_t write_steps(const Excerpt& excerpt, core::RecordingStreamWriter& w
                 row.insert(row.end(), values.begin(), values.end());
             }
             writer.write(group.group, steps.time(), row.data(), row.size());
-            if (++count % blockStepCount == 0) {
+            if (++count % stepsPerReport == 0) {
                 progress(count, totalCount);
             }
         }

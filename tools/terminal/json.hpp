@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
+
 namespace logging2::tools {
 
 /// Members keep the order in which they were added.
@@ -15,6 +17,9 @@ constexpr int jsonSchema = 1;
 
 /// A number; "NaN", "Infinity" or "-Infinity" as a text, because JSON has no such numbers.
 Json json_number(double value);
+
+/// As above, or null.
+Json json_or_null(const std::optional<double>& value);
 
 /// Prints the value with line breaks. Bytes of names that are not UTF-8 are replaced.
 void print_json(const Terminal& terminal, const Json& value);

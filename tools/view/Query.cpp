@@ -10,10 +10,9 @@ namespace logging2::tools::view {
 namespace {
 
 constexpr std::size_t greatestParameterCount = 256;
-constexpr int badRequest = 400;
 
 [[noreturn]] void refuse(const std::string& what) {
-    throw HttpError(badRequest, what);
+    throw HttpError(status::badRequest, what);
 }
 
 [[noreturn]] void refuse(const std::string& name, const std::string& what) {

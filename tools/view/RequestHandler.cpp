@@ -11,10 +11,6 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr int badRequest = 400;
-constexpr int unreadable = 422;
-constexpr int internalError = 500;
-
 void add_security(Reply& reply) {
     reply.headers.emplace_back(
         "Content-Security-Policy",
@@ -31,7 +27,8 @@ void check_path(const std::string& path) {
     const bool isPlain = std::all_of(path.begin(), path.end(),
                                      [](char c) { return c > ' ' && c < '\x7f' && c != '%'; });
     if (path.empty() || path.front() != '/' || !isPlain) {
-        throw HttpError(badRequest, "The path has a character that no path of this server has.");
+        throw HttpError(status::badRequest,
+                        "The path has a character that no path of this server has.");
     }
 }
 
@@ -44,11 +41,11 @@ Reply RequestHandler::answer(const Request& request) noexcept {
     } catch (const HttpError& error) {
         reply = error_reply(error, request.target);
     } catch (const core::RecordingError& error) {
-        reply = error_reply(
-            HttpError(unreadable, std::string("The run cannot be read: ") + error.what()),
-            request.target);
+        reply = error_reply(HttpError(status::unprocessable,
+                                      std::string("The run cannot be read: ") + error.what()),
+                            request.target);
     } catch (const std::exception& error) {
-        reply = error_reply(HttpError(internalError, error.what()), request.target);
+        reply = error_reply(HttpError(status::internalError, error.what()), request.target);
     }
     add_security(reply);
     return reply;

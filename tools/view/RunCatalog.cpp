@@ -19,8 +19,6 @@ namespace fs = std::filesystem;
 /// So many runs are kept open.
 constexpr std::size_t greatestPoolCount = 16;
 
-constexpr int notFound = 404;
-
 /// Changes if something is written to the recording.
 std::string state_of_files(const std::string& location) {
     std::string result;
@@ -140,7 +138,7 @@ std::string RunCatalog::locationOf(const std::string& id) {
     }
     const auto found = locationsById.find(id);
     if (found == locationsById.end()) {
-        throw HttpError(notFound, "There is no run with this id.");
+        throw HttpError(status::notFound, "There is no run with this id.");
     }
     return found->second;
 }

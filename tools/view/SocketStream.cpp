@@ -19,7 +19,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds greatestHeadTime{10};
 constexpr std::chrono::seconds greatestWriteTime{10};
 constexpr std::chrono::milliseconds greatestEndTime{500};
-constexpr int headersTooLarge = 431;
 
 /// Waits for one of the events; false if none comes in time.
 bool wait_for(int descriptor, short events, Clock::time_point deadline) {
@@ -61,7 +60,7 @@ std::optional<std::string> SocketStream::receiveHead(std::chrono::milliseconds i
             return result;
         }
         if (received.size() > greatestHeadByteCount) {
-            throw HttpError(headersTooLarge, "The request is too long.");
+            throw HttpError(status::headersTooLarge, "The request is too long.");
         }
         const bool isFirst = received.empty();
         if (!receive(deadline)) {

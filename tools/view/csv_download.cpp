@@ -20,7 +20,6 @@ namespace {
 /// So many bytes are sent at a time.
 constexpr std::size_t pieceByteCount = std::size_t{64} * 1024;
 constexpr std::size_t greatestDownloadCount = 8;
-constexpr int unavailable = 503;
 
 /// The right to one of the few downloads.
 class Slot {
@@ -28,7 +27,7 @@ public:
     Slot() {
         if (++count() > greatestDownloadCount) {
             --count();
-            throw HttpError(unavailable, "There are too many downloads; try again.");
+            throw HttpError(status::unavailable, "There are too many downloads; try again.");
         }
     }
     ~Slot() { --count(); }

@@ -5,8 +5,6 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr int methodNotAllowed = 405;
-
 std::string escaped(const std::string& text) {
     std::string result;
     for (const char c : text) {
@@ -34,7 +32,7 @@ std::string entrance_page() {
 Reply error_reply(const HttpError& error, const std::string& target) {
     Reply reply;
     reply.status = error.status();
-    if (reply.status == methodNotAllowed) {
+    if (reply.status == status::methodNotAllowed) {
         reply.headers.emplace_back("Allow", "GET, HEAD");
     }
     if (target.rfind("/api/", 0) == 0) {

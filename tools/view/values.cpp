@@ -1,14 +1,12 @@
 #include <tools/view/values.hpp>
 
+#include <tools/compare/Extent.hpp>
 #include <tools/view/signals.hpp>
 
 #include <cmath>
-#include <limits>
 
 namespace logging2::tools::view {
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 Json json_of_step(const core::Run& run, const core::SignalInfo& signal, std::size_t step) {
     const core::Series series = run.series(signal.path, core::StepRange{step, 1});

@@ -1,3 +1,4 @@
+#include <tests/support/nan.hpp>
 #include <tests/tools/compare/VectorSource.hpp>
 #include <tools/compare/Extent.hpp>
 #include <tools/compare/compare_tubes.hpp>
@@ -15,7 +16,6 @@ namespace logging2::tools {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 using Points = std::vector<std::pair<double, double>>;
 
