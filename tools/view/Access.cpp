@@ -1,6 +1,7 @@
 #include <tools/view/Access.hpp>
 
 #include <tools/view/HttpError.hpp>
+#include <tools/view/lower_case.hpp>
 #include <tools/view/small_pages.hpp>
 
 #include <sys/random.h>
@@ -41,13 +42,14 @@ bool is_port(const std::string& text) {
 /// Another page in the same browser must not use the server, not even one of this machine.
 void check_origin(const Request& request) {
     const bool hasOrigin = request.headers.count("origin") != 0;
-    if (hasOrigin && lower(request.header("origin")) != "http://" + lower(request.header("host"))) {
-        throw HttpError(forbidden, "Pages of another origin must not use the server.");
+    if (hasOrigin &&
+        lower_case(request.header("origin")) != "http://" + lower_case(request.header("host"))) {
+        throw HttpError(status::forbidden, "Pages of another origin must not use the server.");
     }
     const std::string site = request.header("sec-fetch-site");
     const bool isNavigation = request.header("sec-fetch-mode") == "navigate";
     if (!isNavigation && (site == "cross-site" || site == "same-site")) {
-        throw HttpError(forbidden, "Pages of another site must not use the server.");
+        throw HttpError(status::forbidden, "Pages of another site must not use the server.");
     }
 }
 
@@ -66,27 +68,28 @@ Access::Access(int port, std::vector<std::string> hostNames)
       cookieName("logging2-" + std::to_string(port)),
       token(random_secret()),
       cookie(random_secret()) {
-    std::transform(names.begin(), names.end(), names.begin(), lower);
+    std::transform(names.begin(), names.end(), names.begin(), lower_case);
     names.insert(names.end(), {"127.0.0.1", "localhost", "[::1]"});
 }
 
 std::optional<Reply> Access::check(const Request& request) const {
     if (!isOwnAuthority(request.header("host"))) {
-        throw HttpError(forbidden, "The server does not go by this name; --allow-host adds one.");
+        throw HttpError(status::forbidden,
+                        "The server does not go by this name; --allow-host adds one.");
     }
     check_origin(request);
     if (std::optional<Reply> reply = exchanged(request)) {
         return reply;
     }
     if (!hasCookie(request)) {
-        throw HttpError(unauthorized, "Open the address that logging2 view has printed.");
+        throw HttpError(status::unauthorized, "Open the address that logging2 view has printed.");
     }
     return std::nullopt;
 }
 
 /// NAME or NAME:PORT. Any port will do: a tunnel may use another one at its other end.
 bool Access::isOwnAuthority(const std::string& authority) const {
-    const std::string text = lower(authority);
+    const std::string text = lower_case(authority);
     return std::any_of(names.begin(), names.end(), [&text](const std::string& name) {
         return text.compare(0, name.size(), name) == 0 && is_port(text.substr(name.size()));
     });
@@ -98,8 +101,9 @@ std::optional<Reply> Access::exchanged(const Request& request) const {
         return std::nullopt;
     }
     if (!is_same_secret(request.target.substr(std::string(start).size()), token)) {
-        throw HttpError(unauthorized, "The token is that of another server; open the address that "
-                                      "logging2 view has printed.");
+        throw HttpError(status::unauthorized,
+                        "The token is that of another server; open the address that "
+                        "logging2 view has printed.");
     }
     // No redirection: the browser would not send the cookie with a request that another
     // application has caused, but it does with one that this page causes.

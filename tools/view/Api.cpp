@@ -27,7 +27,7 @@ Reply json_reply(const Json& value) {
 
 void check_order(const TimeRange& range) {
     if (range.from && range.to && *range.from > *range.to) {
-        throw HttpError(badRequest, "The parameter \"from\" is greater than \"to\".");
+        throw HttpError(status::badRequest, "The parameter \"from\" is greater than \"to\".");
     }
 }
 
@@ -62,7 +62,7 @@ Reply Api::answer(const std::string& path, const Query& query) {
         const std::size_t end = std::min(rest.find('/'), rest.size());
         return answerAboutRun(rest.substr(0, end), rest.substr(end), query);
     }
-    throw HttpError(notFound, "There is no such page.");
+    throw HttpError(status::notFound, "There is no such page.");
 }
 
 Reply Api::answerAboutRun(const std::string& id, const std::string& question, const Query& query) {
@@ -78,7 +78,7 @@ Reply Api::answerAboutRun(const std::string& id, const std::string& question, co
     if (question == "/csv") {
         return csv(id, query);
     }
-    throw HttpError(notFound, "There is no such page.");
+    throw HttpError(status::notFound, "There is no such page.");
 }
 
 Reply Api::run(const std::string& id, const Query& query) {

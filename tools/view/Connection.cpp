@@ -1,18 +1,17 @@
 #include <tools/view/Connection.hpp>
 
 #include <tools/view/HttpError.hpp>
+#include <tools/view/lower_case.hpp>
 #include <tools/view/request_head.hpp>
 #include <tools/view/small_pages.hpp>
 
-#include <algorithm>
-#include <cctype>
 #include <utility>
 
 namespace logging2::tools::view {
 namespace {
 
 /// A client that sends no further request for so long has to connect again.
-constexpr std::chrono::seconds idleTime{30};
+constexpr std::chrono::seconds keptTime{30};
 
 /// There is no limit, but clients are told one.
 constexpr std::size_t greatestRequestCount = 1'000'000;
@@ -23,7 +22,7 @@ constexpr const char* neutralHead = "GET / HTTP/1.1\r\nConnection: close\r\n\r\n
 Request request_of(const httplib::Request& parsed) {
     Request request{parsed.method, parsed.target, {}};
     for (const auto& [name, value] : parsed.headers) {
-        std::string& joined = request.headers[lower(name)];
+        std::string& joined = request.headers[lower_case(name)];
         joined += (joined.empty() ? "" : ", ") + value;
     }
     return request;
@@ -38,7 +37,7 @@ Connection::Connection(int connectedSocket, RequestHandler& requestHandler,
       tellState(std::move(stateSink)) {
     // Without a socket, the library takes itself for stopped.
     svr_sock_ = connectedSocket;
-    keep_alive_timeout_sec_ = idleTime.count();
+    keep_alive_timeout_sec_ = keptTime.count();
     keep_alive_max_count_ = greatestRequestCount;
     set_pre_routing_handler([this](const httplib::Request& parsed, httplib::Response& response) {
         fill(parsed, response);
@@ -58,7 +57,7 @@ bool Connection::serveNext() {
     std::string head = neutralHead;
     refusal.reset();
     try {
-        const std::optional<std::string> received = connection.receiveHead(idleTime);
+        const std::optional<std::string> received = connection.receiveHead(keptTime);
         if (!received) {
             return false;
         }

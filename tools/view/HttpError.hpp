@@ -5,7 +5,8 @@
 
 namespace logging2::tools::view {
 
-// Statuses of HTTP.
+/// The statuses that the server answers with.
+namespace status {
 constexpr int badRequest = 400;
 constexpr int unauthorized = 401;
 constexpr int forbidden = 403;
@@ -19,6 +20,7 @@ constexpr int headersTooLarge = 431;
 constexpr int internalError = 500;
 constexpr int unavailable = 503;
 constexpr int versionNotSupported = 505;
+} // namespace status
 
 /// A request that is answered with an error. The message is one plain sentence for the user.
 class HttpError : public std::runtime_error {

@@ -26,12 +26,12 @@ Json progress_of(const std::string& id, const std::shared_ptr<RunPool>& pool) {
     }
 }
 
-bool is_final(const Json& progress) {
+bool has_ended(const Json& progress) {
     return progress.value("state", "") == "finished";
 }
 
-/// Without the lag, which changes all the time.
-std::string facts_of(Json progress) {
+/// The lag changes all the time.
+std::string facts_without_lag(Json progress) {
     progress.erase("lag");
     return progress.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
@@ -99,7 +99,7 @@ std::unique_ptr<LiveFeed::Subscription> LiveFeed::subscribe(const std::vector<st
     }
     const std::lock_guard<std::mutex> lock(mutex);
     if (subscriptionCount >= greatestSubscriptionCount) {
-        throw HttpError(unavailable, "Too many pages follow runs.");
+        throw HttpError(status::unavailable, "Too many pages follow runs.");
     }
     std::vector<std::string> unique;
     for (const auto& [id, location] : locations) {
@@ -146,8 +146,8 @@ void LiveFeed::tell(const std::string& id, const Json& progress) {
     if (run == runs.end()) {
         return;
     }
-    std::string facts = facts_of(progress);
-    run->second.isFinal = is_final(progress);
+    std::string facts = facts_without_lag(progress);
+    run->second.isFinal = has_ended(progress);
     if (facts != run->second.facts) {
         run->second.facts = std::move(facts);
         run->second.event = event_text("run", progress);

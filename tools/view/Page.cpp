@@ -28,7 +28,7 @@ Reply library_file(const std::string& name) {
     std::ostringstream content;
     content << file.rdbuf();
     if (!file) {
-        throw HttpError(notFound,
+        throw HttpError(status::notFound,
                         "The plotting library dygraphs is not installed in " LOGGING2_DYGRAPHS ".");
     }
     return {200, content_type_of(name), content.str(), {}, {}};
@@ -48,7 +48,7 @@ Reply page_file(const std::string& path) {
                (path == "/" && file.name == "index.html");
     });
     if (found == files.end()) {
-        throw HttpError(notFound, "There is no such page.");
+        throw HttpError(status::notFound, "There is no such page.");
     }
     return {200, content_type_of(found->name), std::string(found->content), {}, {}};
 }

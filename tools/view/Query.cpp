@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t greatestParameterCount = 256;
 
 [[noreturn]] void refuse(const std::string& what) {
-    throw HttpError(badRequest, what);
+    throw HttpError(status::badRequest, what);
 }
 
 [[noreturn]] void refuse(const std::string& name, const std::string& what) {

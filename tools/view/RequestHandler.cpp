@@ -1,6 +1,5 @@
 #include <tools/view/RequestHandler.hpp>
 
-#include <tools/view/HttpError.hpp>
 #include <tools/view/Page.hpp>
 #include <tools/view/Query.hpp>
 #include <tools/view/small_pages.hpp>
@@ -28,7 +27,8 @@ void check_path(const std::string& path) {
     const bool isPlain = std::all_of(path.begin(), path.end(),
                                      [](char c) { return c > ' ' && c < '\x7f' && c != '%'; });
     if (path.empty() || path.front() != '/' || !isPlain) {
-        throw HttpError(badRequest, "The path has a character that no path of this server has.");
+        throw HttpError(status::badRequest,
+                        "The path has a character that no path of this server has.");
     }
 }
 
@@ -41,11 +41,11 @@ Reply RequestHandler::answer(const Request& request) noexcept {
     } catch (const HttpError& error) {
         reply = error_reply(error, request.target);
     } catch (const core::RecordingError& error) {
-        reply = error_reply(
-            HttpError(unprocessable, std::string("The run cannot be read: ") + error.what()),
-            request.target);
+        reply = error_reply(HttpError(status::unprocessable,
+                                      std::string("The run cannot be read: ") + error.what()),
+                            request.target);
     } catch (const std::exception& error) {
-        reply = error_reply(HttpError(internalError, error.what()), request.target);
+        reply = error_reply(HttpError(status::internalError, error.what()), request.target);
     }
     add_security(reply);
     return reply;

@@ -138,7 +138,7 @@ std::string RunCatalog::locationOf(const std::string& id) {
     }
     const auto found = locationsById.find(id);
     if (found == locationsById.end()) {
-        throw HttpError(notFound, "There is no run with this id.");
+        throw HttpError(status::notFound, "There is no run with this id.");
     }
     return found->second;
 }

@@ -11,13 +11,14 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr std::size_t greatestCount = 2;
+constexpr std::size_t greatestObjectCount = 2;
 constexpr std::chrono::seconds longestWait{20};
 
 ino_t present_file(const std::string& location) {
     struct stat status {};
     if (stat((location + "/samples.bin").c_str(), &status) != 0) {
-        throw HttpError(gone, "The run is gone: " + location + " is no recording any more.");
+        throw HttpError(status::gone,
+                        "The run is gone: " + location + " is no recording any more.");
     }
     return status.st_ino;
 }
@@ -36,7 +37,7 @@ RunPool::Lease::~Lease() {
 }
 
 RunPool::RunPool(std::string recordingLocation) : place(std::move(recordingLocation)) {
-    idle.reserve(greatestCount);
+    idle.reserve(greatestObjectCount);
 }
 
 RunPool::Lease RunPool::lease(const std::shared_ptr<RunPool>& pool) {
@@ -53,9 +54,9 @@ std::unique_ptr<core::Run> RunPool::opened(const std::string& location) {
 /// One that is idle, or null for the right to open another one.
 std::unique_ptr<core::Run> RunPool::taken(ino_t samplesFile) {
     std::unique_lock<std::mutex> lock(mutex);
-    const auto isPossible = [this] { return !idle.empty() || count < greatestCount; };
+    const auto isPossible = [this] { return !idle.empty() || count < greatestObjectCount; };
     if (!isFree.wait_for(lock, longestWait, isPossible)) {
-        throw HttpError(unavailable, "The run is too busy; try again.");
+        throw HttpError(status::unavailable, "The run is too busy; try again.");
     }
     if (samplesFile != file) {
         // Another recording is there now. The objects would show what was there before.

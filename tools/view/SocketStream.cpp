@@ -60,7 +60,7 @@ std::optional<std::string> SocketStream::receiveHead(std::chrono::milliseconds i
             return result;
         }
         if (received.size() > greatestHeadByteCount) {
-            throw HttpError(headersTooLarge, "The request is too long.");
+            throw HttpError(status::headersTooLarge, "The request is too long.");
         }
         const bool isFirst = received.empty();
         if (!receive(deadline)) {

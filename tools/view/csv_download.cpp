@@ -27,7 +27,7 @@ public:
     Slot() {
         if (++count() > greatestDownloadCount) {
             --count();
-            throw HttpError(unavailable, "There are too many downloads; try again.");
+            throw HttpError(status::unavailable, "There are too many downloads; try again.");
         }
     }
     ~Slot() { --count(); }

@@ -11,10 +11,6 @@
 namespace logging2::tools::view {
 namespace {
 
-Json json_or_null(const std::optional<double>& value) {
-    return value ? json_number(*value) : Json();
-}
-
 Json json_of(const std::vector<core::GroupInfo>& groups) {
     Json result = Json::array();
     for (const core::GroupInfo& group : groups) {

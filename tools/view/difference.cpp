@@ -20,11 +20,11 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr std::size_t greatestStepCount = 2'000'000;
+constexpr std::size_t greatestComparedStepCount = 2'000'000;
 constexpr std::size_t greatestIntervalCount = 1000;
 
 // An answer has at most 200 kB.
-constexpr std::size_t greatestPixelCount = 2000;
+constexpr std::size_t greatestTubePixelCount = 2000;
 
 /// One element of a signal, with shifted times.
 class ElementSource : public SampleSource {
@@ -131,10 +131,11 @@ private:
                                     each->range.greatest() + reach)
                              .count;
         }
-        if (stepCount > greatestStepCount || mustReadAll()) {
-            throw HttpError(unprocessable, "Zoom in to compare: " + count_text(stepCount) +
-                                               " steps are in view, and at most " +
-                                               count_text(greatestStepCount) + " are compared.");
+        if (stepCount > greatestComparedStepCount || mustReadAll()) {
+            throw HttpError(status::unprocessable, "Zoom in to compare: " + count_text(stepCount) +
+                                                       " steps are in view, and at most " +
+                                                       count_text(greatestComparedStepCount) +
+                                                       " are compared.");
         }
     }
 
@@ -143,7 +144,7 @@ private:
     bool mustReadAll() const {
         const core::SignalSummary summary = a.run.summary(a.signal.path);
         const auto isInfinite = [](double value) { return std::isinf(value); };
-        return question.tolerance.relative > 0 && summary.sampleCount > greatestStepCount &&
+        return question.tolerance.relative > 0 && summary.sampleCount > greatestComparedStepCount &&
                (std::any_of(summary.least.begin(), summary.least.end(), isInfinite) ||
                 std::any_of(summary.greatest.begin(), summary.greatest.end(), isInfinite));
     }
@@ -186,7 +187,7 @@ private:
 
     Json tube() const {
         Json result = emptyTube();
-        const std::size_t pixels = std::min(question.range.pixels, greatestPixelCount);
+        const std::size_t pixels = std::min(question.range.pixels, greatestTubePixelCount);
         const double length =
             (question.range.to - question.range.from) / static_cast<double>(pixels);
         const double reach = question.tolerance.time + length / 2;

@@ -11,7 +11,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds commentInterval{5};
 
 /// How long it can take until it is seen that the client has gone.
-constexpr std::chrono::milliseconds greatestWait{250};
+constexpr std::chrono::milliseconds longestPause{250};
 
 class EventStream {
 public:
@@ -19,7 +19,7 @@ public:
         : subscription(std::move(ownSubscription)) {}
 
     bool operator()(const Sink& sink) {
-        std::string text = subscription->next(greatestWait);
+        std::string text = subscription->next(longestPause);
         if (text.empty() && Clock::now() - last >= commentInterval) {
             text = ":\n\n";
         }

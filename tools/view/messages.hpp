@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <functional>
 #include <map>
 #include <string>
@@ -9,15 +8,6 @@
 #include <vector>
 
 namespace logging2::tools::view {
-
-/// The text with the letters A to Z in lower case.
-inline std::string lower(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return result;
-}
 
 /// What a client asks for.
 struct Request {

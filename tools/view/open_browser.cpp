@@ -31,7 +31,7 @@ std::string new_file(const std::string& content) {
 }
 
 /// Output of the browser must not get between that of the command.
-void start(const std::string& file) {
+void start_browser(const std::string& file) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -66,7 +66,7 @@ OpenedBrowser::OpenedBrowser(const std::string& address)
                     address + "\"><title>logging2 view</title>\n<a href=\"" + address +
                     "\">logging2 view</a>\n")) {
     if (!file.empty()) {
-        start(file);
+        start_browser(file);
     }
 }
 

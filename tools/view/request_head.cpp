@@ -1,7 +1,7 @@
 #include <tools/view/request_head.hpp>
 
 #include <tools/view/HttpError.hpp>
-#include <tools/view/messages.hpp>
+#include <tools/view/lower_case.hpp>
 
 #include <algorithm>
 #include <array>
@@ -34,7 +34,7 @@ bool is_header_value(std::string_view text) {
 std::string_view take_line(std::string_view& head) {
     const std::size_t end = head.find("\r\n");
     if (end == std::string_view::npos) {
-        throw HttpError(badRequest, "The request has a line that does not end.");
+        throw HttpError(status::badRequest, "The request has a line that does not end.");
     }
     const std::string_view line = head.substr(0, end);
     head.remove_prefix(end + 2);
@@ -43,23 +43,23 @@ std::string_view take_line(std::string_view& head) {
 
 void check_request_line(std::string_view line) {
     if (line.size() > greatestLineByteCount) {
-        throw HttpError(uriTooLong, "The address is too long.");
+        throw HttpError(status::uriTooLong, "The address is too long.");
     }
     const std::size_t first = line.find(' ');
     const std::size_t second = line.find(' ', std::min(first, line.size() - 1) + 1);
     if (second == std::string_view::npos || !is_token(line.substr(0, first)) ||
         !is_visible(line.substr(first + 1, second - first - 1)) || second == first + 1 ||
         !is_visible(line.substr(second + 1))) {
-        throw HttpError(badRequest, "The request line is malformed.");
+        throw HttpError(status::badRequest, "The request line is malformed.");
     }
     if (line.substr(second + 1) != "HTTP/1.1") {
-        throw HttpError(versionNotSupported, "Only HTTP/1.1 is supported.");
+        throw HttpError(status::versionNotSupported, "Only HTTP/1.1 is supported.");
     }
     if (line.substr(0, first) != "GET" && line.substr(0, first) != "HEAD") {
-        throw HttpError(methodNotAllowed, "Only the methods GET and HEAD are allowed.");
+        throw HttpError(status::methodNotAllowed, "Only the methods GET and HEAD are allowed.");
     }
     if (std::count(line.begin(), line.end(), '?') > 1) {
-        throw HttpError(badRequest, "The address has a second ?, which must be escaped.");
+        throw HttpError(status::badRequest, "The address has a second ?, which must be escaped.");
     }
 }
 
@@ -73,7 +73,7 @@ void check_no_body(const std::string& name, std::string_view value) {
     const bool isLength = name == "content-length";
     if (name == "transfer-encoding" ||
         (isLength && value.find_first_not_of(" \t0") != std::string_view::npos)) {
-        throw HttpError(contentTooLarge, "A request must have no body.");
+        throw HttpError(status::contentTooLarge, "A request must have no body.");
     }
 }
 
@@ -92,13 +92,14 @@ std::string checked_head(std::string_view head) {
     std::size_t count = 0;
     for (std::string_view line = take_line(head); !line.empty(); line = take_line(head)) {
         const std::size_t colon = std::min(line.find(':'), line.size());
-        const std::string name = lower(line.substr(0, colon));
+        const std::string name = lower_case(std::string(line.substr(0, colon)));
         const std::string_view value = line.substr(std::min(colon + 1, line.size()));
         if (colon == line.size() || !is_token(name) || !is_header_value(value)) {
-            throw HttpError(badRequest, "The request has a malformed header.");
+            throw HttpError(status::badRequest, "The request has a malformed header.");
         }
         if (line.size() > greatestLineByteCount || ++count > greatestHeaderCount) {
-            throw HttpError(headersTooLarge, "The request has too many or too long headers.");
+            throw HttpError(status::headersTooLarge,
+                            "The request has too many or too long headers.");
         }
         check_no_body(name, value);
         if (!is_unsupported(name)) {

@@ -35,7 +35,7 @@ std::string entrance_page() {
 Reply error_reply(const HttpError& error, const std::string& target) {
     Reply reply;
     reply.status = error.status();
-    if (reply.status == methodNotAllowed) {
+    if (reply.status == status::methodNotAllowed) {
         reply.headers.emplace_back("Allow", "GET, HEAD");
     }
     if (target.rfind("/api/", 0) == 0) {

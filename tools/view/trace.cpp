@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t stepsPerPixel = 4;
 
 // An answer has at most 200 kB.
-constexpr std::size_t greatestStepCount = 12'000;
-constexpr std::size_t greatestPixelCount = 3'500;
+constexpr std::size_t greatestTraceStepCount = 12'000;
+constexpr std::size_t greatestTracePixelCount = 3'500;
 
 Neighbour neighbour(const core::Run& run, const core::SignalInfo& signal, std::size_t element,
                     std::size_t step) {
@@ -111,7 +111,7 @@ void append_buckets(std::string& bytes, const core::Outline& outline) {
 } // namespace
 
 TraceRange aligned_range(const TraceRange& range) {
-    const std::size_t pixels = std::min(range.pixels, greatestPixelCount);
+    const std::size_t pixels = std::min(range.pixels, greatestTracePixelCount);
     const double length = rounded_up((range.to - range.from) / static_cast<double>(pixels));
     const double from = std::floor(range.from / length) * length;
     const double to = std::ceil(range.to / length) * length;
@@ -135,7 +135,7 @@ Trace trace_of(const core::Run& run, const std::string& path, std::size_t elemen
     trace.extent = {summary.leastTime.value_or(trace.extent.time),
                     summary.greatestTime.value_or(trace.extent.value)};
     const core::StepRange steps = run.steps(signal.group, aligned.from, aligned.to);
-    if (steps.count < std::min(stepsPerPixel * aligned.pixels, greatestStepCount)) {
+    if (steps.count < std::min(stepsPerPixel * aligned.pixels, greatestTraceStepCount)) {
         add_steps(trace, run, signal, element, aligned, steps);
     } else {
         add_outline(trace, run, signal, element, aligned);
