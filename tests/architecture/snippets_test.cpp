@@ -1,4 +1,5 @@
 #include <tests/architecture/markdown.hpp>
+#include <tests/architecture/source_tree.hpp>
 #include <tests/support/files.hpp>
 
 #include <gmock/gmock.h>
@@ -15,8 +16,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-const std::string sourceTree = LOGGING2_SOURCE_DIR;
 
 /// The fenced blocks of the language, without the fences.
 std::vector<std::string> snippets(const std::string& document, const std::string& language) {

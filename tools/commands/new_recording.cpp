@@ -12,7 +12,7 @@ void add_new_recording_options(CLI::App& command, NewRecording& recording) {
         ->required()
         ->type_name("NEW")
         ->check(CLI::Validator(
-            [](std::string& place) {
+            [](const std::string& place) {
                 check_outside_recordings(place);
                 return std::string();
             },

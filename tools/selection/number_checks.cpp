@@ -17,7 +17,7 @@ bool is_between(const std::string& text, double least, double greatest) {
 template <class Condition>
 CLI::Validator check(const Condition& isGood, const std::string& expected) {
     return CLI::Validator(
-        [isGood, expected](std::string& text) {
+        [isGood, expected](const std::string& text) {
             return isGood(text) ? std::string() : text + " is not " + expected;
         },
         "");
