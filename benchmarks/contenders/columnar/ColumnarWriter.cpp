@@ -4,28 +4,35 @@
 
 #include <logging2/backends/columnar/columnar.hpp>
 
+#include <time.h>
+
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 namespace logging2::core::bench {
 namespace {
 
-/// The back-end "columnar". Its result is what a written step costs, also if it is rejected later.
+/// The processor time of this thread, which does not contain what other programs take.
+double own_nanoseconds() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return 1e9 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec);
+}
+
+/// The back-end "columnar". Its result is the processor time of a written step, also if it is
+/// rejected later.
 class Columnar : public Contender {
 public:
     using Contender::Contender;
 
     void run() final {
-        const auto start = std::chrono::steady_clock::now();
+        const double start = own_nanoseconds();
         const std::size_t writtenCount = write();
-        const std::chrono::duration<double, std::nano> taken =
-            std::chrono::steady_clock::now() - start;
-        nanosecondsPerStep = taken.count() / static_cast<double>(writtenCount);
+        nanosecondsPerStep = (own_nanoseconds() - start) / static_cast<double>(writtenCount);
     }
 
     std::map<std::string, double> results() const override {
-        return {{"ns_per_written_step", nanosecondsPerStep}};
+        return {{"cpu_ns_per_written_step", nanosecondsPerStep}};
     }
 
     void finish() override { writer->flush(); }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 
 namespace logging2::core::detail {
 namespace {
@@ -33,7 +34,7 @@ void add_paths(const LoggedPathsSetupData& data, std::uint32_t group, Entries& e
 
 } // namespace
 
-PathIndex::PathIndex(const Setup& groupSetup) : described(groupSetup) {
+PathIndex::PathIndex(Setup groupSetup) : described(std::move(groupSetup)) {
     std::uint32_t group = 0;
     for (const auto& [key, data] : described) {
         add_paths(data, group++, sorted);

@@ -25,7 +25,7 @@ public:
     using Setup = SequenceMap<Group, LoggedPathsSetupData>;
 
     /// Paths of unknown channels are left out.
-    explicit PathIndex(const Setup& groupSetup);
+    explicit PathIndex(Setup groupSetup);
 
     const Setup& setup() const noexcept { return described; }
 
