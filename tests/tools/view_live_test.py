@@ -117,17 +117,22 @@ class ViewLiveTest(BrowserTest):
         self.press("d")
         self.wait(lambda: "A " in self.text("#cursor-times"))
         self.assertAlmostEqual(float(self.text("#cursor-times").split()[1]), 59.2, delta=0.9)
-        self.assertGreater(self.red(65), 2 * self.red(30) + 100)
+        red, green = "red > green + 40", "green > red + 10"
+        self.assertGreater(self.pixels(red, 65), 2 * self.pixels(red, 30) + 100)
+        self.assertGreater(self.pixels(green, 30), 5)
         self.type("#absolute", "6")
         self.wait(lambda: "x: no difference here" in self.text(".notes"))
 
-    def red(self, time):
-        """How many pixels at a time are rather red."""
+    def pixels(self, condition, time):
+        """How many pixels of the plot at a time fulfil the condition."""
         return self.browser.execute_script("""
             let count = 0;
             for (const canvas of document.querySelectorAll(".plot canvas:not(.overlay)")) {
                 const x = Math.round(canvas.width / 2 + arguments[0]);
                 const {data} = canvas.getContext("2d").getImageData(x, 0, 1, canvas.height);
-                for (let i = 0; i < data.length; i += 4) count += data[i + 3] > 0 && data[i] > data[i + 1] + 40;
+                for (let i = 0; i < data.length; i += 4) {
+                    const [red, green, , alpha] = data.slice(i, i + 4);
+                    if (alpha > 0 && CONDITION) count += 1;
+                }
             }
-            return count;""", self.at(time))
+            return count;""".replace("CONDITION", condition), self.at(time))

@@ -11,10 +11,6 @@ const FONT_SIZE = 11;
 const {Dygraph} = /** @type {any} */ (globalThis);
 Dygraph.PLUGINS = [Dygraph.Plugins.Axes, Dygraph.Plugins.Grid];
 
-function dygraphTicks(ticksOf) {
-    return (low, high, pixels) => ticksOf(low, high, pixels);
-}
-
 export class Chart {
     #graph;
 
@@ -32,8 +28,8 @@ export class Chart {
             axisTickSize: 4,
             axisLabelFontSize: FONT_SIZE,
             axes: {
-                x: {ticker: dygraphTicks(horizontalTicks), axisLabelWidth: 120},
-                y: {ticker: dygraphTicks(verticalTicks), axisLabelWidth: AXIS_WIDTH - 8,
+                x: {ticker: horizontalTicks, axisLabelWidth: 120},
+                y: {ticker: verticalTicks, axisLabelWidth: AXIS_WIDTH - 8,
                     valueRange: [0, 1]},
             },
         });
