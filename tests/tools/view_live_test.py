@@ -35,7 +35,9 @@ class ViewLiveTest(BrowserTest):
         self.press(" ")
         self.wait(lambda: self.text("#live").startswith("Paused"))
         paused = self.interval()
-        lists = lambda: self.text(".run-facts")
+        def lists():
+            return self.text(".run-facts")
+
         before = lists()
         simulation.send_signal(signal.SIGCONT)
         self.wait(lambda: lists() != before)

@@ -29,7 +29,9 @@ class ViewPageTest(BrowserTest):
     def test_filter_narrows_the_tree_while_typing(self):
         self.open(self.record(WAVE))
         self.row("plant.wave")
-        names = lambda: [row.get_attribute("title") for row in self.all(".tree-row")]
+        def names():
+            return [row.get_attribute("title") for row in self.all(".tree-row")]
+
         self.assertEqual(names(), ["plant", "plant.wave", "plant.vector", "other", "other.name"])
         self.one("#filter").send_keys("VEC")
         self.wait_for(["plant", "plant.vector"], names)
@@ -144,7 +146,9 @@ class ViewPageTest(BrowserTest):
     def test_keys_move_the_cursor_from_step_to_step(self):
         self.open(self.record("group 0 x:1\nbegin\nwrite 0 0 5\nwrite 0 0.1 6\nwrite 0 7 7\nend\n"), "x")
         self.press("a", ".")
-        times = lambda: re.sub(" ·.*", "", self.text("#cursor-times"))
+        def times():
+            return re.sub(" ·.*", "", self.text("#cursor-times"))
+
         self.wait_for("A 7", times)
         for key, time in (",", "A 0.1"), (",", "A 0"), (",", "A 0"), (".", "A 0.1"):
             self.press(key)

@@ -18,9 +18,8 @@ os.environ["LOGGING2_COMMAND"] = str(BUILD / "tools/logging2")
 os.environ["LOGGING2_SIMULATE"] = str(BUILD / "examples/simulate/simulate")
 os.environ["LOGGING2_WRITE_RECORDING"] = ""
 
-# pylint: disable=wrong-import-position
-from browser import WebDriverWait, start_browser
-from PIL import Image
+from browser import WebDriverWait, start_browser  # noqa: E402
+from PIL import Image  # noqa: E402
 
 # Name of the picture, colours, and the view behind `#`; {0} and so on are the ids of the runs.
 VIEWS = [

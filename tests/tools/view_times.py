@@ -17,8 +17,7 @@ BUILD = Path(sys.argv[2] if len(sys.argv) > 2 else Path(__file__).parents[2] / "
 os.environ["LOGGING2_COMMAND"] = str(BUILD / "tools/logging2")
 os.environ["LOGGING2_SIMULATE"] = os.environ["LOGGING2_WRITE_RECORDING"] = ""
 
-# pylint: disable=wrong-import-position
-from browser import By, WebDriverWait, start_browser
+from browser import By, WebDriverWait, start_browser  # noqa: E402
 
 STEP_COUNT = 300
 SHOWN = "return performance.getEntriesByName('shown')[0]?.duration"

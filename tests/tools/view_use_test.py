@@ -107,7 +107,9 @@ class ViewUseTest(BrowserTest):
         self.press("/")
         self.press("y", Keys.ENTER)
         self.wait(lambda: list(self.legend()) == ["a.y"])
-        focused = lambda: self.browser.switch_to.active_element
+        def focused():
+            return self.browser.switch_to.active_element
+
         self.press(Keys.ESCAPE, Keys.ARROW_DOWN, Keys.ARROW_DOWN)
         self.wait(lambda: focused().get_attribute("title") == "a.x")
         self.press(Keys.SPACE)
