@@ -35,6 +35,7 @@ class ViewLiveTest(BrowserTest):
         self.press(" ")
         self.wait(lambda: self.text("#live").startswith("Paused"))
         paused = self.interval()
+
         def lists():
             return self.text(".run-facts")
 

@@ -29,6 +29,7 @@ class ViewPageTest(BrowserTest):
     def test_filter_narrows_the_tree_while_typing(self):
         self.open(self.record(WAVE))
         self.row("plant.wave")
+
         def names():
             return [row.get_attribute("title") for row in self.all(".tree-row")]
 
@@ -146,6 +147,7 @@ class ViewPageTest(BrowserTest):
     def test_keys_move_the_cursor_from_step_to_step(self):
         self.open(self.record("group 0 x:1\nbegin\nwrite 0 0 5\nwrite 0 0.1 6\nwrite 0 7 7\nend\n"), "x")
         self.press("a", ".")
+
         def times():
             return re.sub(" ·.*", "", self.text("#cursor-times"))
 

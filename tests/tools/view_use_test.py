@@ -107,6 +107,7 @@ class ViewUseTest(BrowserTest):
         self.press("/")
         self.press("y", Keys.ENTER)
         self.wait(lambda: list(self.legend()) == ["a.y"])
+
         def focused():
             return self.browser.switch_to.active_element
 
