@@ -160,7 +160,7 @@ TEST(ColumnarSweepTest, failedRunLeavesTheWriter) {
         expectAllSteps);
 }
 
-TEST(ColumnarSweepTest, runShowsItsLastStateIfItsWriterEndsWithoutMemory) {
+TEST(ColumnarSweepTest, runKeepsItsStateIfItsWriterEndsWithoutMemory) {
     const SweepCounts counts = for_every_failing_allocation(
         [] {
             Subject subject = written();
