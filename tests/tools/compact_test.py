@@ -62,16 +62,22 @@ class CompactTest(CommandTest):
         self.output_of("check", run)
         self.assertGreater(leavings, 10)
 
-    def test_what_another_process_uses_stays(self):
+    def test_compaction_waits_for_another_one(self):
         run = self.record(SCRIPT)
-        used = self.directory / f".{run.name}.compact.abcdef"
-        used.mkdir()
-        with subprocess.Popen(["flock", used, "cat"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                              text=True) as process:
-            process.stdin.write("locked\n")
-            process.stdin.flush()
-            self.assertEqual(process.stdout.readline(), "locked\n")
-            self.output_of("compact", run)
-            self.assertTrue(used.exists())
+        with subprocess.Popen(["flock", run, "cat"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                              text=True) as other:
+            other.stdin.write("locked\n")
+            other.stdin.flush()
+            self.assertEqual(other.stdout.readline(), "locked\n")
+            with subprocess.Popen([COMMAND, "compact", run], stdout=subprocess.DEVNULL) as waiting:
+                with self.assertRaises(subprocess.TimeoutExpired):
+                    waiting.wait(0.5)
+                other.stdin.close()
+                self.assertEqual(waiting.wait(), 0)
+        self.assertEqual(self.names(), [run.name])
+
+    def test_what_a_killed_compaction_left_is_removed(self):
+        run = self.record(SCRIPT)
+        (self.directory / f".{run.name}.compact.abcdef").mkdir()
         self.output_of("compact", run)
-        self.assertFalse(used.exists())
+        self.assertEqual(self.names(), [run.name])

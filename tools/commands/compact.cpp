@@ -8,13 +8,8 @@
 #include <tools/terminal/Interrupt.hpp>
 #include <tools/terminal/text.hpp>
 
-#include <fcntl.h>
-
-#include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <system_error>
 
 namespace logging2::tools {
 namespace {
@@ -34,14 +29,6 @@ void check_not_running(const std::string& location) {
     }
 }
 
-/// Both directories get each other's name at once, so there is no moment without the recording.
-void exchange(const fs::path& a, const fs::path& b) {
-    if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) != 0) {
-        throw std::system_error(errno, std::generic_category(),
-                                a.string() + ": cannot be replaced by its compact copy");
-    }
-}
-
 /// The copy is on the disk before it replaces the recording, and has the same permissions.
 core::RecordingOptions options_of(const CompactOptions& options, const fs::path& location) {
     core::RecordingOptions result = options.recording;
@@ -51,24 +38,23 @@ core::RecordingOptions options_of(const CompactOptions& options, const fs::path&
     return result;
 }
 
-void replace_by_copy(const fs::path& location, const core::RecordingOptions& options,
-                     const Terminal& terminal) {
-    const InterruptGuard guard; // before anything is made
-    const CompactionDirectory directory(location);
+void replace_by_copy(const fs::path& location, const CompactionDirectory& directory,
+                     const core::RecordingOptions& options, const Terminal& terminal) {
     const fs::path copy = directory.path() / location.filename();
     {
         ProgressBar bar(terminal);
         core::copy_recording(location.string(), copy.string(), options, progress_of(bar));
     }
-    exchange(location, copy);
-    directory.remove();
+    directory.replaceRecording(copy);
 }
 
 int compact(const CompactOptions& options, const Terminal& terminal) {
     const fs::path location = fs::canonical(recording_of(options.run));
+    const InterruptGuard guard; // before anything is made
+    const CompactionDirectory directory(location);
     check_not_running(location.string());
     const std::uint64_t before = file_byte_count(location.string());
-    replace_by_copy(location, options_of(options, location), terminal);
+    replace_by_copy(location, directory, options_of(options, location), terminal);
     const std::uint64_t after = file_byte_count(location.string());
     if (options.json) {
         print_json(terminal, {{"schema", jsonSchema},

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <optional>
 
 namespace logging2::tools {
@@ -20,6 +21,9 @@ Json json_number(double value);
 
 /// As above, or null.
 Json json_or_null(const std::optional<double>& value);
+
+/// A count, or null.
+Json json_or_null(const std::optional<std::size_t>& value);
 
 /// Prints the value with line breaks. Bytes of names that are not UTF-8 are replaced.
 void print_json(const Terminal& terminal, const Json& value);

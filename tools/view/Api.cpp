@@ -27,7 +27,7 @@ Reply json_reply(const Json& value) {
 
 void check_order(const TimeRange& range) {
     if (range.from && range.to && *range.from > *range.to) {
-        throw HttpError(status::badRequest, "The parameter \"from\" is greater than \"to\".");
+        throw HttpError(status::badRequest, R"(The parameter "from" is greater than "to".)");
     }
 }
 

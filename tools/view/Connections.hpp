@@ -1,7 +1,7 @@
 #pragma once
 
+#include <tools/Descriptor.hpp>
 #include <tools/view/Connection.hpp>
-#include <tools/view/Descriptor.hpp>
 #include <tools/view/RequestHandler.hpp>
 
 #include <chrono>

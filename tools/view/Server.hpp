@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tools/view/Descriptor.hpp>
+#include <tools/Descriptor.hpp>
 #include <tools/view/RequestHandler.hpp>
 
 #include <chrono>

@@ -28,7 +28,7 @@ std::string page(const std::string& head, const std::string& body) {
 } // namespace
 
 std::string entrance_page() {
-    return page("<meta http-equiv=\"refresh\" content=\"0;url=/\">",
+    return page(R"(<meta http-equiv="refresh" content="0;url=/">)",
                 "<a href=\"/\">Go on to the runs</a>");
 }
 

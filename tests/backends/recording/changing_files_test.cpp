@@ -106,7 +106,7 @@ TEST_F(ChangingFilesTest, commitWithoutALogIsWaitedFor) {
     EXPECT_GE(calls.count(), 3U);
 }
 
-TEST_F(ChangingFilesTest, commitThatBeginsWhileTheIndexIsOpenedIsWaitedFor) {
+TEST_F(ChangingFilesTest, commitThatBeginsAtTheOpeningIsWaitedFor) {
     const Claim claim(samples());
     const FailingCalls indexOpens(Call::open, "index.sqlite", {works([this] { beginCommit(); })});
     const FailingCalls journalOpens(Call::open, "-journal", {works(), endingCommit()});

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace logging2::tools::view {
+namespace logging2::tools {
 
 /// Owns a file descriptor and closes it; -1 is none.
 class Descriptor {
@@ -29,4 +29,4 @@ private:
     int number;
 };
 
-} // namespace logging2::tools::view
+} // namespace logging2::tools
