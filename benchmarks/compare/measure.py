@@ -9,6 +9,7 @@ import platform
 import random
 import subprocess
 import sys
+import tempfile
 from pathlib import Path
 
 from benchmarks.compare import questions as data
@@ -50,10 +51,10 @@ def rounds_of(wanted: dict[Pair, int]) -> list[list[Pair]]:
     return rounds
 
 
-def run_pair(program: str, pair: Pair, scale: float) -> tuple[dict, dict]:
+def run_pair(program: str, pair: Pair, scale: float, kept: str) -> tuple[dict, dict]:
     """Runs one contender on one workload; returns Google Benchmark's context and the run."""
     contender, workload = pair
-    command = [program, f"--benchmark_filter=^{contender}/{workload}/", "--benchmark_format=json",
+    command = [program, f"--keep-files-in={kept}", f"--benchmark_filter=^{contender}/{workload}/", "--benchmark_format=json",
                f"--scale={scale * data.ROW_FRACTIONS.get(contender, 1)}"]
     done = subprocess.run(command, capture_output=True, text=True, check=False)
     try:
@@ -70,8 +71,9 @@ def run_pair(program: str, pair: Pair, scale: float) -> tuple[dict, dict]:
     return document["context"], run
 
 
-def measure(program: str, rounds: list[list[Pair]], scale: float) -> dict:
-    """Runs all rounds. The result has Google Benchmark's form."""
+def measure(program: str, rounds: list[list[Pair]], scale: float, kept: str) -> dict:
+    """Runs all rounds. The result has Google Benchmark's form. The directory `kept` gets the
+    emptied files of all contenders."""
     context: dict = {}
     runs = []
     for index, pairs in enumerate(rounds):
@@ -79,7 +81,7 @@ def measure(program: str, rounds: list[list[Pair]], scale: float) -> dict:
             if sys.stderr.isatty():
                 progress = f"round {index + 1} of {len(rounds)}: {done} of {len(pairs)} "
                 print(f"\r{progress}{'/'.join(pair):<60}", end="", file=sys.stderr)
-            latest, run = run_pair(program, pair, scale)
+            latest, run = run_pair(program, pair, scale, kept)
             context = context or latest
             runs.append({**run, "repetition_index": index})
     if sys.stderr.isatty():
@@ -122,7 +124,8 @@ def main() -> None:
     if not wanted:
         chosen_names = " or ".join(options.question + options.workload)
         parser.error(f"there is no question or workload {chosen_names}")
-    document = measure(options.program, rounds_of(wanted), options.scale)
+    with tempfile.TemporaryDirectory(prefix="kept-") as kept:
+        document = measure(options.program, rounds_of(wanted), options.scale, kept)
     options.output.write_text(json.dumps(document, indent=1) + "\n", encoding="utf-8")
 
 

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
+#include <filesystem>
 
 namespace logging2::core::bench {
 namespace {
@@ -13,6 +14,7 @@ namespace {
 void print_help() {
     benchmark::PrintDefaultHelp();
     std::puts("          [--scale=<factor for the number of steps>]");
+    std::puts("          [--keep-files-in=<directory that gets the emptied files>]");
 }
 
 int main_of(int argc, char** argv) {
@@ -20,8 +22,11 @@ int main_of(int argc, char** argv) {
     double scale = 1;
     CLI::App app;
     app.add_option("--scale", scale)->check(CLI::PositiveNumber);
+    std::filesystem::path kept;
+    app.add_option("--keep-files-in", kept)->check(CLI::ExistingDirectory);
     CLI11_PARSE(app, argc, argv);
     set_scale(scale);
+    keep_files_in(kept);
     benchmark::AddCustomContext("compiler", "g++ or compatible " __VERSION__);
     benchmark::RunSpecifiedBenchmarks();
     return all_verified() ? 0 : 1;

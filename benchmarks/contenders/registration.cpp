@@ -1,5 +1,6 @@
 #include <benchmarks/contenders/registration.hpp>
 
+#include <benchmarks/contenders/KeptFiles.hpp>
 #include <benchmarks/contenders/TemporaryDirectory.hpp>
 #include <benchmarks/contenders/files/channel_files.hpp>
 #include <benchmarks/process/warm_memory.hpp>
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <exception>
 #include <fstream>
+#include <utility>
 #include <vector>
 
 namespace logging2::core::bench {
@@ -18,6 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 double stepFactor = 1;
+std::filesystem::path parentOfKeptFiles;
 bool allVerified = true;
 
 const std::vector<std::string>& workloads_for(Suits suits) {
@@ -133,8 +136,10 @@ void measure_on(benchmark::State& state, const std::string& workloadName,
         warm_memory(hungriest_byte_count(rows.workload()));
         const TemporaryDirectory directory;
         set_temp_directory(directory.path());
+        KeptFiles files(parentOfKeptFiles);
         const auto contender = make(rows, directory.path());
         measure(state, *contender, rows.workload(), directory.path());
+        files.keep(directory.path());
     } catch (const std::exception& error) {
         allVerified = false;
         state.SkipWithError(error.what());
@@ -155,6 +160,10 @@ bool add_contender(const std::string& name, Suits suits, const ContenderMaker& m
 
 void set_scale(double factor) {
     stepFactor = factor;
+}
+
+void keep_files_in(std::filesystem::path parent) {
+    parentOfKeptFiles = std::move(parent);
 }
 
 bool all_verified() {

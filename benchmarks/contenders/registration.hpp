@@ -45,6 +45,10 @@ bool add_contender(const std::string& name, Suits suits, Arguments... arguments)
 /// Sets the factor by which the number of steps of every workload is multiplied.
 void set_scale(double factor);
 
+/// Keeps the files of contenders as empty files in this directory, which the caller removes; see
+/// KeptFiles.
+void keep_files_in(std::filesystem::path parent);
+
 /// Returns whether every contender that ran has stored exactly what it was given.
 bool all_verified();
 

@@ -54,14 +54,15 @@ class MeasureTest(unittest.TestCase):
             program = Path(directory) / "program"
             program.write_text("#!/bin/sh\n" + script, encoding="utf-8")
             program.chmod(0o700)
-            return measure(str(program), [[("csv", "W1")], [("csv", "W1")]], scale=0.5)
+            return measure(str(program), [[("csv", "W1")], [("csv", "W1")]], scale=0.5, kept="kept")
 
     def test_merges_the_runs_of_all_rounds(self):
         document = self.measured(
             'cat <<END\n{"context": {"date": "d"}, "benchmarks": [{"name": "$*"}]}\nEND\n')
         names = [one["name"] for one in document["benchmarks"]]
         self.assertEqual(
-            names, ["--benchmark_filter=^csv/W1/ --benchmark_format=json --scale=0.05"] * 2)
+            names, ["--keep-files-in=kept --benchmark_filter=^csv/W1/ --benchmark_format=json "
+                    "--scale=0.05"] * 2)
         self.assertEqual([one["repetition_index"] for one in document["benchmarks"]], [0, 1])
         self.assertEqual((document["context"]["date"], document["context"]["scale"]), ("d", 0.5))
 
