@@ -9,10 +9,6 @@
 namespace logging2::tools {
 namespace {
 
-std::string text_or_nothing(const std::optional<double>& value) {
-    return value ? short_number_text(*value) : "";
-}
-
 std::string percent_text(double share) {
     return share > 0 && share < 0.0001 ? "<0.01 %"
                                        : short_number_text(std::round(share * 1e4) / 1e2) + " %";
@@ -63,9 +59,9 @@ std::string step_text(const Place& place) {
 
 std::vector<std::string> cells_of(const SignalComparison& signal) {
     const ElementComparison& worst = signal.comparison.worst;
-    return {name_of(signal),           text_or_nothing(worst.first->time),
+    return {name_of(signal),           short_number_text(worst.first->time),
             step_text(*worst.first),   short_number_text(worst.largest),
-            text_or_nothing(worst.at), short_number_text(worst.allowed),
+            short_number_text(worst.at), short_number_text(worst.allowed),
             percent_text(worst.share), notes_of(signal)};
 }
 

@@ -17,10 +17,6 @@ struct SignalsOptions {
     bool json = false;
 };
 
-std::string text_or_nothing(const std::optional<double>& value) {
-    return value ? short_number_text(*value) : "";
-}
-
 std::vector<std::string> cells_of(const core::SignalInfo& signal,
                                   const core::SignalSummary& summary) {
     const ValueRange values = value_range_of(summary);
@@ -28,10 +24,10 @@ std::vector<std::string> cells_of(const core::SignalInfo& signal,
             std::to_string(signal.group),
             count_text(signal.width),
             count_text(summary.sampleCount),
-            text_or_nothing(summary.leastTime),
-            text_or_nothing(summary.greatestTime),
-            text_or_nothing(values.least),
-            text_or_nothing(values.greatest)};
+            short_number_text(summary.leastTime),
+            short_number_text(summary.greatestTime),
+            short_number_text(values.least),
+            short_number_text(values.greatest)};
 }
 
 int signals(const SignalsOptions& options, const Terminal& terminal) {

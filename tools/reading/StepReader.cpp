@@ -6,7 +6,7 @@
 namespace logging2::tools {
 namespace {
 
-constexpr std::size_t blockByteCount = std::size_t{1} << 20;
+constexpr std::size_t greatestBlockByteCount = std::size_t{1} << 20;
 
 /// A block holds the times and the values of each signal.
 std::size_t steps_per_block(const std::vector<core::SignalInfo>& signals) {
@@ -14,7 +14,7 @@ std::size_t steps_per_block(const std::vector<core::SignalInfo>& signals) {
     for (const core::SignalInfo& signal : signals) {
         stepByteCount += signal.width * sizeof(double);
     }
-    return std::max<std::size_t>(1, blockByteCount / stepByteCount);
+    return std::max<std::size_t>(1, greatestBlockByteCount / stepByteCount);
 }
 
 } // namespace

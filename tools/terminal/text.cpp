@@ -90,6 +90,10 @@ std::string short_number_text(double value) {
     return formatted("%.6g", value);
 }
 
+std::string short_number_text(std::optional<double> value) {
+    return value ? short_number_text(*value) : "";
+}
+
 std::string count_text(std::uint64_t count) {
     std::string text = std::to_string(count);
     for (std::size_t end = text.size(); end > 3; end -= 3) {

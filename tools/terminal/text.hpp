@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace logging2::tools {
@@ -12,6 +13,9 @@ std::string number_text(double value);
 
 /// At most six significant digits, for tables.
 std::string short_number_text(double value);
+
+/// The same, or an empty text if there is no number.
+std::string short_number_text(std::optional<double> value);
 
 /// As people read it: "1,234,567".
 std::string count_text(std::uint64_t count);

@@ -18,7 +18,7 @@ using core::test::paths;
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
-constexpr const char* firstLine = "logging2 recording 1\n";
+constexpr const char* formatLine = "logging2 recording 1\n";
 
 /// Every byte there is, the zero included.
 std::string every_byte() {
@@ -82,7 +82,7 @@ class MalformedDescriptionTest
 
 TEST_P(MalformedDescriptionTest, isRefusedWithTheLineAndTheCause) {
     const auto& [lines, message] = GetParam();
-    EXPECT_THAT([text = std::string(firstLine) + lines] { description_of(text); },
+    EXPECT_THAT([text = std::string(formatLine) + lines] { description_of(text); },
                 ThrowsMessage<std::runtime_error>(HasSubstr(message)));
 }
 
