@@ -157,6 +157,18 @@ class ViewPageTest(BrowserTest):
             self.wait_for(time, times)
         self.wait(lambda: self.legend()["x"][0] == "6")
 
+    def test_times_are_labelled_at_their_places(self):
+        self.open(self.record(WAVE), "plant.wave")
+        labels = self.browser.execute_script("""
+            const {left, width} = document.querySelector(".overlay").getBoundingClientRect();
+            return [...document.querySelectorAll(".dygraph-axis-label-x")].map((label) => {
+                const box = label.getBoundingClientRect();
+                return [Number(label.textContent), (box.left + box.right) / 2 - left - width / 2];
+            });""")
+        self.assertGreater(len(labels), 5)
+        for time, place in labels:
+            self.assertAlmostEqual(place, self.at(time), delta=1.5)
+
     def test_gaps_jumps_and_infinities_are_drawn(self):
         self.open(self.record("group 0 x:1\nbegin\nwrite 0 0 1\nwrite 0 2 1\nwrite 0 2 3\nwrite 0 4 3\nwrite 0 5 nan\n"
                               "write 0 6 3\nwrite 0 8 3\nwrite 0 9 inf\nwrite 0 10 2\nend\n"), "x")
@@ -183,4 +195,4 @@ class ViewPageTest(BrowserTest):
     def test_lines_that_are_not_drawn_are_counted(self):
         self.open(self.record(f"group 0 wide:30 x:1\nbegin\nwrite 0 0 {'1 ' * 31}\nend\n"), "wide")
         self.assertEqual(len(self.legend()), 24)
-        self.assertIn("more lines are not drawn", self.text(".notes"))
+        self.assertIn("6 more lines are not drawn", self.text(".notes"))

@@ -107,6 +107,17 @@ class ViewAnswersTest(ViewTest):
         self.simulate()
         self.assertEqual(events.wait_for(lambda event, data: event == "runs"), {})
 
+    def test_end_of_a_killed_writer_is_announced(self):
+        writer, run = self.recorder(SCRIPT + "show\n")
+        server = self.serve(run.parent)
+        self.assertEqual(server.json("/api/runs")["runs"][0]["state"], "running")
+        events = Events(server)
+        self.addCleanup(events.close)
+        writer.kill()
+        writer.wait()
+        self.assertEqual(events.wait_for(lambda event, data: event == "runs"), {})
+        self.assertEqual(server.json("/api/runs")["runs"][0]["state"], "interrupted")
+
     def test_run_that_disappears_is_gone(self):
         run = self.simulate()
         server = self.serve(run.parent)
@@ -169,6 +180,10 @@ class ViewProcessTest(ViewTest):
     def test_location_without_runs_is_refused(self):
         self.assert_refused("missing", "view", self.directory / "missing", "--no-browser")
         self.assert_refused("--port", "view", self.directory, "--port", 70000)
+
+    def test_idle_time_that_is_no_time_is_refused(self):
+        for seconds in "nan", "inf", "0", "-1":
+            self.assert_refused("--idle-time", "view", self.directory, "--no-browser", "--idle-time", seconds)
 
     def test_only_this_machine_is_served(self):
         server = self.serve(self.record(SCRIPT + "end\n"))

@@ -1,5 +1,6 @@
 import csv
 import io
+import math
 import xml.etree.ElementTree
 
 from browser import BrowserTest
@@ -65,6 +66,21 @@ class ViewUseTest(BrowserTest):
         for text in "", "#plot=;;&run=&from=2&to=1&a=x&last=-1", "%%%&=&plot=%zz:q;1..0":
             restored = self.call("address", "viewFrom", text)
             self.assertEqual(restored["range"], {"kind": "whole"}, text)
+
+    def test_requests_for_many_signals_are_split(self):
+        self.open(self.ramp)
+        short = [f"s{number}" for number in range(130)]
+        self.assertEqual([len(part) for part in self.call("api", "partsOf", short)], [64, 64, 2])
+        long = ["é" * 1000] * 4
+        self.assertEqual(self.call("api", "partsOf", long), [[path] for path in long])
+        self.assertEqual(self.call("api", "partsOf", []), [])
+
+    def test_intervals_of_great_times_have_a_length(self):
+        self.open(self.ramp)
+        first, last = self.call("time_range", "drawable", -1.7e308, 1.7e308)
+        self.assertLess(last - first, math.inf)
+        self.assertGreater(last, 1e307)
+        self.assertLess(first, -1e307)
 
     def test_times_have_round_labels(self):
         self.open(self.ramp)

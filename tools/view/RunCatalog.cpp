@@ -167,13 +167,21 @@ std::shared_ptr<RunPool> RunCatalog::poolOf(const std::string& location) {
     return pools.front();
 }
 
-std::string RunCatalog::fingerprint() const {
+std::string RunCatalog::fingerprint() {
+    const std::lock_guard<std::mutex> lock(mutex);
     std::string result;
     for (const std::string& location : locations()) {
         std::error_code ignored;
         // The log exists while the run is being written.
         const bool isWritten = fs::exists(location + "/index.sqlite-wal", ignored);
-        result.append(location).append(isWritten ? "*\n" : "\n");
+        result.append(location).append(isWritten ? "*" : "");
+        // A writer that was killed leaves its files as they are.
+        const auto found = known.find(location);
+        if (isWritten && found != known.end()) {
+            const Json& facts = found->second.facts;
+            result += (is_final(facts) ? facts : facts_of(location)).value("state", "");
+        }
+        result += '\n';
     }
     return result;
 }

@@ -59,6 +59,26 @@ function runPath(id, what = "") {
     return `/api/runs/${encodeURIComponent(id)}${what}`;
 }
 
+// What the server takes in one request.
+const MOST_SIGNALS = 64;
+const MOST_CHARACTERS = 7000;
+
+// The paths in parts that fit a request.
+export function partsOf(paths) {
+    const parts = [];
+    let left = 0;
+    for (const path of paths) {
+        const length = addressWith("", [["signal", path]]).length;
+        if (length > left || parts.at(-1).length === MOST_SIGNALS) {
+            parts.push([]);
+            left = MOST_CHARACTERS;
+        }
+        parts.at(-1).push(path);
+        left -= length;
+    }
+    return parts;
+}
+
 export async function fetchRuns() {
     return (await json("/api/runs")).runs;
 }

@@ -115,11 +115,12 @@ export class App {
             JSON.stringify(run.groups) === JSON.stringify(previous.groups);
         if (isSame) return;
         const isUndone = run.revision !== previous.revision;
-        this.traces.outdate(run.id, isUndone ? -Infinity : Math.min(...lastOf(previous)));
+        this.traces.outdate(run.id, isUndone ? -Infinity : Math.min(...lastOf(previous), ...lastOf(run)));
     }
 
     #setConnected(isConnected) {
-        if (isConnected !== this.#isConnected) this.#catalogue.loadList();
+        // What has changed while there was no connection is not told.
+        if (isConnected || this.#isConnected) this.#catalogue.loadList();
         if (isConnected && !this.#isConnected) {
             this.traces.outdateAll();
             this.#catalogue.loadFailed();

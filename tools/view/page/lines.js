@@ -26,16 +26,18 @@ function lineOf(signal, element, {run, shift}, isOverlay) {
 export function linesOf(plot, shownRuns) {
     const lines = [];
     const missing = [];
+    let count = 0;
     for (const {path, element} of plot.signals) {
         const before = lines.length;
         for (const shown of shownRuns) {
             const signal = shown.run.signals.get(path);
             if (signal === undefined) continue;
+            count += element === null ? signal.width : Number(element < signal.width);
             lines.push(...elementsOf(signal, element)
                 .map((number) => lineOf(signal, number, shown, shownRuns.length > 1)));
         }
         if (lines.length === before) missing.push(path);
     }
     const drawn = lines.slice(0, MOST_LINES).map((line, index) => ({...line, color: index % COLOR_COUNT}));
-    return {lines: drawn, hiddenCount: lines.length - drawn.length, missing};
+    return {lines: drawn, hiddenCount: count - drawn.length, missing};
 }
