@@ -37,7 +37,7 @@ class Browser(threading.Thread):
                  "pixels": self.random.choice([1, 300, 1500, 4096])}
         target = f"/api/runs/{self.run_id}/" + self.random.choice(
             ["trace?" + urllib.parse.urlencode(query)] * 8 + [f"values?signal=wave.x&time={start}", "trace?from=x"])
-        connection.request("GET", target, headers={"Cookie": self.server.cookie})
+        connection.request("GET", self.server.path(target), headers={"Cookie": self.server.cookie})
         answer = connection.getresponse()
         body = answer.read()
         expected = 400 if target.endswith("from=x") else 200

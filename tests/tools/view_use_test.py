@@ -1,6 +1,8 @@
 import csv
+import http.server
 import io
 import math
+import threading
 import xml.etree.ElementTree
 
 from browser import BrowserTest
@@ -12,7 +14,7 @@ RAMP = "name ramp\ngroup 0 a.x:1 a.y:1\nbegin\n" + "".join(
 # Calls a function of a module of the page with JSON.
 CALL = """
 const [module, name, parameters, done] = arguments;
-import(`/page/${module}.js`).then((loaded) => done(loaded[name](...parameters)), (error) => done(String(error)));
+import(new URL(`page/${module}.js`, location.href)).then((loaded) => done(loaded[name](...parameters)), (error) => done(String(error)));
 """
 
 
@@ -47,6 +49,30 @@ class ViewUseTest(BrowserTest):
         self.assertEqual([list(self.legend(plot)) for plot in (0, 1)], [["a.x"], ["a.y"]])
         self.wait(lambda: self.legend()["a.x"][0] == "150")
         self.assertGreater(len(self.inked()), 500)
+
+    def test_cookie_is_not_sent_to_other_servers_of_the_machine(self):
+        seen = []
+
+        class Other(http.server.BaseHTTPRequestHandler):
+            """Remembers the cookies that it gets."""
+
+            def do_GET(self):
+                seen.append((self.path, self.headers.get("Cookie")))
+                self.send_response(200)
+                self.end_headers()
+
+            def log_message(self, *_):
+                pass
+
+        other = http.server.HTTPServer(("127.0.0.1", 0), Other)
+        self.addCleanup(other.server_close)
+        self.addCleanup(other.shutdown)
+        threading.Thread(target=other.serve_forever, daemon=True).start()
+        self.open(self.ramp, "a.x")
+        for path in "/", "/api/runs", "/page/main.js":
+            self.browser.get(f"http://127.0.0.1:{other.server_port}{path}")
+            self.assertIn((path, None), seen)
+        self.assertEqual({cookie for _, cookie in seen}, {None})
 
     def test_address_may_say_the_newest_part(self):
         self.open(self.ramp, "a.x")

@@ -34,7 +34,8 @@ public:
     /// The location of the run with this id. Throws HttpError with status 404 if there is none.
     std::string locationOf(const std::string& id);
 
-    /// Changes whenever a run is added or removed, and when one ends, even if its writer was killed.
+    /// Changes whenever a run is added or removed, and when one ends, even if its writer was
+    /// killed.
     std::string fingerprint();
 
 private:

@@ -38,6 +38,7 @@ protected:
         cookie = handler->answer({"GET", access.firstTarget(), {{"host", "localhost"}}})
                      .headers.front()
                      .second;
+        base = cookie.substr(cookie.find('/'), 17);
     }
 
     std::unique_ptr<core::RecordingStreamWriter> newWriter() const {
@@ -49,7 +50,7 @@ protected:
     }
 
     Reply get(const std::string& target) {
-        return handler->answer({"GET", target, {{"host", "localhost"}, {"cookie", cookie}}});
+        return handler->answer({"GET", base + target, {{"host", "localhost"}, {"cookie", cookie}}});
     }
 
     Json json(const std::string& target) { return Json::parse(get(target).body); }
@@ -65,6 +66,7 @@ protected:
     std::optional<Api> api;
     std::optional<RequestHandler> handler;
     std::string cookie;
+    std::string base;
 };
 
 TEST_F(RequestHandlerTest, everyReplyHasTheSecurityHeaders) {
@@ -88,7 +90,7 @@ TEST_F(RequestHandlerTest, nothingIsAnsweredWithoutTheCookie) {
     for (const std::string& target :
          {std::string("/"), std::string("/api/runs"), runPath(""), std::string("/page/main.js"),
           std::string("/lib/dygraph.min.js"), std::string("/api/events")}) {
-        const Reply reply = handler->answer({"GET", target, {{"host", "localhost"}}});
+        const Reply reply = handler->answer({"GET", base + target, {{"host", "localhost"}}});
         EXPECT_EQ(reply.status, 401) << target;
         EXPECT_THAT(reply.body, HasSubstr("Open the address")) << target;
     }

@@ -56,7 +56,7 @@ async function json(address, signal) {
 }
 
 function runPath(id, what = "") {
-    return `/api/runs/${encodeURIComponent(id)}${what}`;
+    return `api/runs/${encodeURIComponent(id)}${what}`;
 }
 
 // What the server takes in one request.
@@ -80,7 +80,7 @@ export function partsOf(paths) {
 }
 
 export async function fetchRuns() {
-    return (await json("/api/runs")).runs;
+    return (await json("api/runs")).runs;
 }
 
 export async function fetchRun(id) {
@@ -100,7 +100,7 @@ export async function fetchValues(id, time, paths, signal) {
 }
 
 export async function fetchDifference(parameters, signal) {
-    return json(addressWith("/api/diff", parameters), signal);
+    return json(addressWith("api/diff", parameters), signal);
 }
 
 export function csvAddress(id, paths, from, to) {
@@ -109,5 +109,5 @@ export function csvAddress(id, paths, from, to) {
 }
 
 export function eventsAddress(ids) {
-    return addressWith("/api/events", ids.map((id) => ["run", id]));
+    return addressWith("api/events", ids.map((id) => ["run", id]));
 }
