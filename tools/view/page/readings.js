@@ -40,7 +40,7 @@ export function detailOf(entries) {
             isAggregate: true};
 }
 
-// How far the page lags behind the runs: {text, isLate}. sinceEvent is in seconds.
+// Whether the page follows the runs, and when they were written last: {text, isLate}. sinceEvent is in seconds.
 export function liveText(runs, range, isConnected, sinceEvent) {
     const running = runs.filter((run) => run.state === "running");
     if (!isConnected) return {text: "Not connected", isLate: true};
@@ -48,8 +48,8 @@ export function liveText(runs, range, isConnected, sinceEvent) {
     const follows = range.kind === "fixed" ? "Paused" : "Following";
     const lags = running.map((run) => sentNumber(run.lag)).filter(Number.isFinite);
     if (lags.length === 0) return {text: follows, isLate: false};
-    const lag = Math.max(...lags) + sinceEvent;
-    return {text: `${follows}, ${lag.toFixed(1)} s behind`, isLate: lag > 3};
+    const lag = Math.min(...lags) + sinceEvent;
+    return {text: `${follows}, last written ${lag.toFixed(1)} s ago`, isLate: false};
 }
 
 // What the legend of a plot says below its lines. entryOf(line) is a trace with its error.
