@@ -126,6 +126,10 @@ class ViewAnswersTest(ViewTest):
         shutil.rmtree(run)
         status, _, body = server.open(path)
         self.assertEqual((status, json.loads(body)["error"]), (410, f"The run is gone: {run} is no recording any more."))
+        self.assertEqual(server.json("/api/runs")["runs"], [])
+        status, _, body = server.open(path)
+        self.assertEqual((status, json.loads(body)["error"]),
+                         (410, "The run is gone: its recording was removed or renamed."))
 
     def test_file_that_is_truncated_is_an_error(self):
         run = self.wave(100_000)

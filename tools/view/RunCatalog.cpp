@@ -117,6 +117,9 @@ void RunCatalog::updateIds() {
         const bool isPresent = std::binary_search(present.begin(), present.end(), entry->first);
         entry = isPresent ? std::next(entry) : known.erase(entry);
     }
+    for (const auto& [id, location] : locationsById) {
+        formerIds.insert(id);
+    }
     locationsById.clear();
     for (const std::string& location : present) {
         const std::string id = factsOf(location).value("id", "");
@@ -137,6 +140,9 @@ std::string RunCatalog::locationOf(const std::string& id) {
         updateIds();
     }
     const auto found = locationsById.find(id);
+    if (found == locationsById.end() && formerIds.count(id) != 0) {
+        throw HttpError(status::gone, "The run is gone: its recording was removed or renamed.");
+    }
     if (found == locationsById.end()) {
         throw HttpError(status::notFound, "There is no run with this id.");
     }

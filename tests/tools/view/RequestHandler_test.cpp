@@ -184,7 +184,9 @@ TEST_F(RequestHandlerTest, runThatDisappearsIsGone) {
         EXPECT_THAT(reply.body, HasSubstr("The run is gone")) << question;
     }
     EXPECT_EQ(json("/api/runs").at("runs").size(), 0U);
-    EXPECT_EQ(get(runPath("")).status, 404);
+    const Reply reply = get(runPath(""));
+    EXPECT_EQ(reply.status, 410);
+    EXPECT_THAT(reply.body, HasSubstr("The run is gone"));
 }
 
 TEST_F(RequestHandlerTest, damagedRunIsAnError) {
