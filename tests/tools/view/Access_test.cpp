@@ -30,9 +30,9 @@ protected:
         }
     }
 
-    int statusWith(const std::string& header, const std::string& value) const {
+    int statusWith(const std::string& name, const std::string& value) const {
         Request changed = request();
-        changed.headers[header] = value;
+        changed.headers[name] = value;
         return statusOf(changed);
     }
 
