@@ -69,6 +69,12 @@ class ViewPageTest(BrowserTest):
         self.press(Keys.HOME)
         self.wait_for([0, STEP_COUNT - 1], self.interval)
 
+    def test_whole_run_shows_all_finite_times(self):
+        for times, expected in (((0, 10, 5), [0, 10]), ((0, 10, "nan"), [0, 10]), ((7, "inf", 3), [3, 7])):
+            run = self.record("group 0 x:1\nbegin\n" + "".join(f"write 0 {time} 1\n" for time in times) + "end\n")
+            self.open(run, "x")
+            self.wait_for(expected, self.interval)
+
     def test_wheel_zooms_at_the_pointer(self):
         self.open(self.record(WAVE), "plant.wave")
         ActionChains(self.browser).move_to_element_with_offset(self.graph(), self.at(5000), 0).perform()

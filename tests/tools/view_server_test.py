@@ -93,7 +93,8 @@ class ViewAnswersTest(ViewTest):
         self.assertEqual(events.wait_for(lambda event, data: event == "run")["steps"], 10)
         writer.stdin.write("rollback 1 5\nwrite 1 6 100 0 0\nshow\n")
         shown = events.wait_for(lambda event, data: data.get("revision") == 1 and data["steps"] == 7)
-        self.assertEqual(shown["groups"], [{"id": 1, "steps": 7, "firstTime": 0, "lastTime": 6}])
+        self.assertEqual(shown["groups"], [{"id": 1, "steps": 7, "firstTime": 0, "lastTime": 6,
+                                            "leastTime": 0, "greatestTime": 6}])
         _, revision, (times, values) = server.trace(run, **{"from": 4.5, "to": 20})
         self.assertEqual((revision, times, values), (1, (5, 6), (5, 100)))
         writer.stdin.write("end\n")

@@ -10,7 +10,7 @@ function finiteOrNull(value) {
 }
 
 function groupFrom(group) {
-    return {...group, firstTime: finiteOrNull(group.firstTime), lastTime: finiteOrNull(group.lastTime)};
+    return {...group, lastTime: finiteOrNull(group.lastTime)};
 }
 
 function runFrom(answer) {

@@ -36,9 +36,9 @@ export function extentOfRuns(runs) {
     let [from, to] = [Infinity, -Infinity];
     for (const {run, shift} of runs) {
         for (const group of run.groups) {
-            if (group.firstTime === null || group.lastTime === null) continue;
-            from = Math.min(from, group.firstTime + shift);
-            to = Math.max(to, group.lastTime + shift);
+            if (group.leastTime === null) continue;
+            from = Math.min(from, group.leastTime + shift);
+            to = Math.max(to, group.greatestTime + shift);
         }
     }
     return from <= to ? [from, to] : null;
