@@ -191,6 +191,12 @@ class ViewPageTest(BrowserTest):
         self.assertGreater(rows(2)[1] - rows(2)[0], 300)
         self.assertIsNotNone(rows(10))
 
+    def test_signals_with_odd_paths_are_plotted(self):
+        self.open(self.record("group 0 a\x07b:1 c\udcffd:1\nbegin\nwrite 0 0 1 2\nwrite 0 1 1 2\nend\n"),
+                  "a\\x07b", "c\\xFFd")
+        self.wait_for({"a\\x07b": ["1"], "c\\xFFd": ["2"]}, self.legend)
+        self.assertGreater(len(self.inked(line=1)), 500)
+
     def test_names_are_no_html(self):
         name = "<img/src=x/onerror=alert(1)>"
         self.open(self.record(f"name {name}\ngroup 0 {name}:1\nbegin\nwrite 0 0 1\nend\n"), name)

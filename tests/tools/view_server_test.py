@@ -7,6 +7,7 @@ import socket
 import subprocess
 import time
 import unittest
+import urllib.parse
 
 from commands import COMMAND
 from view_server import Events, ViewTest
@@ -65,6 +66,35 @@ class ViewAnswersTest(ViewTest):
         self.assertEqual(status, 200)
         self.assertRegex(headers["Content-Disposition"], r'attachment; filename="logging2-[0-9a-f]{8}\.csv"')
         self.assertEqual(body.decode(), self.output_of("print", run, "--csv", "--from", 2, "--to", 7))
+
+    def test_many_signals_fit_one_csv(self):
+        names = [f"s{number}" for number in range(200)]
+        server = self.serve(self.record("group 0 " + " ".join(f"{name}:1" for name in names) +
+                                        "\nbegin\nwrite 0 0 " + "1 " * 200 + "\nend\n"))
+        query = urllib.parse.urlencode([("signal", name) for name in names])
+        status, _, body = server.open(f"/api/runs/{server.run_id()}/csv?{query}")
+        self.assertEqual((status, body.decode().split("\n")[0]), (200, ",".join(["time", *names])))
+
+    def test_signals_with_odd_paths_can_be_asked_for(self):
+        server = self.serve(self.record("group 0 a\x07b:1 c\udcffd:1\nbegin\nwrite 0 0 1 2\nend\n"))
+        run = "/api/runs/" + server.run_id()
+        names = [signal["path"] for signal in server.json(run)["signals"]]
+        self.assertEqual(names, ["a\\x07b", "c\\xFFd"])
+        for value, name in enumerate(names, 1):
+            (found,) = server.json(run + "/values", signal=name, element=0, time=0)["values"]
+            self.assertEqual((found["signal"], found["before"]["value"]), (name, value))
+            _, _, columns = server.trace(server.run_id(), signal=name, **{"from": 0, "to": 1})
+            self.assertEqual(columns, [(0,), (value,)])
+            self.assertEqual(server.status(f"{run}/csv?" + urllib.parse.urlencode({"signal": name})), 200)
+
+    def test_values_of_wide_signals_are_few(self):
+        width = 20_000
+        server = self.serve(self.record(f"group 0 wide:{width}\nbegin\nramp 0 {width} 2 0\nend\n"))
+        run = "/api/runs/" + server.run_id()
+        query = urllib.parse.urlencode([("time", 0), *[("signal", "wide"), ("element", width - 1)] * 64])
+        status, _, body = server.open(f"{run}/values?{query}")
+        self.assertEqual((status, len(json.loads(body)["values"])), (200, 64))
+        self.assertLess(len(body), 20_000)
 
     def test_long_csv_is_complete(self):
         server = self.serve(self.wave(200_000))

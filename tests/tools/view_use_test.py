@@ -95,10 +95,10 @@ class ViewUseTest(BrowserTest):
 
     def test_requests_for_many_signals_are_split(self):
         self.open(self.ramp)
-        short = [f"s{number}" for number in range(130)]
+        short = [{"path": f"s{number}", "element": 0} for number in range(130)]
         self.assertEqual([len(part) for part in self.call("api", "partsOf", short)], [64, 64, 2])
-        long = ["é" * 1000] * 4
-        self.assertEqual(self.call("api", "partsOf", long), [[path] for path in long])
+        long = [{"path": "é" * 1000, "element": 0}] * 4
+        self.assertEqual(self.call("api", "partsOf", long), [[line] for line in long])
         self.assertEqual(self.call("api", "partsOf", []), [])
 
     def test_intervals_of_great_times_have_a_length(self):

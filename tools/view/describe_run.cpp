@@ -2,6 +2,7 @@
 
 #include <tools/commands/describe.hpp>
 #include <tools/terminal/text.hpp>
+#include <tools/view/signals.hpp>
 #include <tools/view/time_extent.hpp>
 
 #include <algorithm>
@@ -70,7 +71,7 @@ Json run_description(const std::string& id, const core::Run& run, const std::str
     result["properties"] = info.properties;
     result["signals"] = Json::array();
     for (const core::SignalInfo& signal : run.signals()) {
-        result["signals"].push_back({{"path", signal.path.text()},
+        result["signals"].push_back({{"path", name_of(signal)},
                                      {"group", signal.group},
                                      {"channel", signal.channel},
                                      {"width", signal.width}});

@@ -60,20 +60,24 @@ function runPath(id, what = "") {
 }
 
 // What the server takes in one request.
-const MOST_SIGNALS = 64;
+const MOST_LINES = 64;
 const MOST_CHARACTERS = 7000;
 
-// The paths in parts that fit a request.
-export function partsOf(paths) {
+function parametersOf({path, element}) {
+    return [["signal", path], ["element", element]];
+}
+
+// Lines of a run in parts that fit a request.
+export function partsOf(lines) {
     const parts = [];
     let left = 0;
-    for (const path of paths) {
-        const length = addressWith("", [["signal", path]]).length;
-        if (length > left || parts.at(-1).length === MOST_SIGNALS) {
+    for (const line of lines) {
+        const length = addressWith("", parametersOf(line)).length;
+        if (length > left || parts.at(-1).length === MOST_LINES) {
             parts.push([]);
             left = MOST_CHARACTERS;
         }
-        parts.at(-1).push(path);
+        parts.at(-1).push(line);
         left -= length;
     }
     return parts;
@@ -93,9 +97,9 @@ export async function fetchTrace(id, {path, element, from, to, pixels}, signal) 
     return parseTrace(await complete((await request(address, signal)).arrayBuffer()));
 }
 
-export async function fetchValues(id, time, paths, signal) {
-    const address = addressWith(runPath(id, "/values"),
-                                [["time", time], ...paths.map((path) => ["signal", path])]);
+// In the order of the lines.
+export async function fetchValues(id, time, lines, signal) {
+    const address = addressWith(runPath(id, "/values"), [["time", time], ...lines.flatMap(parametersOf)]);
     return (await json(address, signal)).values;
 }
 

@@ -7,21 +7,21 @@ import {sentNumber} from "./numbers.js";
 
 function runsOf(lines) {
     const runs = new Map();
-    for (const {run, shift, path} of lines) {
-        if (!runs.has(run.id)) runs.set(run.id, {id: run.id, shift, paths: new Set()});
-        runs.get(run.id).paths.add(path);
+    for (const line of lines) {
+        const {run: {id}, shift, key} = line;
+        if (!runs.has(id)) runs.set(id, {id, shift, own: new Map()});
+        runs.get(id).own.set(key, line);
     }
     return [...runs.values()];
 }
 
-// The steps around a time: a map from the key `RUN PATH` to {before, after, shift}.
+// The steps around a time: a map from the keys of the lines to {before, after, shift}.
 async function stepsAround(lines, timeIn, signal) {
     const steps = new Map();
-    await Promise.all(runsOf(lines).flatMap(({id, shift, paths}) =>
-        partsOf([...paths]).map(async (chunk) => {
-            for (const entry of await fetchValues(id, timeIn(shift), chunk, signal)) {
-                steps.set(`${id} ${entry.signal}`, {...entry, shift});
-            }
+    await Promise.all(runsOf(lines).flatMap(({id, shift, own}) =>
+        partsOf([...own.values()]).map(async (part) => {
+            const entries = await fetchValues(id, timeIn(shift), part, signal);
+            entries.forEach((entry, index) => steps.set(part[index].key, {...entry, shift}));
         })));
     return steps;
 }
@@ -99,8 +99,8 @@ export class Cursors {
 
     // The value of a line at a cursor, or undefined if it is not known or there is no step.
     valueAt(name, line) {
-        const before = this.#steps[name].get(`${line.run.id} ${line.path}`)?.before;
+        const before = this.#steps[name].get(line.key)?.before;
         if (before === undefined || before === null) return undefined;
-        return sentNumber(before.values[line.element]);
+        return sentNumber(before.value);
     }
 }
