@@ -47,9 +47,21 @@ Json facts_of(const std::string& location) {
         facts["signals"] = run->signals().size();
         facts["steps"] = stepCount;
         return facts;
-    } catch (const core::RecordingError& error) {
+    } catch (const std::exception& error) {
         return {{"location", location}, {"error", error.what()}};
     }
+}
+
+/// Whether an entry of the directory lies in it. Links may lead elsewhere.
+bool is_inside(const fs::directory_entry& entry, const fs::path& directory) {
+    std::error_code error;
+    if (!entry.is_symlink(error)) {
+        return true;
+    }
+    const fs::path base = fs::canonical(directory, error);
+    const fs::path place = error ? fs::path() : fs::canonical(entry.path(), error);
+    return !error && std::mismatch(base.begin(), base.end(), place.begin(), place.end()).first ==
+                         base.end();
 }
 
 /// By their start, the newest first; those that cannot be opened come last.
@@ -79,7 +91,7 @@ std::vector<std::string> RunCatalog::locations() const {
     std::error_code error;
     for (fs::directory_iterator entry(root, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
-        if (entry->path().extension() == ".recording") {
+        if (entry->path().extension() == ".recording" && is_inside(*entry, root)) {
             result.push_back(entry->path().string());
         }
     }
@@ -174,22 +186,26 @@ std::shared_ptr<RunPool> RunCatalog::poolOf(const std::string& location) {
 }
 
 std::string RunCatalog::fingerprint() {
-    const std::lock_guard<std::mutex> lock(mutex);
     std::string result;
     for (const std::string& location : locations()) {
         std::error_code ignored;
-        // The log exists while the run is being written.
-        const bool isWritten = fs::exists(location + "/index.sqlite-wal", ignored);
-        result.append(location).append(isWritten ? "*" : "");
-        // A writer that was killed leaves its files as they are.
-        const auto found = known.find(location);
-        if (isWritten && found != known.end()) {
-            const Json& facts = found->second.facts;
-            result += (is_final(facts) ? facts : facts_of(location)).value("state", "");
-        }
-        result += '\n';
+        // The log exists while the run is being written. A writer that was killed leaves it behind.
+        const bool hasLog = fs::exists(location + "/index.sqlite-wal", ignored);
+        result.append(location).append(hasLog ? "*" + presentState(location) : "").append("\n");
     }
     return result;
+}
+
+/// That of a run that the list has shown. Others do not wait while the recording is opened.
+std::string RunCatalog::presentState(const std::string& location) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto found = known.find(location);
+        if (found == known.end() || is_final(found->second.facts)) {
+            return found == known.end() ? "" : found->second.facts.value("state", "");
+        }
+    }
+    return facts_of(location).value("state", "");
 }
 
 } // namespace logging2::tools::view

@@ -225,6 +225,22 @@ TEST_F(RequestHandlerTest, copiesHaveIdsOfTheirOwn) {
     }
 }
 
+TEST_F(RequestHandlerTest, linksOutOfTheDirectoryAreNotFollowed) {
+    writer->flush();
+    namespace fs = std::filesystem;
+    const fs::path place = writer->location();
+    const core::test::TemporaryDirectory elsewhere;
+    fs::rename(place, elsewhere.path() / "run.recording");
+    fs::create_directory_symlink(elsewhere.path() / "run.recording", place);
+    EXPECT_EQ(json("/api/runs").at("runs").size(), 0U);
+    EXPECT_EQ(get(runPath("")).status, 404);
+    fs::create_directory(directory.path() / "more");
+    fs::rename(elsewhere.path() / "run.recording", directory.path() / "more" / "run.recording");
+    fs::create_directory_symlink("more/run.recording", directory.path() / "inside.recording");
+    EXPECT_EQ(json("/api/runs").at("runs").size(), 1U);
+    EXPECT_EQ(get(runPath("")).status, 200);
+}
+
 TEST_F(RequestHandlerTest, csvIsThatOfAllSteps) {
     const Reply reply = get(runPath("/csv?signal=x&from=2&to=3"));
     std::string text;
