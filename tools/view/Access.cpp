@@ -129,12 +129,15 @@ std::optional<Reply> Access::exchanged(const Request& request) const {
 bool Access::hasCookie(const Request& request) const {
     const std::string sent = "; " + request.header("cookie") + ';';
     const std::string start = "; " + cookieName + '=';
-    const std::size_t place = sent.find(start);
-    if (place == std::string::npos) {
-        return false;
+    // Other servers of the machine may have set cookies of the same name.
+    for (std::size_t place = sent.find(start); place != std::string::npos;
+         place = sent.find(start, place + 1)) {
+        const std::size_t first = place + start.size();
+        if (is_same_secret(sent.substr(first, sent.find(';', first) - first), cookie)) {
+            return true;
+        }
     }
-    const std::size_t first = place + start.size();
-    return is_same_secret(sent.substr(first, sent.find(';', first) - first), cookie);
+    return false;
 }
 
 } // namespace logging2::tools::view

@@ -78,6 +78,8 @@ TEST_F(AccessTest, cookieIsNeeded) {
     EXPECT_EQ(statusWith("cookie", "x" + cookie), 401);
     EXPECT_EQ(statusWith("cookie", "logging2-4711="), 401);
     EXPECT_EQ(statusWith("cookie", "a=b; " + cookie + "; c=d"), 200);
+    EXPECT_EQ(statusWith("cookie", "logging2-4711=0; " + cookie), 200);
+    EXPECT_EQ(statusWith("cookie", "logging2-4711=0; logging2-4711=1"), 401);
 }
 
 TEST_F(AccessTest, wrongTokenIsRefused) {
