@@ -109,9 +109,9 @@ class ViewLiveTest(BrowserTest):
         self.record("group 0 x:1\nbegin\n" + "".join(
             f"write 0 {step!r} {number}\n" for number, step in enumerate(times)) + "end\n")
         self.open(self.directory, "x")
-        address = self.browser.current_url
+        address = self.wait(lambda: "plot=x" in self.browser.current_url and self.browser.current_url)
         self.browser.get(re.sub(r"run=[^&@]*", rf"\g<0>@{shift}", address) + "&a=0")
-        self.wait_until_drawn()
+        self.wait(lambda: len(self.legend().get("x", [])) == 1)
         numbers = list(range(len(times)))
         for key, expected in ((".", numbers), (",", numbers[-2::-1])):
             for number in expected:

@@ -191,21 +191,27 @@ std::string RunCatalog::fingerprint() {
         std::error_code ignored;
         // The log exists while the run is being written. A writer that was killed leaves it behind.
         const bool hasLog = fs::exists(location + "/index.sqlite-wal", ignored);
-        result.append(location).append(hasLog ? "*" + presentState(location) : "").append("\n");
+        result.append(location).append(hasLog ? "*" + endState(location) : "").append("\n");
     }
     return result;
 }
 
-/// That of a run that the list has shown. Others do not wait while the recording is opened.
-std::string RunCatalog::presentState(const std::string& location) {
+/// The state of a run that the list has shown, empty while it is running. Others do not wait while
+/// the recording is opened.
+std::string RunCatalog::endState(const std::string& location) {
+    Json facts;
     {
         const std::lock_guard<std::mutex> lock(mutex);
         const auto found = known.find(location);
-        if (found == known.end() || is_final(found->second.facts)) {
-            return found == known.end() ? "" : found->second.facts.value("state", "");
+        if (found == known.end()) {
+            return {};
         }
+        facts = found->second.facts;
     }
-    return facts_of(location).value("state", "");
+    if (!is_final(facts)) {
+        facts = facts_of(location);
+    }
+    return is_final(facts) ? facts.value("state", "") : "";
 }
 
 } // namespace logging2::tools::view

@@ -51,7 +51,7 @@ private:
     Json factsOf(const std::string& location);
     void updateIds();
     std::shared_ptr<RunPool> poolOf(const std::string& location);
-    std::string presentState(const std::string& location);
+    std::string endState(const std::string& location);
 
     const std::string root;
     const bool isSingle;

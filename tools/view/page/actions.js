@@ -75,6 +75,8 @@ function cursorActions(app) {
     const mark = (name, time) => app.change({marks: {...app.view.marks, [name]: time}});
     const firstMark = () => app.view.marks.a ?? app.interval[0] / 2 + app.interval[1] / 2;
     return {
+        marks: () => app.view.marks,
+        restoreMarks: (marks) => app.change({marks}),
         mark,
         markHere: (name) => mark(name, app.pointer ?? app.interval[0] / 2 + app.interval[1] / 2),
         clearMarks: () => app.change({marks: {a: null, b: null}}),

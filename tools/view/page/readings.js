@@ -53,12 +53,13 @@ export function liveText(runs, range, isConnected, sinceEvent) {
 }
 
 // What the legend of a plot says below its lines. entryOf(line) is a trace with its error.
-export function notesOf({lines, hiddenCount, missing}, shownRuns, entryOf, differenceNoteOf) {
+export function notesOf({lines, hiddenCount, missing, empty}, shownRuns, entryOf, differenceNoteOf) {
     const failed = shownRuns.map(({run}) => run).filter(({error}) => error !== null);
     const errors = new Set(lines.map((line) => entryOf(line)?.error?.message).filter((text) => text !== undefined));
     return [
         ...failed.map(({name, error}) => ({text: `${name}: ${error}`, isError: true})),
-        ...missing.map((path) => ({text: `No run shown here has ${path}.`, isError: true})),
+        ...missing.map((name) => ({text: `No run shown here has ${name}.`, isError: true})),
+        ...empty.map((path) => ({text: `${path} has no elements.`})),
         ...[...errors].map((text) => ({text, isError: true})),
         ...(hiddenCount > 0 ? [{text: `${countText(hiddenCount)} more lines are not drawn. Choose single elements.`}] : []),
         ...lines.map(differenceNoteOf).filter((note) => note !== null),
