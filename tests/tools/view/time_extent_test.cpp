@@ -55,7 +55,7 @@ TEST(TimeExtentTest, anyOrderOfTimesGivesTheSame) {
     std::mt19937 random(1);
     for (int round = 0; round < 300; ++round) {
         Doubles times;
-        for (unsigned count = 1 + random() % 10; count > 0; --count) {
+        for (auto count = 1 + random() % 10; count > 0; --count) {
             times.push_back(std::ldexp(static_cast<double>(random()) - 2e9,
                                        static_cast<int>(random() % 600) - 300));
         }

@@ -157,7 +157,7 @@ TEST(TraceTest, neighboursOfRandomTimesAreLoggedBesideThoseSent) {
     std::mt19937 random(1);
     for (int round = 0; round < 1000; ++round) {
         Doubles times;
-        for (unsigned count = random() % 8; count > 0; --count) {
+        for (auto count = random() % 8; count > 0; --count) {
             times.push_back(random() % 7 == 0 ? nan : static_cast<double>(random() % 10));
         }
         Doubles numbers(times.size());
