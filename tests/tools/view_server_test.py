@@ -130,6 +130,13 @@ class ViewAnswersTest(ViewTest):
         writer.stdin.write("end\n")
         self.assertIsNotNone(events.wait_for(lambda event, data: data.get("state") == "finished"))
 
+    def test_head_of_events_ends_at_once(self):
+        server = self.serve(self.record(SCRIPT + "end\n"))
+        # There are at most 128 streams.
+        run = server.run_id()
+        for _ in range(140):
+            self.assertEqual(server.status("/api/events?run=" + run, method="HEAD"), 200)
+
     def test_new_runs_are_announced(self):
         run = self.simulate()
         server = self.serve(run.parent)

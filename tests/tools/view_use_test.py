@@ -2,6 +2,7 @@ import csv
 import http.server
 import io
 import math
+import re
 import threading
 import xml.etree.ElementTree
 
@@ -142,6 +143,35 @@ class ViewUseTest(BrowserTest):
         rows = list(csv.reader(io.StringIO(self.saved("#save-csv", "csv").read_text())))
         self.assertEqual([(float(row[-2]), float(row[-1])) for row in rows[1:]],
                          [(step, -step) for step in range(10, 901)])
+
+    def test_many_signals_are_saved(self):
+        names = [f"s{number}" for number in range(72)]
+        self.open(self.record("name many\ngroup 0 " + " ".join(f"{name}:1" for name in names) +
+                              "\nbegin\nwrite 0 0 " + "1 " * 72 + "\nend\n"), "s0")
+        self.show_plots(names)
+        (header, *_) = csv.reader(io.StringIO(self.saved("#save-csv", "csv").read_text()))
+        self.assertLessEqual(set(names), set(header))
+
+    def test_download_that_is_refused_is_reported(self):
+        self.expected_errors = ("status of 414",)
+        names = [letter * 1000 for letter in "abcdefghi"]
+        self.open(self.record("name long\ngroup 0 " + " ".join(f"{name}:1" for name in names) +
+                              "\nbegin\nwrite 0 0 " + "1 " * 9 + "\nend\n"), names[0])
+        self.show_plots(names)
+        self.press("s")
+        self.wait(lambda: self.one("#save-dialog").is_displayed())
+        self.one("#save-csv").click()
+        self.wait_for("These are too many signals for one file.", lambda: self.text("#banner"))
+        self.press("a")
+        self.wait(lambda: not self.one("#banner").is_displayed())
+
+    def show_plots(self, names):
+        """Shows these signals in one plot."""
+        self.wait(lambda: "plot=" in self.fragment())
+        address = re.sub(r"&plot=[^&]*", "", self.browser.current_url)
+        self.browser.execute_script("location.href = arguments[0]", f"{address}&plot={','.join(names)}")
+        self.wait(lambda: len(self.legend()) == min(24, len(names)))
+        self.wait_until_drawn()
 
     def test_page_is_usable_with_the_keyboard_alone(self):
         self.open(self.ramp)

@@ -143,7 +143,7 @@ function saveActions(app) {
         },
         saveSvg: () => saveSvg(app.plotList.plots, app.colors, name()),
         savePng: () => savePng(app.plotList.plots, app.colors, name()),
-        saveCsv: () => saveCsv(app.shownRuns, paths(), app.interval),
+        saveCsv: () => app.reportFailure(saveCsv(app.shownRuns, paths(), app.interval)),
     };
 }
 

@@ -112,6 +112,20 @@ export function csvAddress(id, paths, from, to) {
                        [...paths.map((path) => ["signal", path]), ["from", from], ["to", to]]);
 }
 
+// Throws the RequestError of a download that the server refuses; the browser would not show why.
+export async function checkDownload(address) {
+    const unread = new AbortController();
+    try {
+        await request(address, unread.signal);
+    } catch (error) {
+        if ([400, 414].includes(error.status)) {
+            throw new RequestError(error.status, "These are too many signals for one file.");
+        }
+        throw error;
+    }
+    unread.abort();
+}
+
 export function eventsAddress(ids) {
     return addressWith("api/events", ids.map((id) => ["run", id]));
 }

@@ -37,6 +37,7 @@ export class App {
     #eventAt = performance.now();
     #followedRange = {kind: "whole"};
     #focusesPlot = false;
+    #failure = null;
     #shownView = null;
     #loadedView = null;
     interval = [0, 1];
@@ -101,6 +102,7 @@ export class App {
 
     #viewChanged() {
         this.#changedAt ??= performance.now();
+        this.#failure = null;
         byId("plots").setAttribute("aria-busy", "true");
         if (this.view.range.kind !== "fixed") this.#followedRange = this.view.range;
         const ids = this.view.runs.map(({id}) => id);
@@ -138,6 +140,17 @@ export class App {
     togglePause() {
         const [from, to] = this.interval;
         this.change({range: this.view.range.kind === "fixed" ? this.#followedRange : {kind: "fixed", from, to}});
+    }
+
+    // Shows why something that the user wanted has failed, until the view changes.
+    async reportFailure(attempt) {
+        try {
+            await attempt;
+            this.#failure = null;
+        } catch (error) {
+            this.#failure = error;
+        }
+        this.refresh();
     }
 
     point(time) {
@@ -202,8 +215,9 @@ export class App {
         if (!this.#want(interval, isNewView)) this.interval = interval;
         this.#showPlots();
         this.#showCursors();
-        byId("banner").hidden = this.#catalogue.listError === null;
-        byId("banner").textContent = this.#catalogue.listError?.message ?? "";
+        const failure = this.#catalogue.listError ?? this.#failure;
+        byId("banner").hidden = failure === null;
+        byId("banner").textContent = failure?.message ?? "";
         document.title = [...this.shownRuns.map(({run}) => run.name), "logging2 view"].filter(Boolean).join(" – ");
         this.runList.show(this.#catalogue, view);
         this.signalList.show(this.shownRuns, view);
