@@ -84,6 +84,8 @@ class ViewLiveTest(BrowserTest):
     def test_new_runs_appear_when_the_page_is_visible_again(self):
         self.record("group 0 x:1\nbegin\nwrite 0 0 1\nend\n")
         self.open(self.directory)
+        # While somebody else looks, the server does not repeat what has changed.
+        self.browser.execute_script("globalThis.other = new EventSource('api/events')")
         self.set_hidden(True)
         self.record("group 0 x:1\nbegin\nwrite 0 0 1\nend\n")
         time.sleep(1.5)
@@ -96,6 +98,10 @@ class ViewLiveTest(BrowserTest):
             f"write 0 {step} 1\n" for step in range(11)) + "show\n")
         self.open(run, "x")
         self.show(2, 4)
+        self.wait(lambda: "from=2" in self.browser.current_url)
+        # The page then knows nothing of later steps.
+        self.browser.refresh()
+        self.wait(lambda: self.inked() and self.interval() == [2, 4])
         before = self.ink()
         writer.stdin.write("write 0 3.1 77\nshow\n")
         self.wait(lambda: self.ink() != before and max(

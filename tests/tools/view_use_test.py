@@ -122,7 +122,7 @@ class ViewUseTest(BrowserTest):
         self.press("s")
         self.wait(lambda: self.one("#save-dialog").is_displayed())
         self.one(button).click()
-        return self.wait(lambda: list(self.directory.glob(f"*.{suffix}"))[0])
+        return self.wait(lambda: [file for file in self.directory.glob(f"*.{suffix}") if file.stat().st_size > 0][0])
 
     def test_pictures_are_complete(self):
         self.open(self.ramp, "a.x")
