@@ -153,8 +153,7 @@ std::size_t Query::count(const std::string& name, std::size_t least, std::size_t
 std::vector<std::size_t> Query::counts(const std::string& name, std::size_t greatestCount) const {
     std::vector<std::size_t> result;
     for (const std::string& value : texts(name, greatestCount)) {
-        result.push_back(
-            whole_number(name, value, 0, std::numeric_limits<std::size_t>::max()));
+        result.push_back(whole_number(name, value, 0, std::numeric_limits<std::size_t>::max()));
     }
     return result;
 }

@@ -60,8 +60,8 @@ bool is_inside(const fs::directory_entry& entry, const fs::path& directory) {
     }
     const fs::path base = fs::canonical(directory, error);
     const fs::path place = error ? fs::path() : fs::canonical(entry.path(), error);
-    return !error && std::mismatch(base.begin(), base.end(), place.begin(), place.end()).first ==
-                         base.end();
+    return !error &&
+           std::mismatch(base.begin(), base.end(), place.begin(), place.end()).first == base.end();
 }
 
 /// By their start, the newest first; those that cannot be opened come last.

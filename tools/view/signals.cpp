@@ -27,8 +27,8 @@ core::SignalInfo signal_in(const std::vector<core::SignalInfo>& all, const std::
 
 void check_element(const core::SignalInfo& signal, std::size_t element) {
     if (element >= signal.width) {
-        throw HttpError(status::notFound, "The signal \"" + name_of(signal) +
-                                              "\" has no element " + std::to_string(element) + '.');
+        throw HttpError(status::notFound, "The signal \"" + name_of(signal) + "\" has no element " +
+                                              std::to_string(element) + '.');
     }
 }
 

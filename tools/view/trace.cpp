@@ -21,8 +21,8 @@ constexpr std::size_t greatestNeighbourCount = 16;
 constexpr std::size_t greatestTraceStepCount = 12'000;
 constexpr std::size_t greatestTracePixelCount = 3'500;
 
-/// Where the steps within the range are. If there are none, it is the place between those before and
-/// those behind the range.
+/// Where the steps within the range are. If there are none, it is the place between those before
+/// and those behind the range.
 core::StepRange place_of(const core::Run& run, std::size_t group, const TraceRange& range) {
     const core::StepRange inside = run.steps(group, range.from, range.to);
     if (inside.count > 0) {

@@ -125,9 +125,13 @@ TEST_F(RequestHandlerTest, valuesAreThoseInForceAtTheTime) {
     const Json value = json(runPath("/values?time=3.5&signal=x&element=0")).at("values")[0];
     EXPECT_EQ(value.at("before"), (Json{{"step", 3}, {"time", 3.0}, {"value", 30.0}}));
     EXPECT_EQ(value.at("after").at("step"), 4);
-    EXPECT_TRUE(json(runPath("/values?time=-1&signal=x&element=0")).at("values")[0].at("before").is_null());
-    EXPECT_TRUE(json(runPath("/values?time=9&signal=x&element=0")).at("values")[0].at("after").is_null());
-    EXPECT_EQ(json(runPath("/values?time=9&signal=x&element=0")).at("values")[0].at("before").at("step"), 9);
+    EXPECT_TRUE(
+        json(runPath("/values?time=-1&signal=x&element=0")).at("values")[0].at("before").is_null());
+    EXPECT_TRUE(
+        json(runPath("/values?time=9&signal=x&element=0")).at("values")[0].at("after").is_null());
+    EXPECT_EQ(
+        json(runPath("/values?time=9&signal=x&element=0")).at("values")[0].at("before").at("step"),
+        9);
 }
 
 TEST_F(RequestHandlerTest, malformedQuestionsAreRefused) {
@@ -135,9 +139,9 @@ TEST_F(RequestHandlerTest, malformedQuestionsAreRefused) {
          {"/trace", "/trace?signal=x", "/trace?signal=x&from=0&to=1&pixels=0",
           "/trace?signal=x&from=0&to=1&pixels=4097", "/trace?signal=x&from=2&to=1&pixels=10",
           "/trace?signal=x&from=nan&to=1&pixels=10", "/trace?signal=x&from=0&to=1&pixels=9&z=1",
-          "/trace?signal=x&element=-1&from=0&to=1&pixels=9", "/values?time=1", "/values?signal=x&element=0",
-          "/values?time=1&signal=x", "/values?time=1&signal=x&element=0&element=0",
-          "/values?time=1&signal=x&element=-1",
+          "/trace?signal=x&element=-1&from=0&to=1&pixels=9", "/values?time=1",
+          "/values?signal=x&element=0", "/values?time=1&signal=x",
+          "/values?time=1&signal=x&element=0&element=0", "/values?time=1&signal=x&element=-1",
           "/csv", "/csv?signal=x&from=2&to=1", "?x=1"}) {
         const Reply reply = get(runPath(question));
         EXPECT_EQ(reply.status, 400) << question;
@@ -180,9 +184,8 @@ TEST_F(RequestHandlerTest, pathsNeverLeaveTheServersFiles) {
 TEST_F(RequestHandlerTest, runThatDisappearsIsGone) {
     EXPECT_EQ(get(runPath("")).status, 200);
     std::filesystem::remove_all(writer->location());
-    for (const char* const question :
-         {"", "/trace?signal=x&from=0&to=1&pixels=5", "/values?time=1&signal=x&element=0",
-          "/csv?signal=x"}) {
+    for (const char* const question : {"", "/trace?signal=x&from=0&to=1&pixels=5",
+                                       "/values?time=1&signal=x&element=0", "/csv?signal=x"}) {
         const Reply reply = get(runPath(question));
         EXPECT_EQ(reply.status, 410) << question;
         EXPECT_THAT(reply.body, HasSubstr("The run is gone")) << question;
