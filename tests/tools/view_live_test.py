@@ -124,6 +124,20 @@ class ViewLiveTest(BrowserTest):
                 self.press(key)
                 self.wait_for([str(number)], lambda: self.legend()["x"])
 
+    def test_runs_beyond_those_that_are_watched_end(self):
+        writers = [self.recorder(START)[0] for _ in range(18)]
+        self.open(self.directory)
+        self.all(".run-open")[0].click()
+        self.plot("x")
+        for place in range(1, len(writers)):
+            self.browser.execute_script("document.querySelectorAll('.run input[type=checkbox]')[arguments[0]].click()",
+                                        place)
+        self.wait(lambda: len(self.all(".alignment")) == len(writers) - 1)
+        for writer in writers:
+            writer.stdin.write("write 0 200 5\nend\n")
+        self.wait_for([0, 200], self.interval)
+        self.wait_for("Not running", lambda: self.text("#live"))
+
     def test_a_run_that_disappears_leaves_the_others_alone(self):
         self.expected_errors = ("status of 404", "status of 410")
         gone = self.record("name gone\ngroup 0 y:1\nbegin\nwrite 0 0 1\nend\n")

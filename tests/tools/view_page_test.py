@@ -219,6 +219,27 @@ class ViewPageTest(BrowserTest):
         self.wait_for({"a\\x07b": ["1"], "c\\xFFd": ["2"]}, self.legend)
         self.assertGreater(len(self.inked(line=1)), 500)
 
+    def test_infinite_times_are_left_out(self):
+        self.open(self.record("group 0 x:1\nbegin\n" + "".join(
+            f"write 0 {time} {value}\n" for value, time in enumerate(("-inf", -1.7e308, 0, 1.7e308, "inf"))) + "end\n"), "x")
+        self.press("a", ".")
+        self.wait_for("1.7e+308", lambda: self.text("#cursor-times").split()[1])
+        self.press(".", ",")
+        self.wait_for("0", lambda: self.text("#cursor-times").split()[1])
+        path = self.browser.execute_async_script("""
+            const done = arguments[0];
+            import(new URL("page/drawing.js", location.href)).then(({drawLine}) => {
+                const numbers = [];
+                const pen = {moveTo: (...place) => numbers.push(...place), lineTo: (...place) => numbers.push(...place)};
+                const scale = {from: -1e308, to: 1e308, low: 0, high: 4, left: 0, top: 0, width: 9, height: 9, shift: 0};
+                const trace = {count: 3, times: [-1.7e308, 0, 1.7e308], values: [1, 2, 3],
+                               before: {time: -Infinity, value: 0}, after: {time: Infinity, value: 4}};
+                drawLine(trace, scale, pen);
+                done(numbers.map(Number.isFinite));
+            });""")
+        self.assertEqual(set(path), {True})
+        self.assertGreater(len(path), 5)
+
     def test_names_are_no_html(self):
         name = "<img/src=x/onerror=alert(1)>"
         self.open(self.record(f"name {name}\ngroup 0 {name}:1\nbegin\nwrite 0 0 1\nend\n"), name)

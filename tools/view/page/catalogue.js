@@ -57,17 +57,18 @@ export class Catalogue extends EventTarget {
         try {
             this.list = await fetchRuns();
             this.listError = null;
-            this.#loadMissing();
+            this.#loadOutdated();
         } catch (error) {
             this.listError = error;
         }
         this.#changed();
     }
 
-    // A run that is not in the list any more is probably gone.
-    #loadMissing() {
-        const listed = new Set(this.list.map(({id}) => id));
-        [...this.#runs.values()].filter(({id, error}) => error === null && !listed.has(id))
+    // A run that is not in the list any more is probably gone. Not all are watched by the server, so that one
+    // may have ended.
+    #loadOutdated() {
+        const states = new Map(this.list.map(({id, state}) => [id, state]));
+        [...this.#runs.values()].filter(({id, state, error}) => error === null && states.get(id) !== state)
             .forEach(({id}) => this.load(id));
     }
 
@@ -81,7 +82,10 @@ export class Catalogue extends EventTarget {
     async load(id) {
         this.#loading.add(id);
         try {
-            this.#runs.set(id, runFrom(await fetchRun(id)));
+            const run = runFrom(await fetchRun(id));
+            const previous = this.#runs.get(id);
+            this.#runs.set(id, run);
+            if (previous !== undefined) this.#tellData(run, previous);
         } catch (error) {
             this.#fail(id, error.message);
         }
@@ -116,8 +120,12 @@ export class Catalogue extends EventTarget {
         const next = {...run, state, revision, lag: lag ?? null, groups: event.groups.map(groupFrom)};
         this.#runs.set(run.id, next);
         this.#updateListed(event);
-        this.dispatchEvent(new CustomEvent("data", {detail: {run: next, previous: run}}));
+        this.#tellData(next, run);
         this.#changed();
+    }
+
+    #tellData(run, previous) {
+        this.dispatchEvent(new CustomEvent("data", {detail: {run, previous}}));
     }
 
     #updateListed({id, state, steps}) {

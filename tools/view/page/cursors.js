@@ -44,8 +44,8 @@ function ownTime(time, shift, direction) {
     return time - shift + direction * rounding;
 }
 
-// The time of the nearest step of these lines after a time, or before it if the direction is -1. It is
-// null if there is none.
+// The finite time of the nearest step of these lines after a time, or before it if the direction is -1. It
+// is null if there is none.
 export async function nextStepTime(lines, time, direction) {
     const name = direction > 0 ? "after" : "before";
     const steps = await stepsAround(lines, (shift) => {
@@ -53,7 +53,7 @@ export async function nextStepTime(lines, time, direction) {
         return direction > 0 ? own : nextBelow(own);
     });
     const times = [...steps.values()].filter((entry) => entry[name] !== null)
-        .map((entry) => sentNumber(entry[name].time) + entry.shift);
+        .map((entry) => sentNumber(entry[name].time) + entry.shift).filter(Number.isFinite);
     if (times.length === 0) return null;
     return direction > 0 ? Math.min(...times) : Math.max(...times);
 }
