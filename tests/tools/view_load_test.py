@@ -36,7 +36,8 @@ class Browser(threading.Thread):
         query = {"signal": "wave.x", "from": start, "to": start + 10 ** self.random.uniform(-3, 3.5),
                  "pixels": self.random.choice([1, 300, 1500, 4096])}
         target = f"/api/runs/{self.run_id}/" + self.random.choice(
-            ["trace?" + urllib.parse.urlencode(query)] * 8 + [f"values?signal=wave.x&element=0&time={start}", "trace?from=x"])
+            ["trace?" + urllib.parse.urlencode(query)] * 8 +
+            [f"values?signal=wave.x&element=0&time={start}", "trace?from=x"])
         connection.request("GET", self.server.path(target), headers={"Cookie": self.server.cookie})
         answer = connection.getresponse()
         body = answer.read()

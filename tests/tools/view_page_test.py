@@ -221,7 +221,8 @@ class ViewPageTest(BrowserTest):
 
     def test_infinite_times_are_left_out(self):
         self.open(self.record("group 0 x:1\nbegin\n" + "".join(
-            f"write 0 {time} {value}\n" for value, time in enumerate(("-inf", -1.7e308, 0, 1.7e308, "inf"))) + "end\n"), "x")
+            f"write 0 {time} {value}\n" for value, time in enumerate(("-inf", -1.7e308, 0, 1.7e308, "inf"))) +
+            "end\n"), "x")
         self.press("a", ".")
         self.wait_for("1.7e+308", lambda: self.text("#cursor-times").split()[1])
         self.press(".", ",")

@@ -15,7 +15,8 @@ RAMP = "name ramp\ngroup 0 a.x:1 a.y:1\nbegin\n" + "".join(
 # Calls a function of a module of the page with JSON.
 CALL = """
 const [module, name, parameters, done] = arguments;
-import(new URL(`page/${module}.js`, location.href)).then((loaded) => done(loaded[name](...parameters)), (error) => done(String(error)));
+import(new URL(`page/${module}.js`, location.href)).then(
+    (loaded) => done(loaded[name](...parameters)), (error) => done(String(error)));
 """
 
 

@@ -12,8 +12,8 @@ namespace {
 
 using Doubles = std::vector<double>;
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double greatestNumber = std::numeric_limits<double>::max();
+constexpr double noTime = std::numeric_limits<double>::quiet_NaN();
+constexpr double greatestTime = std::numeric_limits<double>::max();
 
 std::optional<TimeExtent> extent_of(const Doubles& times) {
     const PlainRun run(times, Doubles(times.size()));
@@ -31,11 +31,11 @@ TEST(TimeExtentTest, leastAndGreatestFiniteTimesAreFound) {
         {{5}, {5, 5}},
         {{0, 10, 5}, {0, 10}},
         {{10, 5, -3}, {-3, 10}},
-        {{0, 10, nan}, {0, 10}},
-        {{nan, 1, 2}, {1, 2}},
+        {{0, 10, noTime}, {0, 10}},
+        {{noTime, 1, 2}, {1, 2}},
         {{0, 10, infinity}, {0, 10}},
-        {{-infinity, -2, -1, nan, infinity}, {-2, -1}},
-        {{-greatestNumber, 0, greatestNumber}, {-greatestNumber, greatestNumber}},
+        {{-infinity, -2, -1, noTime, infinity}, {-2, -1}},
+        {{-greatestTime, 0, greatestTime}, {-greatestTime, greatestTime}},
         {{1e-320, 0, -1e-320}, {-1e-320, 1e-320}}};
     for (const auto& [times, expected] : cases) {
         const std::optional<TimeExtent> extent = extent_of(times);
@@ -46,7 +46,8 @@ TEST(TimeExtentTest, leastAndGreatestFiniteTimesAreFound) {
 }
 
 TEST(TimeExtentTest, groupWithoutFiniteTimeHasNone) {
-    for (const Doubles& times : {Doubles(), Doubles{nan}, Doubles{-infinity, infinity, nan}}) {
+    for (const Doubles& times :
+         {Doubles(), Doubles{noTime}, Doubles{-infinity, infinity, noTime}}) {
         EXPECT_FALSE(extent_of(times)) << ::testing::PrintToString(times);
     }
 }

@@ -86,7 +86,8 @@ export class App {
     #listen() {
         this.#holder.addEventListener("change", () => this.#viewChanged());
         this.#catalogue.addEventListener("change", () => this.refresh());
-        this.#catalogue.addEventListener("data", (/** @type {any} */ {detail}) => this.#outdate(detail));
+        this.#catalogue.addEventListener("data", (/** @type {any} */ {detail: {id, from}}) =>
+            this.traces.outdate(id, from));
         this.#feed.addEventListener("run", (/** @type {any} */ {detail}) => {
             this.#eventAt = performance.now();
             this.#catalogue.update(detail);
@@ -108,16 +109,6 @@ export class App {
         const ids = this.view.runs.map(({id}) => id);
         this.#catalogue.need(ids);
         this.refresh();
-    }
-
-    // Steps from the earlier of the two last times on may be new, or taken back with a new revision.
-    #outdate({run, previous}) {
-        const lastOf = ({groups}) => groups.map(({lastTime}) => lastTime ?? -Infinity);
-        const isSame = run.revision === previous.revision &&
-            JSON.stringify(run.groups) === JSON.stringify(previous.groups);
-        if (isSame) return;
-        const isUndone = run.revision !== previous.revision;
-        this.traces.outdate(run.id, isUndone ? -Infinity : Math.min(...lastOf(previous), ...lastOf(run)));
     }
 
     #setConnected(isConnected) {
@@ -144,12 +135,7 @@ export class App {
 
     // Shows why something that the user wanted has failed, until the view changes.
     async reportFailure(attempt) {
-        try {
-            await attempt;
-            this.#failure = null;
-        } catch (error) {
-            this.#failure = error;
-        }
+        this.#failure = await attempt.then(() => null, (error) => error);
         this.refresh();
     }
 

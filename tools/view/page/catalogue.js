@@ -1,5 +1,5 @@
-// What is known about runs. Dispatches "change" when that changes, and "data" with the run as detail when
-// a run has got or lost steps.
+// What is known about runs. Dispatches "change" when that changes, and "data" when a run has got or lost
+// steps, with its id and the time from which on it has changed.
 
 import {fetchRun, fetchRuns} from "./api.js";
 import {sentNumber} from "./numbers.js";
@@ -37,6 +37,13 @@ export function stampOf(shownRuns, time) {
         const last = Math.max(-Infinity, ...lastTimes) + shift;
         return `${run.id} ${run.revision} ${time >= last ? last : ""}`;
     }).join();
+}
+
+// From which time on steps of a run may be new, or taken back with a new revision; null if none are.
+function firstChange(run, previous) {
+    if (run.revision !== previous.revision) return -Infinity;
+    if (JSON.stringify(run.groups) === JSON.stringify(previous.groups)) return null;
+    return Math.min(...[run, previous].flatMap(({groups}) => groups.map(({lastTime}) => lastTime ?? -Infinity)));
 }
 
 export class Catalogue extends EventTarget {
@@ -125,7 +132,8 @@ export class Catalogue extends EventTarget {
     }
 
     #tellData(run, previous) {
-        this.dispatchEvent(new CustomEvent("data", {detail: {run, previous}}));
+        const from = firstChange(run, previous);
+        if (from !== null) this.dispatchEvent(new CustomEvent("data", {detail: {id: run.id, from}}));
     }
 
     #updateListed({id, state, steps}) {
