@@ -192,7 +192,7 @@ class BrowserTest(CommandTest):
 
     def at(self, time, plot=0):
         """The offset of a time from the middle of a plot's canvas, in pixels."""
-        left, right = 74, self.graph(plot).size["width"] - 8
+        left, right = 74, self.graph(plot).size["width"] - 40
         first, last = self.interval()
         return round(left + (time - first) / (last - first) * (right - left) - self.graph(plot).size["width"] / 2)
 

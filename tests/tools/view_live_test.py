@@ -1,7 +1,9 @@
 import json
+import re
 import shutil
 import signal
 import subprocess
+import time
 
 from browser import BrowserTest
 from commands import SIMULATE
@@ -30,7 +32,8 @@ class ViewLiveTest(BrowserTest):
         simulation.send_signal(signal.SIGSTOP)
         first, last = self.interval()
         self.assertAlmostEqual(last - first, 20, delta=0.5)
-        self.assertRegex(self.text("#live"), r"Following, \d+\.\d s behind")
+        self.assertRegex(self.text("#live"), r"Following, last written \d+\.\d s ago")
+        self.assertNotIn("late", self.one("#live").get_attribute("class"))
         self.wait(lambda: len(self.inked()) > 400)
         self.press(" ")
         self.wait(lambda: self.text("#live").startswith("Paused"))
@@ -72,6 +75,68 @@ class ViewLiveTest(BrowserTest):
         for count in 1, 2:
             self.record("group 0 x:1\nbegin\nwrite 0 0 1\nend\n")
             self.wait(lambda: len(self.all(".run")) == count)
+
+    def set_hidden(self, is_hidden):
+        self.browser.execute_script("""
+            Object.defineProperty(document, "hidden", {value: arguments[0], configurable: true});
+            document.dispatchEvent(new Event("visibilitychange"));""", is_hidden)
+
+    def test_new_runs_appear_when_the_page_is_visible_again(self):
+        self.record("group 0 x:1\nbegin\nwrite 0 0 1\nend\n")
+        self.open(self.directory)
+        # While somebody else looks, the server does not repeat what has changed.
+        self.browser.execute_script("globalThis.other = new EventSource('api/events')")
+        self.set_hidden(True)
+        self.record("group 0 x:1\nbegin\nwrite 0 0 1\nend\n")
+        time.sleep(1.5)
+        self.assertEqual(len(self.all(".run")), 1)
+        self.set_hidden(False)
+        self.wait(lambda: len(self.all(".run")) == 2)
+
+    def test_step_that_goes_back_in_time_is_drawn(self):
+        writer, run = self.recorder("group 0 x:1\nbegin\n" + "".join(
+            f"write 0 {step} 1\n" for step in range(11)) + "show\n")
+        self.open(run, "x")
+        self.show(2, 4)
+        self.wait(lambda: "from=2" in self.browser.current_url)
+        # The page then knows nothing of later steps.
+        self.browser.refresh()
+        self.wait(lambda: self.inked() and self.interval() == [2, 4])
+        before = self.ink()
+        writer.stdin.write("write 0 3.1 77\nshow\n")
+        self.wait(lambda: self.ink() != before and max(
+            rows[1] - rows[0] for rows in self.ink() if rows is not None) > 100)
+        writer.stdin.write("end\n")
+
+    def test_keys_reach_every_step_of_a_shifted_run(self):
+        times = [0.1 * step for step in range(1, 21)]
+        shift = 0.26626288733422543
+        self.assertNotEqual([step + shift - shift for step in times], times)
+        self.record("group 0 x:1\nbegin\n" + "".join(
+            f"write 0 {step!r} {number}\n" for number, step in enumerate(times)) + "end\n")
+        self.open(self.directory, "x")
+        address = self.wait(lambda: "plot=x" in self.browser.current_url and self.browser.current_url)
+        self.browser.get(re.sub(r"run=[^&@]*", rf"\g<0>@{shift}", address) + "&a=0")
+        self.wait(lambda: len(self.legend().get("x", [])) == 1)
+        numbers = list(range(len(times)))
+        for key, expected in ((".", numbers), (",", numbers[-2::-1])):
+            for number in expected:
+                self.press(key)
+                self.wait_for([str(number)], lambda: self.legend()["x"])
+
+    def test_runs_beyond_those_that_are_watched_end(self):
+        writers = [self.recorder(START)[0] for _ in range(18)]
+        self.open(self.directory)
+        self.all(".run-open")[0].click()
+        self.plot("x")
+        for place in range(1, len(writers)):
+            self.browser.execute_script("document.querySelectorAll('.run input[type=checkbox]')[arguments[0]].click()",
+                                        place)
+        self.wait(lambda: len(self.all(".alignment")) == len(writers) - 1)
+        for writer in writers:
+            writer.stdin.write("write 0 200 5\nend\n")
+        self.wait_for([0, 200], self.interval)
+        self.wait_for("Not running", lambda: self.text("#live"))
 
     def test_a_run_that_disappears_leaves_the_others_alone(self):
         self.expected_errors = ("status of 404", "status of 410")

@@ -41,6 +41,15 @@ class ViewPageTest(BrowserTest):
         self.one("#filter").send_keys(Keys.ESCAPE)
         self.wait(lambda: len(names()) == 5)
 
+    def test_every_element_is_found_by_its_number(self):
+        self.open(self.record("group 0 w:1000 x:1\nbegin\nramp 0 1001 3 0\nend\n"))
+        self.row("w")
+        self.one("#filter").send_keys("W[99")
+        expected = ["w", "w[99]", *[f"w[{element}]" for element in range(990, 1000)]]
+        self.wait_for(expected, lambda: [row.get_attribute("title") for row in self.all(".tree-row")])
+        self.one("#filter").send_keys("9]", Keys.ENTER)
+        self.wait_for({"w[999]": ["2"]}, self.legend)
+
     def test_aggregate_shows_the_spike_of_one_step(self):
         self.open(self.record(WAVE), "plant.wave")
         self.assertRegex(self.text("#detail"), r"Aggregate: .* of \d\d steps\.")
@@ -68,6 +77,12 @@ class ViewPageTest(BrowserTest):
         self.assertLessEqual(heights[round(middle + self.at(step + 1.5))], 3)
         self.press(Keys.HOME)
         self.wait_for([0, STEP_COUNT - 1], self.interval)
+
+    def test_whole_run_shows_all_finite_times(self):
+        for times, expected in (((0, 10, 5), [0, 10]), ((0, 10, "nan"), [0, 10]), ((7, "inf", 3), [3, 7])):
+            run = self.record("group 0 x:1\nbegin\n" + "".join(f"write 0 {time} 1\n" for time in times) + "end\n")
+            self.open(run, "x")
+            self.wait_for(expected, self.interval)
 
     def test_wheel_zooms_at_the_pointer(self):
         self.open(self.record(WAVE), "plant.wave")
@@ -99,6 +114,19 @@ class ViewPageTest(BrowserTest):
         self.wait(lambda: self.interval()[0] < 4500)
         self.assertAlmostEqual(self.interval()[0], first - 1000, delta=50)
         self.assertAlmostEqual(self.interval()[1], last - 1000, delta=50)
+
+    def test_double_click_shows_the_whole_run_and_moves_no_cursor(self):
+        self.open(self.record(WAVE), "plant.wave")
+        self.show(5000, 10000)
+        self.press("a")
+        self.wait_for("A 7500", lambda: self.text("#cursor-times").split(" ·")[0])
+        ActionChains(self.browser).move_to_element_with_offset(self.graph(), self.at(6000), 0).double_click().perform()
+        self.wait_for([0, STEP_COUNT - 1], self.interval)
+        self.wait_for("A 7500", lambda: self.text("#cursor-times").split(" ·")[0])
+
+    def test_signals_without_elements_are_told(self):
+        self.open(self.record("group 0 none:0 x:1\nbegin\nwrite 0 0 1\nend\n"), "none")
+        self.wait_for("none has no elements.", lambda: self.text(".notes"))
 
     def test_each_element_has_a_line(self):
         self.open(self.record(WAVE), "plant.vector")
@@ -157,6 +185,18 @@ class ViewPageTest(BrowserTest):
             self.wait_for(time, times)
         self.wait(lambda: self.legend()["x"][0] == "6")
 
+    def test_times_are_labelled_at_their_places(self):
+        self.open(self.record(WAVE), "plant.wave")
+        labels = self.browser.execute_script("""
+            const {left, width} = document.querySelector(".overlay").getBoundingClientRect();
+            return [...document.querySelectorAll(".dygraph-axis-label-x")].map((label) => {
+                const box = label.getBoundingClientRect();
+                return [Number(label.textContent), (box.left + box.right) / 2 - left - width / 2];
+            });""")
+        self.assertGreater(len(labels), 3)
+        for time, place in labels:
+            self.assertAlmostEqual(place, self.at(time), delta=1.5)
+
     def test_gaps_jumps_and_infinities_are_drawn(self):
         self.open(self.record("group 0 x:1\nbegin\nwrite 0 0 1\nwrite 0 2 1\nwrite 0 2 3\nwrite 0 4 3\nwrite 0 5 nan\n"
                               "write 0 6 3\nwrite 0 8 3\nwrite 0 9 inf\nwrite 0 10 2\nend\n"), "x")
@@ -173,6 +213,34 @@ class ViewPageTest(BrowserTest):
         self.assertGreater(rows(2)[1] - rows(2)[0], 300)
         self.assertIsNotNone(rows(10))
 
+    def test_signals_with_odd_paths_are_plotted(self):
+        self.open(self.record("group 0 a\x07b:1 c\udcffd:1\nbegin\nwrite 0 0 1 2\nwrite 0 1 1 2\nend\n"),
+                  "a\\x07b", "c\\xFFd")
+        self.wait_for({"a\\x07b": ["1"], "c\\xFFd": ["2"]}, self.legend)
+        self.assertGreater(len(self.inked(line=1)), 500)
+
+    def test_infinite_times_are_left_out(self):
+        self.open(self.record("group 0 x:1\nbegin\n" + "".join(
+            f"write 0 {time} {value}\n" for value, time in enumerate(("-inf", -1.7e308, 0, 1.7e308, "inf"))) +
+            "end\n"), "x")
+        self.press("a", ".")
+        self.wait_for("1.7e+308", lambda: self.text("#cursor-times").split()[1])
+        self.press(".", ",")
+        self.wait_for("0", lambda: self.text("#cursor-times").split()[1])
+        path = self.browser.execute_async_script("""
+            const done = arguments[0];
+            import(new URL("page/drawing.js", location.href)).then(({drawLine}) => {
+                const numbers = [];
+                const pen = {moveTo: (...place) => numbers.push(...place), lineTo: (...place) => numbers.push(...place)};
+                const scale = {from: -1e308, to: 1e308, low: 0, high: 4, left: 0, top: 0, width: 9, height: 9, shift: 0};
+                const trace = {count: 3, times: [-1.7e308, 0, 1.7e308], values: [1, 2, 3],
+                               before: {time: -Infinity, value: 0}, after: {time: Infinity, value: 4}};
+                drawLine(trace, scale, pen);
+                done(numbers.map(Number.isFinite));
+            });""")
+        self.assertEqual(set(path), {True})
+        self.assertGreater(len(path), 5)
+
     def test_names_are_no_html(self):
         name = "<img/src=x/onerror=alert(1)>"
         self.open(self.record(f"name {name}\ngroup 0 {name}:1\nbegin\nwrite 0 0 1\nend\n"), name)
@@ -183,4 +251,4 @@ class ViewPageTest(BrowserTest):
     def test_lines_that_are_not_drawn_are_counted(self):
         self.open(self.record(f"group 0 wide:30 x:1\nbegin\nwrite 0 0 {'1 ' * 31}\nend\n"), "wide")
         self.assertEqual(len(self.legend()), 24)
-        self.assertIn("more lines are not drawn", self.text(".notes"))
+        self.assertIn("6 more lines are not drawn", self.text(".notes"))

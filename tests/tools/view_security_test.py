@@ -34,6 +34,12 @@ class ViewSecurityTest(ViewTest):
                 self.assertEqual(self.server.status(target, cookie=cookie), 401, (target, cookie))
         self.assertEqual(self.server.status("/?token=" + "0" * 48, cookie=None), 401)
 
+    def test_nothing_outside_the_random_path(self):
+        for target in "/", "/api/runs", self.run_path, self.server.base, self.server.base[:-1] + "/api/runs":
+            answer = self.server.answer(self.server.head("/x", "Connection: close").replace(
+                f"{self.server.base}/x".encode(), target.encode()))
+            self.assertEqual(statuses(answer), [401], target)
+
     def test_token_is_not_in_any_answer(self):
         token = self.server.first_target.split("=")[1].encode()
         for target in self.server.first_target, "/", "/api/runs", "/nothing":

@@ -23,7 +23,14 @@ class Server:
         found = re.fullmatch(r"http://127\.0\.0\.1:(\d+)(/\?token=[0-9a-f]+)", self.address)
         self.port = int(found[1])
         self.first_target = found[2]
-        self.cookie = self.open(self.first_target, cookie=None)[1]["Set-Cookie"].split(";")[0]
+        self.base = ""
+        header = self.open(self.first_target, cookie=None)[1]["Set-Cookie"]
+        self.cookie = header.split(";")[0]
+        self.base = header.rsplit("Path=", maxsplit=1)[1].rstrip("/")
+
+    def path(self, target):
+        """The path that the server has for it."""
+        return target if target.startswith("/?token=") else self.base + target
 
     def open(self, target, headers=None, method="GET", cookie=""):
         """The status, the headers and the body of the answer."""
@@ -32,7 +39,7 @@ class Server:
             sent = dict(headers or {})
             if cookie is not None:
                 sent["Cookie"] = cookie or self.cookie
-            connection.request(method, target, headers=sent)
+            connection.request(method, self.path(target), headers=sent)
             answer = connection.getresponse()
             return answer.status, answer.headers, answer.read()
         finally:
@@ -81,7 +88,7 @@ class Server:
 
     def head(self, target, *headers):
         """The bytes of a request."""
-        lines = [f"GET {target} HTTP/1.1", f"Host: localhost:{self.port}", f"Cookie: {self.cookie}", *headers]
+        lines = [f"GET {self.path(target)} HTTP/1.1", f"Host: localhost:{self.port}", f"Cookie: {self.cookie}", *headers]
         return "\r\n".join([*lines, "", ""]).encode()
 
     def resident_bytes(self):

@@ -7,6 +7,7 @@ import socket
 import subprocess
 import time
 import unittest
+import urllib.parse
 
 from commands import COMMAND
 from view_server import Events, ViewTest
@@ -66,6 +67,35 @@ class ViewAnswersTest(ViewTest):
         self.assertRegex(headers["Content-Disposition"], r'attachment; filename="logging2-[0-9a-f]{8}\.csv"')
         self.assertEqual(body.decode(), self.output_of("print", run, "--csv", "--from", 2, "--to", 7))
 
+    def test_many_signals_fit_one_csv(self):
+        names = [f"s{number}" for number in range(200)]
+        server = self.serve(self.record("group 0 " + " ".join(f"{name}:1" for name in names) +
+                                        "\nbegin\nwrite 0 0 " + "1 " * 200 + "\nend\n"))
+        query = urllib.parse.urlencode([("signal", name) for name in names])
+        status, _, body = server.open(f"/api/runs/{server.run_id()}/csv?{query}")
+        self.assertEqual((status, body.decode().split("\n")[0]), (200, ",".join(["time", *names])))
+
+    def test_signals_with_odd_paths_can_be_asked_for(self):
+        server = self.serve(self.record("group 0 a\x07b:1 c\udcffd:1\nbegin\nwrite 0 0 1 2\nend\n"))
+        run = "/api/runs/" + server.run_id()
+        names = [signal["path"] for signal in server.json(run)["signals"]]
+        self.assertEqual(names, ["a\\x07b", "c\\xFFd"])
+        for value, name in enumerate(names, 1):
+            (found,) = server.json(run + "/values", signal=name, element=0, time=0)["values"]
+            self.assertEqual((found["signal"], found["before"]["value"]), (name, value))
+            _, _, columns = server.trace(server.run_id(), signal=name, **{"from": 0, "to": 1})
+            self.assertEqual(columns, [(0,), (value,)])
+            self.assertEqual(server.status(f"{run}/csv?" + urllib.parse.urlencode({"signal": name})), 200)
+
+    def test_values_of_wide_signals_are_few(self):
+        width = 20_000
+        server = self.serve(self.record(f"group 0 wide:{width}\nbegin\nramp 0 {width} 2 0\nend\n"))
+        run = "/api/runs/" + server.run_id()
+        query = urllib.parse.urlencode([("time", 0), *[("signal", "wide"), ("element", width - 1)] * 64])
+        status, _, body = server.open(f"{run}/values?{query}")
+        self.assertEqual((status, len(json.loads(body)["values"])), (200, 64))
+        self.assertLess(len(body), 20_000)
+
     def test_long_csv_is_complete(self):
         server = self.serve(self.wave(200_000))
         _, _, body = server.open(f"/api/runs/{server.run_id()}/csv?signal=wave.x")
@@ -93,11 +123,19 @@ class ViewAnswersTest(ViewTest):
         self.assertEqual(events.wait_for(lambda event, data: event == "run")["steps"], 10)
         writer.stdin.write("rollback 1 5\nwrite 1 6 100 0 0\nshow\n")
         shown = events.wait_for(lambda event, data: data.get("revision") == 1 and data["steps"] == 7)
-        self.assertEqual(shown["groups"], [{"id": 1, "steps": 7, "firstTime": 0, "lastTime": 6}])
+        self.assertEqual(shown["groups"], [{"id": 1, "steps": 7, "firstTime": 0, "lastTime": 6,
+                                            "leastTime": 0, "greatestTime": 6}])
         _, revision, (times, values) = server.trace(run, **{"from": 4.5, "to": 20})
         self.assertEqual((revision, times, values), (1, (5, 6), (5, 100)))
         writer.stdin.write("end\n")
         self.assertIsNotNone(events.wait_for(lambda event, data: data.get("state") == "finished"))
+
+    def test_head_of_events_ends_at_once(self):
+        server = self.serve(self.record(SCRIPT + "end\n"))
+        # There are at most 128 streams.
+        run = server.run_id()
+        for _ in range(140):
+            self.assertEqual(server.status("/api/events?run=" + run, method="HEAD"), 200)
 
     def test_new_runs_are_announced(self):
         run = self.simulate()
@@ -107,6 +145,17 @@ class ViewAnswersTest(ViewTest):
         self.simulate()
         self.assertEqual(events.wait_for(lambda event, data: event == "runs"), {})
 
+    def test_end_of_a_killed_writer_is_announced(self):
+        writer, run = self.recorder(SCRIPT + "show\n")
+        server = self.serve(run.parent)
+        self.assertEqual(server.json("/api/runs")["runs"][0]["state"], "running")
+        events = Events(server)
+        self.addCleanup(events.close)
+        writer.kill()
+        writer.wait()
+        self.assertEqual(events.wait_for(lambda event, data: event == "runs"), {})
+        self.assertEqual(server.json("/api/runs")["runs"][0]["state"], "interrupted")
+
     def test_run_that_disappears_is_gone(self):
         run = self.simulate()
         server = self.serve(run.parent)
@@ -115,6 +164,10 @@ class ViewAnswersTest(ViewTest):
         shutil.rmtree(run)
         status, _, body = server.open(path)
         self.assertEqual((status, json.loads(body)["error"]), (410, f"The run is gone: {run} is no recording any more."))
+        self.assertEqual(server.json("/api/runs")["runs"], [])
+        status, _, body = server.open(path)
+        self.assertEqual((status, json.loads(body)["error"]),
+                         (410, "The run is gone: its recording was removed or renamed."))
 
     def test_file_that_is_truncated_is_an_error(self):
         run = self.wave(100_000)
@@ -169,6 +222,10 @@ class ViewProcessTest(ViewTest):
     def test_location_without_runs_is_refused(self):
         self.assert_refused("missing", "view", self.directory / "missing", "--no-browser")
         self.assert_refused("--port", "view", self.directory, "--port", 70000)
+
+    def test_idle_time_that_is_no_time_is_refused(self):
+        for seconds in "nan", "inf", "0", "-1":
+            self.assert_refused("--idle-time", "view", self.directory, "--no-browser", "--idle-time", seconds)
 
     def test_only_this_machine_is_served(self):
         server = self.serve(self.record(SCRIPT + "end\n"))

@@ -1,5 +1,9 @@
 import csv
+import http.server
 import io
+import math
+import re
+import threading
 import xml.etree.ElementTree
 
 from browser import BrowserTest
@@ -11,7 +15,8 @@ RAMP = "name ramp\ngroup 0 a.x:1 a.y:1\nbegin\n" + "".join(
 # Calls a function of a module of the page with JSON.
 CALL = """
 const [module, name, parameters, done] = arguments;
-import(`/page/${module}.js`).then((loaded) => done(loaded[name](...parameters)), (error) => done(String(error)));
+import(new URL(`page/${module}.js`, location.href)).then(
+    (loaded) => done(loaded[name](...parameters)), (error) => done(String(error)));
 """
 
 
@@ -47,6 +52,30 @@ class ViewUseTest(BrowserTest):
         self.wait(lambda: self.legend()["a.x"][0] == "150")
         self.assertGreater(len(self.inked()), 500)
 
+    def test_cookie_is_not_sent_to_other_servers_of_the_machine(self):
+        seen = []
+
+        class Other(http.server.BaseHTTPRequestHandler):
+            """Remembers the cookies that it gets."""
+
+            def do_GET(self):
+                seen.append((self.path, self.headers.get("Cookie")))
+                self.send_response(200)
+                self.end_headers()
+
+            def log_message(self, *_):
+                pass
+
+        other = http.server.HTTPServer(("127.0.0.1", 0), Other)
+        self.addCleanup(other.server_close)
+        self.addCleanup(other.shutdown)
+        threading.Thread(target=other.serve_forever, daemon=True).start()
+        self.open(self.ramp, "a.x")
+        for path in "/", "/api/runs", "/page/main.js":
+            self.browser.get(f"http://127.0.0.1:{other.server_port}{path}")
+            self.assertIn((path, None), seen)
+        self.assertEqual({cookie for _, cookie in seen}, {None})
+
     def test_address_may_say_the_newest_part(self):
         self.open(self.ramp, "a.x")
         self.type("#last-length", "60")
@@ -66,6 +95,21 @@ class ViewUseTest(BrowserTest):
             restored = self.call("address", "viewFrom", text)
             self.assertEqual(restored["range"], {"kind": "whole"}, text)
 
+    def test_requests_for_many_signals_are_split(self):
+        self.open(self.ramp)
+        short = [{"path": f"s{number}", "element": 0} for number in range(130)]
+        self.assertEqual([len(part) for part in self.call("api", "partsOf", short)], [64, 64, 2])
+        long = [{"path": "é" * 1000, "element": 0}] * 4
+        self.assertEqual(self.call("api", "partsOf", long), [[line] for line in long])
+        self.assertEqual(self.call("api", "partsOf", []), [])
+
+    def test_intervals_of_great_times_have_a_length(self):
+        self.open(self.ramp)
+        first, last = self.call("time_range", "drawable", -1.7e308, 1.7e308)
+        self.assertLess(last - first, math.inf)
+        self.assertGreater(last, 1e307)
+        self.assertLess(first, -1e307)
+
     def test_times_have_round_labels(self):
         self.open(self.ramp)
         for interval, labels in (([0, 10], ["0", "2", "4", "6", "8", "10"]),
@@ -79,7 +123,7 @@ class ViewUseTest(BrowserTest):
         self.press("s")
         self.wait(lambda: self.one("#save-dialog").is_displayed())
         self.one(button).click()
-        return self.wait(lambda: list(self.directory.glob(f"*.{suffix}"))[0])
+        return self.wait(lambda: [file for file in self.directory.glob(f"*.{suffix}") if file.stat().st_size > 0][0])
 
     def test_pictures_are_complete(self):
         self.open(self.ramp, "a.x")
@@ -100,6 +144,35 @@ class ViewUseTest(BrowserTest):
         rows = list(csv.reader(io.StringIO(self.saved("#save-csv", "csv").read_text())))
         self.assertEqual([(float(row[-2]), float(row[-1])) for row in rows[1:]],
                          [(step, -step) for step in range(10, 901)])
+
+    def test_many_signals_are_saved(self):
+        names = [f"s{number}" for number in range(72)]
+        self.open(self.record("name many\ngroup 0 " + " ".join(f"{name}:1" for name in names) +
+                              "\nbegin\nwrite 0 0 " + "1 " * 72 + "\nend\n"), "s0")
+        self.show_plots(names)
+        (header, *_) = csv.reader(io.StringIO(self.saved("#save-csv", "csv").read_text()))
+        self.assertLessEqual(set(names), set(header))
+
+    def test_download_that_is_refused_is_reported(self):
+        self.expected_errors = ("status of 414",)
+        names = [letter * 1000 for letter in "abcdefghi"]
+        self.open(self.record("name long\ngroup 0 " + " ".join(f"{name}:1" for name in names) +
+                              "\nbegin\nwrite 0 0 " + "1 " * 9 + "\nend\n"), names[0])
+        self.show_plots(names)
+        self.press("s")
+        self.wait(lambda: self.one("#save-dialog").is_displayed())
+        self.one("#save-csv").click()
+        self.wait_for("These are too many signals for one file.", lambda: self.text("#banner"))
+        self.press("a")
+        self.wait(lambda: not self.one("#banner").is_displayed())
+
+    def show_plots(self, names):
+        """Shows these signals in one plot."""
+        self.wait(lambda: "plot=" in self.fragment())
+        address = re.sub(r"&plot=[^&]*", "", self.browser.current_url)
+        self.browser.execute_script("location.href = arguments[0]", f"{address}&plot={','.join(names)}")
+        self.wait(lambda: len(self.legend()) == min(24, len(names)))
+        self.wait_until_drawn()
 
     def test_page_is_usable_with_the_keyboard_alone(self):
         self.open(self.ramp)

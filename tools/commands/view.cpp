@@ -1,5 +1,6 @@
 #include <tools/commands/commands.hpp>
 
+#include <tools/selection/number_checks.hpp>
 #include <tools/view/Access.hpp>
 #include <tools/view/Api.hpp>
 #include <tools/view/RequestHandler.hpp>
@@ -68,7 +69,7 @@ void add_view(CLI::App& app, Action& action) {
         ->add_option("--idle-time", options->idleSeconds,
                      "End after so many seconds without a request")
         ->type_name("S")
-        ->check(CLI::Range(0.1, 1e7));
+        ->check(between(0.1, 1e7));
     command
         ->add_option("--allow-host", options->hosts,
                      "Also answer if the browser calls the server by this name; may be repeated")

@@ -16,9 +16,11 @@ namespace logging2::tools::view {
 namespace {
 
 constexpr std::size_t secretByteCount = 24;
+constexpr std::size_t baseByteCount = 8;
 
-std::string random_secret() {
-    std::array<unsigned char, secretByteCount> bytes{};
+template <std::size_t byteCount>
+std::string random_text() {
+    std::array<unsigned char, byteCount> bytes{};
     if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
         throw std::system_error(errno, std::generic_category(), "no random number");
     }
@@ -66,8 +68,9 @@ bool is_same_secret(const std::string& a, const std::string& b) noexcept {
 Access::Access(int port, std::vector<std::string> hostNames)
     : names(std::move(hostNames)),
       cookieName("logging2-" + std::to_string(port)),
-      token(random_secret()),
-      cookie(random_secret()) {
+      base('/' + random_text<baseByteCount>()),
+      token(random_text<secretByteCount>()),
+      cookie(random_text<secretByteCount>()) {
     std::transform(names.begin(), names.end(), names.begin(), lower_case);
     names.insert(names.end(), {"127.0.0.1", "localhost", "[::1]"});
 }
@@ -81,10 +84,18 @@ std::optional<Reply> Access::check(const Request& request) const {
     if (std::optional<Reply> reply = exchanged(request)) {
         return reply;
     }
-    if (!hasCookie(request)) {
+    if (!isOwnTarget(request.target) || !hasCookie(request)) {
         throw HttpError(status::unauthorized, "Open the address that logging2 view has printed.");
     }
     return std::nullopt;
+}
+
+std::string Access::pathAndQueryOf(const std::string& target) const {
+    return isOwnTarget(target) ? target.substr(base.size()) : target;
+}
+
+bool Access::isOwnTarget(const std::string& target) const {
+    return target.rfind(base + '/', 0) == 0;
 }
 
 /// NAME or NAME:PORT. Any port will do: a tunnel may use another one at its other end.
@@ -107,23 +118,26 @@ std::optional<Reply> Access::exchanged(const Request& request) const {
     }
     // No redirection: the browser would not send the cookie with a request that another
     // application has caused, but it does with one that this page causes.
-    return Reply{
-        200,
-        "text/html; charset=utf-8",
-        entrance_page(),
-        {{"Set-Cookie", cookieName + '=' + cookie + "; HttpOnly; SameSite=Strict; Path=/"}},
-        {}};
+    return Reply{200,
+                 "text/html; charset=utf-8",
+                 entrance_page(base + '/'),
+                 {{"Set-Cookie",
+                   cookieName + '=' + cookie + "; HttpOnly; SameSite=Strict; Path=" + base + '/'}},
+                 {}};
 }
 
 bool Access::hasCookie(const Request& request) const {
     const std::string sent = "; " + request.header("cookie") + ';';
     const std::string start = "; " + cookieName + '=';
-    const std::size_t place = sent.find(start);
-    if (place == std::string::npos) {
-        return false;
+    // Other servers of the machine may have set cookies of the same name.
+    for (std::size_t place = sent.find(start); place != std::string::npos;
+         place = sent.find(start, place + 1)) {
+        const std::size_t first = place + start.size();
+        if (is_same_secret(sent.substr(first, sent.find(';', first) - first), cookie)) {
+            return true;
+        }
     }
-    const std::size_t first = place + start.size();
-    return is_same_secret(sent.substr(first, sent.find(';', first) - first), cookie);
+    return false;
 }
 
 } // namespace logging2::tools::view

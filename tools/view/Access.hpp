@@ -10,6 +10,9 @@ namespace logging2::tools::view {
 
 /// Decides who may use the server. The address that the user got contains a random token; the first
 /// request with it gets a cookie, which every other request needs.
+///
+/// Everything else lies below a random path, and so does the cookie: browsers send a cookie to all
+/// ports of a host, but not to other paths. So other servers of this machine do not get it.
 class Access {
 public:
     /// The port makes the cookie's name different from that of other servers on this machine. Host
@@ -24,13 +27,18 @@ public:
     /// token.
     std::optional<Reply> check(const Request& request) const;
 
+    /// The target of a request without the random path; as it is if it does not begin with it.
+    std::string pathAndQueryOf(const std::string& target) const;
+
 private:
+    bool isOwnTarget(const std::string& target) const;
     bool isOwnAuthority(const std::string& authority) const;
     bool hasCookie(const Request& request) const;
     std::optional<Reply> exchanged(const Request& request) const;
 
     std::vector<std::string> names;
     std::string cookieName;
+    std::string base; ///< the random path, without the slash at its end
     std::string token;
     std::string cookie;
 };

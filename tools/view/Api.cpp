@@ -14,7 +14,8 @@ namespace logging2::tools::view {
 namespace {
 
 constexpr std::size_t greatestPixelCount = 4096;
-constexpr std::size_t greatestSignalCount = 64;
+constexpr std::size_t greatestElementCount = 64;
+constexpr std::size_t greatestDownloadSignalCount = 250;
 constexpr std::size_t greatestRunCount = 16;
 
 Reply json_reply(const Json& value) {
@@ -41,6 +42,21 @@ TraceRange trace_range(const Query& query) {
 std::size_t element_of(const Query& query) {
     constexpr std::size_t greatest = std::numeric_limits<std::size_t>::max();
     return query.has("element") ? query.count("element", 0, greatest) : 0;
+}
+
+/// Each signal has an element of its own.
+std::vector<ElementName> elements_of(const Query& query) {
+    const std::vector<std::string> signals = query.texts("signal", greatestElementCount);
+    const std::vector<std::size_t> elements = query.counts("element", greatestElementCount);
+    if (signals.size() != elements.size()) {
+        throw HttpError(status::badRequest,
+                        R"(The parameters "signal" and "element" must be given equally often.)");
+    }
+    std::vector<ElementName> result;
+    for (std::size_t k = 0; k < signals.size(); ++k) {
+        result.push_back({signals[k], elements[k]});
+    }
+    return result;
 }
 
 } // namespace
@@ -99,15 +115,15 @@ Reply Api::trace(const std::string& id, const Query& query) {
 }
 
 Reply Api::values(const std::string& id, const Query& query) {
-    query.allow({"time", "signal"});
-    const std::vector<std::string> signals = query.texts("signal", greatestSignalCount);
+    query.allow({"time", "signal", "element"});
+    const std::vector<ElementName> elements = elements_of(query);
     const double time = query.number("time");
-    return json_reply(values_at(*catalog.run(id), signals, time));
+    return json_reply(values_at(*catalog.run(id), elements, time));
 }
 
 Reply Api::csv(const std::string& id, const Query& query) {
     query.allow({"signal", "from", "to"});
-    const std::vector<std::string> signals = query.texts("signal", greatestSignalCount);
+    const std::vector<std::string> signals = query.texts("signal", greatestDownloadSignalCount);
     const TimeRange range{query.optionalNumber("from"), query.optionalNumber("to")};
     check_order(range);
     return csv_download(catalog.ownRun(id), signals, range);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace logging2::tools::view {
 namespace {
@@ -57,6 +58,18 @@ std::string unescaped(std::string_view text) {
         } else {
             result += text[place] == '+' ? ' ' : text[place];
         }
+    }
+    return result;
+}
+
+std::size_t whole_number(const std::string& name, const std::string& value, std::size_t least,
+                         std::size_t greatest) {
+    std::size_t result = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), result);
+    if (error != std::errc() || end != value.data() + value.size() || result < least ||
+        result > greatest) {
+        refuse(name, "is not a whole number from " + std::to_string(least) + " to " +
+                         std::to_string(greatest));
     }
     return result;
 }
@@ -134,13 +147,13 @@ double Query::tolerance(const std::string& name, double standard) const {
 }
 
 std::size_t Query::count(const std::string& name, std::size_t least, std::size_t greatest) const {
-    const std::string value = text(name);
-    std::size_t result = 0;
-    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), result);
-    if (error != std::errc() || end != value.data() + value.size() || result < least ||
-        result > greatest) {
-        refuse(name, "is not a whole number from " + std::to_string(least) + " to " +
-                         std::to_string(greatest));
+    return whole_number(name, text(name), least, greatest);
+}
+
+std::vector<std::size_t> Query::counts(const std::string& name, std::size_t greatestCount) const {
+    std::vector<std::size_t> result;
+    for (const std::string& value : texts(name, greatestCount)) {
+        result.push_back(whole_number(name, value, 0, std::numeric_limits<std::size_t>::max()));
     }
     return result;
 }

@@ -45,6 +45,9 @@ public:
     /// The value as a whole number from least to greatest.
     std::size_t count(const std::string& name, std::size_t least, std::size_t greatest) const;
 
+    /// All values as whole numbers. Throws if there is none, or more than greatestCount.
+    std::vector<std::size_t> counts(const std::string& name, std::size_t greatestCount) const;
+
 private:
     void add(std::string_view parameter);
 

@@ -36,16 +36,17 @@ void check_path(const std::string& path) {
 
 Reply RequestHandler::answer(const Request& request) noexcept {
     Reply reply;
+    const std::string target = access.pathAndQueryOf(request.target);
     try {
         reply = checkedAnswer(request);
     } catch (const HttpError& error) {
-        reply = error_reply(error, request.target);
+        reply = error_reply(error, target);
     } catch (const core::RecordingError& error) {
         reply = error_reply(HttpError(status::unprocessable,
                                       std::string("The run cannot be read: ") + error.what()),
-                            request.target);
+                            target);
     } catch (const std::exception& error) {
-        reply = error_reply(HttpError(status::internalError, error.what()), request.target);
+        reply = error_reply(HttpError(status::internalError, error.what()), target);
     }
     add_security(reply);
     return reply;
@@ -61,11 +62,11 @@ Reply RequestHandler::checkedAnswer(const Request& request) {
     if (std::optional<Reply> reply = access.check(request)) {
         return *reply;
     }
-    const std::size_t end = std::min(request.target.find('?'), request.target.size());
-    const std::string path = request.target.substr(0, end);
+    const std::string target = access.pathAndQueryOf(request.target);
+    const std::size_t end = std::min(target.find('?'), target.size());
+    const std::string path = target.substr(0, end);
     check_path(path);
-    const Query query(
-        std::string_view(request.target).substr(std::min(end + 1, request.target.size())));
+    const Query query(std::string_view(target).substr(std::min(end + 1, target.size())));
     if (path.rfind("/api/", 0) == 0) {
         return api.answer(path, query);
     }

@@ -47,9 +47,21 @@ Json facts_of(const std::string& location) {
         facts["signals"] = run->signals().size();
         facts["steps"] = stepCount;
         return facts;
-    } catch (const core::RecordingError& error) {
+    } catch (const std::exception& error) {
         return {{"location", location}, {"error", error.what()}};
     }
+}
+
+/// Whether an entry of the directory lies in it. Links may lead elsewhere.
+bool is_inside(const fs::directory_entry& entry, const fs::path& directory) {
+    std::error_code error;
+    if (!entry.is_symlink(error)) {
+        return true;
+    }
+    const fs::path base = fs::canonical(directory, error);
+    const fs::path place = error ? fs::path() : fs::canonical(entry.path(), error);
+    return !error &&
+           std::mismatch(base.begin(), base.end(), place.begin(), place.end()).first == base.end();
 }
 
 /// By their start, the newest first; those that cannot be opened come last.
@@ -79,7 +91,7 @@ std::vector<std::string> RunCatalog::locations() const {
     std::error_code error;
     for (fs::directory_iterator entry(root, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
-        if (entry->path().extension() == ".recording") {
+        if (entry->path().extension() == ".recording" && is_inside(*entry, root)) {
             result.push_back(entry->path().string());
         }
     }
@@ -117,6 +129,9 @@ void RunCatalog::updateIds() {
         const bool isPresent = std::binary_search(present.begin(), present.end(), entry->first);
         entry = isPresent ? std::next(entry) : known.erase(entry);
     }
+    for (const auto& [id, location] : locationsById) {
+        formerIds.insert(id);
+    }
     locationsById.clear();
     for (const std::string& location : present) {
         const std::string id = factsOf(location).value("id", "");
@@ -137,6 +152,9 @@ std::string RunCatalog::locationOf(const std::string& id) {
         updateIds();
     }
     const auto found = locationsById.find(id);
+    if (found == locationsById.end() && formerIds.count(id) != 0) {
+        throw HttpError(status::gone, "The run is gone: its recording was removed or renamed.");
+    }
     if (found == locationsById.end()) {
         throw HttpError(status::notFound, "There is no run with this id.");
     }
@@ -167,15 +185,33 @@ std::shared_ptr<RunPool> RunCatalog::poolOf(const std::string& location) {
     return pools.front();
 }
 
-std::string RunCatalog::fingerprint() const {
+std::string RunCatalog::fingerprint() {
     std::string result;
     for (const std::string& location : locations()) {
         std::error_code ignored;
-        // The log exists while the run is being written.
-        const bool isWritten = fs::exists(location + "/index.sqlite-wal", ignored);
-        result.append(location).append(isWritten ? "*\n" : "\n");
+        // The log exists while the run is being written. A writer that was killed leaves it behind.
+        const bool hasLog = fs::exists(location + "/index.sqlite-wal", ignored);
+        result.append(location).append(hasLog ? "*" + endState(location) : "").append("\n");
     }
     return result;
+}
+
+/// The state of a run that the list has shown, empty while it is running. Others do not wait while
+/// the recording is opened.
+std::string RunCatalog::endState(const std::string& location) {
+    Json facts;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto found = known.find(location);
+        if (found == known.end()) {
+            return {};
+        }
+        facts = found->second.facts;
+    }
+    if (!is_final(facts)) {
+        facts = facts_of(location);
+    }
+    return is_final(facts) ? facts.value("state", "") : "";
 }
 
 } // namespace logging2::tools::view

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,17 +26,19 @@ public:
     Json list();
 
     /// The run with this id, in its present state. Throws HttpError with status 404 if there is no
-    /// such run, and as RunPool::lease() does.
+    /// such run, 410 if there was one, and as RunPool::lease() does.
     RunPool::Lease run(const std::string& id);
 
     /// The same, for a caller who needs it for long and whom nobody shall wait for.
     std::unique_ptr<core::Run> ownRun(const std::string& id);
 
-    /// The location of the run with this id. Throws HttpError with status 404 if there is none.
+    /// The location of the run with this id. Throws HttpError with status 404 if there is none,
+    /// and 410 if there was one.
     std::string locationOf(const std::string& id);
 
-    /// Changes whenever a run is added or removed.
-    std::string fingerprint() const;
+    /// Changes whenever a run is added or removed, and when one ends, even if its writer was
+    /// killed.
+    std::string fingerprint();
 
 private:
     /// What was found out about a recording, as long as its files stay as they were.
@@ -48,6 +51,7 @@ private:
     Json factsOf(const std::string& location);
     void updateIds();
     std::shared_ptr<RunPool> poolOf(const std::string& location);
+    std::string endState(const std::string& location);
 
     const std::string root;
     const bool isSingle;
@@ -55,6 +59,7 @@ private:
     // Guarded by the mutex.
     std::map<std::string, Known> known; ///< by location
     std::map<std::string, std::string> locationsById;
+    std::set<std::string> formerIds;           ///< all that there have been
     std::list<std::shared_ptr<RunPool>> pools; ///< the one that was used last comes first
 };
 

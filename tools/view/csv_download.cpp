@@ -6,12 +6,11 @@
 #include <tools/view/HttpError.hpp>
 #include <tools/view/signals.hpp>
 
-#include <algorithm>
 #include <atomic>
 #include <iostream>
 #include <optional>
+#include <set>
 #include <sstream>
-#include <tuple>
 #include <utility>
 
 namespace logging2::tools::view {
@@ -41,23 +40,28 @@ private:
     }
 };
 
-/// In the order of Run::signals(), each once.
-std::vector<core::SignalInfo> chosen(const core::Run& run, const std::vector<std::string>& paths) {
+/// In the order of Run::signals(), each once. Throws HttpError if there is no such signal.
+std::vector<core::SignalInfo> chosen(const core::Run& run, const std::vector<std::string>& names) {
+    std::set<std::string> missing(names.begin(), names.end());
+    const std::vector<core::SignalInfo> all = run.signals();
     std::vector<core::SignalInfo> result;
-    for (const core::SignalInfo& signal : run.signals()) {
-        if (std::find(paths.begin(), paths.end(), signal.path.text()) != paths.end()) {
+    for (const core::SignalInfo& signal : all) {
+        if (missing.erase(name_of(signal)) != 0) {
             result.push_back(signal);
         }
+    }
+    if (!missing.empty()) {
+        signal_in(all, *missing.begin());
     }
     return result;
 }
 
 class CsvDownload {
 public:
-    CsvDownload(std::unique_ptr<core::Run> ownRun, const std::vector<std::string>& paths,
+    CsvDownload(std::unique_ptr<core::Run> ownRun, const std::vector<std::string>& names,
                 const TimeRange& timeRange)
         : run(std::move(ownRun)),
-          groups(by_group(chosen(*run, paths))),
+          groups(by_group(chosen(*run, names))),
           range(timeRange) {}
 
     /// The next piece of text; empty at the end.
@@ -100,9 +104,6 @@ private:
 
 Reply csv_download(std::unique_ptr<core::Run> run, const std::vector<std::string>& signals,
                    const TimeRange& range) {
-    for (const std::string& signal : signals) {
-        signal_of(*run, signal);
-    }
     const std::string name = "logging2-" + run->info().id.substr(0, 8) + ".csv";
     const auto download = std::make_shared<CsvDownload>(std::move(run), signals, range);
     Reply reply;

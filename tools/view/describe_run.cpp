@@ -2,6 +2,8 @@
 
 #include <tools/commands/describe.hpp>
 #include <tools/terminal/text.hpp>
+#include <tools/view/signals.hpp>
+#include <tools/view/time_extent.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -11,13 +13,16 @@
 namespace logging2::tools::view {
 namespace {
 
-Json json_of(const std::vector<core::GroupInfo>& groups) {
+Json json_of(const core::Run& run, const std::vector<core::GroupInfo>& groups) {
     Json result = Json::array();
     for (const core::GroupInfo& group : groups) {
+        const std::optional<TimeExtent> extent = time_extent(run, group);
         result.push_back({{"id", group.id},
                           {"steps", group.stepCount},
                           {"firstTime", json_or_null(group.firstTime)},
-                          {"lastTime", json_or_null(group.lastTime)}});
+                          {"lastTime", json_or_null(group.lastTime)},
+                          {"leastTime", extent ? Json(extent->least) : Json()},
+                          {"greatestTime", extent ? Json(extent->greatest) : Json()}});
     }
     return result;
 }
@@ -53,7 +58,7 @@ Json run_progress(const std::string& id, const core::Run& run, const std::string
             {"revision", info.revision},
             {"lag", lag_of(info, location)},
             {"steps", stepCount},
-            {"groups", json_of(groups)}};
+            {"groups", json_of(run, groups)}};
 }
 
 Json run_description(const std::string& id, const core::Run& run, const std::string& location) {
@@ -66,7 +71,7 @@ Json run_description(const std::string& id, const core::Run& run, const std::str
     result["properties"] = info.properties;
     result["signals"] = Json::array();
     for (const core::SignalInfo& signal : run.signals()) {
-        result["signals"].push_back({{"path", signal.path.text()},
+        result["signals"].push_back({{"path", name_of(signal)},
                                      {"group", signal.group},
                                      {"channel", signal.channel},
                                      {"width", signal.width}});

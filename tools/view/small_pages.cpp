@@ -27,9 +27,9 @@ std::string page(const std::string& head, const std::string& body) {
 
 } // namespace
 
-std::string entrance_page() {
-    return page(R"(<meta http-equiv="refresh" content="0;url=/">)",
-                "<a href=\"/\">Go on to the runs</a>");
+std::string entrance_page(const std::string& path) {
+    return page(R"(<meta http-equiv="refresh" content="0;url=)" + path + "\">",
+                "<a href=\"" + path + "\">Go on to the runs</a>");
 }
 
 Reply error_reply(const HttpError& error, const std::string& target) {
@@ -44,7 +44,7 @@ Reply error_reply(const HttpError& error, const std::string& target) {
             -1, ' ', false, Json::error_handler_t::replace);
     } else {
         reply.contentType = "text/html; charset=utf-8";
-        reply.body = page("", escaped(error.what()) + " <a href=\"/\">Try again</a>");
+        reply.body = page("", escaped(error.what()) + " <a href=\"\">Try again</a>");
     }
     return reply;
 }

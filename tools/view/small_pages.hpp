@@ -7,8 +7,8 @@
 
 namespace logging2::tools::view {
 
-/// Leads on to the page itself, without the token in the address.
-std::string entrance_page();
+/// Leads on to the page itself at this path, without the token in the address.
+std::string entrance_page(const std::string& path);
 
 /// The answer to a request that cannot be fulfilled: JSON for the page's scripts, and otherwise a
 /// page for people.

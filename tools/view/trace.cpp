@@ -14,40 +14,65 @@ namespace {
 /// Steps are sent themselves if there are fewer than so many per pixel.
 constexpr std::size_t stepsPerPixel = 4;
 
+/// Among so many steps a neighbour is looked for; the others have no time.
+constexpr std::size_t greatestNeighbourCount = 16;
+
 // An answer has at most 200 kB.
 constexpr std::size_t greatestTraceStepCount = 12'000;
 constexpr std::size_t greatestTracePixelCount = 3'500;
 
-Neighbour neighbour(const core::Run& run, const core::SignalInfo& signal, std::size_t element,
-                    std::size_t step) {
-    const core::Series series = run.series(signal.path, core::StepRange{step, 1});
-    return {series.times()[0], series.values()[element]};
+/// Where the steps within the range are. If there are none, it is the place between those before
+/// and those behind the range.
+core::StepRange place_of(const core::Run& run, std::size_t group, const TraceRange& range) {
+    const core::StepRange inside = run.steps(group, range.from, range.to);
+    if (inside.count > 0) {
+        return inside;
+    }
+    const core::StepRange after = run.steps(group, std::nextafter(range.to, infinity), infinity);
+    const core::StepRange all = run.steps(group, -infinity, infinity);
+    return {after.count > 0 ? after.first : all.first + all.count, 0};
 }
 
-/// The last step before the time, if there is one.
-Neighbour last_before(const core::Run& run, const core::SignalInfo& signal, std::size_t element,
-                      double time) {
-    const core::StepRange steps =
-        run.steps(signal.group, -infinity, std::nextafter(time, -infinity));
-    return steps.count > 0 ? neighbour(run, signal, element, steps.first + steps.count - 1)
-                           : Neighbour();
+/// The last one of these steps that has a time, or the first one.
+Neighbour nearest(const core::Run& run, const core::SignalInfo& signal, std::size_t element,
+                  core::StepRange steps, bool isLast) {
+    const core::Series series = run.series(signal.path, steps);
+    for (std::size_t k = 0; k < steps.count; ++k) {
+        const std::size_t step = isLast ? steps.count - 1 - k : k;
+        if (!std::isnan(series.times()[step])) {
+            return {series.times()[step], series.values()[step * signal.width + element]};
+        }
+    }
+    return {};
 }
 
-Neighbour first_after(const core::Run& run, const core::SignalInfo& signal, std::size_t element,
-                      double time) {
-    const core::StepRange steps = run.steps(signal.group, std::nextafter(time, infinity), infinity);
-    return steps.count > 0 ? neighbour(run, signal, element, steps.first) : Neighbour();
+/// The steps that were logged just before those of the trace and just after them. Times that go
+/// back are not connected by an aggregate.
+void add_neighbours(Trace& trace, const core::Run& run, const core::SignalInfo& signal,
+                    std::size_t element, const TraceRange& range, core::StepRange steps) {
+    const core::StepRange all = run.steps(signal.group, -infinity, infinity);
+    const std::size_t end = steps.first + steps.count;
+    const std::size_t before = std::min(steps.first, greatestNeighbourCount);
+    const std::size_t after = std::min(all.first + all.count - end, greatestNeighbourCount);
+    trace.before = nearest(run, signal, element, {steps.first - before, before}, true);
+    trace.after = nearest(run, signal, element, {end, after}, false);
+    if (trace.isAggregate && !(trace.before.time < range.from)) {
+        trace.before = {};
+    }
+    if (trace.isAggregate && !(trace.after.time > range.to)) {
+        trace.after = {};
+    }
 }
 
 void add_steps(Trace& trace, const core::Run& run, const core::SignalInfo& signal,
                std::size_t element, const TraceRange& range, core::StepRange steps) {
     SignalSource source(run, signal, steps);
     while (const Sample* const sample = source.next()) {
-        if (range.from <= sample->time && sample->time <= range.to) {
+        if (!std::isnan(sample->time)) {
             trace.steps.push_back({sample->time, sample->values[element]});
         }
+        trace.stepCount += range.from <= sample->time && sample->time <= range.to ? 1 : 0;
     }
-    trace.stepCount = trace.steps.size();
 }
 
 void add_outline(Trace& trace, const core::Run& run, const core::SignalInfo& signal,
@@ -134,14 +159,13 @@ Trace trace_of(const core::Run& run, const std::string& path, std::size_t elemen
     const core::SignalSummary summary = run.summary(signal.path);
     trace.extent = {summary.leastTime.value_or(trace.extent.time),
                     summary.greatestTime.value_or(trace.extent.value)};
-    const core::StepRange steps = run.steps(signal.group, aligned.from, aligned.to);
+    const core::StepRange steps = place_of(run, signal.group, aligned);
     if (steps.count < std::min(stepsPerPixel * aligned.pixels, greatestTraceStepCount)) {
         add_steps(trace, run, signal, element, aligned, steps);
     } else {
         add_outline(trace, run, signal, element, aligned);
     }
-    trace.before = last_before(run, signal, element, aligned.from);
-    trace.after = first_after(run, signal, element, aligned.to);
+    add_neighbours(trace, run, signal, element, aligned, steps);
     return trace;
 }
 

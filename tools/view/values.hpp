@@ -4,13 +4,20 @@
 
 #include <logging2/runs/runs.hpp>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace logging2::tools::view {
 
-/// For each of the signals the last step up to the time, and the first one after it, with all
-/// elements. Throws HttpError with status 404 if the run has no such signal.
-Json values_at(const core::Run& run, const std::vector<std::string>& signals, double time);
+/// An element of a signal.
+struct ElementName {
+    std::string signal;
+    std::size_t element;
+};
+
+/// For each of the elements the last step up to the time, and the first one after it. Throws
+/// HttpError with status 404 if the run has no such signal or element.
+Json values_at(const core::Run& run, const std::vector<ElementName>& elements, double time);
 
 } // namespace logging2::tools::view

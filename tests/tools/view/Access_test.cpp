@@ -17,7 +17,7 @@ protected:
     Request request(std::map<std::string, std::string> headers = {}) const {
         headers.emplace("host", "127.0.0.1:4711");
         headers.emplace("cookie", cookie);
-        return {"GET", "/", headers};
+        return {"GET", base + '/', headers};
     }
 
     /// The status with which the request is refused; 200 if it is not.
@@ -30,20 +30,21 @@ protected:
         }
     }
 
-    int statusWith(const std::string& header, const std::string& value) const {
+    int statusWith(const std::string& name, const std::string& value) const {
         Request changed = request();
-        changed.headers[header] = value;
+        changed.headers[name] = value;
         return statusOf(changed);
     }
 
-    std::string cookieFromToken() const {
+    std::string cookieHeader() const {
         const Request first{"GET", access.firstTarget(), {{"host", "127.0.0.1:4711"}}};
-        const std::string header = access.check(first)->headers.front().second;
-        return header.substr(0, header.find(';'));
+        return access.check(first)->headers.front().second;
     }
 
     Access access{port, {"Lab.Example"}};
-    std::string cookie = cookieFromToken();
+    std::string header = cookieHeader();
+    std::string cookie = header.substr(0, header.find(';'));
+    std::string base = header.substr(header.find('/'), 17);
 };
 
 TEST_F(AccessTest, tokenIsExchangedForACookie) {
@@ -52,7 +53,21 @@ TEST_F(AccessTest, tokenIsExchangedForACookie) {
     EXPECT_EQ(reply.status, 200);
     EXPECT_EQ(reply.headers.front().first, "Set-Cookie");
     EXPECT_THAT(reply.headers.front().second, HasSubstr("; HttpOnly; SameSite=Strict; Path=/"));
+    EXPECT_THAT(reply.body, HasSubstr("url=" + base + "/\""));
     EXPECT_EQ(reply.body.find(access.firstTarget().substr(8)), std::string::npos);
+}
+
+TEST_F(AccessTest, everythingLiesBelowARandomPath) {
+    EXPECT_EQ(header.substr(header.rfind('=') + 1), base + '/');
+    EXPECT_EQ(access.pathAndQueryOf(base + "/api/runs?x=1"), "/api/runs?x=1");
+    EXPECT_EQ(access.pathAndQueryOf("/api/runs"), "/api/runs");
+    EXPECT_EQ(access.pathAndQueryOf(base), base);
+    for (const std::string& target :
+         {std::string("/"), std::string("/api/runs"), base, base + "x/"}) {
+        Request changed = request();
+        changed.target = target;
+        EXPECT_EQ(statusOf(changed), 401) << target;
+    }
 }
 
 TEST_F(AccessTest, cookieIsNeeded) {
@@ -63,6 +78,8 @@ TEST_F(AccessTest, cookieIsNeeded) {
     EXPECT_EQ(statusWith("cookie", "x" + cookie), 401);
     EXPECT_EQ(statusWith("cookie", "logging2-4711="), 401);
     EXPECT_EQ(statusWith("cookie", "a=b; " + cookie + "; c=d"), 200);
+    EXPECT_EQ(statusWith("cookie", "logging2-4711=0; " + cookie), 200);
+    EXPECT_EQ(statusWith("cookie", "logging2-4711=0; logging2-4711=1"), 401);
 }
 
 TEST_F(AccessTest, wrongTokenIsRefused) {

@@ -89,6 +89,12 @@ TEST(QueryTest, countsAreWithinTheirLimits) {
     }
 }
 
+TEST(QueryTest, allCountsAreGivenOut) {
+    EXPECT_THAT(Query("n=1&n=0&n=1").counts("n", 3), ElementsAre(1, 0, 1));
+    EXPECT_NE(refusal([&] { Query("n=1&n=x").counts("n", 3); }), "");
+    EXPECT_NE(refusal([&] { Query("n=1&n=0").counts("n", 1); }), "");
+}
+
 TEST(QueryTest, missingToleranceHasItsStandard) {
     EXPECT_EQ(Query().tolerance("absolute", 0.5), 0.5);
     EXPECT_EQ(Query("absolute=2").tolerance("absolute", 0.5), 2.0);

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <random>
 
 namespace logging2::tools::view {
@@ -118,10 +119,67 @@ TEST(TraceTest, emptyPixelsAreLeftOut) {
     EXPECT_EQ(trace.outline.size(), 2U);
 }
 
-TEST(TraceTest, stepsOutsideOfTheRangeAreLeftOut) {
+TEST(TraceTest, stepsBetweenThoseInTheRangeAreSent) {
     const PlainRun run({1.0, 9.0, nan, 2.0, 0.0}, {1.0, 2.0, 3.0, 4.0, 5.0});
-    EXPECT_THAT(steps_of(trace_of(run, "x", 0, {1.0, 2.0, 10})),
-                ElementsAre(Pair(1.0, 1.0), Pair(2.0, 4.0)));
+    const Trace trace = trace_of(run, "x", 0, {1.0, 2.0, 10});
+    EXPECT_THAT(steps_of(trace), ElementsAre(Pair(1.0, 1.0), Pair(9.0, 2.0), Pair(2.0, 4.0)));
+    EXPECT_EQ(trace.stepCount, 2U);
+    EXPECT_EQ(trace.after.time, 0.0);
+}
+
+TEST(TraceTest, neighboursAreTheStepsLoggedBeforeAndAfter) {
+    const PlainRun run({0.0, 10.0, 5.0}, {1.0, 2.0, 3.0});
+    const Trace inside = trace_of(run, "x", 0, {4.0, 6.0, 10});
+    EXPECT_EQ(inside.before.time, 10.0);
+    EXPECT_TRUE(std::isnan(inside.after.time));
+    const Trace between = trace_of(run, "x", 0, {1.0, 2.0, 10});
+    EXPECT_EQ(between.before.time, 0.0);
+    EXPECT_EQ(between.after.time, 10.0);
+}
+
+TEST(TraceTest, neighboursAreFoundBesideStepsWithoutTime) {
+    const PlainRun run({0.0, nan, 1.0, nan, 2.0}, {1.0, 2.0, 3.0, 4.0, 5.0});
+    const Trace trace = trace_of(run, "x", 0, {0.75, 1.25, 10});
+    EXPECT_EQ(trace.before.time, 0.0);
+    EXPECT_EQ(trace.after.time, 2.0);
+    EXPECT_EQ(trace.after.value, 5.0);
+}
+
+TEST(TraceTest, aggregateHasNoNeighboursAtTheWrongSide) {
+    const PlainRun run({9.0, 1.0, 1.0, 1.0, 1.0, 0.0}, {1.0, 2.0, 3.0, 4.0, 5.0, 6.0});
+    const Trace trace = trace_of(run, "x", 0, {1.0, 1.0, 1});
+    EXPECT_TRUE(trace.isAggregate);
+    EXPECT_TRUE(std::isnan(trace.before.time));
+    EXPECT_TRUE(std::isnan(trace.after.time));
+}
+
+TEST(TraceTest, neighboursOfRandomTimesAreLoggedBesideThoseSent) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 1000; ++round) {
+        Doubles times;
+        for (auto count = random() % 8; count > 0; --count) {
+            times.push_back(random() % 7 == 0 ? nan : static_cast<double>(random() % 10));
+        }
+        Doubles numbers(times.size());
+        std::iota(numbers.begin(), numbers.end(), 0.0);
+        const double from = static_cast<double>(random() % 10) - 0.25;
+        const Trace trace = trace_of(PlainRun(times, numbers), "x", 0, {from, from + 2.5, 100});
+        // What is drawn are pieces of the run: consecutive steps apart from those without a time.
+        std::vector<Neighbour> drawn{trace.before};
+        drawn.insert(drawn.end(), trace.steps.begin(), trace.steps.end());
+        drawn.push_back(trace.after);
+        double last = -1;
+        for (const Neighbour& step : drawn) {
+            if (std::isnan(step.time)) {
+                continue;
+            }
+            for (double between = last + 1; last >= 0 && between < step.value; ++between) {
+                EXPECT_TRUE(std::isnan(times[static_cast<std::size_t>(between)])) << round;
+            }
+            EXPECT_GT(step.value, last);
+            last = step.value;
+        }
+    }
 }
 
 TEST(TraceTest, elementsAreSeparate) {

@@ -75,6 +75,8 @@ function cursorActions(app) {
     const mark = (name, time) => app.change({marks: {...app.view.marks, [name]: time}});
     const firstMark = () => app.view.marks.a ?? app.interval[0] / 2 + app.interval[1] / 2;
     return {
+        marks: () => app.view.marks,
+        restoreMarks: (marks) => app.change({marks}),
         mark,
         markHere: (name) => mark(name, app.pointer ?? app.interval[0] / 2 + app.interval[1] / 2),
         clearMarks: () => app.change({marks: {a: null, b: null}}),
@@ -141,7 +143,7 @@ function saveActions(app) {
         },
         saveSvg: () => saveSvg(app.plotList.plots, app.colors, name()),
         savePng: () => savePng(app.plotList.plots, app.colors, name()),
-        saveCsv: () => saveCsv(app.shownRuns, paths(), app.interval),
+        saveCsv: () => app.reportFailure(saveCsv(app.shownRuns, paths(), app.interval)),
     };
 }
 

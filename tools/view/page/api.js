@@ -56,11 +56,35 @@ async function json(address, signal) {
 }
 
 function runPath(id, what = "") {
-    return `/api/runs/${encodeURIComponent(id)}${what}`;
+    return `api/runs/${encodeURIComponent(id)}${what}`;
+}
+
+// What the server takes in one request.
+const MOST_LINES = 64;
+const MOST_CHARACTERS = 7000;
+
+function parametersOf({path, element}) {
+    return [["signal", path], ["element", element]];
+}
+
+// Lines of a run in parts that fit a request.
+export function partsOf(lines) {
+    const parts = [];
+    let left = 0;
+    for (const line of lines) {
+        const length = addressWith("", parametersOf(line)).length;
+        if (length > left || parts.at(-1).length === MOST_LINES) {
+            parts.push([]);
+            left = MOST_CHARACTERS;
+        }
+        parts.at(-1).push(line);
+        left -= length;
+    }
+    return parts;
 }
 
 export async function fetchRuns() {
-    return (await json("/api/runs")).runs;
+    return (await json("api/runs")).runs;
 }
 
 export async function fetchRun(id) {
@@ -73,14 +97,14 @@ export async function fetchTrace(id, {path, element, from, to, pixels}, signal) 
     return parseTrace(await complete((await request(address, signal)).arrayBuffer()));
 }
 
-export async function fetchValues(id, time, paths, signal) {
-    const address = addressWith(runPath(id, "/values"),
-                                [["time", time], ...paths.map((path) => ["signal", path])]);
+// In the order of the lines.
+export async function fetchValues(id, time, lines, signal) {
+    const address = addressWith(runPath(id, "/values"), [["time", time], ...lines.flatMap(parametersOf)]);
     return (await json(address, signal)).values;
 }
 
 export async function fetchDifference(parameters, signal) {
-    return json(addressWith("/api/diff", parameters), signal);
+    return json(addressWith("api/diff", parameters), signal);
 }
 
 export function csvAddress(id, paths, from, to) {
@@ -88,6 +112,20 @@ export function csvAddress(id, paths, from, to) {
                        [...paths.map((path) => ["signal", path]), ["from", from], ["to", to]]);
 }
 
+// Throws the RequestError of a download that the server refuses; the browser would not show why.
+export async function checkDownload(address) {
+    const unread = new AbortController();
+    try {
+        await request(address, unread.signal);
+    } catch (error) {
+        if ([400, 414].includes(error.status)) {
+            throw new RequestError(error.status, "These are too many signals for one file.");
+        }
+        throw error;
+    }
+    unread.abort();
+}
+
 export function eventsAddress(ids) {
-    return addressWith("/api/events", ids.map((id) => ["run", id]));
+    return addressWith("api/events", ids.map((id) => ["run", id]));
 }

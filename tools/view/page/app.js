@@ -37,6 +37,7 @@ export class App {
     #eventAt = performance.now();
     #followedRange = {kind: "whole"};
     #focusesPlot = false;
+    #failure = null;
     #shownView = null;
     #loadedView = null;
     interval = [0, 1];
@@ -85,7 +86,8 @@ export class App {
     #listen() {
         this.#holder.addEventListener("change", () => this.#viewChanged());
         this.#catalogue.addEventListener("change", () => this.refresh());
-        this.#catalogue.addEventListener("data", (/** @type {any} */ {detail}) => this.#outdate(detail));
+        this.#catalogue.addEventListener("data", (/** @type {any} */ {detail: {id, from}}) =>
+            this.traces.outdate(id, from));
         this.#feed.addEventListener("run", (/** @type {any} */ {detail}) => {
             this.#eventAt = performance.now();
             this.#catalogue.update(detail);
@@ -101,6 +103,7 @@ export class App {
 
     #viewChanged() {
         this.#changedAt ??= performance.now();
+        this.#failure = null;
         byId("plots").setAttribute("aria-busy", "true");
         if (this.view.range.kind !== "fixed") this.#followedRange = this.view.range;
         const ids = this.view.runs.map(({id}) => id);
@@ -108,18 +111,9 @@ export class App {
         this.refresh();
     }
 
-    // Steps from the earlier of the two last times on may be new, or taken back with a new revision.
-    #outdate({run, previous}) {
-        const lastOf = ({groups}) => groups.map(({lastTime}) => lastTime ?? -Infinity);
-        const isSame = run.revision === previous.revision &&
-            JSON.stringify(run.groups) === JSON.stringify(previous.groups);
-        if (isSame) return;
-        const isUndone = run.revision !== previous.revision;
-        this.traces.outdate(run.id, isUndone ? -Infinity : Math.min(...lastOf(previous)));
-    }
-
     #setConnected(isConnected) {
-        if (isConnected !== this.#isConnected) this.#catalogue.loadList();
+        // What has changed while there was no connection is not told.
+        if (isConnected || this.#isConnected) this.#catalogue.loadList();
         if (isConnected && !this.#isConnected) {
             this.traces.outdateAll();
             this.#catalogue.loadFailed();
@@ -137,6 +131,12 @@ export class App {
     togglePause() {
         const [from, to] = this.interval;
         this.change({range: this.view.range.kind === "fixed" ? this.#followedRange : {kind: "fixed", from, to}});
+    }
+
+    // Shows why something that the user wanted has failed, until the view changes.
+    async reportFailure(attempt) {
+        this.#failure = await attempt.then(() => null, (error) => error);
+        this.refresh();
     }
 
     point(time) {
@@ -201,8 +201,9 @@ export class App {
         if (!this.#want(interval, isNewView)) this.interval = interval;
         this.#showPlots();
         this.#showCursors();
-        byId("banner").hidden = this.#catalogue.listError === null;
-        byId("banner").textContent = this.#catalogue.listError?.message ?? "";
+        const failure = this.#catalogue.listError ?? this.#failure;
+        byId("banner").hidden = failure === null;
+        byId("banner").textContent = failure?.message ?? "";
         document.title = [...this.shownRuns.map(({run}) => run.name), "logging2 view"].filter(Boolean).join(" – ");
         this.runList.show(this.#catalogue, view);
         this.signalList.show(this.shownRuns, view);

@@ -1,5 +1,5 @@
-// What is known about runs. Dispatches "change" when that changes, and "data" with the run as detail when
-// a run has got or lost steps.
+// What is known about runs. Dispatches "change" when that changes, and "data" when a run has got or lost
+// steps, with its id and the time from which on it has changed.
 
 import {fetchRun, fetchRuns} from "./api.js";
 import {sentNumber} from "./numbers.js";
@@ -10,7 +10,7 @@ function finiteOrNull(value) {
 }
 
 function groupFrom(group) {
-    return {...group, firstTime: finiteOrNull(group.firstTime), lastTime: finiteOrNull(group.lastTime)};
+    return {...group, lastTime: finiteOrNull(group.lastTime)};
 }
 
 function runFrom(answer) {
@@ -39,6 +39,13 @@ export function stampOf(shownRuns, time) {
     }).join();
 }
 
+// From which time on steps of a run may be new, or taken back with a new revision; null if none are.
+function firstChange(run, previous) {
+    if (run.revision !== previous.revision) return -Infinity;
+    if (JSON.stringify(run.groups) === JSON.stringify(previous.groups)) return null;
+    return Math.min(...[run, previous].flatMap(({groups}) => groups.map(({lastTime}) => lastTime ?? -Infinity)));
+}
+
 export class Catalogue extends EventTarget {
     list = [];
     listError = null;
@@ -57,17 +64,18 @@ export class Catalogue extends EventTarget {
         try {
             this.list = await fetchRuns();
             this.listError = null;
-            this.#loadMissing();
+            this.#loadOutdated();
         } catch (error) {
             this.listError = error;
         }
         this.#changed();
     }
 
-    // A run that is not in the list any more is probably gone.
-    #loadMissing() {
-        const listed = new Set(this.list.map(({id}) => id));
-        [...this.#runs.values()].filter(({id, error}) => error === null && !listed.has(id))
+    // A run that is not in the list any more is probably gone. Not all are watched by the server, so that one
+    // may have ended.
+    #loadOutdated() {
+        const states = new Map(this.list.map(({id, state}) => [id, state]));
+        [...this.#runs.values()].filter(({id, state, error}) => error === null && states.get(id) !== state)
             .forEach(({id}) => this.load(id));
     }
 
@@ -81,7 +89,10 @@ export class Catalogue extends EventTarget {
     async load(id) {
         this.#loading.add(id);
         try {
-            this.#runs.set(id, runFrom(await fetchRun(id)));
+            const run = runFrom(await fetchRun(id));
+            const previous = this.#runs.get(id);
+            this.#runs.set(id, run);
+            if (previous !== undefined) this.#tellData(run, previous);
         } catch (error) {
             this.#fail(id, error.message);
         }
@@ -116,8 +127,13 @@ export class Catalogue extends EventTarget {
         const next = {...run, state, revision, lag: lag ?? null, groups: event.groups.map(groupFrom)};
         this.#runs.set(run.id, next);
         this.#updateListed(event);
-        this.dispatchEvent(new CustomEvent("data", {detail: {run: next, previous: run}}));
+        this.#tellData(next, run);
         this.#changed();
+    }
+
+    #tellData(run, previous) {
+        const from = firstChange(run, previous);
+        if (from !== null) this.dispatchEvent(new CustomEvent("data", {detail: {id: run.id, from}}));
     }
 
     #updateListed({id, state, steps}) {

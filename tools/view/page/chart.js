@@ -6,6 +6,8 @@ import {horizontalTicks, verticalTicks} from "./numbers.js";
 const AXIS_WIDTH = 74;
 const AXIS_HEIGHT = 18;
 const FONT_SIZE = 11;
+// Half of a label, so that dygraphs does not move the last one away from its tick.
+const RIGHT_GAP = 40;
 
 // The legend of dygraphs sets style attributes, which the page's security policy forbids.
 const {Dygraph} = /** @type {any} */ (globalThis);
@@ -24,11 +26,11 @@ export class Chart {
             highlightCircleSize: 0,
             showLabelsOnHighlight: false,
             xAxisHeight: AXIS_HEIGHT,
-            rightGap: 8,
+            rightGap: RIGHT_GAP,
             axisTickSize: 4,
             axisLabelFontSize: FONT_SIZE,
             axes: {
-                x: {ticker: horizontalTicks, axisLabelWidth: 120},
+                x: {ticker: horizontalTicks, axisLabelWidth: 2 * RIGHT_GAP},
                 y: {ticker: verticalTicks, axisLabelWidth: AXIS_WIDTH - 8,
                     valueRange: [0, 1]},
             },

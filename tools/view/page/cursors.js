@@ -1,34 +1,27 @@
 // The values at the cursors: at A, at B, and at the pointer. They come from the server, because a trace
 // does not hold every step. The value at a time is that of the last step that is not later.
 
-import {fetchValues} from "./api.js";
+import {fetchValues, partsOf} from "./api.js";
 import {NewestOnly} from "./newest.js";
 import {sentNumber} from "./numbers.js";
 
-const MOST_SIGNALS = 64; // of a request
-
 function runsOf(lines) {
     const runs = new Map();
-    for (const {run, shift, path} of lines) {
-        if (!runs.has(run.id)) runs.set(run.id, {id: run.id, shift, paths: new Set()});
-        runs.get(run.id).paths.add(path);
+    for (const line of lines) {
+        const {run: {id}, shift, key} = line;
+        if (!runs.has(id)) runs.set(id, {id, shift, own: new Map()});
+        runs.get(id).own.set(key, line);
     }
     return [...runs.values()];
 }
 
-function chunksOf(items, size) {
-    return Array.from({length: Math.ceil(items.length / size)},
-                      (_, index) => items.slice(index * size, (index + 1) * size));
-}
-
-// The steps around a time: a map from the key `RUN PATH` to {before, after, shift}.
+// The steps around a time: a map from the keys of the lines to {before, after, shift}.
 async function stepsAround(lines, timeIn, signal) {
     const steps = new Map();
-    await Promise.all(runsOf(lines).flatMap(({id, shift, paths}) =>
-        chunksOf([...paths], MOST_SIGNALS).map(async (chunk) => {
-            for (const entry of await fetchValues(id, timeIn(shift), chunk, signal)) {
-                steps.set(`${id} ${entry.signal}`, {...entry, shift});
-            }
+    await Promise.all(runsOf(lines).flatMap(({id, shift, own}) =>
+        partsOf([...own.values()]).map(async (part) => {
+            const entries = await fetchValues(id, timeIn(shift), part, signal);
+            entries.forEach((entry, index) => steps.set(part[index].key, {...entry, shift}));
         })));
     return steps;
 }
@@ -41,16 +34,26 @@ function nextBelow(value) {
     return new Float64Array(bits.buffer)[0];
 }
 
-// The time of the nearest step of these lines after a time, or before it if the direction is -1. It is
-// null if there is none.
+// Adding and subtracting a shift rounds, by at most this share.
+const ROUNDING = 2 ** -51;
+
+// The time of a run that is shifted to a time of the page: not before any step that is shown there if the
+// direction is 1, and not after any if it is -1.
+function ownTime(time, shift, direction) {
+    const rounding = shift === 0 ? 0 : ROUNDING * Math.max(Math.abs(time), Math.abs(shift));
+    return time - shift + direction * rounding;
+}
+
+// The finite time of the nearest step of these lines after a time, or before it if the direction is -1. It
+// is null if there is none.
 export async function nextStepTime(lines, time, direction) {
     const name = direction > 0 ? "after" : "before";
     const steps = await stepsAround(lines, (shift) => {
-        const own = time - shift;
+        const own = ownTime(time, shift, direction);
         return direction > 0 ? own : nextBelow(own);
     });
     const times = [...steps.values()].filter((entry) => entry[name] !== null)
-        .map((entry) => sentNumber(entry[name].time) + entry.shift);
+        .map((entry) => sentNumber(entry[name].time) + entry.shift).filter(Number.isFinite);
     if (times.length === 0) return null;
     return direction > 0 ? Math.min(...times) : Math.max(...times);
 }
@@ -84,7 +87,7 @@ export class Cursors {
     async #load(name, lines, time, signal) {
         let steps = new Map();
         try {
-            steps = await stepsAround(lines, (shift) => time - shift, signal);
+            steps = await stepsAround(lines, (shift) => ownTime(time, shift, 1), signal);
         } catch (error) {
             if (error.name === "AbortError") throw error;
         }
@@ -96,8 +99,8 @@ export class Cursors {
 
     // The value of a line at a cursor, or undefined if it is not known or there is no step.
     valueAt(name, line) {
-        const before = this.#steps[name].get(`${line.run.id} ${line.path}`)?.before;
+        const before = this.#steps[name].get(line.key)?.before;
         if (before === undefined || before === null) return undefined;
-        return sentNumber(before.values[line.element]);
+        return sentNumber(before.value);
     }
 }

@@ -11,11 +11,12 @@ const PIXELS_PER_MARKER = 8;
 const MARGIN = 20;
 
 export function xOf(scale, time) {
-    return scale.left + ((time + scale.shift - scale.from) / (scale.to - scale.from)) * scale.width;
+    // Halves: the difference of two large numbers may be infinite.
+    const share = (time / 2 + scale.shift / 2 - scale.from / 2) / (scale.to / 2 - scale.from / 2);
+    return scale.left + share * scale.width;
 }
 
 export function yOf(scale, value) {
-    // Halves: the difference of two large numbers may be infinite.
     const share = (value / 2 - scale.low / 2) / (scale.high / 2 - scale.low / 2);
     return scale.top + (1 - share) * scale.height;
 }
@@ -38,7 +39,7 @@ export function clipped(x0, y0, x1, y1, box) {
     return [x0 + start * dx, y0 + start * dy, x0 + end * dx, y0 + end * dy];
 }
 
-// Moves a pen along steps. A value that is not finite interrupts the line.
+// Moves a pen along steps. A time or a value that is not finite interrupts the line.
 class Tracer {
     constructor(pen, scale) {
         this.pen = pen;
@@ -61,7 +62,7 @@ class Tracer {
     }
 
     to(time, value) {
-        if (!Number.isFinite(value)) {
+        if (!Number.isFinite(time) || !Number.isFinite(value)) {
             this.lift();
             return;
         }

@@ -21,21 +21,27 @@ function lineOf(signal, element, {run, shift}, isOverlay) {
     };
 }
 
-// shownRuns is [{run, shift}]. Returns {lines, hiddenCount, missing}: how many lines there are no room
-// for, and the paths that no run has.
+// shownRuns is [{run, shift}]. Returns {lines, hiddenCount, missing, empty}: how many lines there are no room
+// for, the names that no run has, and the paths of signals without elements.
 export function linesOf(plot, shownRuns) {
     const lines = [];
     const missing = [];
+    const empty = [];
+    let count = 0;
     for (const {path, element} of plot.signals) {
         const before = lines.length;
         for (const shown of shownRuns) {
             const signal = shown.run.signals.get(path);
             if (signal === undefined) continue;
+            count += element === null ? signal.width : Number(element < signal.width);
             lines.push(...elementsOf(signal, element)
                 .map((number) => lineOf(signal, number, shown, shownRuns.length > 1)));
         }
-        if (lines.length === before) missing.push(path);
+        if (lines.length > before) continue;
+        const isEmpty = element === null && shownRuns.some(({run}) => run.signals.has(path));
+        if (isEmpty) empty.push(path);
+        else missing.push(element === null ? path : `${path}[${element}]`);
     }
     const drawn = lines.slice(0, MOST_LINES).map((line, index) => ({...line, color: index % COLOR_COUNT}));
-    return {lines: drawn, hiddenCount: lines.length - drawn.length, missing};
+    return {lines: drawn, hiddenCount: count - drawn.length, missing, empty};
 }

@@ -4,7 +4,7 @@
 //   wheel                         zooms at the pointer; with Shift, or sideways, it pans
 //   wheel over the values         zooms the values
 //   click, Shift and click        put cursor A or B
-//   double click                  shows the whole run
+//   double click                  shows the whole run; the cursors stay where they were
 
 const LEAST_DRAG = 4; // pixels; less is a click
 const ZOOM_PER_PIXEL = 1.0018;
@@ -18,10 +18,11 @@ export class Navigation {
     #plot;
     #actions;
     #drag = null;
+    #marksBefore;
 
     // actions: {interval(), showInterval(interval), zoom(center, factor), pan(share), whole(),
-    //           point(time | null), mark(name, time), select(pixels | null), zoomValues(plot, at, factor),
-    //           choosePlot(index)}
+    //           point(time | null), marks(), mark(name, time), restoreMarks(marks), select(pixels | null),
+    //           zoomValues(plot, at, factor), choosePlot(index)}
     constructor(plot, actions) {
         this.#plot = plot;
         this.#actions = actions;
@@ -32,7 +33,13 @@ export class Navigation {
         canvas.addEventListener("pointerup", (event) => this.#up(event));
         canvas.addEventListener("pointercancel", () => this.#end());
         canvas.addEventListener("pointerleave", () => this.#actions.point(null));
-        canvas.addEventListener("dblclick", () => actions.whole());
+        canvas.addEventListener("mousedown", ({detail}) => {
+            if (detail === 1) this.#marksBefore = actions.marks();
+        });
+        canvas.addEventListener("dblclick", () => {
+            actions.restoreMarks(this.#marksBefore);
+            actions.whole();
+        });
     }
 
     #timeAt(x) {

@@ -40,7 +40,7 @@ export function detailOf(entries) {
             isAggregate: true};
 }
 
-// How far the page lags behind the runs: {text, isLate}. sinceEvent is in seconds.
+// Whether the page follows the runs, and when they were written last: {text, isLate}. sinceEvent is in seconds.
 export function liveText(runs, range, isConnected, sinceEvent) {
     const running = runs.filter((run) => run.state === "running");
     if (!isConnected) return {text: "Not connected", isLate: true};
@@ -48,17 +48,18 @@ export function liveText(runs, range, isConnected, sinceEvent) {
     const follows = range.kind === "fixed" ? "Paused" : "Following";
     const lags = running.map((run) => sentNumber(run.lag)).filter(Number.isFinite);
     if (lags.length === 0) return {text: follows, isLate: false};
-    const lag = Math.max(...lags) + sinceEvent;
-    return {text: `${follows}, ${lag.toFixed(1)} s behind`, isLate: lag > 3};
+    const lag = Math.min(...lags) + sinceEvent;
+    return {text: `${follows}, last written ${lag.toFixed(1)} s ago`, isLate: false};
 }
 
 // What the legend of a plot says below its lines. entryOf(line) is a trace with its error.
-export function notesOf({lines, hiddenCount, missing}, shownRuns, entryOf, differenceNoteOf) {
+export function notesOf({lines, hiddenCount, missing, empty}, shownRuns, entryOf, differenceNoteOf) {
     const failed = shownRuns.map(({run}) => run).filter(({error}) => error !== null);
     const errors = new Set(lines.map((line) => entryOf(line)?.error?.message).filter((text) => text !== undefined));
     return [
         ...failed.map(({name, error}) => ({text: `${name}: ${error}`, isError: true})),
-        ...missing.map((path) => ({text: `No run shown here has ${path}.`, isError: true})),
+        ...missing.map((name) => ({text: `No run shown here has ${name}.`, isError: true})),
+        ...empty.map((path) => ({text: `${path} has no elements.`})),
         ...[...errors].map((text) => ({text, isError: true})),
         ...(hiddenCount > 0 ? [{text: `${countText(hiddenCount)} more lines are not drawn. Choose single elements.`}] : []),
         ...lines.map(differenceNoteOf).filter((note) => note !== null),

@@ -1,6 +1,6 @@
 // Saves the plots as pictures and the visible data as CSV.
 
-import {csvAddress} from "./api.js";
+import {checkDownload, csvAddress} from "./api.js";
 import {element} from "./dom.js";
 import {pictureOf} from "./picture.js";
 
@@ -39,10 +39,13 @@ export async function savePng(plots, colors, name) {
     canvas.toBlob((blob) => downloadBlob(blob, `${name}.png`), "image/png");
 }
 
-// One file for each run, with all steps of the visible times.
-export function saveCsv(shownRuns, paths, [from, to]) {
+// One file for each run, with all steps of the visible times. Throws a RequestError if the server refuses one.
+export async function saveCsv(shownRuns, paths, [from, to]) {
     for (const {run, shift} of shownRuns) {
         const own = paths.filter((path) => run.signals.has(path));
-        if (own.length > 0) download(csvAddress(run.id, own, from - shift, to - shift), `${run.name}.csv`);
+        if (own.length === 0) continue;
+        const address = csvAddress(run.id, own, from - shift, to - shift);
+        await checkDownload(address);
+        download(address, `${run.name}.csv`);
     }
 }

@@ -3,7 +3,7 @@
 
 import {element} from "./dom.js";
 import {countText} from "./numbers.js";
-import {matching, rowsOf, treeOf} from "./signal_tree.js";
+import {asksForElements, fits, matching, rowsOf, treeOf} from "./signal_tree.js";
 import {hasSignal} from "./view.js";
 
 const SHORT_BRANCH = 12;
@@ -51,12 +51,13 @@ export class SignalList {
         this.#render();
     }
 
-    // Until the user decides, short branches are open, and so are all that fit the filter. Elements are not.
-    #isOpen = (key, {children}) => this.#opened.get(key) ??
-        (children.size > 0 && (children.size <= SHORT_BRANCH || this.#filter.value.trim() !== ""));
+    // Until the user decides, short branches are open, and so are all that fit the filter. Elements are
+    // shown if the filter asks for them.
+    #isOpen = (key, {children}) => asksForElements(this.#filter.value) || (this.#opened.get(key) ??
+        (children.size > 0 && (children.size <= SHORT_BRANCH || this.#filter.value.trim() !== "")));
 
     #render() {
-        const {rows, hiddenCount} = rowsOf(this.#tree, this.#isOpen);
+        const {rows, hiddenCount} = rowsOf(this.#tree, this.#isOpen, this.#filter.value);
         this.#rows = rows;
         if (!rows.some((row) => row.key === this.#focusedKey)) this.#focusedKey = rows[0]?.key ?? null;
         this.#list.replaceChildren(...rows.map((row, index) => this.#rowNode(row, index)));
@@ -154,7 +155,7 @@ export class SignalList {
             event.preventDefault();
             this.#focus(this.#focusedKey);
         } else if (event.key === "Enter") {
-            const first = this.#rows.find((row) => row.signal !== null);
+            const first = this.#rows.find((row) => row.signal !== null && fits(row.key, this.#filter.value));
             if (first !== undefined) this.#plot(first, event.shiftKey);
         } else if (event.key === "Escape") {
             this.#filter.value = "";

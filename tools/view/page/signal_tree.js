@@ -20,19 +20,44 @@ export function treeOf(signals) {
     return root;
 }
 
-// The signals whose paths contain all words of the filter, in any case of the letters.
+function wordsOf(filter) {
+    return filter.toLowerCase().split(/\s+/);
+}
+
+// Whether a name contains all words of a filter, in any case of the letters.
+export function fits(name, filter) {
+    const lower = name.toLowerCase();
+    return wordsOf(filter).every((word) => lower.includes(word));
+}
+
+// Whether a filter asks for single elements, as `speed[3` does.
+export function asksForElements(filter) {
+    return filter.includes("[");
+}
+
+function elementName(path, element) {
+    return `${path}[${element}]`;
+}
+
+// The elements of a wide signal that fit the filter.
+function elementsOf({path, width}, filter) {
+    const lower = path.toLowerCase();
+    const words = wordsOf(filter).filter((word) => !lower.includes(word));
+    const isPossible = width > 1 && words.every((word) => lower.endsWith(word.split("[")[0]));
+    return Array.from({length: isPossible ? width : 0}, (_, element) => element)
+        .filter((element) => words.every((word) => elementName(lower, element).includes(word)));
+}
+
+// The signals whose paths, or whose elements, fit the filter.
 export function matching(signals, filter) {
-    const words = filter.toLowerCase().split(/\s+/).filter((word) => word !== "");
-    return signals.filter(({path}) => {
-        const lower = path.toLowerCase();
-        return words.every((word) => lower.includes(word));
-    });
+    return signals.filter((signal) => fits(signal.path, filter) ||
+        (asksForElements(filter) && elementsOf(signal, filter).length > 0));
 }
 
 // The rows that are shown of a tree: [{key, name, depth, signal, element, hasChildren, isOpen}], and how
-// many there was no room for. isOpen(key, node) says whether a
-// node is open.
-export function rowsOf(root, isOpen) {
+// many there was no room for. isOpen(key, node) says whether a node is open. Of the elements, those that
+// fit the filter are shown.
+export function rowsOf(root, isOpen, filter) {
     const rows = [];
     let hiddenCount = 0;
     const add = (row) => {
@@ -48,8 +73,8 @@ export function rowsOf(root, isOpen) {
             add({key, name: child.name, depth, signal: child.signal, element: null, hasChildren, isOpen: open});
             if (!open) continue;
             visit(child, key, depth + 1);
-            for (let element = 0; width > 1 && element < width; element += 1) {
-                add({key: `${key}[${element}]`, name: `[${element}]`, depth: depth + 1, signal: child.signal,
+            for (const element of child.signal === null ? [] : elementsOf(child.signal, filter)) {
+                add({key: elementName(key, element), name: `[${element}]`, depth: depth + 1, signal: child.signal,
                      element, hasChildren: false, isOpen: false});
             }
         }

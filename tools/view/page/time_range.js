@@ -3,9 +3,13 @@
 // Doubles cannot tell shorter intervals apart.
 const LEAST_RELATIVE_LENGTH = 1e-13;
 
+// The length of an interval of greater times could be infinite.
+const MOST = Number.MAX_VALUE / 8;
+
 // An interval that can be drawn: finite, and longer than nothing.
-export function drawable(from, to) {
-    if (!Number.isFinite(from) || !Number.isFinite(to)) return [0, 1];
+export function drawable(first, last) {
+    if (!Number.isFinite(first) || !Number.isFinite(last)) return [0, 1];
+    const [from, to] = [first, last].map((time) => Math.max(-MOST, Math.min(MOST, time)));
     const least = Math.max(Math.abs(from), Math.abs(to), 1e-290) * LEAST_RELATIVE_LENGTH;
     if (to - from >= least) return [from, to];
     const middle = from / 2 + to / 2;
@@ -32,9 +36,9 @@ export function extentOfRuns(runs) {
     let [from, to] = [Infinity, -Infinity];
     for (const {run, shift} of runs) {
         for (const group of run.groups) {
-            if (group.firstTime === null || group.lastTime === null) continue;
-            from = Math.min(from, group.firstTime + shift);
-            to = Math.max(to, group.lastTime + shift);
+            if (group.leastTime === null) continue;
+            from = Math.min(from, group.leastTime + shift);
+            to = Math.max(to, group.greatestTime + shift);
         }
     }
     return from <= to ? [from, to] : null;

@@ -1,0 +1,71 @@
+#include <tests/tools/view/PlainRun.hpp>
+#include <tools/compare/Extent.hpp>
+#include <tools/view/time_extent.hpp>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace logging2::tools::view {
+namespace {
+
+using Doubles = std::vector<double>;
+
+constexpr double noTime = std::numeric_limits<double>::quiet_NaN();
+constexpr double greatestTime = std::numeric_limits<double>::max();
+
+std::optional<TimeExtent> extent_of(const Doubles& times) {
+    const PlainRun run(times, Doubles(times.size()));
+    core::GroupInfo group{7, times.size(), {}, {}};
+    if (!times.empty()) {
+        group.firstTime = times.front();
+        group.lastTime = times.back();
+    }
+    return time_extent(run, group);
+}
+
+TEST(TimeExtentTest, leastAndGreatestFiniteTimesAreFound) {
+    const std::vector<std::pair<Doubles, std::pair<double, double>>> cases{
+        {{0, 1, 10}, {0, 10}},
+        {{5}, {5, 5}},
+        {{0, 10, 5}, {0, 10}},
+        {{10, 5, -3}, {-3, 10}},
+        {{0, 10, noTime}, {0, 10}},
+        {{noTime, 1, 2}, {1, 2}},
+        {{0, 10, infinity}, {0, 10}},
+        {{-infinity, -2, -1, noTime, infinity}, {-2, -1}},
+        {{-greatestTime, 0, greatestTime}, {-greatestTime, greatestTime}},
+        {{1e-320, 0, -1e-320}, {-1e-320, 1e-320}}};
+    for (const auto& [times, expected] : cases) {
+        const std::optional<TimeExtent> extent = extent_of(times);
+        ASSERT_TRUE(extent) << ::testing::PrintToString(times);
+        EXPECT_EQ(extent->least, expected.first) << ::testing::PrintToString(times);
+        EXPECT_EQ(extent->greatest, expected.second) << ::testing::PrintToString(times);
+    }
+}
+
+TEST(TimeExtentTest, groupWithoutFiniteTimeHasNone) {
+    for (const Doubles& times :
+         {Doubles(), Doubles{noTime}, Doubles{-infinity, infinity, noTime}}) {
+        EXPECT_FALSE(extent_of(times)) << ::testing::PrintToString(times);
+    }
+}
+
+TEST(TimeExtentTest, anyOrderOfTimesGivesTheSame) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 300; ++round) {
+        Doubles times;
+        for (auto count = 1 + random() % 10; count > 0; --count) {
+            times.push_back(std::ldexp(static_cast<double>(random()) - 2e9,
+                                       static_cast<int>(random() % 600) - 300));
+        }
+        const std::optional<TimeExtent> extent = extent_of(times);
+        ASSERT_TRUE(extent);
+        EXPECT_EQ(extent->least, *std::min_element(times.begin(), times.end()));
+        EXPECT_EQ(extent->greatest, *std::max_element(times.begin(), times.end()));
+    }
+}
+
+} // namespace
+} // namespace logging2::tools::view

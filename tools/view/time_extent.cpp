@@ -1,0 +1,66 @@
+#include <tools/view/time_extent.hpp>
+
+#include <tools/compare/Extent.hpp>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+namespace logging2::tools::view {
+namespace {
+
+constexpr double greatestNumber = std::numeric_limits<double>::max();
+constexpr std::uint64_t signBit = std::uint64_t{1} << 63U;
+
+/// Numbers that are ordered as the doubles are.
+std::uint64_t rank_of(double value) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    return (bits & signBit) != 0 ? ~bits : bits | signBit;
+}
+
+double double_of(std::uint64_t rank) {
+    const std::uint64_t bits = (rank & signBit) != 0 ? rank & ~signBit : ~rank;
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+/// The greatest number for which the condition holds. It holds for every smaller one, too. The
+/// guess is tried first.
+template <class Condition>
+double greatest_with(const Condition& holds, double guess) {
+    if (std::isfinite(guess) && holds(guess) && !holds(std::nextafter(guess, infinity))) {
+        return guess;
+    }
+    std::uint64_t low = rank_of(-greatestNumber);
+    std::uint64_t high = rank_of(greatestNumber);
+    while (low < high) {
+        const std::uint64_t middle = high - (high - low) / 2;
+        if (holds(double_of(middle))) {
+            low = middle;
+        } else {
+            high = middle - 1;
+        }
+    }
+    return double_of(low);
+}
+
+} // namespace
+
+std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInfo& group) {
+    const auto hasSteps = [&run, &group](double from, double to) {
+        return run.steps(group.id, from, to).count > 0;
+    };
+    if (!hasSteps(-greatestNumber, greatestNumber)) {
+        return std::nullopt;
+    }
+    // Times ascend nearly always.
+    const double first = group.firstTime.value_or(0);
+    const double last = group.lastTime.value_or(0);
+    const auto isFrom = [&hasSteps](double time) { return hasSteps(-greatestNumber, -time); };
+    const auto isUpTo = [&hasSteps](double time) { return hasSteps(time, greatestNumber); };
+    return TimeExtent{-greatest_with(isFrom, -first), greatest_with(isUpTo, last)};
+}
+
+} // namespace logging2::tools::view
