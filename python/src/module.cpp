@@ -7,6 +7,7 @@
 namespace {
 
 namespace py = pybind11;
+using logging2::python::text_of;
 
 /// Turns errors of recordings into RecordingError, and unknown paths into KeyError. pybind11 turns
 /// std::invalid_argument into ValueError, std::bad_alloc into MemoryError, and others into
@@ -19,14 +20,19 @@ void bind_errors(py::module_& module) {
                 std::rethrow_exception(pointer);
             }
         } catch (const logging2::core::RecordingError& caught) {
-            error(caught.what());
+            PyErr_SetObject(error.ptr(), text_of(caught.what()).ptr());
         } catch (const std::out_of_range& caught) {
-            PyErr_SetString(PyExc_KeyError, caught.what());
+            PyErr_SetObject(PyExc_KeyError, text_of(caught.what()).ptr());
         }
     });
 }
 
 } // namespace
+
+py::str logging2::python::text_of(const std::string& text) {
+    return py::reinterpret_steal<py::str>(PyUnicode_DecodeUTF8(
+        text.data(), static_cast<py::ssize_t>(text.size()), "surrogateescape"));
+}
 
 PYBIND11_MODULE(_core, module) {
     bind_errors(module);
