@@ -136,7 +136,7 @@ SharedWriter::run(const std::optional<std::pair<double, double>>& interval) {
     std::unique_ptr<core::Run> result;
     locked([&] { result = run_in_memory(opened(), interval); });
     if (!result) {
-        throw std::invalid_argument("only \"columnar\" has its run in memory, not \"" + backend +
+        throw std::invalid_argument(R"(only "columnar" has its run in memory, not ")" + backend +
                                     '"');
     }
     return result;

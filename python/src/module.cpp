@@ -14,6 +14,7 @@ using logging2::python::text_of;
 /// RuntimeError.
 void bind_errors(py::module_& module) {
     static py::exception<logging2::core::RecordingError> error(module, "RecordingError");
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): pybind11 passes it by value
     py::register_exception_translator([](std::exception_ptr pointer) {
         try {
             if (pointer) {
