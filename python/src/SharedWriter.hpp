@@ -14,8 +14,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <sys/types.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -60,7 +58,7 @@ public:
     const std::string& place() const noexcept { return location; }
 
 private:
-    bool isInherited() const { return getpid() != process; }
+    bool isInherited() const { return fork_count() != forks; }
     std::size_t row_length(pybind11::ssize_t group) const;
     core::StreamWriter& opened() const;
     core::StreamReader& reader_of(const std::string& path);
@@ -74,7 +72,7 @@ private:
     std::string backend;
     std::string location;
     std::vector<std::size_t> rowLengths;
-    pid_t process = getpid();
+    int forks = fork_count();
     std::mutex mutex; // guards the rest
     std::unique_ptr<core::StreamWriter> writer;
     std::map<std::string, std::unique_ptr<core::StreamReader>> readers;

@@ -36,6 +36,9 @@ private:
     PyThreadState* state;
 };
 
+/// A number that a forked child has one more of than its parent. Any thread may call.
+int fork_count() noexcept;
+
 /// The text as a str. Bytes that are not UTF-8 become surrogates, as in Python's names of files.
 pybind11::str text_of(const std::string& text);
 

@@ -11,7 +11,6 @@
 #include <mutex>
 #include <string>
 #include <tuple>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -33,7 +32,7 @@ py::array view_of(const core::DoubleView& doubles, std::vector<py::ssize_t> shap
     static const double nothing = 0.0;
     const double* const data = doubles.empty() ? &nothing : doubles.data();
     py::array result(py::dtype::of<double>(), std::move(shape), data, base);
-    result.attr("setflags")(py::arg("write") = false);
+    py::detail::array_proxy(result.ptr())->flags &= ~py::detail::npy_api::NPY_ARRAY_WRITEABLE_;
     return result;
 }
 
@@ -71,7 +70,7 @@ public:
 
     /// A forked child leaves the run alone, because it shares the files with its parent.
     ~SharedRun() {
-        if (getpid() != process) {
+        if (fork_count() != forks) {
             static_cast<void>(run.release());
         }
     }
@@ -88,7 +87,7 @@ public:
 
 private:
     std::unique_ptr<Run> run;
-    pid_t process = getpid();
+    int forks = fork_count();
     mutable std::mutex mutex;
 };
 
