@@ -54,6 +54,22 @@ void check_arguments(int argc, const char* const* argv) {
     }
 }
 
+/// CLI11 does not name a command that it does not know.
+void check_commands(const CLI::App& app, int argc, const char* const* argv) {
+    const CLI::App* command = &app;
+    for (int i = 1; i < argc && *argv[i] != '-' && !command->get_subcommands({}).empty(); ++i) {
+        const auto commands = command->get_subcommands({});
+        const auto found =
+            std::find_if(commands.begin(), commands.end(),
+                         [&](const CLI::App* each) { return each->get_name() == argv[i]; });
+        if (found == commands.end()) {
+            throw UsageError(std::string("there is no command ") + argv[i] +
+                             " (--help lists the commands)");
+        }
+        command = *found;
+    }
+}
+
 int run_action(const Action& action, const Terminal& terminal) {
     const int status = action(terminal);
     if (!terminal.out.flush()) {
@@ -73,6 +89,7 @@ int run_command_line(int argc, const char* const* argv, const Terminal& terminal
     app.footer(footer);
     try {
         check_arguments(argc, argv);
+        check_commands(app, argc, argv);
         app.parse(argc, argv);
         return run_action(action, terminal);
     } catch (const CLI::ParseError& error) {

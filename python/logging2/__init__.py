@@ -10,9 +10,10 @@ Times are in the unit of the simulation that logged them. Values are float64, in
 for a signal with one value per step, and (S, w) for one with w values.
 """
 
-from ._core import RecordingError, load_backends
-from ._reading import Group, Overview, Run, Samples, Signal, Summary, open, runs
-from ._writing import Writer, backends
+from ._core import RecordingError
+from ._reading import Run, open, runs
+from ._signal import Group, Overview, Samples, Signal, Summary
+from ._writing import Writer, backends, load_backends
 
 __all__ = [
     "Group",

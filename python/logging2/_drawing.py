@@ -7,8 +7,11 @@ from typing import TYPE_CHECKING
 
 import numpy as np
 
+from ._core import RecordingError
+
 if TYPE_CHECKING:
-    from ._reading import Run, Signal
+    from ._reading import Run
+    from ._signal import Signal
 
 WIDTH = 160
 HEIGHT = 30
@@ -16,18 +19,22 @@ GREATEST_ROW_COUNT = 50
 
 
 def picture_of(signal: Signal) -> str:
-    """The range of the first element of a signal over time, as an SVG image."""
-    low, high = (part.reshape(WIDTH, -1)[:, 0] for part in signal.overview(WIDTH))
+    """The range of the first element of a signal over time, as an SVG image; empty without one."""
+    try:
+        low, high = (part.reshape(WIDTH, -1)[:, 0] for part in signal.overview(WIDTH))
+    except (ValueError, RecordingError):  # times that are not finite, a closed or damaged run
+        return ""
     columns = np.flatnonzero(np.isfinite(low) & np.isfinite(high))
     if not columns.size:
         return ""
-    least, greatest = low[columns].min(), high[columns].max()
-    scale = (HEIGHT - 2) / (greatest - least) if greatest > least else 0.0
-    top = HEIGHT - 1 - (high - least) * scale
-    bottom = HEIGHT - 1 - (low - least) * scale
+    # Halves, because the range of the values may be greater than every number.
+    halves = np.stack([low[columns], high[columns]]) / 2
+    span = halves.max() - halves.min()
+    scale = HEIGHT - 2 if span > 0 else 0
+    bottom, top = HEIGHT - 1 - (halves - halves.min()) / (span or 1.0) * scale
     # Each column of the picture is one line from the least to the greatest value.
     points = " ".join(
-        f"{x},{bottom[x]:.1f} {x},{top[x]:.1f}" for x in columns.tolist()
+        f"{x},{y:.1f} {x},{z:.1f}" for x, y, z in zip(columns.tolist(), bottom, top)
     )
     return (
         f'<svg width="{WIDTH}" height="{HEIGHT}"><polyline fill="none" stroke="#1f77b4" '

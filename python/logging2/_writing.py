@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 import os
 from collections.abc import Iterable, Mapping, Sequence
 from types import TracebackType
@@ -11,7 +12,7 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._reading import Run
+from ._reading import Run, StrPath
 
 Signals = Union[Mapping[str, int], Iterable[str]]
 """The paths of a group's signals, with the number of values of each if it is not 1."""
@@ -24,7 +25,8 @@ class Writer:
             writer.write(0, 0.0, [1.0, 0.0, 0.0, 1.0])
 
     At the end of the block, everything is final. If an exception leaves the block, a recording is
-    marked as interrupted. Several threads may use a writer; it does one call at a time.
+    marked as interrupted. Several threads may use a writer; it does one call at a time. A forked
+    process cannot use it.
     """
 
     def __init__(
@@ -35,7 +37,7 @@ class Writer:
         name: str = "",
         rollback_on_time_regression: bool = False,
         point_limit: int = 0,
-        directory: str | os.PathLike[str] | None = None,
+        directory: StrPath | None = None,
         properties: Mapping[str, str] | None = None,
         compress: bool | None = None,
         durability: Literal["process", "power"] | None = None,
@@ -55,6 +57,8 @@ class Writer:
         held_back_steps: how many of the newest steps readers do not see yet, 16 by default.
         """
         self._widths: dict[str, int] = {}
+        if isinstance(groups, (str, bytes, Mapping)):
+            raise TypeError("groups is a list of groups")
         setup = [self._signals_of(group) for group in groups]
         options = (directory, properties, compress, durability, held_back_steps)
         if backend == "recording":
@@ -64,7 +68,7 @@ class Writer:
                 setup,
                 name,
                 rollback_on_time_regression,
-                os.fspath(directory) if directory is not None else ".",
+                os.fsencode(directory) if directory is not None else ".",
                 dict(properties or {}),
                 bool(compress),
                 durability == "power",
@@ -78,11 +82,17 @@ class Writer:
             )
 
     def _signals_of(self, group: Signals) -> list[tuple[str, int]]:
+        if isinstance(group, (str, bytes)):
+            raise TypeError(f"a group is a list of paths or a mapping to widths, not {group!r}")
         pairs = list(group.items()) if isinstance(group, Mapping) else [(path, 1) for path in group]
         for path, width in pairs:
+            if not isinstance(path, str):
+                raise TypeError(f"a path is a text, not {path!r}")
             if path in self._widths:
                 raise ValueError(f"there are two signals {path!r}")
-            self._widths[path] = width
+            self._widths[path] = operator.index(width)
+            if not 0 <= width < 2**32:
+                raise ValueError(f"the signal {path!r} cannot have {width} values")
         return pairs
 
     @property
@@ -91,7 +101,10 @@ class Writer:
         return self._writer.location
 
     def write(self, group: int, time: float, values: npt.ArrayLike) -> None:
-        """Logs a step of a group: the values of its signals, one after the other."""
+        """Logs a step of a group: the values of its signals, one after the other.
+
+        values: numbers or arrays of any shape that become float64 without loss.
+        """
         self._writer.write(group, time, values)
 
     def rollback(self, group: int, time: float) -> None:
@@ -103,7 +116,7 @@ class Writer:
         self._writer.show()
 
     def flush(self) -> None:
-        """Makes everything final. Do not write after it."""
+        """Makes everything final. After it, only `read`, `run`, `snapshot` and `close` can be called."""
         self._writer.flush()
 
     def read(self, path: str) -> tuple[npt.NDArray[np.float64], npt.NDArray[np.float64]]:
@@ -129,7 +142,7 @@ class Writer:
         return Run._of(self._writer.snapshot(start, stop))
 
     def close(self) -> None:
-        """Makes everything final, and lets go of what "memory" kept."""
+        """Makes everything final, and lets go of what was kept in memory or temporary files."""
         self._writer.flush()
         self._writer.abandon()
 
@@ -146,6 +159,11 @@ class Writer:
             self.flush()
         else:
             self._writer.abandon()
+
+
+def load_backends(file: StrPath) -> None:
+    """Adds the back-ends of a shared library to those that Writer finds by name."""
+    _core.load_backends(os.fsencode(file))
 
 
 def backends() -> list[str]:

@@ -5,6 +5,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <mutex>
@@ -31,7 +32,7 @@ py::array view_of(const core::DoubleView& doubles, std::vector<py::ssize_t> shap
     static const double nothing = 0.0;
     const double* const data = doubles.empty() ? &nothing : doubles.data();
     py::array result(py::dtype::of<double>(), std::move(shape), data, base);
-    result.attr("setflags")(py::arg("write") = false);
+    py::detail::array_proxy(result.ptr())->flags &= ~py::detail::npy_api::NPY_ARRAY_WRITEABLE_;
     return result;
 }
 
@@ -67,27 +68,42 @@ class SharedRun {
 public:
     explicit SharedRun(std::unique_ptr<Run> ownedRun) : run(std::move(ownedRun)) {}
 
+    /// A forked child leaves the run alone, because it shares the files with its parent.
+    ~SharedRun() {
+        if (fork_count() != forks) {
+            static_cast<void>(run.release());
+        }
+    }
+
+    SharedRun(const SharedRun&) = delete;
+    SharedRun& operator=(const SharedRun&) = delete;
+
     template <class Question>
     auto ask(Question question) const {
-        const py::gil_scoped_release release;
+        const ReleasedInterpreter released;
         const std::lock_guard<std::mutex> guard(mutex);
         return question(*run);
     }
 
 private:
     std::unique_ptr<Run> run;
+    int forks = fork_count();
     mutable std::mutex mutex;
 };
 
 py::dict info_of(const SharedRun& shared) {
     const core::RunInfo info = shared.ask([](const Run& run) { return run.info(); });
     py::dict result;
-    result["id"] = info.id;
-    result["name"] = info.name;
+    result["id"] = text_of(info.id);
+    result["name"] = text_of(info.name);
     result["state"] = name_of(info.state);
     result["start"] = seconds_of(info.start);
     result["end"] = info.end ? py::cast(seconds_of(*info.end)) : py::none();
-    result["properties"] = info.properties;
+    py::dict properties;
+    for (const auto& [key, value] : info.properties) {
+        properties[text_of(key)] = text_of(value);
+    }
+    result["properties"] = properties;
     result["revision"] = info.revision;
     return result;
 }
@@ -104,8 +120,8 @@ py::list signals_of(const SharedRun& shared) {
     py::list result;
     for (const core::SignalInfo& signal :
          shared.ask([](const Run& run) { return run.signals(); })) {
-        result.append(
-            py::make_tuple(signal.path.text(), signal.group, signal.channel, signal.width));
+        result.append(py::make_tuple(text_of(signal.path.text()), signal.group, signal.channel,
+                                     signal.width));
     }
     return result;
 }
@@ -125,7 +141,8 @@ py::dict summary_of(const SharedRun& shared, const std::string& path) {
 }
 
 py::tuple overview_of(const SharedRun& shared, const std::string& path, double from, double to,
-                      std::size_t bucketCount) {
+                      py::ssize_t signedCount) {
+    const auto bucketCount = static_cast<std::size_t>(std::max<py::ssize_t>(signedCount, 0));
     const core::Overview overview = shared.ask(
         [&](const Run& run) { return run.overview(ValuePath(path), from, to, bucketCount); });
     return py::make_tuple(array_of(overview.least, bucketCount, overview.width),
@@ -135,12 +152,12 @@ py::tuple overview_of(const SharedRun& shared, const std::string& path, double f
 py::list list_of(const std::string& directory) {
     std::vector<core::RecordingEntry> entries;
     {
-        const py::gil_scoped_release release;
+        const ReleasedInterpreter released;
         entries = core::list_recordings(directory);
     }
     py::list result;
     for (const core::RecordingEntry& entry : entries) {
-        result.append(py::make_tuple(entry.location, entry.fault));
+        result.append(py::make_tuple(text_of(entry.location), text_of(entry.fault)));
     }
     return result;
 }
@@ -154,7 +171,7 @@ py::object object_of(std::unique_ptr<Run> run) {
 void bind_reading(py::module_& module) {
     py::class_<SharedRun>(module, "Run")
         .def(py::init([](const std::string& location) {
-                 const py::gil_scoped_release release;
+                 const ReleasedInterpreter released;
                  return std::make_unique<SharedRun>(core::open_recording(location));
              }),
              py::arg("location"))

@@ -1,3 +1,4 @@
+#include <python/src/SharedWriter.hpp>
 #include <python/src/bindings.hpp>
 
 #include <logging2/backends/builtin/builtin_backends.hpp>
@@ -12,7 +13,6 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -30,7 +30,6 @@ using lang::core::ValuePath;
 /// The signals of a group, with their widths.
 using Signals = std::vector<std::pair<std::string, std::size_t>>;
 using Setup = core::SequenceMap<Group, core::LoggedPathsSetupData>;
-using Row = py::array_t<double, py::array::c_style | py::array::forcecast>;
 
 /// Starts the registry of back-ends with the built-in ones, once per process.
 cppmicroservices::BundleContext context() {
@@ -80,109 +79,6 @@ std::unique_ptr<StreamWriter> found_writer(const std::string& backend,
     }
     return std::move(*writer);
 }
-
-/// The run of a writer that keeps it in memory, or only the steps of an interval; null if the
-/// writer does not.
-std::unique_ptr<core::Run>
-run_in_memory([[maybe_unused]] const StreamWriter& writer,
-              [[maybe_unused]] const std::optional<std::pair<double, double>>& interval) {
-#ifdef LOGGING2_WITH_COLUMNAR
-    if (const auto* const columnar = dynamic_cast<const core::ColumnarStreamWriter*>(&writer)) {
-        return interval ? columnar->snapshot(interval->first, interval->second) : columnar->run();
-    }
-#endif
-    return nullptr;
-}
-
-/// A writer that several Python threads may use, one call at a time.
-class SharedWriter {
-public:
-    SharedWriter(std::string backendName, std::unique_ptr<StreamWriter> ownedWriter,
-                 std::vector<std::size_t> lengths, std::string place)
-        : backend(std::move(backendName)),
-          location(std::move(place)),
-          writer(std::move(ownedWriter)),
-          rowLengths(std::move(lengths)) {}
-
-    void write(std::size_t group, double time, const Row& row) {
-        if (group >= rowLengths.size()) {
-            throw std::invalid_argument("there is no group " + std::to_string(group));
-        }
-        const auto valueCount = static_cast<std::size_t>(row.size());
-        if (valueCount != rowLengths[group]) {
-            throw std::invalid_argument("a row of group " + std::to_string(group) + " has " +
-                                        std::to_string(rowLengths[group]) + " values, not " +
-                                        std::to_string(valueCount));
-        }
-        const double* const values = row.data();
-        call([&](StreamWriter& target) { target.write(group, time, values, valueCount); });
-    }
-
-    void rollback(std::size_t group, double time) {
-        if (group >= rowLengths.size()) {
-            throw std::invalid_argument("there is no group " + std::to_string(group));
-        }
-        call([&](StreamWriter& target) { target.rollback(group, time); });
-    }
-
-    /// Call it after flush.
-    std::pair<std::vector<double>, std::vector<double>> read(const std::string& path) {
-        std::pair<std::vector<double>, std::vector<double>> result;
-        call([&](StreamWriter& target) {
-            const auto reader = core::get_stream_reader(backend, target.dataStore(ValuePath(path)));
-            if (!reader || *reader == nullptr) {
-                throw std::logic_error("the back-end \"" + backend + "\" made no reader");
-            }
-            result = (*reader)->timeseries();
-        });
-        return result;
-    }
-
-    void flush() {
-        call([](StreamWriter& target) { target.flush(); });
-    }
-
-    void show() {
-        call([](StreamWriter& target) { target.flushIntermediate(); });
-    }
-
-    /// The run in memory, or only the steps of an interval.
-    std::unique_ptr<core::Run> run(const std::optional<std::pair<double, double>>& interval) {
-        std::unique_ptr<core::Run> result;
-        call([&](StreamWriter& target) { result = run_in_memory(target, interval); });
-        if (!result) {
-            throw std::invalid_argument("only \"columnar\" has its run in memory, not \"" +
-                                        backend + '"');
-        }
-        return result;
-    }
-
-    /// Lets go of the writer; a recording that was not flushed is interrupted.
-    void abandon() {
-        const py::gil_scoped_release release;
-        const std::lock_guard<std::mutex> guard(mutex);
-        writer.reset();
-    }
-
-    const std::string& place() const noexcept { return location; }
-
-private:
-    template <class Action>
-    void call(Action action) {
-        const py::gil_scoped_release release;
-        const std::lock_guard<std::mutex> guard(mutex);
-        if (!writer) {
-            throw std::invalid_argument("the writer is closed");
-        }
-        action(*writer);
-    }
-
-    std::string backend;
-    std::string location;
-    std::unique_ptr<StreamWriter> writer;
-    std::vector<std::size_t> rowLengths;
-    std::mutex mutex;
-};
 
 std::vector<std::size_t> row_lengths(const std::vector<Signals>& groups) {
     std::vector<std::size_t> result;
@@ -270,7 +166,8 @@ void bind_writing(py::module_& module) {
                 return object_of(writer.run(std::pair(from, to)));
             },
             py::arg("start"), py::arg("stop"))
-        .def_property_readonly("location", &SharedWriter::place);
+        .def_property_readonly("location",
+                               [](const SharedWriter& writer) { return text_of(writer.place()); });
     module.def("make_writer", make_writer, py::arg("backend"), py::arg("groups"), py::arg("name"),
                py::arg("rollback_on_time_regression"), py::arg("point_limit"));
     module.def("make_recording", make_recording, py::arg("groups"), py::arg("name"),

@@ -1,5 +1,7 @@
+import gc
 import os
 import pickle
+import shutil
 import threading
 from datetime import datetime, timezone
 
@@ -45,6 +47,15 @@ def test_arrays_are_views_that_cannot_be_written(demo):
             array[0] = 1.0
         with pytest.raises(ValueError):
             array.setflags(write=True)
+
+
+def test_no_view_of_an_array_can_be_written(demo):
+    values = logging2.open(demo)["x"].values
+    as_strided = np.lib.stride_tricks.as_strided
+    for view in values.view(), values[::2], values.T, as_strided(values), np.asarray(values):
+        with pytest.raises(ValueError):
+            view.setflags(write=True)
+    assert memoryview(values).readonly
 
 
 def test_arrays_outlive_the_run_and_its_files(demo):
@@ -102,6 +113,33 @@ def test_slices_read_a_range_of_steps(demo):
         signal[3]
 
 
+def test_slices_are_cut_to_the_steps_that_exist(demo):
+    signal = logging2.open(demo)["x"]
+    for steps in (slice(-10**30, 2), slice(98, 10**30), slice(10**30, None), slice(5, -10**30),
+                  slice(np.int64(3), np.uint8(5)), slice(None, None, True)):
+        np.testing.assert_array_equal(signal[steps].times, np.arange(100.0)[steps])
+    for wrong in slice(1.0, 2.0), slice("a", None), slice(None, None, "a"):
+        with pytest.raises(TypeError):
+            signal[wrong]
+    with pytest.raises(ValueError, match="cannot skip or reverse steps"):
+        signal[::-1]
+
+
+def test_range_with_nan_or_reversed_is_empty(demo):
+    signal = logging2.open(demo)["x"]
+    for start, stop in (np.nan, 5), (5, np.nan), (5, 1), (-np.inf, -1), (np.inf, None):
+        assert signal.sel(time=slice(start, stop)).times.size == 0
+    assert signal.sel(time=slice(-np.inf, np.inf)).times.size == 100
+
+
+def test_iterator_that_is_held_after_close_raises(demo):
+    with logging2.open(demo) as run:
+        chunks = run["x"].chunks(30)
+        next(chunks)
+    with pytest.raises(ValueError, match="closed"):
+        next(chunks)
+
+
 def test_chunks_are_all_samples_in_pieces(demo):
     pieces = list(logging2.open(demo)["x"].chunks(30))
     assert [piece.times.size for piece in pieces] == [30, 30, 30, 10]
@@ -124,6 +162,16 @@ def test_at_interpolates_and_chooses_a_side_of_an_event(record):
             signal.at(outside)
     with pytest.raises(ValueError, match="side is"):
         signal.at(1, side="middle")
+    for wrong in None, [1, 2]:
+        with pytest.raises(TypeError):
+            signal.at(wrong)
+
+
+@pytest.mark.filterwarnings("error")
+def test_at_does_not_warn_of_infinite_numbers(record):
+    for rows in ([(0, 0, [np.inf]), (0, 1, [-np.inf])], [(0, -np.inf, [1]), (0, np.inf, [2])],
+                 [(0, -1.7e308, [1]), (0, 1.7e308, [2])]):
+        logging2.open(record([["x"]], rows))["x"].at(0.5)
 
 
 def test_overview_is_the_range_in_each_interval(demo):
@@ -134,8 +182,12 @@ def test_overview_is_the_range_in_each_interval(demo):
     assert low.tolist() == [[0, 0], [1, -1], [2, -2], [3, -3]]
     low, high = logging2.open(demo)["never"].overview(2)
     assert np.all(np.isposinf(low)) and np.all(np.isneginf(high))
-    with pytest.raises(ValueError):
-        logging2.open(demo)["x"].overview(0)
+    for bucket_count in 0, -1, 2**62:
+        with pytest.raises(ValueError):
+            logging2.open(demo)["x"].overview(bucket_count)
+    for start, stop in (3, 1), (np.nan, 1), (-np.inf, np.inf):
+        with pytest.raises(ValueError):
+            logging2.open(demo)["x"].overview(5, start, stop)
 
 
 def test_summary_is_known_without_reading(demo):
@@ -183,6 +235,14 @@ def test_pickle_keeps_location_and_revision(demo, monkeypatch, tmp_path):
     assert pickle.loads(data)["x"].values[1] == 10
 
 
+def test_pickled_signal_has_no_samples(record):
+    signal = logging2.open(record([["x"]], [(0, step, [step]) for step in range(1000)]))["x"]
+    assert signal.values.size == 1000
+    data = pickle.dumps(signal)
+    assert len(data) < 500
+    assert pickle.loads(data).values[1] == 1
+
+
 def test_pickle_of_another_revision_is_refused(tmp_path):
     writer = logging2.Writer("recording", groups=[["x"]], directory=tmp_path, held_back_steps=0)
     for time in (1.0, 2.0):
@@ -202,6 +262,36 @@ def test_runs_are_the_recordings_of_a_directory(record, tmp_path):
     (tmp_path / "broken.recording").mkdir()
     with pytest.warns(UserWarning, match="broken.recording"):
         assert len(list(logging2.runs(tmp_path))) == 2
+
+
+def test_runs_warn_of_a_recording_that_is_removed_meanwhile(record, tmp_path):
+    record([["x"]], [])
+    record([["x"]], [])
+    runs = logging2.runs(tmp_path)
+    first = next(runs)
+    for location in tmp_path.iterdir():
+        if str(location) != first.location:
+            shutil.rmtree(location)
+    with pytest.warns(UserWarning, match="not a directory"):
+        assert not list(runs)
+
+
+def test_names_that_are_not_utf8_are_those_of_files_in_python(tmp_path):
+    directory = os.path.join(os.fsencode(tmp_path), b"\xff")
+    writer = logging2._core.make_recording([[(b"\xfex", 1), ("y", 2)]], b"\xfdn", False, directory,
+                                           {b"\xfck": b"\xfbv"}, False, False, 16)
+    writer.write(0, 0.0, [1, 2, 3])
+    writer.flush()
+    assert writer.location.startswith(os.fsdecode(directory))
+    run, = logging2.runs(directory)
+    assert run.location == writer.location
+    assert (run.name, run.properties) == (os.fsdecode(b"\xfdn"), {"\udcfck": "\udcfbv"})
+    assert list(run) == ["y", "\udcfex"] or list(run) == ["\udcfex", "y"]
+    assert run["\udcfex"].values.tolist() == [1]
+    assert pickle.loads(pickle.dumps(run))["\udcfex"].at(0) == 1
+    assert run["\udcfex"].to_pandas().shape == (1, 1)
+    with pytest.raises(logging2.RecordingError, match="\udcff.*none"):
+        logging2.open(os.path.join(directory, b"none"))
 
 
 def test_damage_is_an_error_of_its_own(demo, tmp_path):
@@ -242,6 +332,45 @@ def test_html_has_a_picture_of_every_signal_and_no_foreign_markup(record):
     assert "&lt;script&gt;" in html
     for foreign in ("<script>", "<b><b>", "<i>"):
         assert foreign not in html
+
+
+@pytest.mark.filterwarnings("error")
+def test_html_pictures_stay_finite(record):
+    for rows in ([(0, 0, [-1.7e308]), (0, 1, [1.7e308])], [(0, 0, [0]), (0, 1, [5e-324])],
+                 [(0, 0, [3])], [(0, -np.inf, [1]), (0, np.inf, [2])], [(0, np.nan, [1])]):
+        html = logging2.open(record([["x"]], rows))._repr_html_()
+        assert "nan" not in html and "inf" not in html
+
+
+def test_closed_or_damaged_run_has_no_pictures(demo):
+    with logging2.open(demo) as run:
+        assert run._repr_html_().count("<svg") == 2
+    assert run._repr_html_().count("<svg") == 0
+    damaged = logging2.open(demo)
+    os.truncate(os.path.join(demo, "samples.bin"), 0)
+    assert "demo" in damaged._repr_html_()
+
+
+def test_opening_many_times_leaks_nothing(demo):
+    def resident():
+        gc.collect()
+        with open("/proc/self/statm", encoding="ascii") as file:
+            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+    def use():
+        run = logging2.open(demo)
+        run["x"].read()
+        run["p"].overview(4)
+        with pytest.raises(ValueError):
+            run["x"].at(1e9)
+
+    for _ in range(200):
+        use()
+    before = resident(), len(os.listdir("/proc/self/fd"))
+    for _ in range(1000):
+        use()
+    assert resident() < before[0] + 4 * 2**20
+    assert len(os.listdir("/proc/self/fd")) == before[1]
 
 
 def test_numpy_accepts_a_signal_as_an_array(demo):

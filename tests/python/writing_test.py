@@ -1,6 +1,8 @@
+import os
 import pickle
 
 import numpy as np
+import pandas
 import pytest
 
 import logging2
@@ -23,6 +25,81 @@ def test_rollback_discards_later_steps(backend, tmp_path):
     assert times.tolist() == [0, 1, 2, 3, 3.75]
     assert values.tolist() == [[0, 0], [2, 3], [4, 6], [6, 9], [8, 7]]
     assert writer.read("x")[1].tolist() == [0, 1, 2, 3, 9]
+
+
+def row_of(values, backend="columnar"):
+    with logging2.Writer(backend, groups=[{"x": 2}]) as writer:
+        writer.write(0, 0.0, values)
+    return writer.read("x")[1].tolist()
+
+
+def test_rows_are_everything_that_becomes_doubles_without_loss():
+    pair = np.array([1.5, 2.5])
+    unaligned = np.frombuffer(b"." + pair.tobytes(), dtype=float, offset=1)
+    read_only = np.frombuffer(pair.tobytes())
+    for values in (pair.astype(">f8"), pair.astype("f4"), pair.astype("f2"), unaligned, read_only,
+                   np.array([1.5, 0, 0, 2.5])[::3], pair[::-1][::-1], pair.reshape(2, 1),
+                   np.asfortranarray(pair.reshape(1, 2)), (1.5, 2.5), memoryview(pair),
+                   pandas.Series(pair), [np.float32(1.5), 2.5]):
+        assert row_of(values) == [[1.5, 2.5]]
+    assert row_of(np.broadcast_to(3, (2,))) == [[3, 3]]
+    assert row_of(np.array([True, False])) == row_of(range(1, -1, -1)) == [[1, 0]]
+    assert row_of(np.array([1, 2**64 - 1], dtype="u8")) == [[1, 2.0**64]]
+
+
+def test_values_that_would_lose_something_are_refused():
+    pair = np.array([1.5, 2.5])
+    for values in (pair + 1j, [1j, 2], np.array(["1", "2"]), pair.astype("m8[s]"), {1, 2},
+                   np.array(["2020", "2021"], dtype="M8[D]"), np.array([1, None]), iter([1, 2]),
+                   np.zeros(2, dtype=[("a", float)]), pair.astype(np.longdouble), {0: 1}):
+        with pytest.raises(TypeError):
+            row_of(values)
+    for values in ([1, "a"], [[1, 2], [3]], [], 3.0, None, [1, 2, 3]):
+        with pytest.raises((TypeError, ValueError)):
+            row_of(values)
+
+
+def test_native_readers_leave_each_other_their_files(tmp_path, monkeypatch):
+    monkeypatch.setenv("TMPDIR", str(tmp_path))
+    with logging2.Writer("native", groups=[["x", "y"]]) as writer:
+        writer.write(0, 1.0, [2.0, 3.0])
+    for path, value in ("x", 2.0), ("y", 3.0), ("x", 2.0):
+        assert [part.tolist() for part in writer.read(path)] == [[1.0], [value]]
+    writer.close()
+    assert not [name for *_, names in os.walk(tmp_path) for name in names]
+
+
+@pytest.mark.parametrize("backend",
+                         ["memory", "memory-restricted", "native", "columnar", "recording"])
+def test_order_of_calls_is_checked(backend, tmp_path, monkeypatch):
+    monkeypatch.setenv("TMPDIR", str(tmp_path))
+    options = {"recording": {"directory": tmp_path}, "memory-restricted": {"point_limit": 5}}
+    writer = logging2.Writer(backend, groups=[["x"]], **options.get(backend, {}))
+    writer.write(0, 0.0, [1.0])
+    with pytest.raises(ValueError, match="after flush"):
+        writer.read("x")
+    with writer:
+        writer.flush()
+    writer.flush()
+    for call in (lambda: writer.write(0, 1.0, [2.0]), lambda: writer.rollback(0, 0.0),
+                 writer.flush_intermediate):
+        with pytest.raises(ValueError, match="final"):
+            call()
+    assert [part.tolist() for part in writer.read("x")] == [[0.0], [1.0]]
+    with writer:
+        writer.close()
+    writer.close()
+    with pytest.raises(ValueError, match="closed"):
+        writer.read("x")
+
+
+def test_writer_is_closed_after_an_exception():
+    with pytest.raises(ZeroDivisionError):
+        with logging2.Writer("memory", groups=[["x"]]) as writer:
+            raise ZeroDivisionError
+    for call in writer.flush, writer.close, lambda: writer.write(0, 0.0, [1.0]):
+        with pytest.raises(ValueError, match="closed"):
+            call()
 
 
 def test_native_logs_to_files(tmp_path, monkeypatch):
@@ -113,6 +190,8 @@ def test_wrong_calls_are_errors_that_change_nothing(tmp_path):
     with logging2.Writer("memory", groups=[["x", "y"]]) as writer:
         with pytest.raises(ValueError, match="no group 1"):
             writer.write(1, 0.0, [1.0, 2.0])
+        with pytest.raises(ValueError, match="no group -1"):
+            writer.write(-1, 0.0, [1.0, 2.0])
         with pytest.raises(ValueError, match="no group 7"):
             writer.rollback(7, 0.0)
         with pytest.raises(ValueError, match="2 values, not 1"):
@@ -137,6 +216,14 @@ def test_wrong_options_are_refused(tmp_path):
         logging2.Writer("memory", groups=[["x"]], directory=tmp_path)
     with pytest.raises(ValueError, match="two signals 'x'"):
         logging2.Writer("memory", groups=[["x"], ["x"]])
+    for groups in "x", b"x", {"x": 1}, ["height"], [b"x"], [[1]], [[("x", 1)]], [{"x": 1.5}], [{"x": "1"}]:
+        with pytest.raises(TypeError):
+            logging2.Writer("memory", groups=groups)
+    for width in -1, 2**32, 2**70:
+        with pytest.raises(ValueError, match="'x' cannot have"):
+            logging2.Writer("memory", groups=[{"x": width}])
+    with pytest.raises(RuntimeError, match="none.so"):
+        logging2.load_backends(tmp_path / "none.so")
     with pytest.raises(ValueError, match="durability"):
         logging2.Writer("recording", groups=[["x"]], directory=tmp_path, durability="disk")
     with pytest.raises(logging2.RecordingError):

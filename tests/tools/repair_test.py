@@ -83,6 +83,12 @@ class RepairTest(CommandTest):
         self.assertLess((self.directory / "packed/samples.bin").stat().st_size,
                         (self.directory / "plain/samples.bin").stat().st_size)
 
+    def test_copies_of_a_packed_run_stay_packed(self):
+        run = self.record(SCRIPT + SHRINKING + "end\n")
+        packed = self.json_of("copy", run, "-o", "packed", "--compress")["bytes"]
+        self.assertEqual(self.json_of("copy", "packed", "-o", "again")["bytes"], packed)
+        self.assertEqual(self.json_of("compact", "packed")["bytes"], packed)
+
     def test_copy_of_a_running_run_is_interrupted(self):
         process, run = self.recorder(SCRIPT + "show\n")
         self.output_of("copy", run, "-o", "copy")

@@ -175,6 +175,10 @@ class ShowTest(CommandTest):
         self.assert_refused("RUN is required", "info")
         self.assert_refused("--colour", "info", ".", "--colour")
 
+    def test_unknown_command_is_named(self):
+        self.assert_refused("there is no command shwo", "shwo", ".")
+        self.assert_refused("there is no command lits", "native", "lits")
+
     def test_version_and_help_succeed(self):
         self.assertRegex(self.output_of("--version"), r"\Alogging2 \d+\.\d+\.\d+\n\Z")
         for command in "list", "info", "signals", "print", "check", "rescue", "copy", "compact":

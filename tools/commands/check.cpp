@@ -33,7 +33,8 @@ void print_text(const core::RecordingCheck& result, const std::string& location,
     }
     terminal.out << printable(location) << ": " << (result.findingCount == 0 ? "whole" : "damaged")
                  << ", " << count_text(result.stepCount) << " steps in "
-                 << count_text(result.chunkCount) << " chunks, "
+                 << count_text(result.chunkCount)
+                 << (result.chunkCount == 1 ? " chunk, " : " chunks, ")
                  << byte_count_text(result.byteCount) << '\n';
 }
 

@@ -31,7 +31,7 @@ void check_not_running(const std::string& location) {
 
 /// The copy is on the disk before it replaces the recording, and has the same permissions.
 core::RecordingOptions options_of(const CompactOptions& options, const fs::path& location) {
-    core::RecordingOptions result = options.recording;
+    core::RecordingOptions result = packed_like(location.string(), options.recording);
     result.durability = core::Durability::power;
     result.mode = static_cast<mode_t>((fs::status(location).permissions() & fs::perms::mask) |
                                       fs::perms::owner_all);

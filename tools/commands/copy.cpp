@@ -22,8 +22,8 @@ int copy(const CopyOptions& options, const Terminal& terminal) {
     {
         const InterruptGuard guard;
         ProgressBar bar(terminal);
-        core::copy_recording(location, options.copy.location, options.copy.options,
-                             progress_of(bar));
+        core::copy_recording(location, options.copy.location,
+                             packed_like(location, options.copy.options), progress_of(bar));
     }
     const std::uint64_t before = file_byte_count(location);
     const std::uint64_t after = file_byte_count(options.copy.location);

@@ -26,6 +26,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* footer = "\nThe suffix of FILE tells the format: .csv, .h5 or .hdf5, .npz, "
+                               ".recording. If csv writes several\n"
+                               "groups without --merge, each gets a file of its own, such as "
+                               "FILE-0.csv. Without -o, csv goes to\n"
+                               "the standard output. --compress does not go with csv.";
+
 struct ExportOptions {
     RunChoice run;
     SignalChoice signals;
@@ -241,9 +247,7 @@ void add_output_options(CLI::App& command, ExportOptions& options) {
         ->type_name("FORMAT");
     command
         .add_option("-o,--output", options.output,
-                    "The new file, or the directory of the new recording. csv makes a file for "
-                    "each group, FILE-GROUP.csv, if there are several. Without -o, csv goes to the "
-                    "standard output")
+                    "The new file, or the directory of the new recording, see below")
         ->type_name("FILE");
     command.add_flag("--merge", options.merges,
                      "csv: the rows of all groups in one table, by time");
@@ -262,6 +266,7 @@ void add_export(CLI::App& app, Action& action) {
     add_time_options(*command, options->range, "--until");
     add_output_options(*command, *options);
     command->add_flag("--json", options->json, "Print what was written as JSON");
+    command->footer(footer);
     command->callback([options, &action] {
         action = [options](const Terminal& terminal) { return export_run(*options, terminal); };
     });

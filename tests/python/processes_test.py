@@ -1,0 +1,205 @@
+"""Threads, forked processes and the end of the interpreter."""
+
+import gc
+import os
+import pickle
+import subprocess
+import sys
+import threading
+
+import numpy as np
+import pytest
+
+import logging2
+
+
+def in_fork(action):
+    """What the action returns in a forked process, as a text."""
+    end, other_end = os.pipe()
+    child = os.fork()
+    if child == 0:
+        try:
+            answer = str(action())
+        except Exception as error:  # pylint: disable=broad-exception-caught
+            answer = f"{type(error).__name__}: {error}"
+        os.write(other_end, answer.encode())
+        os._exit(0)
+    os.close(other_end)
+    with os.fdopen(end) as answer:
+        text = answer.read()
+    assert os.waitpid(child, 0)[1] == 0
+    return text
+
+
+def python(program, *arguments):
+    """The exit status and the standard error of a program in Python."""
+    result = subprocess.run([sys.executable, "-c", program, *map(str, arguments)], check=False,
+                            capture_output=True, text=True, timeout=120)
+    return result.returncode, result.stderr
+
+
+def test_forked_process_opens_the_run_again(demo):
+    run = logging2.open(demo)
+    signal = run["x"]
+    assert in_fork(lambda: signal[3:5].values.tolist()) == "[30.0, 40.0]"
+    assert in_fork(lambda: len(run.to_pandas("x"))) == "100"
+    assert in_fork(lambda: pickle.loads(pickle.dumps(signal)).at(1.5)) == "15.0"
+    run.close()
+    assert in_fork(signal.read) == "ValueError: the run is closed"
+
+
+def test_forked_process_does_not_see_another_revision(tmp_path):
+    writer = logging2.Writer("recording", groups=[["x"]], directory=tmp_path, held_back_steps=0)
+    for time in (1.0, 2.0):
+        writer.write(0, time, [time])
+    writer.flush_intermediate()
+    run = logging2.open(writer.location)
+    writer.rollback(0, 1.0)
+    writer.flush()
+    assert "RecordingError" in in_fork(run["x"].read)
+    assert run["x"].values.tolist() == [1, 2]
+
+
+@pytest.mark.parametrize("backend", ["memory", "native", "columnar", "recording"])
+def test_forked_process_cannot_use_the_writer(backend, tmp_path, monkeypatch):
+    monkeypatch.setenv("TMPDIR", str(tmp_path))
+    options = {"directory": tmp_path} if backend == "recording" else {}
+    holder = [logging2.Writer(backend, groups=[["x"]], **options)]
+    holder[0].write(0, 0.0, [1.0])
+    for call in (holder[0].flush, holder[0].flush_intermediate, lambda: holder[0].write(0, 1.0, [2.0])):
+        assert in_fork(call) == "ValueError: the writer belongs to the parent of this process"
+
+    def destroy():
+        holder.clear()
+        return gc.collect() >= 0
+
+    assert in_fork(destroy) == "True"
+    writer = holder[0]
+    writer.flush()
+    assert [part.tolist() for part in writer.read("x")] == [[0.0], [1.0]]
+
+
+def test_threads_see_whole_states_while_the_run_changes(tmp_path):
+    writer = logging2.Writer("recording", groups=[{"x": 1, "p": 2}], directory=tmp_path,
+                             held_back_steps=0)
+    writer.write(0, 0.0, [0.0, 0.0, 0.0])
+    writer.flush_intermediate()
+    run = logging2.open(writer.location)
+    signals = [run["x"], run["p"]]
+    faults = []
+    done = threading.Event()
+
+    def read():
+        while not done.is_set():
+            try:
+                for signal in signals:
+                    part = signal[-5:]
+                    last = part.values.reshape(len(part.times), -1)[:, 0]
+                    np.testing.assert_array_equal(last, part.times)
+                    samples = signal.read()
+                    assert len(samples.times) == len(samples.values)
+                assert run.to_pandas().notna().all(axis=None)
+                run["x"].at(0.0)
+            except Exception as error:  # pylint: disable=broad-exception-caught
+                faults.append(error)
+                return
+
+    threads = [threading.Thread(target=read) for _ in range(3)]
+    for thread in threads:
+        thread.start()
+    for round_number in range(60):
+        for step in range(1, 10):
+            writer.write(0, float(step), [step, step, step])
+        writer.flush_intermediate()
+        run.refresh()
+        writer.rollback(0, float(round_number % 3))
+        writer.flush_intermediate()
+        run.refresh()
+    done.set()
+    for thread in threads:
+        thread.join()
+    assert not faults
+    writer.flush()
+
+
+def test_closing_in_another_thread_ends_reads_with_an_error(record):
+    location = record([["x"]], [(0, step, [step]) for step in range(140000)])
+    for _ in range(10):
+        run = logging2.open(location)
+        outcomes = []
+
+        def read(run=run, outcomes=outcomes):
+            try:
+                outcomes.append(run["x"].read().values.sum())
+            except ValueError as error:
+                outcomes.append(str(error))
+
+        threads = [threading.Thread(target=read) for _ in range(4)]
+        for thread in threads:
+            thread.start()
+        run.close()
+        for thread in threads:
+            thread.join()
+        assert set(outcomes) <= {"the run is closed", np.arange(140000.0).sum()}
+        assert len(outcomes) == 4
+
+
+DAEMON = """
+import logging2, sys, threading, time
+writer = logging2.Writer("memory", groups=[["x"]])
+started = threading.Event()
+def write():
+    step = 0
+    while True:
+        writer.write(0, step, [step])
+        started.set()
+        step += 1
+for _ in range(3):
+    threading.Thread(target=write, daemon=True).start()
+started.wait()
+"""
+
+
+def test_daemon_threads_do_not_disturb_the_end():
+    assert [python(DAEMON) for _ in range(5)] == [(0, "")] * 5
+
+
+OPEN_AT_THE_END = """
+import logging2, sys
+writer = logging2.Writer("recording", groups=[["x"]], directory=sys.argv[1])
+writer.myself = writer
+for step in range(100):
+    writer.write(0, step, [step])
+sys.exit(int(sys.argv[2]))
+"""
+
+
+@pytest.mark.parametrize("status", [0, 3])
+def test_end_of_the_interpreter_keeps_the_steps(tmp_path, status):
+    assert python(OPEN_AT_THE_END, tmp_path, status) == (status, "")
+    run = next(logging2.runs(tmp_path))
+    assert (run.state, len(run["x"])) == ("interrupted", 100)
+
+
+FULL_BUFFER = """
+import logging2, numpy, os
+groups = [[f"s{number}" for number in range(2000)]]
+row = numpy.ones(2000)
+def log():
+    with logging2.Writer("native", groups=groups) as writer:
+        for step in range(5000):
+            writer.write(0, step, row)
+        raise KeyError("rejected")
+try:
+    log()
+except KeyError:
+    print(sum(name.endswith("_times_0") for *_, names in os.walk(os.environ["TMPDIR"])
+              for name in names))
+"""
+
+
+def test_exception_passes_an_unflushed_native_writer(tmp_path, monkeypatch):
+    monkeypatch.setenv("TMPDIR", str(tmp_path))
+    result = subprocess.run([sys.executable, "-c", FULL_BUFFER], check=False, capture_output=True,
+                            text=True, timeout=120)
+    assert (result.returncode, result.stdout, result.stderr) == (0, "1\n", "")
