@@ -37,6 +37,16 @@ TEST_F(RecordingRunTest, infoTellsWhatTheHostGave) {
     EXPECT_LE(*info.end, std::chrono::system_clock::now());
 }
 
+TEST_F(RecordingRunTest, piecesAreOneSeriesOfAllSamples) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0});
+    EXPECT_THAT(open(*writer)->pieces(ValuePath("x")), IsEmpty());
+    writer->flush();
+    const std::vector<Series> pieces = open(*writer)->pieces(ValuePath("x"));
+    ASSERT_EQ(pieces.size(), 1U);
+    EXPECT_THAT(doubles(pieces[0].values()), ElementsAre(10.0, 20.0));
+}
+
 TEST_F(RecordingRunTest, runsHaveDifferentIds) {
     EXPECT_NE(open(*makeWriter())->info().id, open(*makeWriter())->info().id);
 }
