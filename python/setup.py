@@ -4,6 +4,7 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 from pathlib import Path
 
 from setuptools import Extension, setup
@@ -21,8 +22,9 @@ class BuildWithCMake(build_ext):
         package = Path(self.get_ext_fullpath(ext.name)).resolve().parent
         subprocess.run(
             ["cmake", "-S", TREE, "-B", build, "-DCMAKE_BUILD_TYPE=Release",
-             "-DLOGGING2_BUILD_PYTHON=ON", "-DLOGGING2_BUILD_TESTS=OFF",
-             "-DLOGGING2_BUILD_EXAMPLES=OFF", "-DLOGGING2_BUILD_TOOLS=OFF",
+             f"-DLOGGING2_PYTHON={sys.executable}", "-DLOGGING2_BUILD_PYTHON=ON",
+             "-DLOGGING2_BUILD_TESTS=OFF", "-DLOGGING2_BUILD_EXAMPLES=OFF",
+             "-DLOGGING2_BUILD_TOOLS=OFF",
              "-DCMAKE_BUILD_RPATH_USE_ORIGIN=ON", "-DCMAKE_BUILD_WITH_INSTALL_RPATH=ON"],
             check=True)
         subprocess.run(["cmake", "--build", build, "--target", "logging2_python",

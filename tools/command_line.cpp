@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <string>
 
@@ -30,6 +31,7 @@ void add_commands(CLI::App& app, Action& action) {
     add_signals(app, action);
     add_print(app, action);
     add_plot(app, action);
+    add_view(app, action);
     add_watch(app, action);
     add_diff(app, action);
     add_export(app, action);
@@ -40,13 +42,16 @@ void add_commands(CLI::App& app, Action& action) {
     add_native(app, action);
 }
 
-std::string first_line(const std::string& text) {
-    return text.substr(0, text.find('\n'));
+int failed(const Terminal& terminal, const std::string& message, int status) {
+    terminal.error << "logging2: " << printable(message) << '\n';
+    return status;
 }
 
-int failed(const Terminal& terminal, const std::string& message, int status) {
-    terminal.error << "logging2: " << printable(first_line(message)) << '\n';
-    return status;
+/// An empty argument comes from a variable of the shell that has no value, and means nothing.
+void check_arguments(int argc, const char* const* argv) {
+    if (std::any_of(argv, argv + argc, [](const char* argument) { return *argument == '\0'; })) {
+        throw UsageError("an argument is empty");
+    }
 }
 
 int run_action(const Action& action, const Terminal& terminal) {
@@ -67,6 +72,7 @@ int run_command_line(int argc, const char* const* argv, const Terminal& terminal
     add_commands(app, action);
     app.footer(footer);
     try {
+        check_arguments(argc, argv);
         app.parse(argc, argv);
         return run_action(action, terminal);
     } catch (const CLI::ParseError& error) {

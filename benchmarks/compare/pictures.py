@@ -73,7 +73,8 @@ def _title(question: Question, results: Results) -> str:
 def _short_title(workload: str, question: Question, results: Results) -> str:
     for entry in question.entries:
         if summary := results.summary(entry.contender, workload, entry.phase):
-            return f"{workload}: {summary.values_per_row:,.0f} doubles per row"
+            noun = "double" if summary.values_per_row == 1 else "doubles"
+            return f"{workload}: {summary.values_per_row:,.0f} {noun} per row"
     return workload
 
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <logging2/host/lang/ValuePath.hpp>
+#include <logging2/runs/Outline.hpp>
 #include <logging2/runs/Overview.hpp>
 #include <logging2/runs/Series.hpp>
 #include <logging2/runs/export.hpp>
@@ -24,6 +25,19 @@ enum class RunState {
     /// Its host stopped without making them final: it crashed, or it left early.
     interrupted
 };
+
+/// "running", "finished" or "interrupted".
+inline const char* name_of(RunState state) noexcept {
+    switch (state) {
+    case RunState::running:
+        return "running";
+    case RunState::finished:
+        return "finished";
+    case RunState::interrupted:
+        break;
+    }
+    return "interrupted";
+}
 
 /// What is known about a run as a whole.
 struct RunInfo {
@@ -171,6 +185,14 @@ public:
     /// Goes on to the present state of the run. Returns whether anything has changed. A Series that
     /// was given out before stays as it is.
     virtual bool refresh() = 0;
+
+    /// One element of a signal in [from, to], divided into bucketCount intervals of the same
+    /// length. Costs as much as an overview. Only if more than eight times as many pieces of 256
+    /// samples as there are buckets hold infinite values, some finite values of these pieces may be
+    /// missing in the least and the greatest. Throws as overview() does, and std::out_of_range if
+    /// the signal has no such element.
+    virtual Outline outline(const lang::core::ValuePath& path, std::size_t element, double from,
+                            double to, std::size_t bucketCount) const = 0;
 
 protected:
     Run() = default;

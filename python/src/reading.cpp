@@ -62,18 +62,6 @@ double seconds_of(std::chrono::system_clock::time_point time) {
     return std::chrono::duration<double>(time.time_since_epoch()).count();
 }
 
-std::string state_of(const core::RunInfo& info) {
-    switch (info.state) {
-    case core::RunState::running:
-        return "running";
-    case core::RunState::finished:
-        return "finished";
-    case core::RunState::interrupted:
-        break;
-    }
-    return "interrupted";
-}
-
 /// A run that several Python threads may use at once. Reads without the interpreter's lock.
 class SharedRun {
 public:
@@ -96,7 +84,7 @@ py::dict info_of(const SharedRun& shared) {
     py::dict result;
     result["id"] = info.id;
     result["name"] = info.name;
-    result["state"] = state_of(info);
+    result["state"] = name_of(info.state);
     result["start"] = seconds_of(info.start);
     result["end"] = info.end ? py::cast(seconds_of(*info.end)) : py::none();
     result["properties"] = info.properties;

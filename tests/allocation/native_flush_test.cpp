@@ -8,7 +8,7 @@ namespace {
 
 using NativeFlushSweepTest = NativeSweepTest;
 
-NativeSubject written() {
+NativeSubject writer_with_rows() {
     NativeSubject subject;
     subject.write(0, {1.0, 2.0});
     subject.write(1, {1.0, 2.0, 3.0});
@@ -17,8 +17,8 @@ NativeSubject written() {
 
 TEST_F(NativeFlushSweepTest, failedFlushIntermediateLosesNothing) {
     expect_every_failure_propagates(
-        "NativeStreamWriter: flushIntermediate", "the next flush writes every sample once", written,
-        [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
+        "NativeStreamWriter: flushIntermediate", "the next flush writes every sample once",
+        writer_with_rows, [](NativeSubject& subject) { subject.writer->flushIntermediate(); },
         [](NativeSubject& subject, Attempt) {
             subject.write(0, {3.0});
             subject.writer->flush();
@@ -31,7 +31,7 @@ TEST_F(NativeFlushSweepTest, failedSecondFlushIntermediateLosesNothing) {
     expect_every_failure_propagates(
         "NativeStreamWriter: flushIntermediate, the second", "the next call writes every sample",
         [] {
-            NativeSubject subject = written();
+            NativeSubject subject = writer_with_rows();
             subject.writer->flushIntermediate();
             subject.write(0, {3.0, 4.0});
             return subject;
@@ -66,7 +66,7 @@ TEST_F(NativeFlushSweepTest, failedFlushIntermediateLeavesTheRowsToTheThread) {
 
 TEST_F(NativeFlushSweepTest, nextFlushCompletesAFailedFlush) {
     expect_every_failure_propagates(
-        "NativeStreamWriter: flush", "a second flush writes what is missing", written,
+        "NativeStreamWriter: flush", "a second flush writes what is missing", writer_with_rows,
         [](NativeSubject& subject) { subject.writer->flush(); },
         [](NativeSubject& subject, Attempt attempt) {
             if (attempt.threw) {

@@ -1,5 +1,6 @@
 #include <logging2/conformance/detail/TemporaryDirectory.hpp>
 #include <tests/architecture/markdown.hpp>
+#include <tests/architecture/source_tree.hpp>
 #include <tests/support/files.hpp>
 
 #include <gmock/gmock.h>
@@ -19,8 +20,6 @@ using ::testing::SizeIs;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAreArray;
 
-const std::string root = LOGGING2_SOURCE_DIR;
-
 /// The text of the pattern's first group at each match.
 std::vector<std::string> first_groups(const std::string& text, const std::string& pattern) {
     const std::regex regex(pattern);
@@ -29,13 +28,14 @@ std::vector<std::string> first_groups(const std::string& text, const std::string
 
 TEST(DocumentsTest, everyLinkHasATarget) {
     std::size_t linkCount = 0;
-    for (const std::string& document : documents_below(root)) {
-        for (const std::string& target : link_targets(bytesOf(root + "/" + document))) {
-            EXPECT_EQ(broken_link(root, document, target), "") << target << " in " << document;
+    for (const std::string& document : documents_below(sourceTree)) {
+        for (const std::string& target : link_targets(bytesOf(sourceTree + "/" + document))) {
+            EXPECT_EQ(broken_link(sourceTree, document, target), "")
+                << target << " in " << document;
             ++linkCount;
         }
         // Nothing checks the targets of reference links.
-        EXPECT_THAT(reference_links(bytesOf(root + "/" + document)), IsEmpty()) << document;
+        EXPECT_THAT(reference_links(bytesOf(sourceTree + "/" + document)), IsEmpty()) << document;
     }
     EXPECT_GT(linkCount, 40U);
 }
@@ -87,13 +87,14 @@ TEST(DocumentsTest, documentsInBuildFoldersAreIgnored) {
 
 TEST(DocumentsTest, optionTableListsEveryCMakeOption) {
     EXPECT_THAT(
-        first_groups(bytesOf(root + "/docs/using/installing.md"), R"(\n\| `(LOGGING2_\w+)` \|)"),
-        UnorderedElementsAreArray(first_groups(bytesOf(root + "/CMakeLists.txt"),
+        first_groups(bytesOf(sourceTree + "/docs/using/installing.md"),
+                     R"(\n\| `(LOGGING2_\w+)` \|)"),
+        UnorderedElementsAreArray(first_groups(bytesOf(sourceTree + "/CMakeLists.txt"),
                                                R"(\n(?:\w*option|set)\((LOGGING2_\w+)\s)")));
 }
 
 TEST(DocumentsTest, everyDecisionIsListedAndHasTheSameHeadings) {
-    const std::string folder = root + "/docs/maintaining/decisions";
+    const std::string folder = sourceTree + "/docs/maintaining/decisions";
     const std::vector<std::string> pages = documents_below(folder);
     const std::vector<std::string> listed = link_targets(bytesOf(folder + "/README.md"));
     ASSERT_THAT(listed, SizeIs(pages.size() - 1));

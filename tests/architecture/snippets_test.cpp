@@ -1,4 +1,5 @@
 #include <tests/architecture/markdown.hpp>
+#include <tests/architecture/source_tree.hpp>
 #include <tests/support/files.hpp>
 
 #include <gmock/gmock.h>
@@ -16,8 +17,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const std::string root = LOGGING2_SOURCE_DIR;
-
 /// The fenced blocks of the language, without the fences.
 std::vector<std::string> snippets(const std::string& document, const std::string& language) {
     const std::string opening = "\n```" + language + "\n";
@@ -34,7 +33,8 @@ std::vector<std::string> snippets(const std::string& document, const std::string
 std::string sources_below(const std::vector<std::string>& folders) {
     std::string texts;
     for (const std::string& folder : folders) {
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(root + folder)) {
+        for (const auto& entry :
+             std::filesystem::recursive_directory_iterator(sourceTree + folder)) {
             texts += entry.is_directory() ? "" : "\n" + bytesOf(entry.path());
         }
     }
@@ -62,7 +62,7 @@ bool is_built(const std::string& snippet, const std::string& sources) {
 
 std::vector<std::string> pages_for_users() {
     std::vector<std::string> pages{"README.md"};
-    for (const std::string& page : documents_below(root + "/docs/using")) {
+    for (const std::string& page : documents_below(sourceTree + "/docs/using")) {
         pages.push_back("docs/using/" + page);
     }
     return pages;
@@ -84,7 +84,7 @@ TEST(SnippetsTest, codeOnPagesForUsersIsBuilt) {
     const std::string sources = sources_below({"/examples", "/tests/conformance"});
     std::size_t snippetCount = 0;
     for (const std::string& page : pages_for_users()) {
-        const std::string text = bytesOf(root + '/' + page);
+        const std::string text = bytesOf(sourceTree + '/' + page);
         EXPECT_THAT(unbuilt_snippets(text, "cpp", sources), IsEmpty()) << page;
         snippetCount += snippets(text, "cpp").size();
     }
@@ -92,7 +92,7 @@ TEST(SnippetsTest, codeOnPagesForUsersIsBuilt) {
 }
 
 TEST(SnippetsTest, projectOnThePageAboutBackendsIsBuilt) {
-    const std::string page = bytesOf(root + "/docs/using/writing-a-backend.md");
+    const std::string page = bytesOf(sourceTree + "/docs/using/writing-a-backend.md");
     EXPECT_THAT(unbuilt_snippets(page, "cmake", sources_below({"/examples/custom_backend"})),
                 IsEmpty());
     EXPECT_FALSE(snippets(page, "cmake").empty());

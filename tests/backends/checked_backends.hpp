@@ -21,6 +21,11 @@ namespace logging2::core::test {
 
 using Series = std::pair<std::vector<double>, std::vector<double>>;
 
+/// A sample of up to four doubles.
+inline const double row[] = {1.0, 2.0, 3.0, 4.0};
+
+inline constexpr const char* noError = "no error";
+
 /// The text of the std::logic_error that the call throws, or a description of what happened
 /// instead.
 template <class Function>
@@ -32,7 +37,7 @@ std::string mistake_of(Function call) {
     } catch (const std::exception& error) {
         return std::string("not a logic error: ") + error.what();
     }
-    return "no error";
+    return noError;
 }
 
 /// Groups of the given ids; group g has the scalar channel 100 + g, shown by the path "x" + g.

@@ -19,8 +19,6 @@ protected:
     const std::shared_ptr<Script> script = std::make_shared<Script>();
 };
 
-const double row[] = {1.0, 2.0, 3.0};
-
 std::vector<std::string> keys_of(const WarningRecorder& recorder) {
     std::vector<std::string> keys;
     for (const foundation::Message& warning : recorder.warnings) {

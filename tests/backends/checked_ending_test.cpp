@@ -15,9 +15,6 @@ protected:
     const std::shared_ptr<Script> script = std::make_shared<Script>();
 };
 
-const double row[] = {1.0, 2.0, 3.0};
-
-constexpr const char* noError = "no error";
 constexpr const char* flushedBefore = "flush: the stream was flushed before, by flush or by close";
 
 std::string mistake_of_store(const StreamWriter& writer, const char* path) {

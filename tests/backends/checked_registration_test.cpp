@@ -34,7 +34,7 @@ std::string refusal(const cppmicroservices::BundleContext& context, const std::s
     } catch (const std::invalid_argument& error) {
         return error.what();
     }
-    return "no error";
+    return noError;
 }
 
 TEST_P(CheckedBackendTest, isFoundByItsName) {
@@ -46,7 +46,6 @@ TEST_P(CheckedBackendTest, isFoundByItsName) {
 
 TEST_P(CheckedBackendTest, storesAreReadableByTheInnerBackend) {
     const auto target = checkedWriter();
-    const double row[] = {1.0, 2.0, 3.0};
     target->write(0, 1.0, row, 3);
     target->flush();
     EXPECT_THAT(reader(GetParam(), target->dataStore(ValuePath("a")))->times(), ElementsAre(1.0));
@@ -118,7 +117,6 @@ TEST_F(CheckedRegistrationTest, exceptionOfTheInnerConstructorPropagates) {
 TEST_F(CheckedRegistrationTest, checkedWriterOutlivesBothServices) {
     const auto target = writer("checked:memory");
     unregister();
-    const double row[] = {1.0, 2.0, 3.0};
     EXPECT_TRUE(target->write(0, 1.0, row, 3));
     target->flush();
     EXPECT_THAT(*memoryStore(*target, "a").times, ElementsAre(1.0));

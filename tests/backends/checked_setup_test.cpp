@@ -24,8 +24,6 @@ GroupSetup channel_5_in_two_groups() {
                       channels({{4, 1}, {5, 1}}));
 }
 
-constexpr const char* noError = "no error";
-
 TEST_P(CheckedBackendTest, setupRefusesAPathInTwoGroups) {
     const GroupSetup setup =
         two_groups(paths({{"x", 1}}), channels({{1, 1}}), paths({{"x", 2}}), channels({{2, 1}}));

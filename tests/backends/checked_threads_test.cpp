@@ -10,8 +10,6 @@ namespace {
 
 using ::testing::ElementsAre;
 
-const double row[] = {1.0, 2.0, 3.0};
-
 class CheckedThreadsTest : public CheckedBackendsTest {
 protected:
     CheckedThreadsTest() {

@@ -13,8 +13,6 @@ using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
 
-const double row[] = {1.0, 2.0, 3.0, 4.0};
-
 std::string mistake_of_write(StreamWriter& writer, std::size_t group, const double* values,
                              std::size_t n) {
     return mistake_of([&] { writer.write(group, 1.5, values, n); });

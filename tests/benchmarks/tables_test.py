@@ -82,7 +82,8 @@ class GoalsTableTest(unittest.TestCase):
         runs = [run("ours/W1", 30), run("copy-touched/W1", 10)]
         self.assertEqual(self.row(*runs, scale=0.1),
                          "| our writer | 2 × a copy | 3.00 | not judged |")
-        self.assertIn("Only 0.1 of the steps were run, so the goals are not judged.", tables(results(*runs, scale=0.1)))
+        self.assertIn("Only 0.1 of the steps were run, so the goals are not judged.",
+                      tables(results(*runs, scale=0.1)))
 
 
 class FloorTest(unittest.TestCase):

@@ -292,6 +292,9 @@ private:
             isReadable = works([&] {
                              if (drawn) {
                                  run->overview(signal.path, 0.0, 9000.0, 5);
+                                 if (signal.width > 0) {
+                                     run->outline(signal.path, 0, 0.0, 9000.0, 5);
+                                 }
                              }
                          }) &&
                          isReadable;

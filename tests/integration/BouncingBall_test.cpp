@@ -35,18 +35,18 @@ std::vector<Bounce> closed_form(std::size_t bounceCount) {
     return bounces;
 }
 
-LoggedRun full_run() {
+LoggedRun full_ball_run() {
     return integration::run_model(BouncingBall(), 5);
 }
 
 TEST(BouncingBallTest, firstImpactIsLocatedToAPicosecond) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_ball_run();
     ASSERT_FALSE(run.events.empty());
     EXPECT_NEAR(run.events.front().time, closed_form(1).front().time, locationTolerance);
 }
 
 TEST(BouncingBallTest, impactsFollowTheClosedForm) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_ball_run();
     const auto bounces = closed_form(28);
     ASSERT_EQ(run.events.size(), bounces.size());
     for (std::size_t bounce = 0; bounce < bounces.size(); ++bounce) {
@@ -55,7 +55,7 @@ TEST(BouncingBallTest, impactsFollowTheClosedForm) {
 }
 
 TEST(BouncingBallTest, bothSidesOfAnImpactAreLogged) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_ball_run();
     const auto& times = run.groups[0].times;
     const auto& height = integration::values_of(run, "ball.height");
     const auto& velocity = integration::values_of(run, "ball.velocity");
@@ -74,7 +74,7 @@ TEST(BouncingBallTest, bothSidesOfAnImpactAreLogged) {
 }
 
 TEST(BouncingBallTest, everyFlightReachesTheExpectedHeight) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_ball_run();
     const auto& times = run.groups[0].times;
     const auto& height = integration::values_of(run, "ball.height");
     const auto& velocity = integration::values_of(run, "ball.velocity");
@@ -98,7 +98,7 @@ TEST(BouncingBallTest, everyFlightReachesTheExpectedHeight) {
 }
 
 TEST(BouncingBallTest, timesStrictlyIncreaseBetweenImpacts) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_ball_run();
     const auto& times = run.groups[0].times;
     std::size_t repeats = 0;
     for (std::size_t k = 1; k < times.size(); ++k) {
@@ -118,7 +118,7 @@ TEST(BouncingBallTest, rejectedStepsAreNotInTheResult) {
     const simulate::RollbackWarnings warnings;
     simulate::Recorder recorder(writer, warnings);
     model.run(recorder, {5, 1e-9});
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_ball_run();
     ASSERT_EQ(writer.discarded.size(), run.events.size());
     const auto& times = run.groups[0].times;
     for (const auto& [time, row] : writer.discarded) {
@@ -129,13 +129,13 @@ TEST(BouncingBallTest, rejectedStepsAreNotInTheResult) {
 }
 
 TEST(BouncingBallTest, noSampleIsBelowTheFloor) {
-    const auto run = full_run();
+    const auto run = full_ball_run();
     const auto& height = integration::values_of(run, "ball.height");
     EXPECT_GE(*std::min_element(height.begin(), height.end()), 0);
 }
 
 TEST(BouncingBallTest, countsOneRejectedStepPerImpact) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_ball_run();
     EXPECT_EQ(run.counts.takenBack, run.events.size());
     EXPECT_EQ(run.counts.declined, 0u);
     EXPECT_EQ(run.counts.logged - run.counts.takenBack, run.groups[0].times.size());
@@ -153,7 +153,7 @@ TEST(BouncingBallTest, restingBallStaysAtRestInALongRun) {
     EXPECT_EQ(integration::values_of(run, "ball.height").back(), 0);
     EXPECT_EQ(integration::values_of(run, "ball.velocity").back(), 0);
     EXPECT_EQ(run.events.back().label, "comes to rest");
-    EXPECT_EQ(run.groups[0].times.size(), full_run().groups[0].times.size());
+    EXPECT_EQ(run.groups[0].times.size(), full_ball_run().groups[0].times.size());
 }
 
 TEST(BouncingBallTest, toleranceDoesNotMoveTheImpacts) {

@@ -12,7 +12,7 @@ using integration::LoggedRun;
 using integration::values_of;
 using simulate::DcMotor;
 
-LoggedRun full_run() {
+LoggedRun full_motor_run() {
     return integration::run_model(DcMotor(), 0.8);
 }
 
@@ -25,7 +25,7 @@ const std::vector<double>& controller_times(const LoggedRun& run) {
 }
 
 TEST(DcMotorTest, speedReachesTheSetPointBeforeAndAfterTheLoad) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const auto speed = component(run, "motor.state", 3, 1);
     const auto load =
         std::lower_bound(motor_times(run).begin(), motor_times(run).end(), DcMotor::loadStepTime);
@@ -35,7 +35,7 @@ TEST(DcMotorTest, speedReachesTheSetPointBeforeAndAfterTheLoad) {
 }
 
 TEST(DcMotorTest, steadyCurrentAndVoltageBalanceTheLoad) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const double current =
         (DcMotor::loadTorque + DcMotor::friction * DcMotor::setPoint) / DcMotor::motorConstant;
     const double voltage =
@@ -45,7 +45,7 @@ TEST(DcMotorTest, steadyCurrentAndVoltageBalanceTheLoad) {
 }
 
 TEST(DcMotorTest, angleIsTheIntegralOfTheSpeed) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const auto& times = motor_times(run);
     const auto speed = component(run, "motor.state", 3, 1);
     double angle = 0;
@@ -56,7 +56,7 @@ TEST(DcMotorTest, angleIsTheIntegralOfTheSpeed) {
 }
 
 TEST(DcMotorTest, loadStepSlowsTheMotor) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const auto speed = component(run, "motor.state", 3, 1);
     double slowest = DcMotor::setPoint;
     for (std::size_t k = 0; k < speed.size(); ++k) {
@@ -69,7 +69,7 @@ TEST(DcMotorTest, loadStepSlowsTheMotor) {
 }
 
 TEST(DcMotorTest, bothSidesOfTheLoadStepAreLogged) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const auto& times = motor_times(run);
     const auto [first, last] = std::equal_range(times.begin(), times.end(), DcMotor::loadStepTime);
     ASSERT_EQ(last - first, 2);
@@ -81,7 +81,7 @@ TEST(DcMotorTest, bothSidesOfTheLoadStepAreLogged) {
 }
 
 TEST(DcMotorTest, motorTimesStrictlyIncreaseExceptAtTheLoadStep) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const auto& times = motor_times(run);
     for (std::size_t k = 1; k < times.size(); ++k) {
         if (times[k] <= times[k - 1]) {
@@ -92,7 +92,7 @@ TEST(DcMotorTest, motorTimesStrictlyIncreaseExceptAtTheLoadStep) {
 }
 
 TEST(DcMotorTest, controllerSamplesAtItsOwnFixedRate) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const auto& times = controller_times(run);
     ASSERT_EQ(times.size(), 161u);
     for (std::size_t k = 0; k < times.size(); ++k) {
@@ -101,7 +101,7 @@ TEST(DcMotorTest, controllerSamplesAtItsOwnFixedRate) {
 }
 
 TEST(DcMotorTest, motorIsLoggedAtEverySampleOfTheController) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     const auto& times = motor_times(run);
     const auto speed = component(run, "motor.state", 3, 1);
     const auto& measured = values_of(run, "controller.measured");
@@ -114,7 +114,7 @@ TEST(DcMotorTest, motorIsLoggedAtEverySampleOfTheController) {
 }
 
 TEST(DcMotorTest, aliasesShowTheSameChannel) {
-    const LoggedRun run = full_run();
+    const LoggedRun run = full_motor_run();
     EXPECT_TRUE(integration::same_bits(values_of(run, "controller.output"),
                                        values_of(run, "motor.voltage")));
     EXPECT_FALSE(integration::same_bits(values_of(run, "controller.output"),

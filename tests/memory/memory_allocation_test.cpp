@@ -1,6 +1,7 @@
 #include <tests/memory/memory_writers.hpp>
 #include <tests/support/AllocationCounter.hpp>
 
+#include <limits>
 #include <new>
 #include <stdexcept>
 
@@ -253,7 +254,7 @@ TEST(MemoryAllocationTest, failedFlushCountsAsAFlush) {
     MemoryStreamWriter writer(StreamingAttributes{}, wideSetup());
     write(writer, 0, 1.0, row);
     {
-        const AllocationFailure failure(1);
+        const AllocationFailure failure(1, std::numeric_limits<std::size_t>::max());
         EXPECT_THROW(writer.flush(), std::bad_alloc);
     }
     const AllocationCounter counter;
@@ -265,7 +266,7 @@ TEST(MemoryAllocationTest, failedFlushKeepsTheStoresOfEarlierGroups) {
     const LoggedPathsSetupData one(paths({{"one", 0}}), channels({{0, 1}}));
     const LoggedPathsSetupData two(paths({{"two", 0}}), channels({{0, 1000}}));
     bool failedLate = false;
-    for (std::size_t n = 0; n < 12 && !failedLate; ++n) {
+    for (std::size_t n = 0; n < 40 && !failedLate; ++n) {
         MemoryStreamWriter attempt(StreamingAttributes{},
                                    GroupSetup{{Group(0), one}, {Group(1), two}});
         write(attempt, 0, 1.0, {5.0});

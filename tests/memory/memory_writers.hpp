@@ -2,21 +2,19 @@
 
 #include <logging2/logging2.hpp>
 
+#include <tests/support/nan.hpp>
 #include <tests/support/setups.hpp>
 
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 namespace logging2::core::test {
-
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 /// Attributes with which both writers behave alike, as long as no group has more than 64 steps.
 inline StreamingAttributes attributes(bool rollbackOnTimeRegression = false) {

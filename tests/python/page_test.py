@@ -8,7 +8,7 @@ PAGE = Path(__file__).parents[2] / "docs/using/python.md"
 
 def test_programs_of_the_page_run_one_after_the_other(tmp_path):
     programs = re.findall(r"```python\n(.*?)```", PAGE.read_text(encoding="utf-8"), re.S)
-    assert len(programs) == 3
+    assert len(programs) == 4
     result = subprocess.run([sys.executable, "-c", "\n".join(programs)], cwd=tmp_path, check=False,
                             capture_output=True, text=True)
     assert (result.returncode, result.stderr) == (0, "")

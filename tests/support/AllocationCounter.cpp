@@ -23,6 +23,7 @@ struct Failure {
     bool active = false;
     bool happened = false;
     std::size_t before = 0;
+    std::size_t left = 0;
 };
 
 thread_local Tally tally;
@@ -51,12 +52,16 @@ bool is_to_fail() {
     if (isPlannedElsewhere && !plansElsewhere) {
         return --leftElsewhere == 0;
     }
-    if (!failure.active || failure.happened) {
+    if (!failure.active || failure.left == 0) {
         return false;
     }
-    failure.happened = failure.before == 0;
-    failure.before -= failure.happened ? 0 : 1;
-    return failure.happened;
+    if (failure.before > 0) {
+        --failure.before;
+        return false;
+    }
+    failure.happened = true;
+    --failure.left;
+    return true;
 }
 
 /// Returns null if there is no memory or the allocation is to fail.
@@ -187,8 +192,8 @@ std::size_t AllocationCounter::countOfSize(std::size_t bytes) const {
         std::count(static_cast<const std::size_t*>(tally.sizes), end, bytes));
 }
 
-AllocationFailure::AllocationFailure(std::size_t before) {
-    failure = Failure{true, false, before};
+AllocationFailure::AllocationFailure(std::size_t before, std::size_t count) {
+    failure = Failure{true, false, before, count};
 }
 
 AllocationFailure::~AllocationFailure() {

@@ -41,16 +41,16 @@ public:
     static bool isLast(const std::bad_alloc& error) noexcept;
 };
 
-/// Makes one allocation of the calling thread fail while the object lives: the one after `before`
-/// successful ones. It throws a RefusedAllocation; the nothrow forms return null.
+/// Makes allocations of the calling thread fail while the object lives: `count` in a row after
+/// `before` successful ones. They throw a RefusedAllocation; the nothrow forms return null.
 class AllocationFailure {
 public:
-    explicit AllocationFailure(std::size_t before);
+    explicit AllocationFailure(std::size_t before, std::size_t count = 1);
     ~AllocationFailure();
     AllocationFailure(const AllocationFailure&) = delete;
     AllocationFailure& operator=(const AllocationFailure&) = delete;
 
-    /// Whether that allocation was requested.
+    /// Whether one of these allocations was requested.
     bool happened() const;
 };
 

@@ -21,9 +21,9 @@ class CommandTest(unittest.TestCase):
         self.addCleanup(temporary.cleanup)
         self.directory = Path(temporary.name)
 
-    def run_command(self, *arguments, stdout=subprocess.PIPE):
-        """The result of `logging2 ARGUMENT...`, as text."""
-        return subprocess.run([COMMAND, *map(str, arguments)], stdin=subprocess.DEVNULL,
+    def run_command(self, *arguments, stdout=subprocess.PIPE, wrapper=()):
+        """The result of `WRAPPER... logging2 ARGUMENT...`, as text."""
+        return subprocess.run([*wrapper, COMMAND, *map(str, arguments)], stdin=subprocess.DEVNULL,
                               stdout=stdout, stderr=subprocess.PIPE, text=True, timeout=120,
                               check=False, cwd=self.directory, env={**os.environ, "TZ": "UTC"})
 
@@ -57,15 +57,15 @@ class CommandTest(unittest.TestCase):
     def record(self, script):
         """The directory of a recording that write_recording.cpp makes of the lines."""
         result = subprocess.run([WRITE_RECORDING, self.directory], input=script, check=True,
-                                capture_output=True, text=True)
+                                capture_output=True, text=True, errors="surrogateescape")
         return Path(result.stdout.splitlines()[0])
 
-    def recorder(self, script):
+    def recorder(self, script, place=None):
         """A process that has obeyed the lines and takes more of them, and its recording's directory.
 
         The recording runs until the process gets the line `end`, or is killed.
         """
-        process = subprocess.Popen([WRITE_RECORDING, self.directory], text=True, bufsize=1,
+        process = subprocess.Popen([WRITE_RECORDING, place or self.directory], text=True, bufsize=1,
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.addCleanup(process.wait)
         self.addCleanup(process.stdout.close)

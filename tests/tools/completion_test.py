@@ -24,6 +24,13 @@ class CompletionTest(CommandTest):
         self.assertEqual(self.offers("print", "x", "--e"), ["--exclude", "--every"])
         self.assertEqual(self.offers("plot", "x", "--o"), ["--output", "--overlay"])
 
+    def test_commands_and_options_of_native_are_offered(self):
+        self.assertEqual(sorted(self.offers("native", "")), ["--help", "clean", "list", "rescue"])
+        self.assertEqual(self.offers("native", "re"), ["rescue"])
+        self.assertEqual(self.offers("native", "--"), ["--help"])
+        self.assertEqual(self.offers("native", "clean", "--o"), ["--older-than"])
+        self.assertEqual(self.offers("native", "rescue", "x", "--s"), ["--setup"])
+
     def test_directories_are_offered(self):
         run = self.simulate()
         self.assertEqual(self.offers("info", "runs/b"), [f"runs/{run.name}"])

@@ -49,6 +49,7 @@ def many_steps(count, signals=3, chunk=65536):
     return f"chunk {chunk}\ngroup 0 {names}\nbegin\n" + "".join(
         f"write 0 {step} {f'{step}.5 ' * signals}\n" for step in range(count)) + "end\n"
 
+
 # A sanitizer keeps memory that was freed.
 MEASURES_MEMORY = "LOGGING2_SANITIZED" not in os.environ
 

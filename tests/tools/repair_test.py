@@ -9,7 +9,7 @@ SHRINKING = "show\nrollback 0 499\n"
 
 
 class RepairTest(CommandTest):
-    """check, rescue, copy and compact."""
+    """check, rescue and copy."""
 
     def damage(self, run, offset):
         with open(run / "samples.bin", "r+b") as data:
@@ -88,19 +88,6 @@ class RepairTest(CommandTest):
         self.output_of("copy", run, "-o", "copy")
         self.assertEqual(self.json_of("info", "copy")["state"], "interrupted")
         self.assertEqual(self.values_of("copy"), self.values_of(run))
-        process.stdin.write("end\n")
-
-    def test_compact_frees_the_bytes_of_discarded_steps(self):
-        run = self.record(SCRIPT + SHRINKING + "end\n")
-        expected = self.values_of(run)
-        sizes = self.json_of("compact", run)
-        self.assertLess(sizes["bytes"], sizes["bytesBefore"])
-        self.assertEqual(self.values_of(run), expected)
-        self.assertEqual([entry.name for entry in self.directory.iterdir()], [run.name])
-
-    def test_compact_refuses_a_running_run(self):
-        process, run = self.recorder(SCRIPT + "show\n")
-        self.assert_refused("still being written", "compact", run)
         process.stdin.write("end\n")
 
     def test_interrupted_copy_leaves_nothing(self):

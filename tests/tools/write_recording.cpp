@@ -2,12 +2,15 @@
 #include <logging2/logging2.hpp>
 
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 // Writes a recording as the lines of its standard input say, one after the other:
@@ -17,9 +20,13 @@
 //   chunk BYTES                  the greatest number of bytes of a chunk
 //   group ID PATH:WIDTH...       a group with these signals; ALIAS=PATH shows the channel of PATH
 //   begin                        makes the recording in the directory that is the argument, and
-//   prints
-//                                where it is
+//                                prints where it is
 //   write ID TIME VALUE...       logs a step
+//   wave ID COUNT LENGTH         logs steps at 0, LENGTH, 2 LENGTH, ...; the value is the sine of
+//                                the time, and 2 for every 1,000,000th one
+//   rate N                       from now on, `wave` logs N steps per second
+//   ramp ID WIDTH COUNT START    logs so many steps at START, START + 1, …; the times are the
+//                                values as well
 //   rollback ID TIME             takes steps back
 //   show                         shows all steps to readers, and prints "shown"
 //   end                          ends the run as finished
@@ -59,6 +66,12 @@ public:
             begin();
         } else if (verb == "write") {
             write(words);
+        } else if (verb == "wave") {
+            wave(words);
+        } else if (verb == "rate") {
+            words >> stepsPerSecond;
+        } else if (verb == "ramp") {
+            ramp(words);
         } else if (verb == "rollback") {
             std::size_t group = 0;
             words >> group;
@@ -129,6 +142,46 @@ private:
         writer->write(group, time, values.data(), values.size());
     }
 
+    void wave(std::istringstream& words) {
+        constexpr std::size_t stepsPerSpike = 1'000'000;
+        std::size_t group = 0;
+        std::size_t count = 0;
+        words >> group >> count;
+        const double length = number(words);
+        const auto start = std::chrono::steady_clock::now();
+        for (std::size_t step = 0; step < count; ++step) {
+            const double time = static_cast<double>(step) * length;
+            const double value = step % stepsPerSpike == stepsPerSpike / 2 ? 2 : std::sin(time);
+            writer->write(group, time, &value, 1);
+            pace(start, step + 1);
+        }
+    }
+
+    /// Waits until so many steps are due.
+    void pace(std::chrono::steady_clock::time_point start, std::size_t stepCount) const {
+        constexpr std::size_t stepsPerLook = 100;
+        if (stepsPerSecond > 0 && stepCount % stepsPerLook == 0) {
+            std::this_thread::sleep_until(
+                start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                            std::chrono::duration<double>(static_cast<double>(stepCount) /
+                                                          stepsPerSecond)));
+        }
+    }
+
+    void ramp(std::istringstream& words) {
+        std::size_t group = 0;
+        std::size_t width = 0;
+        std::size_t count = 0;
+        words >> group >> width >> count;
+        const double start = number(words);
+        std::vector<double> values(width);
+        for (std::size_t step = 0; step < count; ++step) {
+            std::fill(values.begin(), values.end(), start + static_cast<double>(step));
+            writer->write(group, values.front(), values.data(), width);
+        }
+    }
+
+    double stepsPerSecond = 0; ///< 0: as fast as possible
     RecordingOptions options;
     StreamingAttributes attributes;
     SequenceMap<Group, LoggedPathsSetupData> setup;

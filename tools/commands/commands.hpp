@@ -24,6 +24,7 @@ void add_plot(CLI::App& app, Action& action);
 void add_print(CLI::App& app, Action& action);
 void add_rescue(CLI::App& app, Action& action);
 void add_signals(CLI::App& app, Action& action);
+void add_view(CLI::App& app, Action& action);
 void add_watch(CLI::App& app, Action& action);
 
 } // namespace logging2::tools

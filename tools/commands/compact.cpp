@@ -1,19 +1,15 @@
 #include <tools/commands/commands.hpp>
 
 #include <tools/UsageError.hpp>
+#include <tools/commands/CompactionDirectory.hpp>
 #include <tools/commands/describe.hpp>
 #include <tools/commands/new_recording.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/terminal/Interrupt.hpp>
 #include <tools/terminal/text.hpp>
 
-#include <fcntl.h>
-
-#include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <system_error>
 
 namespace logging2::tools {
 namespace {
@@ -33,39 +29,32 @@ void check_not_running(const std::string& location) {
     }
 }
 
-/// A name beside the recording that is no recording's.
-fs::path name_beside(const fs::path& location) {
-    return location.parent_path() / ("." + location.filename().string() + ".compact");
+/// The copy is on the disk before it replaces the recording, and has the same permissions.
+core::RecordingOptions options_of(const CompactOptions& options, const fs::path& location) {
+    core::RecordingOptions result = options.recording;
+    result.durability = core::Durability::power;
+    result.mode = static_cast<mode_t>((fs::status(location).permissions() & fs::perms::mask) |
+                                      fs::perms::owner_all);
+    return result;
 }
 
-/// Both directories get each other's name at once, so there is no moment without the recording.
-void exchange(const fs::path& a, const fs::path& b) {
-    if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) != 0) {
-        throw std::system_error(errno, std::generic_category(),
-                                a.string() + ": cannot be replaced by its compact copy");
+void replace_by_copy(const fs::path& location, const CompactionDirectory& directory,
+                     const core::RecordingOptions& options, const Terminal& terminal) {
+    const fs::path copy = directory.path() / location.filename();
+    {
+        ProgressBar bar(terminal);
+        core::copy_recording(location.string(), copy.string(), options, progress_of(bar));
     }
-}
-
-void replace_by_copy(const fs::path& location, const core::RecordingOptions& options,
-                     const Terminal& terminal) {
-    const fs::path copy = name_beside(location);
-    const InterruptGuard guard;
-    ProgressBar bar(terminal);
-    core::copy_recording(location.string(), copy.string(), options, progress_of(bar));
-    try {
-        exchange(location, copy);
-    } catch (const std::system_error&) {
-        fs::remove_all(copy);
-        throw;
-    }
-    fs::remove_all(copy);
+    directory.replaceRecording(copy);
 }
 
 int compact(const CompactOptions& options, const Terminal& terminal) {
     const fs::path location = fs::canonical(recording_of(options.run));
+    const InterruptGuard guard; // before anything is made
+    const CompactionDirectory directory(location);
     check_not_running(location.string());
     const std::uint64_t before = file_byte_count(location.string());
-    replace_by_copy(location, options.recording, terminal);
+    replace_by_copy(location, directory, options_of(options, location), terminal);
     const std::uint64_t after = file_byte_count(location.string());
     if (options.json) {
         print_json(terminal, {{"schema", jsonSchema},

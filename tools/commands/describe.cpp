@@ -8,10 +8,6 @@
 namespace logging2::tools {
 namespace {
 
-Json json_or_null(const std::optional<double>& value) {
-    return value ? json_number(*value) : Json();
-}
-
 Json json_of(const std::vector<double>& values) {
     Json result = Json::array();
     std::transform(values.begin(), values.end(), std::back_inserter(result), json_number);
@@ -19,18 +15,6 @@ Json json_of(const std::vector<double>& values) {
 }
 
 } // namespace
-
-std::string state_text(core::RunState state) {
-    switch (state) {
-    case core::RunState::running:
-        return "running";
-    case core::RunState::finished:
-        return "finished";
-    case core::RunState::interrupted:
-        break;
-    }
-    return "interrupted";
-}
 
 std::optional<std::chrono::system_clock::duration> duration_of(const core::RunInfo& info) {
     if (info.end) {
@@ -73,7 +57,7 @@ Json run_json(const core::RunInfo& info, const std::string& location) {
     return {
         {"id", info.id},
         {"name", info.name},
-        {"state", state_text(info.state)},
+        {"state", name_of(info.state)},
         {"location", location},
         {"start", utc_text(info.start)},
         {"end", info.end ? Json(utc_text(*info.end)) : Json()},

@@ -10,9 +10,6 @@
 
 namespace logging2::tools {
 
-/// "running", "finished" or "interrupted".
-std::string state_text(core::RunState state);
-
 /// From its start to its end, or until now while it is running; empty if it is interrupted.
 std::optional<std::chrono::system_clock::duration> duration_of(const core::RunInfo& info);
 

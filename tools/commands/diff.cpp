@@ -2,10 +2,11 @@
 
 #include <tools/UsageError.hpp>
 #include <tools/commands/diff_report.hpp>
+#include <tools/commands/new_recording.hpp>
 #include <tools/selection/RunChoice.hpp>
-#include <tools/terminal/ProgressBar.hpp>
+#include <tools/selection/number_checks.hpp>
+#include <tools/terminal/Interrupt.hpp>
 
-#include <cmath>
 #include <fstream>
 #include <memory>
 
@@ -45,9 +46,9 @@ int diff(const DiffOptions& options, const Terminal& terminal) {
     const auto a = core::open_recording(report.locationA);
     const auto b = core::open_recording(report.locationB);
     {
+        const InterruptGuard guard; // so that the bar is removed
         ProgressBar bar(terminal);
-        report.result = compare_runs(
-            *a, *b, settings, [&bar](std::size_t done, std::size_t all) { bar.show(done, all); });
+        report.result = compare_runs(*a, *b, settings, progress_of(bar));
     }
     (options.json ? print_diff_json : print_diff)(terminal, report);
     return report.result.differs() ? 1 : 0;
@@ -57,14 +58,7 @@ CLI::Option* add_tolerance(CLI::App& command, const std::string& name, double& v
                            const std::string& description) {
     return command.add_option(name, value, description)
         ->type_name("NUMBER")
-        ->check(CLI::Validator(
-            [](std::string& text) {
-                double number = 0;
-                const bool isGood =
-                    CLI::detail::lexical_cast(text, number) && std::isfinite(number) && number >= 0;
-                return isGood ? std::string() : text + " is not a number of at least 0";
-            },
-            ""));
+        ->check(at_least_zero());
 }
 
 CLI::Option* add_patterns(CLI::App& command, const std::string& name,

@@ -23,14 +23,6 @@ Json json_of(const Tolerance& tolerance) {
             {"time", tolerance.time}};
 }
 
-Json json_or_null(const std::optional<double>& value) {
-    return value ? json_number(*value) : Json();
-}
-
-Json json_or_null(const std::optional<std::size_t>& value) {
-    return value ? Json(*value) : Json();
-}
-
 Json json_of(const SideSummary& side) {
     return {{"steps", side.stepCount},
             {"firstTime", json_or_null(side.firstTime)},

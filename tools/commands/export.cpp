@@ -137,10 +137,12 @@ std::uint64_t write_csv(const Excerpt& excerpt, bool merges, const NewFile& file
 }
 
 void print_csv(const Excerpt& excerpt, bool merges, const Terminal& terminal) {
-    export_csv(excerpt, merges, terminal, [&](std::uint64_t, std::uint64_t) {
+    ProgressBar bar = ProgressBar::ofRows(terminal);
+    export_csv(excerpt, merges, terminal, [&](std::uint64_t done, std::uint64_t total) {
         if (!terminal.out) {
             throw UsageError("the output cannot be written");
         }
+        bar.show(done, total);
     });
 }
 

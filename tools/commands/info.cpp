@@ -49,7 +49,7 @@ void print_run(const core::RunInfo& info, const std::string& location, const Ter
     print_line(terminal, "location", location);
     print_line(terminal, "name", info.name);
     print_line(terminal, "id", info.id);
-    print_line(terminal, "state", state_text(info.state));
+    print_line(terminal, "state", name_of(info.state));
     print_line(terminal, "start", local_time_text(info.start));
     print_line(terminal, "end", info.end ? local_time_text(*info.end) : "unknown");
     print_line(terminal, "duration", duration ? duration_text(*duration) : "unknown");
@@ -60,18 +60,17 @@ void print_run(const core::RunInfo& info, const std::string& location, const Ter
     }
 }
 
-void print_groups(const core::Run& run, const Terminal& terminal) {
+Table group_table(const core::Run& run) {
     Table table({{"GROUP", true}, {"STEPS", true}, {"FIRST TIME", true}, {"LAST TIME", true}});
     for (const core::GroupInfo& group : run.groups()) {
         table.add({std::to_string(group.id), count_text(group.stepCount),
                    group.firstTime ? number_text(*group.firstTime) : "",
                    group.lastTime ? number_text(*group.lastTime) : ""});
     }
-    terminal.out << '\n';
-    table.print(terminal);
+    return table;
 }
 
-void print_signals(const core::Run& run, const Terminal& terminal) {
+Table signal_table(const core::Run& run) {
     Table table({{"SIGNAL", false, true},
                  {"GROUP", true},
                  {"CHANNEL", true},
@@ -89,8 +88,17 @@ void print_signals(const core::Run& run, const Terminal& terminal) {
                    count_text(signal.width), count_text(summary.sampleCount), count_text(nanCount),
                    byte_count_text(summary.byteCount)});
     }
-    terminal.out << '\n';
-    table.print(terminal);
+    return table;
+}
+
+void print_as_text(const core::Run& run, const std::string& location, const Terminal& terminal) {
+    // Before anything is printed, because reading a damaged run may fail.
+    const std::vector<Table> tables{group_table(run), signal_table(run)};
+    print_run(run.info(), location, terminal);
+    for (const Table& table : tables) {
+        terminal.out << '\n';
+        table.print(terminal);
+    }
 }
 
 int info(const InfoOptions& options, const Terminal& terminal) {
@@ -100,9 +108,7 @@ int info(const InfoOptions& options, const Terminal& terminal) {
         print_as_json(*run, location, terminal);
         return 0;
     }
-    print_run(run->info(), location, terminal);
-    print_groups(*run, terminal);
-    print_signals(*run, terminal);
+    print_as_text(*run, location, terminal);
     return 0;
 }
 

@@ -1,6 +1,7 @@
 #include <tools/commands/commands.hpp>
 
 #include <tools/commands/describe.hpp>
+#include <tools/terminal/ProgressBar.hpp>
 #include <tools/terminal/Table.hpp>
 #include <tools/terminal/text.hpp>
 
@@ -47,6 +48,17 @@ ListedRun listed(core::RecordingEntry entry) {
     return result;
 }
 
+std::vector<ListedRun> runs_in(const std::string& directory, const Terminal& terminal) {
+    ProgressBar bar(terminal);
+    std::vector<core::RecordingEntry> entries = core::list_recordings(directory);
+    std::vector<ListedRun> runs;
+    for (core::RecordingEntry& entry : entries) {
+        bar.show(runs.size(), entries.size());
+        runs.push_back(listed(std::move(entry)));
+    }
+    return runs;
+}
+
 Json json_of(const ListedRun& run) {
     const core::RecordingEntry& entry = run.entry;
     if (!entry.fault.empty()) {
@@ -71,7 +83,7 @@ std::vector<std::string> cells_of(const ListedRun& run) {
     const auto duration = duration_of(entry.info);
     return {entry.info.name,
             entry.info.id.substr(0, 8),
-            state_text(entry.info.state),
+            name_of(entry.info.state),
             local_time_text(entry.info.start),
             duration ? duration_text(*duration) : "",
             count_text(run.counts.groups),
@@ -82,10 +94,7 @@ std::vector<std::string> cells_of(const ListedRun& run) {
 }
 
 int list(const ListOptions& options, const Terminal& terminal) {
-    std::vector<ListedRun> runs;
-    for (core::RecordingEntry& entry : core::list_recordings(options.directory)) {
-        runs.push_back(listed(std::move(entry)));
-    }
+    const std::vector<ListedRun> runs = runs_in(options.directory, terminal);
     if (options.json) {
         Json result{{"schema", jsonSchema}, {"runs", Json::array()}};
         for (const ListedRun& run : runs) {
@@ -95,7 +104,7 @@ int list(const ListOptions& options, const Terminal& terminal) {
         return 0;
     }
     if (runs.empty()) {
-        terminal.error << options.directory << ": there are no recordings\n";
+        terminal.error << printable(options.directory) << ": there are no recordings\n";
         return 0;
     }
     Table table({{"NAME", false, true},

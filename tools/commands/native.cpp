@@ -6,7 +6,7 @@
 namespace logging2::tools {
 namespace {
 
-constexpr const char* footer =
+constexpr const char* nativeFooter =
     "\nA left-over is what a writer has put into the temporary directory and nobody has read: "
     "files\n"
     "such as trakontmp.USER/NAME_times_0 and NAME_values_0_1. NAME is an identifier of 36\n"
@@ -24,7 +24,7 @@ void add_native(CLI::App& app, Action& action) {
     CLI::App* const command = app.add_subcommand(
         "native", "List, rescue or remove the files that crashed hosts have left of \"native\"");
     command->require_subcommand(1);
-    command->footer(footer);
+    command->footer(nativeFooter);
     add_native_list(*command, action);
     add_native_rescue(*command, action);
     add_native_clean(*command, action);

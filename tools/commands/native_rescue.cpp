@@ -148,7 +148,7 @@ int rescue(const NativeRescueOptions& options, const Terminal& terminal) {
     return is_complete(groups) ? 0 : 1;
 }
 
-constexpr const char* footer =
+constexpr const char* rescueFooter =
     "\nThe writer keeps steps that the host rejected, so they are in the new recording as well.\n"
     "Steps that were still in the memory of the host are in no file.\n"
     "\n"
@@ -168,7 +168,7 @@ constexpr const char* footer =
 void add_native_rescue(CLI::App& native, Action& action) {
     CLI::App* const command = native.add_subcommand(
         "rescue", "Make a recording of the complete steps of a left-over, which stays as it is");
-    command->footer(footer);
+    command->footer(rescueFooter);
     const auto options = std::make_shared<NativeRescueOptions>();
     command->add_option("LEFTOVER", options->leftOver, "NAME or DIR/NAME")
         ->required()

@@ -1,5 +1,6 @@
 #include <tools/commands/new_recording.hpp>
 
+#include <tools/selection/recording_directory.hpp>
 #include <tools/terminal/Interrupt.hpp>
 
 namespace logging2::tools {
@@ -9,7 +10,13 @@ void add_new_recording_options(CLI::App& command, NewRecording& recording) {
         .add_option("-o,--output", recording.location,
                     "The directory of the new recording, which must not exist")
         ->required()
-        ->type_name("NEW");
+        ->type_name("NEW")
+        ->check(CLI::Validator(
+            [](const std::string& place) {
+                check_outside_recordings(place);
+                return std::string();
+            },
+            ""));
     add_compression_option(command, recording.options);
 }
 

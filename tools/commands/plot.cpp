@@ -5,6 +5,8 @@
 #include <tools/plotting/plot_script.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/SignalChoice.hpp>
+#include <tools/selection/recording_directory.hpp>
+#include <tools/terminal/ProgressBar.hpp>
 #include <tools/terminal/json.hpp>
 
 #include <filesystem>
@@ -48,9 +50,12 @@ std::string text_terminal(const Terminal& terminal, std::size_t panelCount) {
 }
 
 std::vector<Panel> panels_of(const core::Run& run, const std::vector<core::SignalInfo>& signals,
-                             const TimeRange& range, bool overlays) {
+                             const TimeRange& range, bool overlays, const Terminal& terminal) {
+    ProgressBar bar(terminal);
+    std::size_t doneCount = 0;
     std::vector<Panel> panels;
     for (const core::SignalInfo& signal : signals) {
+        bar.show(doneCount++, signals.size());
         Panel curves = curves_of(run, signal, range, bucketCount);
         if (overlays && !panels.empty()) {
             panels.front().insert(panels.front().end(), curves.begin(), curves.end());
@@ -116,11 +121,12 @@ int plot(const PlotOptions& options, const Terminal& terminal) {
     check_range(options.range);
     if (!options.file.empty()) {
         picture_terminal(options.file, 1);
+        check_outside_recordings(options.file);
     }
     const auto run = open_run(options.run);
     const std::vector<core::SignalInfo> signals = chosen_signals(*run, options.signals);
     const TimeRange range = plotted_range(*run, signals, options.range);
-    const std::vector<Panel> panels = panels_of(*run, signals, range, options.overlays);
+    const std::vector<Panel> panels = panels_of(*run, signals, range, options.overlays, terminal);
     if (!options.file.empty()) {
         write_file(options.file,
                    run_gnuplot(plot_script(

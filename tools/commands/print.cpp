@@ -1,10 +1,13 @@
 #include <tools/commands/commands.hpp>
 
 #include <tools/commands/RowOutput.hpp>
+#include <tools/exporting/Excerpt.hpp>
 #include <tools/reading/MergedReader.hpp>
 #include <tools/reading/StepReader.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/SignalChoice.hpp>
+#include <tools/selection/number_checks.hpp>
+#include <tools/terminal/ProgressBar.hpp>
 
 #include <memory>
 
@@ -28,41 +31,69 @@ std::unique_ptr<RowOutput> output_of(const PrintOptions& options, const Terminal
     return options.csv ? csv_rows(terminal) : text_rows(terminal);
 }
 
-void print_groups(const core::Run& run, const std::vector<GroupSignals>& groups,
-                  const PrintOptions& options, RowOutput& output) {
-    for (const GroupSignals& group : groups) {
-        output.beginTable(column_titles({group}));
-        StepReader steps(run, group, options.range);
-        for (std::size_t step = 0; steps.next(); ++step) {
-            if (step % options.every == 0) {
-                std::vector<std::optional<double>> row{steps.time()};
-                append_values(steps, row);
-                output.addRow(row);
+class Printing {
+public:
+    Printing(const Excerpt& excerptToPrint, std::size_t every, RowOutput& rowOutput,
+             const Terminal& terminal)
+        : excerpt(excerptToPrint),
+          interval(every),
+          output(rowOutput),
+          bar(ProgressBar::ofRows(terminal)),
+          stepCount(greatest_step_count(excerpt)) {}
+
+    void printGroups() {
+        for (const GroupSignals& group : excerpt.groups) {
+            output.beginTable(column_titles({group}));
+            StepReader steps(excerpt.run, group, excerpt.range);
+            for (std::size_t step = 0; steps.next(); ++step) {
+                if (isPrinted(step)) {
+                    std::vector<std::optional<double>> row{steps.time()};
+                    append_values(steps, row);
+                    output.addRow(row);
+                }
             }
         }
     }
-}
 
-void print_merged(const core::Run& run, const std::vector<GroupSignals>& groups,
-                  const PrintOptions& options, RowOutput& output) {
-    output.beginTable(column_titles(groups));
-    MergedReader steps(run, groups, options.range);
-    for (std::size_t step = 0; steps.next(); ++step) {
-        if (step % options.every == 0) {
-            output.addRow(steps.row());
+    void printMerged() {
+        output.beginTable(column_titles(excerpt.groups));
+        MergedReader steps(excerpt.run, excerpt.groups, excerpt.range);
+        for (std::size_t step = 0; steps.next(); ++step) {
+            if (isPrinted(step)) {
+                output.addRow(steps.row());
+            }
         }
     }
-}
+
+private:
+    /// Also shows the progress.
+    bool isPrinted(std::size_t step) {
+        if (++passedCount % blockStepCount == 0) {
+            bar.show(passedCount, stepCount);
+        }
+        return step % interval == 0;
+    }
+
+    static constexpr std::uint64_t blockStepCount = 1024;
+
+    const Excerpt& excerpt;
+    std::size_t interval;
+    RowOutput& output;
+    ProgressBar bar;
+    std::uint64_t stepCount; ///< at most
+    std::uint64_t passedCount = 0;
+};
 
 int print(const PrintOptions& options, const Terminal& terminal) {
     check_range(options.range);
     const auto run = open_run(options.run);
-    const std::vector<GroupSignals> groups = by_group(chosen_signals(*run, options.signals));
+    const Excerpt excerpt{*run, by_group(chosen_signals(*run, options.signals)), options.range};
     const std::unique_ptr<RowOutput> output = output_of(options, terminal);
+    Printing printing(excerpt, options.every, *output, terminal);
     if (options.merges) {
-        print_merged(*run, groups, options, *output);
+        printing.printMerged();
     } else {
-        print_groups(*run, groups, options, *output);
+        printing.printGroups();
     }
     output->end();
     return 0;
@@ -79,7 +110,7 @@ void add_print(CLI::App& app, Action& action) {
     add_time_options(*command, options->range);
     command->add_option("--every", options->every, "Print only every Nth of the rows")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(at_least_one());
     command->add_flag("--merge", options->merges,
                       "Print the rows of all groups in one table, by time");
     CLI::Option* const csv =

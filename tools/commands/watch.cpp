@@ -4,6 +4,7 @@
 #include <tools/commands/describe.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/SignalChoice.hpp>
+#include <tools/selection/number_checks.hpp>
 #include <tools/terminal/Interrupt.hpp>
 #include <tools/terminal/Screen.hpp>
 #include <tools/terminal/Table.hpp>
@@ -30,7 +31,7 @@ constexpr std::size_t headHeight = 5;
 std::string head_of(const RunMonitor& monitor) {
     const core::RunInfo info = monitor.run().info();
     std::ostringstream text;
-    text << printable(info.name.empty() ? "run" : info.name) << "  " << state_text(info.state)
+    text << printable(info.name.empty() ? "run" : info.name) << "  " << name_of(info.state)
          << "  revision " << info.revision << "\n"
          << count_text(monitor.stepCount()) << " steps, "
          << count_text(static_cast<std::uint64_t>(monitor.stepsPerSecond())) << " per second, last "
@@ -86,7 +87,7 @@ int watch_on_screen(RunMonitor& monitor, const WatchOptions& options) {
 Json json_of(const RunMonitor& monitor) {
     const core::RunInfo info = monitor.run().info();
     Json result{{"schema", jsonSchema},
-                {"state", state_text(info.state)},
+                {"state", name_of(info.state)},
                 {"revision", info.revision},
                 {"steps", monitor.stepCount()},
                 {"stepsPerSecond", monitor.stepsPerSecond()},
@@ -137,7 +138,7 @@ void add_watch(CLI::App& app, Action& action) {
     add_signal_options(*command, options->signals);
     command->add_option("--interval", options->interval, "Seconds between two looks, 0.01 to 3600")
         ->type_name("S")
-        ->check(CLI::Range(0.01, 3600.0))
+        ->check(between(0.01, 3600))
         ->capture_default_str();
     command->add_flag("--json", options->json,
                       "Print a line of JSON at each look, until the run has ended");

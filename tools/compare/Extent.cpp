@@ -6,7 +6,6 @@
 namespace logging2::tools {
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 } // namespace

@@ -6,6 +6,8 @@
 
 namespace logging2::tools {
 
+inline constexpr double infinity = std::numeric_limits<double>::infinity();
+
 /// The value at a time between two samples, on the straight line. If it is infinite at one end, it
 /// is infinite in between; if it is NaN at one end, or +infinity at one and -infinity at the other,
 /// it is NaN in between.
@@ -19,6 +21,21 @@ inline double interpolated(double time0, double value0, double time1, double val
     const double share = (time - time0) / (time1 - time0);
     return value0 * (1 - share) + value1 * share;
 }
+
+/// From the least to the greatest one of finite values.
+struct FiniteRange {
+    double least = std::numeric_limits<double>::infinity();
+    double greatest = -std::numeric_limits<double>::infinity();
+
+    void include(double value) noexcept {
+        if (std::isfinite(value)) {
+            least = std::min(least, value);
+            greatest = std::max(greatest, value);
+        }
+    }
+
+    bool contains(double value) const noexcept { return least <= value && value <= greatest; }
+};
 
 /// The values that a signal takes within a window of time: all from the least to the greatest
 /// finite one, and those that are not finite.
@@ -35,6 +52,12 @@ public:
         }
     }
 
+    /// The least finite value; +infinity if there is none.
+    double low() const noexcept { return least; }
+
+    /// The greatest finite value; -infinity if there is none.
+    double high() const noexcept { return greatest; }
+
     bool isEmpty() const noexcept {
         return !hasFinite() && !hasNan && !hasPositiveInfinity && !hasNegativeInfinity;
     }
@@ -48,8 +71,8 @@ private:
     bool hasFinite() const noexcept { return least <= greatest; }
     double deviationOfInfinity(bool isMatched) const noexcept;
 
-    double least = std::numeric_limits<double>::infinity();
-    double greatest = -std::numeric_limits<double>::infinity();
+    double least = infinity;
+    double greatest = -infinity;
     bool hasNan = false;
     bool hasPositiveInfinity = false;
     bool hasNegativeInfinity = false;

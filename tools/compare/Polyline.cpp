@@ -1,7 +1,6 @@
 #include <tools/compare/Polyline.hpp>
 
 #include <cmath>
-#include <limits>
 
 namespace logging2::tools {
 
@@ -10,10 +9,6 @@ Polyline::Polyline(SampleSource& sampleSource, const CurveShape& curveShape)
       shape(curveShape),
       extents(hasWindow() ? shape.width : 0) {
     load();
-}
-
-double Polyline::nextTime() const noexcept {
-    return hereEnd < end() ? timeOf(hereEnd) : std::numeric_limits<double>::infinity();
 }
 
 void Polyline::moveTo(double time) {
@@ -27,14 +22,6 @@ void Polyline::moveTo(double time) {
     discard();
 }
 
-std::size_t Polyline::valueCount() const noexcept {
-    return isBetweenPoints() ? 1 : hereEnd - here;
-}
-
-double Polyline::value(std::size_t index, std::size_t element) const {
-    return isBetweenPoints() ? valueBefore(here, element, present) : valueOf(here + index, element);
-}
-
 std::size_t Polyline::step(std::size_t index) const {
     return points[(isBetweenPoints() ? here - 1 : here + index) - first].step;
 }
@@ -46,16 +33,21 @@ std::optional<std::size_t> Polyline::lastStep() const {
     return points[hereEnd - 1 - first].step;
 }
 
-std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
+Extent Polyline::extentOf(std::size_t element) const {
     Extent extent;
     if (hasWindow()) {
-        if (extents[element].contains(value)) {
-            return 0; // The edges could only make the extent larger.
-        }
         extent = extents[element].extent();
         includeEdges(extent, element);
     }
     includePresent(extent, element);
+    return extent;
+}
+
+std::optional<double> Polyline::deviationOf(double value, std::size_t element) const {
+    if (hasWindow() && extents[element].finiteRange().contains(value)) {
+        return 0; // The edges could only make the extent larger.
+    }
+    const Extent extent = extentOf(element);
     return extent.isEmpty() ? std::nullopt : std::optional<double>(extent.deviationOf(value));
 }
 
@@ -65,15 +57,45 @@ void Polyline::includePresent(Extent& extent, std::size_t element) const {
     }
 }
 
+bool Polyline::hasAround(double value, double presentValue, std::size_t element) const {
+    if (!hasWindow()) {
+        return false;
+    }
+    FiniteRange range = extents[element].finiteRange();
+    const auto reaches = [&range, value](std::optional<double> further) {
+        if (further) {
+            range.include(*further);
+        }
+        return range.contains(value);
+    };
+    return range.contains(value) || reaches(presentValue) || reaches(leftEdge(element)) ||
+           reaches(rightEdge(element));
+}
+
 void Polyline::includeEdges(Extent& extent, std::size_t element) const {
+    for (const std::optional<double>& edge : {leftEdge(element), rightEdge(element)}) {
+        if (edge) {
+            extent.include(*edge);
+        }
+    }
+}
+
+/// The value where the window begins, if that is between two points.
+std::optional<double> Polyline::leftEdge(std::size_t element) const {
     const double left = present - shape.timeTolerance;
     if (low > first && low < end() && timeOf(low) > left) {
-        extent.include(valueBefore(low, element, left));
+        return valueBefore(low, element, left);
     }
+    return std::nullopt;
+}
+
+/// The value where the window ends, if that is between two points.
+std::optional<double> Polyline::rightEdge(std::size_t element) const {
     const double right = present + shape.timeTolerance;
     if (high > first && high < end() && timeOf(high - 1) < right) {
-        extent.include(valueBefore(high, element, right));
+        return valueBefore(high, element, right);
     }
+    return std::nullopt;
 }
 
 void Polyline::load() {
@@ -138,15 +160,6 @@ void Polyline::discard() {
         values.removeFirst(count * shape.width);
         first += count;
     }
-}
-
-double Polyline::valueBefore(std::size_t number, std::size_t element, double time) const {
-    return interpolated(timeOf(number - 1), valueOf(number - 1, element), timeOf(number),
-                        valueOf(number, element), time);
-}
-
-bool Polyline::isBetweenPoints() const noexcept {
-    return here == hereEnd && here > first && here < end();
 }
 
 } // namespace logging2::tools

@@ -4,6 +4,7 @@
 #include <tools/compare/SampleSource.hpp>
 #include <tools/compare/SlidingExtent.hpp>
 
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -35,17 +36,22 @@ public:
     bool isOrdered() const noexcept { return ordered; }
 
     /// The time of the next point after the present time; +infinity if there is none.
-    double nextTime() const noexcept;
+    double nextTime() const noexcept {
+        return hereEnd < end() ? timeOf(hereEnd) : std::numeric_limits<double>::infinity();
+    }
 
     /// Goes to a later time.
     void moveTo(double time);
 
     /// The number of values at the present time: those of the points, one if it is between two
     /// points, none if it is before the first or after the last one.
-    std::size_t valueCount() const noexcept;
+    std::size_t valueCount() const noexcept { return isBetweenPoints() ? 1 : hereEnd - here; }
 
     /// The value of an element at the present time.
-    double value(std::size_t index, std::size_t element) const;
+    double value(std::size_t index, std::size_t element) const {
+        return isBetweenPoints() ? valueBefore(here, element, present)
+                                 : valueOf(here + index, element);
+    }
 
     /// The step of this value: the last one up to there.
     std::size_t step(std::size_t index) const;
@@ -53,9 +59,17 @@ public:
     /// The last step up to the present time; empty if there is none.
     std::optional<std::size_t> lastStep() const;
 
+    /// The values of an element within the window; empty if the curve has none there.
+    Extent extentOf(std::size_t element) const;
+
     /// How far the value lies from those of an element within the window, as in
     /// Extent::deviationOf; empty if the curve has no value there.
     std::optional<double> deviationOf(double value, std::size_t element) const;
+
+    /// Whether the value lies between finite ones of the window, so that its deviation is 0.
+    /// Quicker than deviationOf, and false if there is no window. The present value is that of
+    /// value(0).
+    bool hasAround(double value, double presentValue, std::size_t element) const;
 
 private:
     struct Point {
@@ -78,10 +92,17 @@ private:
     void discard();
     void includePresent(Extent& extent, std::size_t element) const;
     void includeEdges(Extent& extent, std::size_t element) const;
+    std::optional<double> leftEdge(std::size_t element) const;
+    std::optional<double> rightEdge(std::size_t element) const;
     bool hasWindow() const noexcept { return shape.timeTolerance > 0; }
     /// The value at this time, which lies between the point with this number and the one before.
-    double valueBefore(std::size_t number, std::size_t element, double time) const;
-    bool isBetweenPoints() const noexcept;
+    double valueBefore(std::size_t number, std::size_t element, double time) const {
+        return interpolated(timeOf(number - 1), valueOf(number - 1, element), timeOf(number),
+                            valueOf(number, element), time);
+    }
+    bool isBetweenPoints() const noexcept {
+        return here == hereEnd && here > first && here < end();
+    }
 
     SampleSource& source;
     CurveShape shape;

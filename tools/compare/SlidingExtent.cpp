@@ -3,11 +3,7 @@
 #include <cmath>
 
 namespace logging2::tools {
-namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-
-} // namespace
+namespace {} // namespace
 
 void SlidingExtent::enter(std::size_t number, double value) {
     if (!std::isfinite(value)) {

@@ -19,9 +19,9 @@ public:
 
     Extent extent() const;
 
-    /// Whether a finite value is one of the extent.
-    bool contains(double value) const {
-        return !rising.empty() && rising.front().value <= value && value <= falling.front().value;
+    FiniteRange finiteRange() const {
+        return rising.empty() ? FiniteRange()
+                              : FiniteRange{rising.front().value, falling.front().value};
     }
 
 private:

@@ -2,6 +2,7 @@
 
 #include <tools/UsageError.hpp>
 #include <tools/selection/SignalChoice.hpp>
+#include <tools/selection/read_text.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -24,8 +25,9 @@ double parsed_number(const std::string& text) {
 } // namespace
 
 void Tolerances::read(std::istream& file, const std::string& name) {
+    std::istringstream content(read_text(file, name + ":"));
     std::string text;
-    for (std::size_t number = 1; std::getline(file, text); ++number) {
+    for (std::size_t number = 1; std::getline(content, text); ++number) {
         try {
             const Line line = parsed(text);
             if (!line.pattern.empty()) {
@@ -34,9 +36,6 @@ void Tolerances::read(std::istream& file, const std::string& name) {
         } catch (const UsageError& error) {
             throw UsageError(name + ':' + std::to_string(number) + ": " + error.what());
         }
-    }
-    if (file.bad() || !file.eof()) {
-        throw UsageError(name + ": cannot be read");
     }
 }
 

@@ -1,10 +1,10 @@
 #include <tools/compare/allowed_deviation.hpp>
 
+#include <tools/compare/Extent.hpp>
 #include <tools/reading/SignalSource.hpp>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace logging2::tools {
 namespace {
@@ -28,7 +28,6 @@ bool has_infinity(const Ranges& ranges) {
 
 /// Reads all samples, because the summary counts infinities.
 Ranges read_finite_ranges(const core::Run& run, const core::SignalInfo& signal) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
     Ranges result{std::vector<double>(signal.width, infinity),
                   std::vector<double>(signal.width, -infinity)};
     SignalSource source(run, signal, TimeRange());

@@ -6,12 +6,9 @@
 
 #include <cstdint>
 #include <cstring>
-#include <limits>
 
 namespace logging2::tools {
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 std::uint64_t bits_of(double value) {
     std::uint64_t bits = 0;

@@ -4,12 +4,15 @@
 #include <tools/compare/allowed_deviation.hpp>
 #include <tools/compare/compare_exactly.hpp>
 #include <tools/compare/compare_tubes.hpp>
+#include <tools/compare/steps_around.hpp>
 #include <tools/reading/SignalSource.hpp>
 #include <tools/selection/SignalChoice.hpp>
 
 #include <algorithm>
-#include <cmath>
+#include <functional>
 #include <map>
+#include <numeric>
+#include <utility>
 
 namespace logging2::tools {
 namespace {
@@ -44,37 +47,14 @@ void check_all_patterns(const core::Run& a, const core::Run& b,
     check_patterns(all, settings.ignored);
 }
 
-/// The steps within the range and within the time tolerance around it, and the nearest one at
-/// either side; empty if one of these steps is elsewhere because the times do not ascend.
-std::optional<core::StepRange> steps_around(const core::Run& run, std::size_t group,
-                                            const TimeRange& range, double timeTolerance) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    const core::StepRange all{0, step_count_of(run, group)};
-    if (range.isWhole()) {
-        return all;
-    }
-    const double from = range.least() - timeTolerance;
-    const double to = range.greatest() + timeTolerance;
-    const core::StepRange before = run.steps(group, -infinity, std::nextafter(from, -infinity));
-    const core::StepRange within = run.steps(group, from, to);
-    const core::StepRange after = run.steps(group, std::nextafter(to, infinity), infinity);
-    const std::size_t first = before.count > 0 ? before.first + before.count - 1 : 0;
-    const std::size_t end = after.count > 0 ? after.first + 1 : all.count;
-    const bool hasAllWithin =
-        within.count == 0 || (first <= within.first && within.first + within.count <= end);
-    if (first > end || !hasAllWithin) {
-        return std::nullopt;
-    }
-    return core::StepRange{first, end - first};
-}
-
 class RunComparer {
 public:
     RunComparer(const core::Run& runA, const core::Run& runB,
-                const RunComparisonSettings& runSettings)
+                const RunComparisonSettings& runSettings, std::function<void(std::size_t)> sink)
         : a(runA),
           b(runB),
-          settings(runSettings) {}
+          settings(runSettings),
+          progress(std::move(sink)) {}
 
     SignalComparison compare(const core::SignalInfo& ofA, const core::SignalInfo& ofB) const {
         SignalComparison result;
@@ -114,12 +94,14 @@ private:
             return std::nullopt;
         }
         SignalSource sourceA(a, ofA, *stepsA);
+        sourceA.report(progress);
         SignalSource sourceB(b, ofB, *stepsB);
         return compare_tubes(sourceA, sourceB, tube);
     }
 
     Comparison exactly(const core::SignalInfo& ofA, const core::SignalInfo& ofB) const {
         SignalSource sourceA(a, ofA, settings.range);
+        sourceA.report(progress);
         SignalSource sourceB(b, ofB, settings.range);
         return compare_exactly(sourceA, sourceB, ofA.width);
     }
@@ -127,7 +109,15 @@ private:
     const core::Run& a;
     const core::Run& b;
     const RunComparisonSettings& settings;
+    std::function<void(std::size_t)> progress; ///< within one signal
 };
+
+std::size_t sample_count_of(const core::Run& run, const Signals& signals) {
+    return std::accumulate(signals.begin(), signals.end(), std::size_t{0},
+                           [&run](std::size_t count, const core::SignalInfo& signal) {
+                               return count + step_count_of(run, signal.group);
+                           });
+}
 
 void check_content(const RunComparison& result, const TimeRange& range) {
     if (result.signalCount() == 0) {
@@ -165,11 +155,12 @@ RunComparison compare_runs(const core::Run& a, const core::Run& b,
     check_all_patterns(a, b, settings);
     const Signals signalsA = signals_without(a, settings.ignored);
     SignalsByPath signalsB = by_path(signals_without(b, settings.ignored));
-    const RunComparer comparer(a, b, settings);
+    const std::size_t sampleCount = sample_count_of(a, signalsA);
+    std::size_t doneCount = 0; // by the signals before
+    const RunComparer comparer(
+        a, b, settings, [&](std::size_t count) { progress(doneCount + count, sampleCount); });
     RunComparison result;
-    std::size_t number = 0;
     for (const core::SignalInfo& ofA : signalsA) {
-        progress(number++, signalsA.size());
         const std::string path = ofA.path.text();
         const auto ofB = signalsB.find(path);
         if (ofB == signalsB.end()) {
@@ -182,6 +173,8 @@ RunComparison compare_runs(const core::Run& a, const core::Run& b,
             result.signals.push_back(comparer.compare(ofA, ofB->second));
         }
         signalsB.erase(ofB);
+        doneCount += step_count_of(a, ofA.group);
+        progress(doneCount, sampleCount);
     }
     for (const auto& [path, signal] : signalsB) {
         result.onlyB.push_back(path);

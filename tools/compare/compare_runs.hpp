@@ -60,7 +60,7 @@ struct RunComparison {
     std::size_t signalCount() const;
 };
 
-/// Is called with the number of signals that are compared, and with that of all.
+/// Is called with the number of samples of the run a that are compared, and with that of all.
 using ComparisonProgress = std::function<void(std::size_t, std::size_t)>;
 
 /// Compares the run b with the reference a. Holds a few blocks of samples and those in the window

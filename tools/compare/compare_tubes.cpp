@@ -66,7 +66,9 @@ private:
         moveTo(time);
         isMiddle = false;
         for (std::size_t element = 0; element < tallies.size(); ++element) {
-            isSame(element);
+            if (!isSame(element)) {
+                tellDifference(time, time);
+            }
             tallies[element].endSample();
         }
     }
@@ -82,7 +84,14 @@ private:
         for (std::size_t element = 0; element < tallies.size(); ++element) {
             if (!isSame(element)) {
                 tallies[element].addAmount(next - last);
+                tellDifference(last, next);
             }
+        }
+    }
+
+    void tellDifference(double from, double to) const {
+        if (settings.differenceSink) {
+            settings.differenceSink(from, to);
         }
     }
 
@@ -95,7 +104,14 @@ private:
     /// Compares the values at the present time.
     bool isSame(std::size_t element) {
         if (a.valueCount() == 1 && b.valueCount() == 1) {
-            const double deviation = deviation_between(a.value(0, element), b.value(0, element));
+            const double valueA = a.value(0, element);
+            const double valueB = b.value(0, element);
+            const bool isInBoth = valueA == valueB || (b.hasAround(valueA, valueB, element) &&
+                                                       a.hasAround(valueB, valueA, element));
+            if (isInBoth) {
+                return true;
+            }
+            const double deviation = deviation_between(valueA, valueB);
             if (deviation == 0) {
                 return true;
             }

@@ -3,6 +3,7 @@
 #include <tools/compare/Comparison.hpp>
 #include <tools/compare/SampleSource.hpp>
 
+#include <functional>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -20,6 +21,9 @@ struct TubeSettings {
     /// Only this range of time is compared.
     double from = -std::numeric_limits<double>::infinity();
     double to = std::numeric_limits<double>::infinity();
+    /// Is told each time, and each time between two samples, at which the signals differ, in the
+    /// order of time; unless it is empty.
+    std::function<void(double from, double to)> differenceSink = {};
 };
 
 /// Compares two signals of the same width as curves.

@@ -14,11 +14,13 @@ _logging2_signals() {
 
 _logging2() {
   local program=${COMP_WORDS[0]} word=${COMP_WORDS[COMP_CWORD]} former=${COMP_WORDS[COMP_CWORD - 1]}
+  # The words that name the command: `native` has commands of its own.
+  local depth=1
+  ((COMP_CWORD > 1)) && [[ ${COMP_WORDS[1]} == native ]] && depth=2
   COMPREPLY=()
-  if ((COMP_CWORD == 1)); then
-    mapfile -t COMPREPLY < <(compgen -W "$(_logging2_words "$program")" -- "$word")
-  elif [[ $word == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "$(_logging2_words "$program" "${COMP_WORDS[1]}")" -- "$word")
+  if ((COMP_CWORD <= depth)) || [[ $word == -* ]]; then
+    local command=("${COMP_WORDS[@]:1:COMP_CWORD <= depth ? COMP_CWORD - 1 : depth}")
+    mapfile -t COMPREPLY < <(compgen -W "$(_logging2_words "$program" "${command[@]}")" -- "$word")
   elif [[ $former == --run ]]; then
     mapfile -t COMPREPLY < <(compgen -W latest -- "$word")
   elif ((COMP_CWORD > 2)) && [[ -f ${COMP_WORDS[2]}/samples.bin && $former != -* ]]; then

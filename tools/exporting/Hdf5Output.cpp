@@ -102,7 +102,7 @@ private:
     void describe(const core::RunInfo& run) {
         addText(handle, "id", run.id);
         addText(handle, "name", run.name);
-        addText(handle, "state", state_text(run.state));
+        addText(handle, "state", name_of(run.state));
         addText(handle, "start", utc_text(run.start));
         if (run.end) {
             addText(handle, "end", utc_text(*run.end));

@@ -1,6 +1,7 @@
 #include <tools/exporting/NewFiles.hpp>
 
 #include <tools/UsageError.hpp>
+#include <tools/selection/recording_directory.hpp>
 
 #include <cerrno>
 #include <cstdlib>
@@ -28,6 +29,7 @@ fs::path directory_beside(const fs::path& target) {
 }
 
 void check_target(const fs::path& target, bool mayReplace) {
+    check_outside_recordings(target.string());
     const fs::file_status status = fs::symlink_status(target);
     if (fs::exists(status) && !(mayReplace && fs::is_regular_file(status))) {
         throw UsageError(target.string() + (fs::is_regular_file(status)

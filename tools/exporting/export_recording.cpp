@@ -9,7 +9,7 @@
 namespace logging2::tools {
 namespace {
 
-constexpr std::size_t blockStepCount = 1024;
+constexpr std::size_t stepsPerReport = 1024;
 
 using Setup = foundation::SequenceMap<core::Group, core::LoggedPathsSetupData>;
 
@@ -20,7 +20,7 @@ std::map<std::string, std::string> properties_of(const Excerpt& excerpt,
     result["excerpt.id"] = info.id;
     result["excerpt.location"] = std::filesystem::absolute(location).lexically_normal().string();
     result["excerpt.start"] = utc_text(info.start);
-    result["excerpt.state"] = state_text(info.state);
+    result["excerpt.state"] = name_of(info.state);
     if (excerpt.range.from) {
         result["excerpt.from"] = number_text(*excerpt.range.from);
     }
@@ -75,7 +75,7 @@ std::uint64_t write_steps(const Excerpt& excerpt, core::RecordingStreamWriter& w
                 row.insert(row.end(), values.begin(), values.end());
             }
             writer.write(group.group, steps.time(), row.data(), row.size());
-            if (++count % blockStepCount == 0) {
+            if (++count % stepsPerReport == 0) {
                 progress(count, totalCount);
             }
         }

@@ -32,15 +32,6 @@ struct CloseDirectory {
 
 } // namespace
 
-Descriptor::~Descriptor() {
-    if (descriptor >= 0) {
-        close(descriptor);
-    }
-}
-
-Descriptor::Descriptor(Descriptor&& other) noexcept
-    : descriptor(std::exchange(other.descriptor, -1)) {}
-
 Directory::Directory(const std::string& path)
     : location(path),
       descriptor(opened(AT_FDCWD, path, safely | O_DIRECTORY, path)) {}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <tools/Descriptor.hpp>
+
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -8,21 +10,6 @@
 #include <string>
 
 namespace logging2::tools {
-
-/// An open file or directory, which the destructor closes.
-class Descriptor {
-public:
-    explicit Descriptor(int openDescriptor) noexcept : descriptor(openDescriptor) {}
-    ~Descriptor();
-
-    Descriptor(Descriptor&& other) noexcept;
-    Descriptor& operator=(Descriptor&&) = delete;
-
-    int get() const noexcept { return descriptor; }
-
-private:
-    int descriptor;
-};
 
 /// A directory in which others may put anything at any time. No symbolic link is followed, and
 /// nothing waits, for example at a FIFO. Functions throw std::system_error, whose message names the

@@ -12,7 +12,7 @@
 namespace logging2::tools {
 namespace {
 
-constexpr std::size_t blockValueCount = std::size_t{1024} * 1024;
+constexpr std::size_t valuesPerBlock = std::size_t{1024} * 1024;
 
 [[noreturn]] void refuse_changed(const std::string& path) {
     throw UsageError(path + ": the file was changed while it was read");
@@ -42,7 +42,7 @@ void read_fully(int file, char* target, std::size_t byteCount, off_t offset,
 GroupReader::GroupReader(const LeftOver& leftOver, std::size_t groupId,
                          const std::vector<ChannelLayout>& channels)
     : directory(leftOver.directory),
-      stepsPerBlock(std::max<std::size_t>(1, blockValueCount / (row_width(channels) + 1))) {
+      stepsPerBlock(std::max<std::size_t>(1, valuesPerBlock / (row_width(channels) + 1))) {
     const auto files = leftOver.groups.find(groupId);
     if (files == leftOver.groups.end()) {
         return;

@@ -1,5 +1,6 @@
 #include <tools/UsageError.hpp>
 #include <tools/native/layout.hpp>
+#include <tools/selection/read_text.hpp>
 
 #include <nlohmann/json.hpp>
 
@@ -10,18 +11,6 @@ namespace logging2::tools {
 namespace {
 
 using nlohmann::json;
-
-constexpr std::size_t mostBytes = std::size_t{16} * 1024 * 1024;
-
-std::string read_text(std::istream& file) {
-    std::string text(mostBytes + 1, '\0');
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(file.gcount()));
-    if (file.bad() || text.size() > mostBytes) {
-        throw UsageError("the setup cannot be read, or is longer than 16 MiB");
-    }
-    return text;
-}
 
 json parsed(const std::string& text) {
     try {
@@ -120,7 +109,7 @@ private:
 } // namespace
 
 Layout read_layout(std::istream& file) {
-    return LayoutReader().read(parsed(read_text(file)));
+    return LayoutReader().read(parsed(read_text(file, "the setup")));
 }
 
 } // namespace logging2::tools

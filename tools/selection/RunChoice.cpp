@@ -1,6 +1,7 @@
 #include <tools/selection/RunChoice.hpp>
 
 #include <tools/UsageError.hpp>
+#include <tools/selection/recording_directory.hpp>
 
 #include <algorithm>
 #include <filesystem>
@@ -10,12 +11,6 @@ namespace logging2::tools {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool is_recording(const std::string& location) {
-    std::error_code ignored;
-    return fs::exists(location + "/samples.bin", ignored) ||
-           fs::exists(location + "/index.sqlite", ignored);
-}
 
 std::size_t recording_count(const std::string& location) {
     std::error_code error;

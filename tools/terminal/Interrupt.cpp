@@ -19,13 +19,19 @@ InterruptGuard::InterruptGuard() {
     lastSignal = 0;
     struct sigaction action {};
     action.sa_handler = remember;
-    sigaction(SIGINT, &action, &formerInterrupt);
-    sigaction(SIGTERM, &action, &formerTerminate);
+    for (std::size_t index = 0; index < signals.size(); ++index) {
+        sigaction(signals[index], nullptr, &former[index]);
+        // Programs such as nohup protect a command by letting it ignore a signal.
+        if (former[index].sa_handler != SIG_IGN) {
+            sigaction(signals[index], &action, nullptr);
+        }
+    }
 }
 
 InterruptGuard::~InterruptGuard() {
-    sigaction(SIGINT, &formerInterrupt, nullptr);
-    sigaction(SIGTERM, &formerTerminate, nullptr);
+    for (std::size_t index = 0; index < signals.size(); ++index) {
+        sigaction(signals[index], &former[index], nullptr);
+    }
 }
 
 void InterruptGuard::check() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <csignal>
 #include <stdexcept>
 
@@ -17,8 +18,8 @@ private:
     int number;
 };
 
-/// While it lives, SIGINT and SIGTERM do not end the process, so that a command can remove what it
-/// has begun. One at a time.
+/// While it lives, SIGINT, SIGTERM and SIGHUP do not end the process, so that a command can remove
+/// what it has begun. One at a time.
 class InterruptGuard {
 public:
     InterruptGuard();
@@ -31,8 +32,9 @@ public:
     static void check();
 
 private:
-    struct sigaction formerInterrupt {};
-    struct sigaction formerTerminate {};
+    static constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};
+
+    std::array<struct sigaction, signals.size()> former{}; ///< what the signals did before
 };
 
 } // namespace logging2::tools

@@ -13,7 +13,15 @@ constexpr std::chrono::milliseconds interval{100};
 } // namespace
 
 ProgressBar::ProgressBar(const Terminal& ownerTerminal)
+    : ProgressBar(ownerTerminal, ownerTerminal.hasProgress) {}
+
+ProgressBar ProgressBar::ofRows(const Terminal& ownerTerminal) {
+    return {ownerTerminal, ownerTerminal.hasProgress && ownerTerminal.isFile};
+}
+
+ProgressBar::ProgressBar(const Terminal& ownerTerminal, bool isVisible)
     : terminal(ownerTerminal),
+      visible(isVisible),
       nextDraw(Clock::now() + delay) {}
 
 ProgressBar::~ProgressBar() {
@@ -23,7 +31,7 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::show(std::uint64_t done, std::uint64_t total) {
-    if (!terminal.hasProgress || Clock::now() < nextDraw) {
+    if (!visible || Clock::now() < nextDraw) {
         return;
     }
     nextDraw = Clock::now() + interval;

@@ -13,6 +13,10 @@ class ProgressBar {
 public:
     /// The terminal must outlive the bar.
     explicit ProgressBar(const Terminal& ownerTerminal);
+
+    /// For a command that prints rows while it works. Draws nothing unless they go to a file,
+    /// because elsewhere they show the progress themselves.
+    static ProgressBar ofRows(const Terminal& ownerTerminal);
     ~ProgressBar();
 
     ProgressBar(const ProgressBar&) = delete;
@@ -24,7 +28,10 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    ProgressBar(const Terminal& ownerTerminal, bool isVisible);
+
     const Terminal& terminal;
+    bool visible;
     Clock::time_point nextDraw;
     bool isDrawn = false;
 };

@@ -1,6 +1,7 @@
 #include <tools/terminal/Terminal.hpp>
 
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -28,11 +29,21 @@ bool has_no_color() {
     return value != nullptr && *value != '\0';
 }
 
+bool is_file(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 } // namespace
 
 Terminal Terminal::ofProcess() {
     const std::optional<std::size_t> width = width_of(STDOUT_FILENO);
-    return {std::cout, std::cerr, width, width && !has_no_color(), isatty(STDERR_FILENO) != 0};
+    return {std::cout,
+            std::cerr,
+            width,
+            width && !has_no_color(),
+            isatty(STDERR_FILENO) != 0,
+            is_file(STDOUT_FILENO)};
 }
 
 } // namespace logging2::tools

@@ -21,6 +21,8 @@ struct Terminal {
     bool hasColors = false;
     /// Whether `error` is a terminal, on which a progress bar can be drawn.
     bool hasProgress = false;
+    /// Whether `out` is a file, and so neither a terminal nor another program.
+    bool isFile = false;
 };
 
 } // namespace logging2::tools

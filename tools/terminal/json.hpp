@@ -4,6 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
+#include <optional>
+
 namespace logging2::tools {
 
 /// Members keep the order in which they were added.
@@ -15,6 +18,12 @@ constexpr int jsonSchema = 1;
 
 /// A number; "NaN", "Infinity" or "-Infinity" as a text, because JSON has no such numbers.
 Json json_number(double value);
+
+/// As above, or null.
+Json json_or_null(const std::optional<double>& value);
+
+/// A count, or null.
+Json json_or_null(const std::optional<std::size_t>& value);
 
 /// Prints the value with line breaks. Bytes of names that are not UTF-8 are replaced.
 void print_json(const Terminal& terminal, const Json& value);

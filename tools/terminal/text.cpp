@@ -27,13 +27,40 @@ unsigned char byte_at(const std::string& text, std::size_t index) {
     return index < text.size() ? static_cast<unsigned char>(text[index]) : 0;
 }
 
-/// Also the two bytes of U+0080 to U+009F, some of which terminals obey.
-bool is_control_character(const std::string& text, std::size_t index) {
-    const unsigned char byte = byte_at(text, index);
-    const auto isSecondPart = [](unsigned char b) { return b >= 0x80 && b <= 0x9F; };
-    return byte < 0x20 || byte == 0x7F ||
-           (byte == 0xC2 && isSecondPart(byte_at(text, index + 1))) ||
-           (isSecondPart(byte) && index > 0 && byte_at(text, index - 1) == 0xC2);
+/// A character in UTF-8.
+struct Character {
+    std::size_t byteCount; ///< 0 if the bytes are not UTF-8
+    std::uint32_t code;
+};
+
+/// The character that begins at this byte.
+Character character_at(const std::string& text, std::size_t index) {
+    const std::uint32_t first = byte_at(text, index);
+    const std::size_t count = first < 0x80    ? 1
+                              : first < 0xC2  ? 0
+                              : first < 0xE0  ? 2
+                              : first < 0xF0  ? 3
+                              : first <= 0xF4 ? 4
+                                              : 0;
+    constexpr std::array<std::uint32_t, 5> masks = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    std::uint32_t code = first & masks[count];
+    for (std::size_t next = 1; next < count; ++next) {
+        const std::uint32_t byte = byte_at(text, index + next);
+        if ((byte & 0xC0U) != 0x80U) {
+            return {0, 0};
+        }
+        code = code << 6 | (byte & 0x3FU);
+    }
+    constexpr std::array<std::uint32_t, 5> least = {0, 0, 0x80, 0x800, 0x10000};
+    const bool isCharacter = code >= least[count] && code <= 0x10FFFF && code >> 11 != 0x1B;
+    return {isCharacter ? count : 0, code};
+}
+
+/// Those that a terminal obeys, that change the order of the text around them, or end a line.
+bool is_control_character(std::uint32_t code) {
+    return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x61C ||
+           (code >= 0x200E && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
 }
 
 bool continues_a_character(char c) {
@@ -125,11 +152,14 @@ std::string utc_text(Clock::time_point time) {
 
 std::string printable(const std::string& text) {
     std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (is_control_character(text, i)) {
-            result += formatted("\\x%02X", static_cast<unsigned>(byte_at(text, i)));
+    for (std::size_t index = 0; index < text.size();) {
+        const Character character = character_at(text, index);
+        if (character.byteCount > 0 && !is_control_character(character.code)) {
+            result.append(text, index, character.byteCount);
+            index += character.byteCount;
         } else {
-            result += text[i];
+            result += formatted("\\x%02X", static_cast<unsigned>(byte_at(text, index)));
+            ++index;
         }
     }
     return result;

@@ -39,9 +39,9 @@ struct RecordingCheck {
 ///
 /// Reads all samples once. Memory: the rows of the index, and 256 steps of one signal. If the index
 /// is damaged, its rows may take 100 times as many bytes as its file. Any thread may call. Throws
-/// RecordingError if there is no such directory, if the process lacks file descriptors or a
-/// directory for temporary files, or if a host is writing the recording on a network file system;
-/// and std::bad_alloc. Everything else is a finding.
+/// RecordingError if there is no such directory, if the process lacks permission to read it, file
+/// descriptors or a directory for temporary files, or if a host is writing the recording on a
+/// network file system; and std::bad_alloc. Everything else is a finding.
 LOGGING2_RECORDING_EXPORT RecordingCheck check_recording(const std::string& directory,
                                                          const RecordingProgress& progress = {});
 

@@ -12,7 +12,7 @@ void copy_recording(const std::string& directory, const std::string& newDirector
                     const RecordingOptions& options, const RecordingProgress& progress) {
     detail::check_options(options);
     detail::require_directory(directory);
-    const detail::RecordingRun run(directory);
+    const detail::RecordingRun run(directory, SampleAccess::mapped);
     const detail::RunContent content = run.content();
     detail::NewDirectory made(newDirectory, options.mode);
     detail::RunWriter(content, made.path(), options, progress).write();

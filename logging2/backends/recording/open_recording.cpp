@@ -4,15 +4,26 @@
 #include <logging2/backends/recording/detail/RecordingRun.hpp>
 #include <logging2/backends/recording/detail/run_directory.hpp>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <tuple>
+#include <utility>
 
 namespace logging2::core {
 namespace {
 
 namespace fs = std::filesystem;
+
+using DirectoryIdentity = std::pair<dev_t, ino_t>;
+
+DirectoryIdentity identity_of(const std::string& directory) {
+    struct stat status {};
+    return stat(directory.c_str(), &status) == 0 ? DirectoryIdentity(status.st_dev, status.st_ino)
+                                                 : DirectoryIdentity();
+}
 
 RecordingEntry entry_of(const std::string& location) {
     RecordingEntry entry{location, {}, {}};
@@ -41,8 +52,25 @@ bool comes_before(const RecordingEntry& a, const RecordingEntry& b) {
 } // namespace
 
 std::unique_ptr<Run> open_recording(const std::string& directory) {
-    detail::require_directory(directory);
-    return std::make_unique<detail::RecordingRun>(directory);
+    return open_recording(directory, SampleAccess::mapped);
+}
+
+std::unique_ptr<Run> open_recording(const std::string& directory, SampleAccess access) {
+    for (;;) {
+        detail::require_directory(directory);
+        const DirectoryIdentity before = identity_of(directory);
+        try {
+            auto run = std::make_unique<detail::RecordingRun>(directory, access);
+            if (identity_of(directory) == before) {
+                return run;
+            }
+        } catch (const RecordingError&) {
+            if (identity_of(directory) == before) {
+                throw;
+            }
+        }
+        // The recording was replaced meanwhile, maybe between the opening of two of its files.
+    }
 }
 
 std::vector<RecordingEntry> list_recordings(const std::string& directory) {

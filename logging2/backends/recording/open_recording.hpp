@@ -9,6 +9,14 @@
 
 namespace logging2::core {
 
+/// How the samples of a recording get into memory.
+enum class SampleAccess {
+    /// A Series is the mapped file itself where possible, which is fastest.
+    mapped,
+    /// A Series is always a copy. Nothing that happens to the file can harm the reader.
+    copied
+};
+
 /// Opens a recording, given its directory, whether it is finished, was interrupted, or is still
 /// being written by this or another process. The run shows the state at this moment, see
 /// Run::refresh(). Nothing in the directory is changed, and no write permission is needed.
@@ -18,6 +26,10 @@ namespace logging2::core {
 /// on a network file system. Whatever is read is compared with its hash first. Readers never make
 /// the writer wait.
 LOGGING2_RECORDING_EXPORT std::unique_ptr<Run> open_recording(const std::string& directory);
+
+/// The same with a choice of how samples are read.
+LOGGING2_RECORDING_EXPORT std::unique_ptr<Run> open_recording(const std::string& directory,
+                                                              SampleAccess access);
 
 /// A recording in a directory of recordings.
 struct RecordingEntry {

@@ -1,4 +1,5 @@
 #include <tests/backends/columnar/columnar_writers.hpp>
+#include <tests/backends/columnar/sizes.hpp>
 
 #include <stdexcept>
 
@@ -12,8 +13,6 @@ using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
-
-constexpr std::size_t kibibyte = 1024;
 
 ColumnarOptions limited(std::size_t byteLimit, BeyondLimit beyondLimit) {
     ColumnarOptions options;

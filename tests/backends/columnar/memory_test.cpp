@@ -1,4 +1,5 @@
 #include <tests/backends/columnar/columnar_writers.hpp>
+#include <tests/backends/columnar/sizes.hpp>
 
 #include <fstream>
 #include <string>
@@ -10,9 +11,6 @@
 
 namespace logging2::core::test {
 namespace {
-
-constexpr std::size_t kibibyte = 1024;
-constexpr std::size_t mebibyte = kibibyte * kibibyte;
 
 std::size_t residentByteCount() {
     malloc_trim(0);

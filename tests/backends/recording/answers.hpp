@@ -49,6 +49,15 @@ inline void print(std::ostream& text, const Overview& overview) {
          << ::testing::PrintToString(overview.sampleCount);
 }
 
+inline void print(std::ostream& text, const Outline& outline) {
+    for (const OutlineBucket& bucket : outline) {
+        text << bucket.sampleCount << ' ' << bucket.firstTime << ' ' << bucket.first << ' '
+             << bucket.lastTime << ' ' << bucket.last << ' ' << bucket.least << ' '
+             << bucket.greatest << ' ' << bucket.hasNan << bucket.hasPositiveInfinity
+             << bucket.hasNegativeInfinity << '\n';
+    }
+}
+
 inline void print(std::ostream& text, const SignalSummary& summary) {
     text << summary.sampleCount << ' ' << summary.leastTime.value_or(nan) << ' '
          << summary.greatestTime.value_or(nan) << ' ' << summary.byteCount << ' '
@@ -85,6 +94,7 @@ inline std::vector<std::string> answers_of(const std::string& location) {
         ask([&](std::ostream& text) { print(text, run->series(signal, StepRange{1, 2})); });
         ask([&](std::ostream& text) { print(text, run->summary(signal)); });
         ask([&](std::ostream& text) { print(text, run->overview(signal, 0.0, 70.0, 9)); });
+        ask([&](std::ostream& text) { print(text, run->outline(signal, 0, 0.0, 70.0, 9)); });
     }
     return result;
 }

@@ -70,6 +70,12 @@ TEST_F(RecordingCallsTest, unknownGroupIsNamed) {
     EXPECT_THAT(timesOf(*open(*writer)), IsEmpty());
 }
 
+TEST_F(RecordingCallsTest, groupBetweenTwoOthersIsUnknown) {
+    const auto other = makeWriter(twoGroups());
+    EXPECT_THAT([&] { other->write(3, 1.0, &value, 1); },
+                ThrowsMessage<std::out_of_range>(HasSubstr("there is no group 3")));
+}
+
 TEST_F(RecordingCallsTest, dataStoreOfAnUnknownPathIsOutOfRange) {
     EXPECT_THAT([this] { writer->dataStore(ValuePath("unknown")); },
                 ThrowsMessage<std::out_of_range>(HasSubstr("\"unknown\"")));

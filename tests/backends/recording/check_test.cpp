@@ -272,13 +272,15 @@ TEST_F(CheckRecordingTest, needsNoWritePermissionAndChangesNothing) {
     EXPECT_EQ(std::distance(fs::directory_iterator(location), fs::directory_iterator()), 2);
 }
 
-TEST_F(CheckRecordingTest, unreadableFilesAreFindings) {
+TEST_F(CheckRecordingTest, missingPermissionIsAnError) {
     const OrdinaryPermissions ordinary;
-    fs::permissions(index(), fs::perms::none);
-    fs::permissions(samples(), fs::perms::none);
-    EXPECT_THAT(findings(),
-                ElementsAre(AllOf(StartsWith(index().string()), HasSubstr("Permission denied")),
-                            AllOf(StartsWith(samples().string()), HasSubstr("Permission denied"))));
+    for (const fs::path& file : {index(), samples(), location}) {
+        const fs::perms former = fs::status(file).permissions();
+        fs::permissions(file, fs::perms::none);
+        EXPECT_THAT([this] { check(); },
+                    ThrowsMessage<RecordingError>(HasSubstr("Permission denied")));
+        fs::permissions(file, former);
+    }
 }
 
 TEST_F(CheckRecordingTest, stateOfALiveRecordingHasNoFindings) {

@@ -100,6 +100,24 @@ TEST_F(RecordingDamageTest, missingChunkIsDamage) {
     expectDamage(index(), "it is damaged: the chunks of a group do not follow each other");
 }
 
+TEST_F(RecordingDamageTest, channelWithoutItsGroupIsDamage) {
+    run_sql(index(), "UPDATE channel SET signal_group = 9");
+    expectDamage(index(), "it is damaged: a channel has no group");
+}
+
+TEST_F(RecordingDamageTest, chunksThatContradictTheirGroupAreDamage) {
+    const std::string before = bytesOf(index());
+    for (const char* change :
+         {"UPDATE chunk SET steps = 0", "UPDATE chunk SET steps = stored_steps + 1",
+          "UPDATE signal_group SET steps = steps + 1",
+          "UPDATE signal_group SET shown_steps = steps + 1"}) {
+        change_index(index(), change);
+        EXPECT_THROW(readAll(), RecordingError) << change;
+        writeBytes(index(), before);
+    }
+    EXPECT_NO_THROW(readAll());
+}
+
 TEST_F(RecordingDamageTest, pathWithoutItsGroupIsDamage) {
     run_sql(index(), "UPDATE path SET signal_group = 9");
     expectDamage(index(), "it is damaged: a path has no group");
@@ -340,6 +358,17 @@ TEST_F(StaleIndexTest, pageOfFormerChunksIsDamage) {
                 throws_at(index(), "the chunks of a group belong to another state of it"));
     EXPECT_THAT(check_recording(location.string()).findings,
                 ::testing::ElementsAre(HasSubstr("group 0: the sum of its chunks' hashes is ")));
+}
+
+TEST_F(RecordingTest, groupThatGoesWhileTheRunIsReadIsDamage) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0});
+    writer->flushIntermediate();
+    const auto run = open(*writer);
+    change_index(writer->location() + "/index.sqlite",
+                 "DELETE FROM signal_group; UPDATE run SET value = value + 1 WHERE key = 'commit'");
+    EXPECT_THAT([&] { run->refresh(); },
+                ThrowsMessage<RecordingError>(HasSubstr("the number of groups has changed")));
 }
 
 } // namespace

@@ -79,6 +79,22 @@ TEST_F(RecordingFailingCallsTest, shortAndInterruptedWritesAreContinued) {
     EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0, 2.0));
 }
 
+TEST_F(RecordingFailingCallsTest, writeThatTransfersNothingMeansAFullDisk) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0});
+    const FailingCalls calls(Call::write, "samples.bin", {transfers(0)});
+    EXPECT_THAT([&] { writer->flushIntermediate(); },
+                ThrowsMessage<RecordingError>(HasSubstr("No space left on device")));
+    writer->flush();
+    EXPECT_THAT(timesOf(*open(*writer)), ElementsAre(1.0));
+}
+
+TEST_F(RecordingFailingCallsTest, fileThatStaysLockedCannotBeClaimed) {
+    const FailingCalls calls(Call::lock, "samples.bin",
+                             std::vector<Outcome>(10'000, fails(EWOULDBLOCK)));
+    expectNoWriter("Resource temporarily unavailable");
+}
+
 TEST_F(RecordingFailingCallsTest, logThatCannotBeCopiedIsReported) {
     const auto writer = makeWriter();
     writeTimes(*writer, {1.0});

@@ -52,7 +52,7 @@ protected:
         run = open(*writer);
     }
 
-    /// Overviews and ranges of 30,000 steps in one chunk, which is shortened.
+    /// Overviews, outlines and ranges of 30,000 steps in one chunk, which is shortened.
     void readLongChunk() {
         random.seed(1);
         ascends = true;
@@ -73,9 +73,11 @@ protected:
         for (int round = 0; round < 20; ++round) {
             const auto [from, to] = finiteRange();
             expectOverviews(from, to);
+            expectOutlines(from, to);
             expectRange(from, to);
         }
         expectOverviews(0.0, 3333.0);
+        expectOutlines(0.0, 3333.0);
         expectSummary();
     }
 
@@ -203,6 +205,60 @@ protected:
         return result;
     }
 
+    /// The outline of one element of the rows.
+    Outline naiveOutline(double from, double to, std::size_t bucketCount,
+                         std::size_t element) const {
+        Outline result(bucketCount);
+        for (std::size_t i = 0; i < times().size(); ++i) {
+            if (from <= times()[i] && times()[i] <= to) {
+                add(result[bucket_of(times()[i], from, to, bucketCount)], times()[i],
+                    held->rows[0][i][element]);
+            }
+        }
+        return result;
+    }
+
+    static void add(OutlineBucket& bucket, double time, double value) {
+        bucket.firstTime = bucket.sampleCount == 0 ? time : bucket.firstTime;
+        bucket.first = bucket.sampleCount == 0 ? value : bucket.first;
+        bucket.lastTime = time;
+        bucket.last = value;
+        ++bucket.sampleCount;
+        bucket.hasNan = bucket.hasNan || value != value;
+        bucket.hasPositiveInfinity = bucket.hasPositiveInfinity || value == infinity;
+        bucket.hasNegativeInfinity = bucket.hasNegativeInfinity || value == -infinity;
+        if (std::isfinite(value)) {
+            bucket.least = std::min(bucket.least, value);
+            bucket.greatest = std::max(bucket.greatest, value);
+        }
+    }
+
+    static void expectSame(const Outline& actual, const Outline& expected) {
+        ASSERT_EQ(actual.size(), expected.size());
+        for (std::size_t b = 0; b < actual.size(); ++b) {
+            SCOPED_TRACE("bucket " + std::to_string(b));
+            EXPECT_EQ(actual[b].sampleCount, expected[b].sampleCount);
+            EXPECT_TRUE(
+                sameBits({actual[b].firstTime, actual[b].first, actual[b].lastTime, actual[b].last},
+                         {expected[b].firstTime, expected[b].first, expected[b].lastTime,
+                          expected[b].last}));
+            EXPECT_EQ(actual[b].least, expected[b].least);
+            EXPECT_EQ(actual[b].greatest, expected[b].greatest);
+            EXPECT_EQ(actual[b].hasNan, expected[b].hasNan);
+            EXPECT_EQ(actual[b].hasPositiveInfinity, expected[b].hasPositiveInfinity);
+            EXPECT_EQ(actual[b].hasNegativeInfinity, expected[b].hasNegativeInfinity);
+        }
+    }
+
+    void expectOutlines(double from, double to) {
+        const std::size_t bucketCount = 1 + below(30);
+        SCOPED_TRACE(::testing::Message() << from << " to " << to << ", " << bucketCount);
+        expectSame(run->outline(ValuePath("s"), 0, from, to, bucketCount),
+                   naiveOutline(from, to, bucketCount, 0));
+        expectSame(run->outline(ValuePath("p"), 1, from, to, bucketCount),
+                   naiveOutline(from, to, bucketCount, pairOffset + 1));
+    }
+
     static void expectSame(const Overview& actual, const Overview& expected) {
         EXPECT_EQ(actual.width, expected.width);
         EXPECT_EQ(actual.least, expected.least);
@@ -306,11 +362,25 @@ TEST_F(RandomRunTest, overviewEqualsAPlainLoop) {
     }
 }
 
-TEST_F(RandomRunTest, overviewOfALongChunkEqualsAPlainLoop) {
+TEST_F(RandomRunTest, outlineEqualsAPlainLoop) {
+    for (unsigned seed = 1; seed <= 60 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        record(seed, 3000);
+        for (int round = 0; round < 8; ++round) {
+            const auto [from, to] = finiteRange();
+            expectOutlines(from, to);
+            expectOutlines(from, from);
+        }
+        expectOutlines(-std::numeric_limits<double>::max(), std::numeric_limits<double>::max());
+        expectOutlines(-0.0, 0.0);
+    }
+}
+
+TEST_F(RandomRunTest, answersAboutALongChunkEqualAPlainLoop) {
     readLongChunk();
 }
 
-TEST_F(RandomRunTest, overviewOfALongPackedChunkEqualsAPlainLoop) {
+TEST_F(RandomRunTest, answersAboutALongPackedChunkEqualAPlainLoop) {
     options.compression = Compression::lz4;
     readLongChunk();
 }

@@ -2,6 +2,8 @@
 
 #include <logging2/backends/recording/recording.hpp>
 #include <logging2/conformance/detail/TemporaryDirectory.hpp>
+#include <tests/support/nan.hpp>
+
 #include <logging2/conformance/detail/same_bits.hpp>
 #include <logging2/conformance/detail/setups.hpp>
 #include <logging2/runs/runs.hpp>
@@ -19,7 +21,6 @@ namespace logging2::core::test {
 
 using Doubles = std::vector<double>;
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 inline Doubles doubles(const DoubleView& view) {

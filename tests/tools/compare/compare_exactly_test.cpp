@@ -1,16 +1,14 @@
+#include <tests/support/nan.hpp>
 #include <tests/tools/compare/VectorSource.hpp>
+#include <tools/compare/Extent.hpp>
 #include <tools/compare/compare_exactly.hpp>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 namespace logging2::tools {
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 Comparison compared(const TestSamples& a, const TestSamples& b) {
     VectorSource sourceA(a);

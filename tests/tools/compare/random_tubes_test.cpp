@@ -1,3 +1,4 @@
+#include <tests/support/nan.hpp>
 #include <tests/tools/compare/VectorSource.hpp>
 #include <tools/compare/Extent.hpp>
 #include <tools/compare/compare_tubes.hpp>
@@ -7,15 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <random>
 #include <set>
 
 namespace logging2::tools {
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 using Points = std::vector<std::pair<double, double>>;
 

@@ -26,6 +26,8 @@ public:
     SignalSummary summary(const lang::core::ValuePath& path) const override;
     Overview overview(const lang::core::ValuePath& path, double from, double to,
                       std::size_t bucketCount) const override;
+    Outline outline(const lang::core::ValuePath& path, std::size_t element, double from, double to,
+                    std::size_t bucketCount) const override;
     bool refresh() override;
     std::vector<Series> pieces(const lang::core::ValuePath& path) const override;
 

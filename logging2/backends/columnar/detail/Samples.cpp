@@ -60,9 +60,9 @@ void Samples::refuseLength(const GroupSteps& group, std::size_t n) {
 
 template <class Change>
 void Samples::change(GroupSteps& group, Change change) {
-    const std::size_t before = group.heldByteCount();
+    const std::size_t heldByOthers = heldByteCount - group.heldByteCount();
     change();
-    heldByteCount += group.heldByteCount() - before;
+    heldByteCount = heldByOthers + group.heldByteCount();
 }
 
 void Samples::makeRoom(GroupSteps& group) {

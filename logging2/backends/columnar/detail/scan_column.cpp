@@ -105,4 +105,18 @@ Overview overview_of(const GroupView& group, const ColumnPlace& column, double f
     return overview;
 }
 
+Outline outline_of(const GroupView& group, const ColumnPlace& column, std::size_t element,
+                   double from, double to, std::size_t bucketCount) {
+    Outline outline(bucketCount);
+    for (const FoundSpan& found : spans_between(group.spans(), from, to)) {
+        const double* const times = found.span.times();
+        const double* const values = found.span.values(column);
+        for (std::size_t row = 0; row < found.span.rowCount; ++row) {
+            add_sample(outline[bucket_of(times[row], from, to, bucketCount)], times[row],
+                       values[row * column.width + element]);
+        }
+    }
+    return outline;
+}
+
 } // namespace logging2::core::detail

@@ -18,4 +18,8 @@ SignalSummary summary_of(const GroupView& group, const ColumnPlace& column);
 Overview overview_of(const GroupView& group, const ColumnPlace& column, double from, double to,
                      std::size_t bucketCount);
 
+/// An element of a column in [from, to], divided into buckets. See Run::outline().
+Outline outline_of(const GroupView& group, const ColumnPlace& column, std::size_t element,
+                   double from, double to, std::size_t bucketCount);
+
 } // namespace logging2::core::detail

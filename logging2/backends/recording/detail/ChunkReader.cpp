@@ -206,9 +206,6 @@ std::size_t ChunkReader::leavesPerPiece(std::size_t column) const {
 
 void ChunkReader::read(std::size_t column, std::size_t firstStep, std::size_t count,
                        double* to) const {
-    if (count == 0) {
-        return;
-    }
     const std::size_t width = layout.columns[column].width;
     const std::size_t end = firstStep + count;
     const Nodes leaves = leavesOf(column, firstStep, end);

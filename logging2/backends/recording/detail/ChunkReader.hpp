@@ -35,7 +35,7 @@ public:
     /// The samples of a leaf. Of a packed column, neighbouring leaves are unpacked together once.
     std::vector<double> samples(std::size_t column, std::size_t leafIndex, const double* leaf);
 
-    /// Copies the samples [firstStep, firstStep + count) of a column.
+    /// Copies the samples [firstStep, firstStep + count) of a column; count > 0.
     void read(std::size_t column, std::size_t firstStep, std::size_t count, double* to) const;
 
     /// Whether the values of the column are packed, and so cannot be mapped.

@@ -1,6 +1,7 @@
 #include <logging2/backends/recording/detail/RecordingRun.hpp>
 
 #include <logging2/backends/recording/RecordingError.hpp>
+#include <logging2/backends/recording/detail/OutlineBuilder.hpp>
 #include <logging2/backends/recording/detail/OverviewBuilder.hpp>
 #include <logging2/backends/recording/detail/TimeSearch.hpp>
 
@@ -29,13 +30,13 @@ void check_bucket_count(std::size_t bucketCount, std::size_t width) {
 
 } // namespace
 
-RecordingRun::RecordingRun(const std::string& directory)
+RecordingRun::RecordingRun(const std::string& directory, SampleAccess access)
     : location(directory),
       index(directory),
       data(DataFile::open(directory + "/samples.bin")),
       description(index.description()),
       chunks(location, data, run, description),
-      seriesReader(location, data, chunks) {
+      seriesReader(location, data, chunks, access) {
     checkDescription();
     checkPlaces();
     refresh();
@@ -202,6 +203,22 @@ Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, 
     for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
         const std::shared_ptr<OpenChunk> chunk = chunks.open(*span.chunk);
         builder.add(chunk->reader, *chunk->layout, place.column, span.count);
+    }
+    return builder.result();
+}
+
+Outline RecordingRun::outline(const lang::core::ValuePath& path, std::size_t element, double from,
+                              double to, std::size_t bucketCount) const {
+    check_range(from, to, bucketCount);
+    const Place place = placeOf(path);
+    check_bucket_count(bucketCount, 1);
+    if (element >= place.width) {
+        throw std::out_of_range(location + ": \"" + path.text() + "\" has no element " +
+                                std::to_string(element));
+    }
+    OutlineBuilder builder(from, to, bucketCount, element);
+    for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
+        builder.add(chunks.open(*span.chunk), place.column, span.count);
     }
     return builder.result();
 }

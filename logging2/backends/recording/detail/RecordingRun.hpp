@@ -7,6 +7,7 @@
 #include <logging2/backends/recording/detail/RunWriter.hpp>
 #include <logging2/backends/recording/detail/SeriesReader.hpp>
 #include <logging2/backends/recording/detail/VisibleSteps.hpp>
+#include <logging2/backends/recording/open_recording.hpp>
 #include <logging2/runs/Run.hpp>
 
 #include <cstddef>
@@ -21,7 +22,7 @@ namespace logging2::core::detail {
 /// A recording that is being read.
 class RecordingRun final : public Run {
 public:
-    explicit RecordingRun(const std::string& directory);
+    RecordingRun(const std::string& directory, SampleAccess access);
 
     RunInfo info() const override;
     std::vector<GroupInfo> groups() const override;
@@ -34,6 +35,8 @@ public:
     Overview overview(const lang::core::ValuePath& path, double from, double to,
                       std::size_t bucketCount) const override;
     bool refresh() override;
+    Outline outline(const lang::core::ValuePath& path, std::size_t element, double from, double to,
+                    std::size_t bucketCount) const override;
 
     /// What is visible, to be written once more; valid until the next refresh. The headers of all
     /// chunks are checked. A run that is running counts as interrupted.

@@ -22,14 +22,15 @@ std::size_t sample_count(const std::vector<SampleSpan>& spans) {
 }
 
 SeriesReader::SeriesReader(const std::string& recordingLocation, const DataFile& dataFile,
-                           OpenChunks& openChunks)
+                           OpenChunks& openChunks, SampleAccess sampleAccess)
     : location(recordingLocation),
       file(dataFile),
-      chunks(openChunks) {}
+      chunks(openChunks),
+      access(sampleAccess) {}
 
 Series SeriesReader::read(std::size_t column, std::size_t width,
                           const std::vector<SampleSpan>& spans) {
-    if (spans.size() == 1) {
+    if (access == SampleAccess::mapped && spans.size() == 1) {
         const std::shared_ptr<const OpenChunk> chunk = chunks.open(*spans.front().chunk);
         if (!chunk->reader.isPacked(0) && !chunk->reader.isPacked(column)) {
             return view(column, width, spans.front(), chunk->reader);

@@ -57,7 +57,11 @@ void check_kinds(const std::string& name) {
             continue;
         }
         if (type == fs::file_type::none) {
-            throw RecordingError(name + end, "cannot open it: " + error.message());
+            const std::string cause = "cannot open it: " + error.message();
+            if (is_access_fault(error.value())) {
+                throw AccessFault(name + end, cause);
+            }
+            throw RecordingError(name + end, cause);
         }
         if (type != fs::file_type::not_found) {
             throw RecordingError(name + end, "it is not a regular file");

@@ -1,5 +1,7 @@
 #include <logging2/backends/columnar/detail/Arena.hpp>
 
+#include <tests/backends/columnar/sizes.hpp>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -10,9 +12,6 @@
 
 namespace logging2::core::detail {
 namespace {
-
-constexpr std::size_t kibibyte = 1024;
-constexpr std::size_t mebibyte = kibibyte * kibibyte;
 
 TEST(ArenaTest, blocksAreAlignedAndRoundedUp) {
     const Arena::Owner arena = Arena::make();

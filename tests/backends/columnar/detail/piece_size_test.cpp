@@ -1,13 +1,12 @@
 #include <logging2/backends/columnar/detail/Piece.hpp>
 #include <logging2/backends/columnar/detail/piece_size.hpp>
 
+#include <tests/backends/columnar/sizes.hpp>
+
 #include <gmock/gmock.h>
 
 namespace logging2::core::detail {
 namespace {
-
-constexpr std::size_t kibibyte = 1024;
-constexpr std::size_t mebibyte = kibibyte * kibibyte;
 
 TEST(PieceSizeTest, piecesGrowWithTheirGroup) {
     EXPECT_EQ(piece_byte_count(0, 1), kibibyte);

@@ -1,5 +1,7 @@
 #include <logging2/backends/recording/detail/ColumnTree.hpp>
 
+#include <tests/support/nan.hpp>
+
 #include <logging2/backends/recording/detail/RecordHeader.hpp>
 
 #include <gmock/gmock.h>
@@ -12,7 +14,6 @@ namespace logging2::core::detail {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 void expect_range(const ElementRange& range, double least, double greatest, double nanCount) {
     EXPECT_EQ(range.least, least);

@@ -1,17 +1,16 @@
 #include <logging2/backends/recording/detail/VisibleSteps.hpp>
 
+#include <tests/support/nan.hpp>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <limits>
 
 namespace logging2::core::detail {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 /// A group whose chunks have ten steps each.
 class VisibleStepsTest : public ::testing::Test {

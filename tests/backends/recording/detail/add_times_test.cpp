@@ -1,14 +1,13 @@
 #include <logging2/backends/recording/detail/add_times.hpp>
 
+#include <tests/support/nan.hpp>
+
 #include <gmock/gmock.h>
 
-#include <limits>
 #include <vector>
 
 namespace logging2::core::detail {
 namespace {
-
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 /// What a row says after these times were added, part after part.
 ChunkRow row_of(const std::vector<std::vector<double>>& parts) {

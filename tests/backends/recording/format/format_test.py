@@ -22,7 +22,7 @@ except ImportError:
     xxh3_64_intdigest = None
 
 PAGE = Path("docs/recording-format.md").read_text(encoding="utf-8")
-PROGRAM = re.search(r"\n```python\n(.*?)```\n", PAGE, re.S).group(1)
+PROGRAM = Path("docs/read_recording.py").read_text(encoding="utf-8")
 EXAMPLE = SimpleNamespace()
 exec(PROGRAM, EXAMPLE.__dict__)  # pylint: disable=exec-used
 

@@ -1,0 +1,151 @@
+#include <logging2/backends/recording/detail/OutlineBuilder.hpp>
+
+#include <logging2/backends/recording/detail/ColumnTree.hpp>
+#include <logging2/runs/Overview.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace logging2::core::detail {
+namespace {
+
+/// For each bucket, so many nodes with infinite values are looked into.
+constexpr std::size_t infiniteNodesPerBucket = 8;
+
+void widen(OutlineBucket& bucket, const ElementRange& range) {
+    bucket.hasNan = bucket.hasNan || range.nanCount > 0;
+    // Without any number, the least one is greater than the greatest one.
+    if (range.least <= range.greatest) {
+        include_value(bucket, range.least);
+        include_value(bucket, range.greatest);
+    }
+}
+
+/// A range without any number goes from +infinity to -infinity.
+bool has_infinity(const ElementRange& range) {
+    return range.least <= range.greatest && (std::isinf(range.least) || std::isinf(range.greatest));
+}
+
+} // namespace
+
+OutlineBuilder::OutlineBuilder(double rangeFrom, double rangeTo, std::size_t numberOfBuckets,
+                               std::size_t elementOfSignal)
+    : from(rangeFrom),
+      to(rangeTo),
+      element(elementOfSignal),
+      outline(numberOfBuckets),
+      infiniteNodeBudget(numberOfBuckets * infiniteNodesPerBucket),
+      unreadBucket(numberOfBuckets) {}
+
+void OutlineBuilder::add(const std::shared_ptr<OpenChunk>& chunk, std::size_t column,
+                         std::size_t stepCount) {
+    const ColumnLayout& layout = chunk->layout->columns[column];
+    const std::vector<double> times = chunk->reader.root(0);
+    const std::vector<double> values = chunk->reader.root(column);
+    addNode({chunk, column, stepCount, layout.width},
+            {layout.levels.size(), 0, times.data(), values.data()});
+}
+
+const Outline& OutlineBuilder::result() {
+    endUnread();
+    return outline;
+}
+
+void OutlineBuilder::addNode(const Part& part, const Node& node) {
+    const std::size_t first = node.index * ColumnLayout::stepsPerNode(node.level);
+    const std::size_t end =
+        std::min(first + ColumnLayout::stepsPerNode(node.level), part.chunk->layout->stepCount);
+    const ElementRange time = range_of_node(node.times, 0);
+    if (first >= part.stepCount || !(time.greatest >= from && time.least <= to)) {
+        return;
+    }
+    const bool isInside =
+        time.nanCount == 0 && time.least >= from && time.greatest <= to && end <= part.stepCount;
+    const std::size_t bucket = isInside ? bucket_of(time.least, from, to, outline.size()) : 0;
+    const ElementRange range = range_of_node(node.values, element);
+    if (isInside && bucket == bucket_of(time.greatest, from, to, outline.size()) &&
+        !mustLookInto(range)) {
+        addUnread(part, {bucket, first, end}, range);
+    } else if (node.level == 0) {
+        addSamples(part, node);
+    } else {
+        addChildren(part, node);
+    }
+}
+
+bool OutlineBuilder::mustLookInto(const ElementRange& range) noexcept {
+    if (!has_infinity(range) || infiniteNodeBudget == 0) {
+        return false;
+    }
+    --infiniteNodeBudget;
+    return true;
+}
+
+void OutlineBuilder::addChildren(const Part& part, const Node& node) {
+    const std::size_t level = node.level - 1;
+    const std::vector<double> times = part.chunk->reader.children(0, level, node.index, node.times);
+    const std::vector<double> values =
+        part.chunk->reader.children(part.column, level, node.index, node.values);
+    const std::size_t timeStride = node_double_count(1);
+    const std::size_t valueStride = node_double_count(part.width);
+    for (std::size_t child = 0; child * timeStride < times.size(); ++child) {
+        addNode(part, {level, node.index * fanOut + child, times.data() + child * timeStride,
+                       values.data() + child * valueStride});
+    }
+}
+
+void OutlineBuilder::addSamples(const Part& part, const Node& leaf) {
+    const std::vector<double> times = part.chunk->reader.samples(0, leaf.index, leaf.times);
+    const std::vector<double> samples =
+        part.chunk->reader.samples(part.column, leaf.index, leaf.values);
+    const std::size_t count = std::min(times.size(), part.stepCount - leaf.index * leafStepCount);
+    for (std::size_t s = 0; s < count; ++s) {
+        if (from <= times[s] && times[s] <= to) {
+            const std::size_t bucket = bucket_of(times[s], from, to, outline.size());
+            if (bucket != unreadBucket) {
+                endUnread();
+            }
+            addSample(outline[bucket], times[s], samples[s * part.width + element]);
+        }
+    }
+}
+
+void OutlineBuilder::addSample(OutlineBucket& bucket, double time, double value) {
+    add_sample(bucket, time, value);
+    unreadBucket = outline.size();
+}
+
+void OutlineBuilder::addUnread(const Part& part, const Unread& unread, const ElementRange& range) {
+    if (unread.bucket != unreadBucket) {
+        endUnread();
+    }
+    OutlineBucket& bucket = outline[unread.bucket];
+    if (bucket.sampleCount == 0) {
+        readSample(part, unread.firstStep, bucket.firstTime, bucket.first);
+    }
+    bucket.sampleCount += unread.endStep - unread.firstStep;
+    widen(bucket, range);
+    unreadBucket = unread.bucket;
+    unreadPart = part;
+    unreadStep = unread.endStep - 1;
+}
+
+/// Reads the last sample of the bucket that was left.
+void OutlineBuilder::endUnread() {
+    if (unreadBucket < outline.size()) {
+        readSample(unreadPart, unreadStep, outline[unreadBucket].lastTime,
+                   outline[unreadBucket].last);
+        unreadBucket = outline.size();
+    }
+}
+
+void OutlineBuilder::readSample(const Part& part, std::size_t step, double& time,
+                                double& value) const {
+    part.chunk->reader.read(0, step, 1, &time);
+    std::vector<double> values(part.width);
+    part.chunk->reader.read(part.column, step, 1, values.data());
+    value = values[element];
+}
+
+} // namespace logging2::core::detail

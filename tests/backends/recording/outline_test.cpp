@@ -1,0 +1,123 @@
+#include <tests/backends/recording/recordings.hpp>
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace logging2::core::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
+
+class OutlineTest : public RecordingTest {
+protected:
+    /// The outline of "x" in one bucket, when these values were logged at 0, 1, 2, ...
+    OutlineBucket bucketOf(const Doubles& values) {
+        const auto writer = makeWriter();
+        for (std::size_t step = 0; step < values.size(); ++step) {
+            write(*writer, 0, static_cast<double>(step), {values[step]});
+        }
+        writer->flush();
+        return open(*writer)->outline(ValuePath("x"), 0, 0.0, 1e9, 1).front();
+    }
+};
+
+TEST_F(OutlineTest, bucketHasFirstLeastGreatestAndLastValue) {
+    const OutlineBucket bucket = bucketOf({3.0, -1.0, 7.0, 4.0});
+    EXPECT_EQ(bucket.sampleCount, 4U);
+    EXPECT_THAT((Doubles{bucket.firstTime, bucket.first, bucket.least, bucket.greatest,
+                         bucket.lastTime, bucket.last}),
+                ElementsAre(0.0, 3.0, -1.0, 7.0, 3.0, 4.0));
+}
+
+TEST_F(OutlineTest, leastAndGreatestAreFinite) {
+    const OutlineBucket bucket = bucketOf({infinity, 2.0, nan, -3.0, infinity});
+    EXPECT_TRUE(bucket.hasPositiveInfinity);
+    EXPECT_FALSE(bucket.hasNegativeInfinity);
+    EXPECT_TRUE(bucket.hasNan);
+    EXPECT_EQ(bucket.least, -3.0);
+    EXPECT_EQ(bucket.greatest, 2.0);
+    EXPECT_EQ(bucket.first, infinity);
+}
+
+TEST_F(OutlineTest, bucketWithoutFiniteValueHasNoLeastOne) {
+    const OutlineBucket bucket = bucketOf({-infinity, nan});
+    EXPECT_TRUE(bucket.hasNegativeInfinity);
+    EXPECT_EQ(bucket.least, infinity);
+    EXPECT_EQ(bucket.greatest, -infinity);
+}
+
+TEST_F(OutlineTest, fewInfinitePiecesHideNoSpike) {
+    Doubles values(2000, 0.0);
+    values[300] = infinity;
+    values[310] = 5.0;
+    EXPECT_EQ(bucketOf(values).greatest, 5.0);
+}
+
+// Intended: the cost is bounded. The least value is known without looking into the last piece.
+TEST_F(OutlineTest, manyInfinitePiecesAreNotAllRead) {
+    Doubles values(100'000, infinity);
+    values[99'990] = 7.0;
+    values.back() = 5.0;
+    const OutlineBucket bucket = bucketOf(values);
+    EXPECT_TRUE(bucket.hasPositiveInfinity);
+    EXPECT_EQ(bucket.sampleCount, values.size());
+    EXPECT_EQ(bucket.last, 5.0);
+    EXPECT_EQ(bucket.least, 5.0);
+    EXPECT_EQ(bucket.greatest, 5.0);
+}
+
+TEST_F(OutlineTest, bucketsOverManyChunksHaveTheirOwnEnds) {
+    options.chunkByteCount = 1024;
+    const auto writer = makeWriter();
+    for (int step = 0; step < 1000; ++step) {
+        write(*writer, 0, step, {step * 10.0});
+    }
+    writer->flush();
+    const Outline outline = open(*writer)->outline(ValuePath("x"), 0, 0.0, 1000.0, 2);
+    EXPECT_EQ(outline[0].last, 4990.0);
+    EXPECT_EQ(outline[1].first, 5000.0);
+    EXPECT_EQ(outline[1].last, 9990.0);
+    EXPECT_EQ(outline[1].lastTime, 999.0);
+}
+
+TEST_F(OutlineTest, questionsWithoutMeaningAreRefused) {
+    const auto writer = makeWriter(twoGroups());
+    const auto run = open(*writer);
+    const ValuePath path("z");
+    EXPECT_THROW(run->outline(path, 0, 0.0, 1.0, 0), std::invalid_argument);
+    EXPECT_THROW(run->outline(path, 0, 1.0, 0.0, 1), std::invalid_argument);
+    EXPECT_THROW(run->outline(path, 0, nan, 1.0, 1), std::invalid_argument);
+    EXPECT_THROW(run->outline(path, 0, 0.0, infinity, 1), std::invalid_argument);
+    EXPECT_THROW(run->outline(path, 0, 0.0, 1.0, ~std::size_t{0}), std::invalid_argument);
+    EXPECT_THAT([&] { run->outline(path, 3, 0.0, 1.0, 1); },
+                ThrowsMessage<std::out_of_range>(HasSubstr("\"z\" has no element 3")));
+    EXPECT_THAT([&] { run->outline(ValuePath("nothing"), 0, 0.0, 1.0, 1); },
+                ThrowsMessage<std::out_of_range>(HasSubstr("\"nothing\" has no element 0")));
+    EXPECT_THAT([&] { run->outline(ValuePath("unknown"), 0, 0.0, 1.0, 1); },
+                ThrowsMessage<std::out_of_range>(HasSubstr("\"unknown\"")));
+}
+
+TEST_F(OutlineTest, copiedSamplesAreNoViewOfTheFile) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flush();
+    const auto run = open_recording(writer->location(), SampleAccess::copied);
+    EXPECT_FALSE(run->series(ValuePath("x")).isView());
+    EXPECT_TRUE(open(*writer)->series(ValuePath("x")).isView());
+    EXPECT_THAT(valuesOf(*run), ElementsAre(10.0, 20.0));
+}
+
+TEST_F(OutlineTest, copiedSamplesOfATruncatedFileAreAnError) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, Doubles(10'000, 1.0));
+    writer->flush();
+    const auto run = open_recording(writer->location(), SampleAccess::copied);
+    std::filesystem::resize_file(writer->location() + "/samples.bin", 4096);
+    EXPECT_THROW(run->series(ValuePath("x")), RecordingError);
+    EXPECT_THROW(run->outline(ValuePath("x"), 0, 0.0, 2.0, 3), RecordingError);
+}
+
+} // namespace
+} // namespace logging2::core::test

@@ -1,0 +1,186 @@
+import math
+import re
+
+from browser import BrowserTest
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.keys import Keys
+
+STEP_COUNT = 20000
+WAVE = ("name wave\ngroup 0 plant.wave:1 plant.vector:3 other.name:1\nbegin\n" + "".join(
+    f"write 0 {step} {math.sin(step / 1000) + (50 if step == 7777 else 0)} 1 2 {3 + step % 2} {step}\n"
+    for step in range(STEP_COUNT)) + "end\n")
+
+
+class ViewPageTest(BrowserTest):
+    """The page of a finished run."""
+
+    def test_runs_are_listed_with_their_state(self):
+        self.record(WAVE)
+        self.recorder("name second\ngroup 0 x:1\nbegin\nwrite 0 0 1\nshow\n")
+        damaged = self.record("name third\ngroup 0 x:1\nbegin\nend\n")
+        (damaged / "index.sqlite").write_bytes(b"no database")
+        self.open(self.directory)
+        texts = [run.text for run in self.all(".run")]
+        self.assertEqual(len(texts), 3)
+        self.assertRegex("\n".join(texts), r"wave\n\w{8}\nfinished\n")
+        self.assertRegex("\n".join(texts), r"second\n\w{8}\nrunning\n")
+        self.assertEqual(len(self.all(".run.damaged .error")), 1)
+
+    def test_filter_narrows_the_tree_while_typing(self):
+        self.open(self.record(WAVE))
+        self.row("plant.wave")
+
+        def names():
+            return [row.get_attribute("title") for row in self.all(".tree-row")]
+
+        self.assertEqual(names(), ["plant", "plant.wave", "plant.vector", "other", "other.name"])
+        self.one("#filter").send_keys("VEC")
+        self.wait_for(["plant", "plant.vector"], names)
+        self.one("#filter").send_keys("x")
+        self.wait_for("No signal fits the filter.", lambda: self.text("#signals"))
+        self.one("#filter").send_keys(Keys.ESCAPE)
+        self.wait(lambda: len(names()) == 5)
+
+    def test_aggregate_shows_the_spike_of_one_step(self):
+        self.open(self.record(WAVE), "plant.wave")
+        self.assertRegex(self.text("#detail"), r"Aggregate: .* of \d\d steps\.")
+        ink = self.ink()
+        top = min(rows[0] for rows in ink if rows is not None)
+        spike = [x for x, rows in enumerate(ink) if rows is not None and rows[0] < top + 5]
+        first, last = self.inked()[0], self.inked()[-1]
+        self.assertAlmostEqual((sum(spike) / len(spike) - first) / (last - first), 7777 / STEP_COUNT, delta=0.004)
+        self.assertGreater(len(self.inked()), 500)
+
+    def test_keys_zoom_to_single_steps_with_markers(self):
+        self.open(self.record(WAVE), "plant.wave")
+        self.press(".")
+        self.wait(lambda: "A " in self.text("#cursor-times"))
+        for _ in range(10):
+            self.press("+")
+            self.wait_until_drawn()
+        self.wait_for("Every step is shown.", lambda: self.text("#detail"))
+        first, last = self.interval()
+        self.assertAlmostEqual(last - first, (STEP_COUNT - 1) / 1024, places=2)
+        step = math.ceil(first)
+        heights = [rows and rows[1] - rows[0] for rows in self.ink()]
+        middle = len(heights) / 2
+        self.assertGreaterEqual(heights[round(middle + self.at(step + 1))], 4)
+        self.assertLessEqual(heights[round(middle + self.at(step + 1.5))], 3)
+        self.press(Keys.HOME)
+        self.wait_for([0, STEP_COUNT - 1], self.interval)
+
+    def test_wheel_zooms_at_the_pointer(self):
+        self.open(self.record(WAVE), "plant.wave")
+        ActionChains(self.browser).move_to_element_with_offset(self.graph(), self.at(5000), 0).perform()
+        self.wait(lambda: "pointer" in self.text(".legend thead"))
+        self.scroll(-500)
+        self.wait(lambda: self.interval()[1] < 15000)
+        first, last = self.interval()
+        self.assertAlmostEqual((5000 - first) / (last - first), 0.25, delta=0.01)
+        self.scroll(5000)
+        self.wait(lambda: self.interval()[1] > 15000)
+
+    def scroll(self, distance):
+        self.browser.execute_cdp_cmd("Input.dispatchMouseEvent", {
+            "type": "mouseWheel", "deltaX": 0, "deltaY": distance, **self.place_of(5000)})
+
+    def place_of(self, time):
+        box = self.graph().rect
+        return {"x": box["x"] + box["width"] / 2 + self.at(time), "y": box["y"] + box["height"] / 2}
+
+    def test_drag_zooms_and_drag_with_shift_pans(self):
+        self.open(self.record(WAVE), "plant.wave")
+        self.drag(5000, 10000)
+        self.wait(lambda: self.interval()[0] > 1000)
+        first, last = self.interval()
+        self.assertAlmostEqual(first, 5000, delta=50)
+        self.assertAlmostEqual(last, 10000, delta=50)
+        self.drag(6000, 7000, shift=True)
+        self.wait(lambda: self.interval()[0] < 4500)
+        self.assertAlmostEqual(self.interval()[0], first - 1000, delta=50)
+        self.assertAlmostEqual(self.interval()[1], last - 1000, delta=50)
+
+    def test_each_element_has_a_line(self):
+        self.open(self.record(WAVE), "plant.vector")
+        self.wait_for({"plant.vector[0]": ["1"], "plant.vector[1]": ["2"], "plant.vector[2]": ["4"]}, self.legend)
+        for line in range(3):
+            self.assertGreater(len(self.inked(line=line)), 500)
+
+    def test_plots_share_the_time_axis(self):
+        self.open(self.record(WAVE), "plant.wave")
+        self.plot("other.name", new=True)
+        self.assertEqual([list(self.legend(plot)) for plot in (0, 1)], [["plant.wave"], ["other.name"]])
+        self.show(1000, 2000)
+        self.assertEqual(self.inked(0)[0], self.inked(1)[0])
+        self.assertEqual(self.inked(0)[-1], self.inked(1)[-1])
+        self.press(Keys.DELETE)
+        self.wait(lambda: len(self.all(".plot")) == 1)
+
+    def test_signals_are_dragged_into_plots(self):
+        self.open(self.record(WAVE), "plant.wave")
+        chain = ActionChains(self.browser)
+        chain.drag_and_drop(self.row("other.name"), self.graph()).perform()
+        self.wait(lambda: list(self.legend()) == ["plant.wave", "other.name"])
+        chain.drag_and_drop(self.row("plant.vector"), self.one("#new-plot")).perform()
+        self.wait(lambda: len(self.all(".plot")) == 2)
+        self.assertEqual(len(self.legend(1)), 3)
+
+    def test_cursors_show_what_print_prints(self):
+        run = self.record(WAVE)
+        self.open(run, "plant.wave", "other.name")
+        self.show(7770, 7790)
+        chain = ActionChains(self.browser)
+        chain.move_to_element_with_offset(self.graph(), self.at(7777.5), 0).click().perform()
+        chain.key_down(Keys.SHIFT).move_to_element_with_offset(self.graph(), self.at(7780.5), 0).click()
+        chain.key_up(Keys.SHIFT).perform()
+        rows = {line.split(",")[0]: line.split(",")[1:] for line in self.output_of(
+            "print", run, "plant.wave", "other.name", "--from", "7770", "--to", "7790", "--csv").splitlines()}
+        values = [[float(rows[time][i]) for time in ("7777", "7780")] for i in (0, 1)]
+        expected = {name: [first, second, second - first]
+                    for name, (first, second) in zip(("plant.wave", "other.name"), values)}
+        self.wait_for(expected, lambda: {name: [float(text.replace("−", "-")) for text in texts if text]
+                                         for name, texts in self.legend().items()})
+        self.assertRegex(self.text("#cursor-times"), r"A 7777\.\d+ · B 7780\.\d+ · difference (2\.9|3)")
+        self.press(Keys.ESCAPE)
+        self.wait(lambda: len(self.legend()["other.name"]) == 1)
+
+    def test_keys_move_the_cursor_from_step_to_step(self):
+        self.open(self.record("group 0 x:1\nbegin\nwrite 0 0 5\nwrite 0 0.1 6\nwrite 0 7 7\nend\n"), "x")
+        self.press("a", ".")
+
+        def times():
+            return re.sub(" ·.*", "", self.text("#cursor-times"))
+
+        self.wait_for("A 7", times)
+        for key, time in (",", "A 0.1"), (",", "A 0"), (",", "A 0"), (".", "A 0.1"):
+            self.press(key)
+            self.wait_for(time, times)
+        self.wait(lambda: self.legend()["x"][0] == "6")
+
+    def test_gaps_jumps_and_infinities_are_drawn(self):
+        self.open(self.record("group 0 x:1\nbegin\nwrite 0 0 1\nwrite 0 2 1\nwrite 0 2 3\nwrite 0 4 3\nwrite 0 5 nan\n"
+                              "write 0 6 3\nwrite 0 8 3\nwrite 0 9 inf\nwrite 0 10 2\nend\n"), "x")
+        ink = self.ink()
+
+        def rows(time):
+            middle = round(len(ink) / 2 + self.at(time))
+            near = [row for column in ink[middle - 2:middle + 3] if column is not None for row in column]
+            return (min(near), max(near)) if near else None
+
+        self.assertEqual([rows(time) for time in (4.5, 5.5, 8.5, 9.5)], [None] * 4)
+        self.assertGreater(rows(5)[0], rows(1)[1])
+        self.assertLess(rows(9)[0], rows(7)[0])
+        self.assertGreater(rows(2)[1] - rows(2)[0], 300)
+        self.assertIsNotNone(rows(10))
+
+    def test_names_are_no_html(self):
+        name = "<img/src=x/onerror=alert(1)>"
+        self.open(self.record(f"name {name}\ngroup 0 {name}:1\nbegin\nwrite 0 0 1\nend\n"), name)
+        self.assertEqual(list(self.legend()), [name])
+        self.assertEqual(self.all("img"), [])
+        self.assertIn(name, self.text("#runs"))
+
+    def test_lines_that_are_not_drawn_are_counted(self):
+        self.open(self.record(f"group 0 wide:30 x:1\nbegin\nwrite 0 0 {'1 ' * 31}\nend\n"), "wide")
+        self.assertEqual(len(self.legend()), 24)
+        self.assertIn("more lines are not drawn", self.text(".notes"))

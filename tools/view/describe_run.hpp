@@ -1,0 +1,17 @@
+#pragma once
+
+#include <tools/terminal/json.hpp>
+
+#include <logging2/runs/runs.hpp>
+
+#include <string>
+
+namespace logging2::tools::view {
+
+/// Everything about a run but its samples. The location is that of its recording.
+Json run_description(const std::string& id, const core::Run& run, const std::string& location);
+
+/// What changes while the run is being written.
+Json run_progress(const std::string& id, const core::Run& run, const std::string& location);
+
+} // namespace logging2::tools::view

@@ -1,0 +1,103 @@
+// The values at the cursors: at A, at B, and at the pointer. They come from the server, because a trace
+// does not hold every step. The value at a time is that of the last step that is not later.
+
+import {fetchValues} from "./api.js";
+import {NewestOnly} from "./newest.js";
+import {sentNumber} from "./numbers.js";
+
+const MOST_SIGNALS = 64; // of a request
+
+function runsOf(lines) {
+    const runs = new Map();
+    for (const {run, shift, path} of lines) {
+        if (!runs.has(run.id)) runs.set(run.id, {id: run.id, shift, paths: new Set()});
+        runs.get(run.id).paths.add(path);
+    }
+    return [...runs.values()];
+}
+
+function chunksOf(items, size) {
+    return Array.from({length: Math.ceil(items.length / size)},
+                      (_, index) => items.slice(index * size, (index + 1) * size));
+}
+
+// The steps around a time: a map from the key `RUN PATH` to {before, after, shift}.
+async function stepsAround(lines, timeIn, signal) {
+    const steps = new Map();
+    await Promise.all(runsOf(lines).flatMap(({id, shift, paths}) =>
+        chunksOf([...paths], MOST_SIGNALS).map(async (chunk) => {
+            for (const entry of await fetchValues(id, timeIn(shift), chunk, signal)) {
+                steps.set(`${id} ${entry.signal}`, {...entry, shift});
+            }
+        })));
+    return steps;
+}
+
+// The greatest double below a number.
+function nextBelow(value) {
+    const bits = new BigInt64Array(new Float64Array([value]).buffer);
+    if (value === 0) return -Number.MIN_VALUE;
+    bits[0] += value > 0 ? -1n : 1n;
+    return new Float64Array(bits.buffer)[0];
+}
+
+// The time of the nearest step of these lines after a time, or before it if the direction is -1. It is
+// null if there is none.
+export async function nextStepTime(lines, time, direction) {
+    const name = direction > 0 ? "after" : "before";
+    const steps = await stepsAround(lines, (shift) => {
+        const own = time - shift;
+        return direction > 0 ? own : nextBelow(own);
+    });
+    const times = [...steps.values()].filter((entry) => entry[name] !== null)
+        .map((entry) => sentNumber(entry[name].time) + entry.shift);
+    if (times.length === 0) return null;
+    return direction > 0 ? Math.min(...times) : Math.max(...times);
+}
+
+export class Cursors {
+    #steps = {a: new Map(), b: new Map(), pointer: new Map()};
+    #queues = {a: new NewestOnly(), b: new NewestOnly(), pointer: new NewestOnly()};
+    #asked = {a: "", b: "", pointer: ""};
+    #loaded;
+
+    constructor(loaded) {
+        this.#loaded = loaded;
+    }
+
+    // times: {a, b, pointer}, null where there is no cursor. Asks for what is not known yet. stampOf(time) says
+    // which state of the runs the values depend on.
+    want(lines, times, stampOf) {
+        const keys = lines.map((line) => line.key).join("\n");
+        for (const [name, time] of Object.entries(times)) {
+            const asked = time === null ? "" : `${time} ${stampOf(time)} ${keys}`;
+            if (asked === this.#asked[name]) continue;
+            this.#asked[name] = asked;
+            if (time === null) {
+                this.#steps[name] = new Map();
+            } else {
+                this.#queues[name].run((signal) => this.#load(name, lines, time, signal));
+            }
+        }
+    }
+
+    async #load(name, lines, time, signal) {
+        let steps = new Map();
+        try {
+            steps = await stepsAround(lines, (shift) => time - shift, signal);
+        } catch (error) {
+            if (error.name === "AbortError") throw error;
+        }
+        // The cursor may have gone meanwhile. If it has only moved on, this is shown until the next answer.
+        if (this.#asked[name] === "") return;
+        this.#steps[name] = steps;
+        this.#loaded();
+    }
+
+    // The value of a line at a cursor, or undefined if it is not known or there is no step.
+    valueAt(name, line) {
+        const before = this.#steps[name].get(`${line.run.id} ${line.path}`)?.before;
+        if (before === undefined || before === null) return undefined;
+        return sentNumber(before.values[line.element]);
+    }
+}

@@ -1,0 +1,164 @@
+// Draws traces. A pen has moveTo and lineTo: the context of a canvas, or an SvgPath.
+//
+// A scale turns times and values into pixels:
+// {from, to, low, high, left, top, width, height, shift}; `shift` is added to the times of the trace.
+
+import {CONTAINS_INFINITY, CONTAINS_MINUS_INFINITY, CONTAINS_NAN} from "./trace.js";
+
+// Single steps are marked if they have this many pixels each.
+const PIXELS_PER_MARKER = 8;
+// Lines end this many pixels outside the plot: canvases calculate with few digits.
+const MARGIN = 20;
+
+export function xOf(scale, time) {
+    return scale.left + ((time + scale.shift - scale.from) / (scale.to - scale.from)) * scale.width;
+}
+
+export function yOf(scale, value) {
+    // Halves: the difference of two large numbers may be infinite.
+    const share = (value / 2 - scale.low / 2) / (scale.high / 2 - scale.low / 2);
+    return scale.top + (1 - share) * scale.height;
+}
+
+// The part of a segment inside a box as [x0, y0, x1, y1], or null.
+export function clipped(x0, y0, x1, y1, box) {
+    let [start, end] = [0, 1];
+    for (const [at, length, low, high] of [[x0, x1 - x0, box.left, box.right],
+                                           [y0, y1 - y0, box.top, box.bottom]]) {
+        if (length === 0) {
+            if (at < low || at > high) return null;
+        } else {
+            const [near, far] = length > 0 ? [low, high] : [high, low];
+            start = Math.max(start, (near - at) / length);
+            end = Math.min(end, (far - at) / length);
+        }
+    }
+    if (start > end) return null;
+    const [dx, dy] = [x1 - x0, y1 - y0];
+    return [x0 + start * dx, y0 + start * dy, x0 + end * dx, y0 + end * dy];
+}
+
+// Moves a pen along steps. A value that is not finite interrupts the line.
+class Tracer {
+    constructor(pen, scale) {
+        this.pen = pen;
+        this.scale = scale;
+        this.box = {
+            left: scale.left - MARGIN, right: scale.left + scale.width + MARGIN,
+            top: scale.top - MARGIN, bottom: scale.top + scale.height + MARGIN,
+        };
+        this.y = NaN;
+        this.lift();
+    }
+
+    lift() {
+        this.x = NaN;
+        this.isDown = false;
+    }
+
+    isInside(x, y) {
+        return x >= this.box.left && x <= this.box.right && y >= this.box.top && y <= this.box.bottom;
+    }
+
+    to(time, value) {
+        if (!Number.isFinite(value)) {
+            this.lift();
+            return;
+        }
+        const x = xOf(this.scale, time);
+        const y = yOf(this.scale, value);
+        if (!Number.isNaN(this.x)) this.line(x, y);
+        [this.x, this.y] = [x, y];
+    }
+
+    line(x, y) {
+        if (this.isDown && this.isInside(x, y)) {
+            this.pen.lineTo(x, y);
+            return;
+        }
+        const part = clipped(this.x, this.y, x, y, this.box);
+        if (part !== null) {
+            if (!this.isDown) this.pen.moveTo(part[0], part[1]);
+            this.pen.lineTo(part[2], part[3]);
+        }
+        this.isDown = part !== null && this.isInside(x, y);
+    }
+}
+
+function traceSteps(trace, tracer) {
+    for (let i = 0; i < trace.count; i += 1) tracer.to(trace.times[i], trace.values[i]);
+}
+
+// From the first value over the least and the greatest to the last one. A least or greatest value that
+// is neither the first nor the last is drawn in the middle, within the pixel.
+function traceAggregate(trace, tracer) {
+    for (let i = 0; i < trace.count; i += 1) {
+        const [first, last] = [trace.first[i], trace.last[i]];
+        const middle = trace.firstTime[i] + (trace.lastTime[i] - trace.firstTime[i]) / 2;
+        tracer.to(trace.firstTime[i], first);
+        for (const value of first < last ? [trace.least[i], trace.greatest[i]] : [trace.greatest[i], trace.least[i]]) {
+            if (value !== first && value !== last && !Number.isNaN(value)) tracer.to(middle, value);
+        }
+        tracer.to(trace.lastTime[i], last);
+    }
+}
+
+export function drawLine(trace, scale, pen) {
+    const tracer = new Tracer(pen, scale);
+    if (trace.before !== null) tracer.to(trace.before.time, trace.before.value);
+    if (trace.isAggregate) {
+        traceAggregate(trace, tracer);
+    } else {
+        traceSteps(trace, tracer);
+    }
+    if (trace.after !== null) tracer.to(trace.after.time, trace.after.value);
+}
+
+function isVisible(trace, scale, i) {
+    const time = trace.times[i] + scale.shift;
+    return time >= scale.from && time <= scale.to;
+}
+
+function isAlone(trace, i) {
+    const before = i > 0 ? trace.values[i - 1] : trace.before?.value ?? NaN;
+    const after = i + 1 < trace.count ? trace.values[i + 1] : trace.after?.value ?? NaN;
+    return !Number.isFinite(before) && !Number.isFinite(after);
+}
+
+// The places of the markers as [x, y]: of all visible steps if they are few, and always of steps
+// between two gaps, which have no line.
+export function markersOf(trace, scale) {
+    if (trace.isAggregate) return [];
+    const visible = [];
+    for (let i = 0; i < trace.count; i += 1) {
+        if (Number.isFinite(trace.values[i]) && isVisible(trace, scale, i)) visible.push(i);
+    }
+    const areFew = visible.length * PIXELS_PER_MARKER <= scale.width;
+    return visible.filter((i) => areFew || isAlone(trace, i))
+        .map((i) => [xOf(scale, trace.times[i]), yOf(scale, trace.values[i])]);
+}
+
+function flagsOf(trace, i) {
+    if (trace.isAggregate) return trace.flags[i];
+    const value = trace.values[i];
+    if (Number.isNaN(value)) return CONTAINS_NAN;
+    if (value === Infinity) return CONTAINS_INFINITY;
+    return value === -Infinity ? CONTAINS_MINUS_INFINITY : 0;
+}
+
+// Numbers without a place in the plot as [x, kind], kind being "up", "down" or "gap". Each kind is
+// reported once per pixel.
+export function oddNumbersOf(trace, scale) {
+    const kinds = [[CONTAINS_INFINITY, "up"], [CONTAINS_MINUS_INFINITY, "down"], [CONTAINS_NAN, "gap"]];
+    const seen = new Map();
+    for (let i = 0; i < trace.count; i += 1) {
+        const flags = flagsOf(trace, i);
+        if (flags === 0) continue;
+        const x = Math.round(xOf(scale, trace.isAggregate ? trace.firstTime[i] : trace.times[i]));
+        if (x < scale.left || x > scale.left + scale.width) continue;
+        for (const [flag, kind] of kinds) {
+            if ((flags & Number(flag)) !== 0) seen.set(`${x} ${kind}`, [x, kind]);
+        }
+    }
+    return [...seen.values()];
+}

@@ -1,0 +1,66 @@
+// What the legends and the line at the bottom say.
+
+import {countText, fullNumber, sentNumber, shortNumber} from "./numbers.js";
+
+// The cursors whose values are shown, as [{title, name, time}]. Without cursors, it is the right edge.
+export function readingsOf(marks, pointer, interval) {
+    const pinned = ["a", "b"].filter((name) => marks[name] !== null)
+        .map((name) => ({title: name.toUpperCase(), name, time: marks[name]}));
+    if (pinned.length === 2) return pinned;
+    if (pointer !== null) return [...pinned, {title: "pointer", name: "pointer", time: pointer}];
+    return pinned.length === 1 ? pinned : [{title: "right edge", name: "pointer", time: interval[1]}];
+}
+
+// The columns of a legend for these readings; valueAt(name, line) gives a value or undefined.
+export function columnsOf(readings, valueAt) {
+    const columns = readings.map(({title, name, time}) => ({
+        title, hint: `at ${fullNumber(time)}`, valueOf: (line) => valueAt(name, line)}));
+    if (readings.length < 2) return columns;
+    const difference = (line) => {
+        const [first, second] = readings.map(({name}) => valueAt(name, line));
+        return first === undefined || second === undefined ? undefined : second - first;
+    };
+    return [...columns, {title: "difference", valueOf: difference}];
+}
+
+export function readingsText(readings) {
+    const times = readings.map(({title, time}) => `${title} ${shortNumber(time, 12)}`);
+    if (readings.length === 2) times.push(`difference ${shortNumber(readings[1].time - readings[0].time, 8)}`);
+    return times.join(" · ");
+}
+
+// How exact the plots are, from all traces that they show: {text, isAggregate}.
+export function detailOf(entries) {
+    const shown = entries.filter((entry) => entry !== undefined && entry.trace !== null);
+    if (shown.length === 0) return {text: "", isAggregate: false};
+    const aggregates = shown.filter(({trace}) => trace.isAggregate);
+    if (aggregates.length === 0) return {text: "Every step is shown.", isAggregate: false};
+    const most = Math.max(...aggregates.map(({trace}) => trace.steps / Math.max(trace.count, 1)));
+    return {text: `Aggregate: a pixel shows the first, least, greatest and last of ${countText(most)} steps.`,
+            isAggregate: true};
+}
+
+// How far the page lags behind the runs: {text, isLate}. sinceEvent is in seconds.
+export function liveText(runs, range, isConnected, sinceEvent) {
+    const running = runs.filter((run) => run.state === "running");
+    if (!isConnected) return {text: "Not connected", isLate: true};
+    if (running.length === 0) return {text: runs.length === 0 ? "" : "Not running", isLate: false};
+    const follows = range.kind === "fixed" ? "Paused" : "Following";
+    const lags = running.map((run) => sentNumber(run.lag)).filter(Number.isFinite);
+    if (lags.length === 0) return {text: follows, isLate: false};
+    const lag = Math.max(...lags) + sinceEvent;
+    return {text: `${follows}, ${lag.toFixed(1)} s behind`, isLate: lag > 3};
+}
+
+// What the legend of a plot says below its lines. entryOf(line) is a trace with its error.
+export function notesOf({lines, hiddenCount, missing}, shownRuns, entryOf, differenceNoteOf) {
+    const failed = shownRuns.map(({run}) => run).filter(({error}) => error !== null);
+    const errors = new Set(lines.map((line) => entryOf(line)?.error?.message).filter((text) => text !== undefined));
+    return [
+        ...failed.map(({name, error}) => ({text: `${name}: ${error}`, isError: true})),
+        ...missing.map((path) => ({text: `No run shown here has ${path}.`, isError: true})),
+        ...[...errors].map((text) => ({text, isError: true})),
+        ...(hiddenCount > 0 ? [{text: `${countText(hiddenCount)} more lines are not drawn. Choose single elements.`}] : []),
+        ...lines.map(differenceNoteOf).filter((note) => note !== null),
+    ];
+}

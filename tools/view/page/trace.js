@@ -1,0 +1,93 @@
+// A trace is what the server sends of one element of one signal: steps, or one entry for each pixel.
+
+const MAGIC = "L2TRACE1";
+const HEADER_BYTES = 80;
+export const CONTAINS_NAN = 1;
+export const CONTAINS_INFINITY = 2;
+export const CONTAINS_MINUS_INFINITY = 4;
+
+function neighbour(time, value) {
+    return Number.isNaN(time) ? null : {time, value};
+}
+
+function namedColumns(buffer, count, names) {
+    const columns = {};
+    names.forEach((name, index) => {
+        columns[name] = new Float64Array(buffer, HEADER_BYTES + index * count * 8, count);
+    });
+    return columns;
+}
+
+// Throws an Error if the bytes are no trace.
+export function parseTrace(buffer) {
+    const head = new DataView(buffer, 0, HEADER_BYTES);
+    const magic = String.fromCharCode(...new Uint8Array(buffer, 0, MAGIC.length));
+    if (magic !== MAGIC) throw new Error("The server sent something that is not a trace.");
+    const number = (offset) => head.getFloat64(offset, true);
+    const count = head.getUint32(20, true);
+    const isAggregate = head.getUint32(16, true) === 1;
+    const columns = isAggregate
+        ? ["firstTime", "lastTime", "first", "least", "greatest", "last", "flags"]
+        : ["times", "values"];
+    return {
+        revision: Number(head.getBigUint64(8, true)),
+        isAggregate,
+        count,
+        groupFrom: number(24),
+        groupTo: number(32),
+        steps: Number(head.getBigUint64(40, true)),
+        before: neighbour(number(48), number(56)),
+        after: neighbour(number(64), number(72)),
+        ...namedColumns(buffer, count, columns),
+    };
+}
+
+// Calls segment(t0, v0, t1, v1) for every pair of consecutive steps, neighbours included.
+function eachSegment(trace, segment) {
+    let previous = trace.before;
+    const to = (time, value) => {
+        if (previous !== null) segment(previous.time, previous.value, time, value);
+        previous = {time, value};
+    };
+    for (let i = 0; i < trace.count; i += 1) to(trace.times[i], trace.values[i]);
+    if (trace.after !== null) to(trace.after.time, trace.after.value);
+}
+
+class Extent {
+    low = Infinity;
+    high = -Infinity;
+
+    add(value) {
+        if (!Number.isFinite(value)) return;
+        if (value < this.low) this.low = value;
+        if (value > this.high) this.high = value;
+    }
+}
+
+function addSegment(extent, from, to, t0, v0, t1, v1) {
+    const inside = (time) => time >= from && time <= to;
+    if (inside(t0)) extent.add(v0);
+    if (inside(t1)) extent.add(v1);
+    if (t0 === t1) return;
+    for (const edge of [from, to]) {
+        if (Math.min(t0, t1) < edge && edge < Math.max(t0, t1)) {
+            extent.add(v0 + (v1 - v0) * ((edge - t0) / (t1 - t0)));
+        }
+    }
+}
+
+// The least and greatest finite value that a plot of the trace shows between two times.
+export function extentOf(trace, from, to) {
+    const extent = new Extent();
+    if (trace.isAggregate) {
+        for (let i = 0; i < trace.count; i += 1) {
+            if (trace.lastTime[i] < from || trace.firstTime[i] > to) continue;
+            extent.add(trace.least[i]);
+            extent.add(trace.greatest[i]);
+        }
+        return extent;
+    }
+    eachSegment(trace, (...segment) => addSegment(extent, from, to, ...segment));
+    if (trace.count === 1 && trace.times[0] >= from && trace.times[0] <= to) extent.add(trace.values[0]);
+    return extent;
+}
