@@ -69,11 +69,61 @@ TEST(ArenaTest, shrunkBlockLeavesTheRestToTheNextOne) {
 TEST(ArenaTest, endOfAChunkBecomesASmallerBlock) {
     const Arena::Owner arena = Arena::make();
     const Block first = arena->take(1, 60 * kibibyte);
-    const Block second = arena->take(1 * kibibyte, 32 * kibibyte);
+    const Block second = arena->take(1 * kibibyte, 80 * kibibyte);
     EXPECT_EQ(second.first, first.first + first.byteCount);
-    EXPECT_EQ(second.byteCount, 4 * kibibyte);
+    EXPECT_EQ(second.byteCount, 60 * kibibyte);
     Arena::giveBack(first);
     Arena::giveBack(second);
+}
+
+/// Takes so many blocks of this size.
+std::vector<Block> takeEach(Arena& arena, std::size_t count, std::size_t byteCount) {
+    std::vector<Block> blocks;
+    for (std::size_t i = 0; i < count; ++i) {
+        blocks.push_back(arena.take(byteCount, byteCount));
+    }
+    return blocks;
+}
+
+TEST(ArenaTest, chunkHoldsAWholeNumberOfLargeBlocks) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 6 * mebibyte);
+    const std::vector<Block> blocks = takeEach(*arena, 3, 3 * mebibyte / 2);
+    EXPECT_EQ(blocks[1].first, blocks[0].first + 3 * mebibyte / 2);
+    EXPECT_EQ(blocks[2].first, blocks[1].first + 3 * mebibyte / 2);
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, smallerFreeBlockIsUsedBeforeANewChunk) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    std::vector<Block> blocks = takeEach(*arena, 4, mebibyte);
+    Arena::giveBack(blocks[1]);
+    const std::byte* const expected = blocks[1].first;
+    blocks[1] = arena->take(100 * kibibyte, 2 * mebibyte);
+    EXPECT_EQ(blocks[1].first, expected);
+    EXPECT_EQ(blocks[1].byteCount, mebibyte);
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, freeBlocksThatLieSideBySideAreMerged) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    const std::vector<Block> blocks = takeEach(*arena, 8, mebibyte); // in two chunks
+    for (const std::size_t each : {0, 1, 2, 4, 5, 6}) {
+        Arena::giveBack(blocks[each]);
+    }
+    const std::vector<Block> merged = takeEach(*arena, 2, 3 * mebibyte);
+    EXPECT_EQ(std::min(merged[0].first, merged[1].first),
+              std::min(blocks[0].first, blocks[4].first));
+    EXPECT_EQ(std::max(merged[0].first, merged[1].first),
+              std::max(blocks[0].first, blocks[4].first));
+    std::for_each(merged.begin(), merged.end(), Arena::giveBack);
+    for (const Block& each : {former, blocks[3], blocks[7]}) {
+        Arena::giveBack(each);
+    }
 }
 
 TEST(ArenaTest, freeChunkIsUsedFromItsBeginning) {
