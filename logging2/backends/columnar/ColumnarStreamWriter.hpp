@@ -59,7 +59,8 @@ public:
     ///
     /// Throws std::out_of_range if the group is not in the setup, std::invalid_argument if n is not
     /// the sum of the widths of its channels, std::length_error if the limit is reached and steps
-    /// may not be discarded, and std::bad_alloc. Nothing is changed then.
+    /// may not be discarded, and std::bad_alloc. Nothing is changed then; only the oldest steps
+    /// may have been discarded before std::bad_alloc, to keep to the limit.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
     /// Discards the group's first sample that is strictly later than the time, and every sample

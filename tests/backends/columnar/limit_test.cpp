@@ -1,6 +1,7 @@
 #include <tests/backends/columnar/columnar_writers.hpp>
 #include <tests/backends/columnar/sizes.hpp>
 
+#include <ctime>
 #include <stdexcept>
 
 // ColumnarOptions::byteLimit.
@@ -121,6 +122,82 @@ TEST(ColumnarLimitTest, rollbackObeysItsRuleAmongTheStepsThatAreLeft) {
     writer.rollback(0, 4990.0);
     writer.rollback(0, 4995.0); // discards nothing, though an old time was later
     EXPECT_EQ(storedTimes(writer).back(), 4990.0);
+}
+
+/// The processor time of 100 rollbacks of one step, after the step at this time was discarded.
+std::clock_t rollbackDurationAfter(double firstTime) {
+    constexpr std::size_t stepCount = 1500000;
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * mebibyte, BeyondLimit::discardOldest));
+    const double value = 1.0;
+    writer.write(0, firstTime, &value, 1);
+    for (std::size_t step = 0; step < stepCount; ++step) {
+        writer.write(0, static_cast<double>(step), &value, 1);
+    }
+    const std::clock_t start = std::clock();
+    for (int i = 0; i < 100; ++i) {
+        writer.write(0, stepCount, &value, 1);
+        writer.rollback(0, stepCount - 1.0);
+    }
+    return std::clock() - start;
+}
+
+TEST(ColumnarLimitTest, rollbackIsCheapAfterALateStepWasDiscarded) {
+    // Examining all steps would take several hundred times as long.
+    EXPECT_LT(rollbackDurationAfter(1e12), 30 * rollbackDurationAfter(-1.0) + CLOCKS_PER_SEC / 100);
+}
+
+TEST(ColumnarLimitTest, refusedWriteDiscardsNothing) {
+    const LoggedPathsSetupData narrow(paths({{"x", 0}}), channels({{0, 1}}));
+    const LoggedPathsSetupData wide(paths({{"y", 0}}), channels({{0, 10000}}));
+    ColumnarStreamWriter writer({}, GroupSetup{{Group(0), narrow}, {Group(1), wide}},
+                                limited(64 * kibibyte, BeyondLimit::discardOldest));
+    writeTimes(writer, countedTimes(3000));
+    EXPECT_THROW(write(writer, 1, 0.0, Doubles(10000, 1.0)), std::length_error);
+    EXPECT_EQ(storedTimes(writer), countedTimes(3000));
+}
+
+TEST(ColumnarLimitTest, snapshotLosesTheStepsThatAreUndone) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    const auto snapshot = writer.snapshot(100.0, 200.0);
+    writeTimes(writer, countedTimes(5000));
+    snapshot->refresh();
+    ASSERT_EQ(timesOf(*snapshot).back(), 200.0);
+    writer.rollback(0, 150.0);
+    writer.rollback(0, 140.0);
+    const std::uint64_t revision = snapshot->info().revision;
+    EXPECT_TRUE(snapshot->refresh());
+    EXPECT_GT(snapshot->info().revision, revision);
+    EXPECT_EQ(timesOf(*snapshot).front(), 100.0);
+    EXPECT_EQ(timesOf(*snapshot).back(), 140.0);
+    EXPECT_EQ(timesOf(*snapshot).size(), 41U);
+}
+
+TEST(ColumnarLimitTest, regressionRemovesKeptStepsFromItsTimeOn) {
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    ColumnarStreamWriter writer(attributes, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    const auto snapshot = writer.snapshot(100.0, 200.0);
+    writeTimes(writer, countedTimes(5000));
+    writeTimes(writer, {102.0});
+    EXPECT_TRUE(snapshot->refresh());
+    EXPECT_THAT(timesOf(*snapshot), ElementsAre(100.0, 101.0, 102.0));
+}
+
+TEST(ColumnarLimitTest, snapshotShowsNoStepOfAfterTheFlush) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    const auto snapshot = writer.snapshot(0.0, 1e9);
+    writeTimes(writer, {1.0, 2.0, 3.0});
+    writer.flush();
+    snapshot->refresh();
+    for (const double time : countedTimes(5000)) {
+        writeTimes(writer, {time + 4.0});
+    }
+    EXPECT_FALSE(snapshot->refresh());
+    EXPECT_THAT(timesOf(*snapshot), ElementsAre(1.0, 2.0, 3.0));
 }
 
 TEST(ColumnarLimitTest, rowThatExceedsTheLimitIsRefused) {

@@ -153,7 +153,11 @@ bool ColumnarRun::refresh() {
     }
     std::swap(content, present);
     return content.info.state != present.info.state ||
-           content.info.revision != present.info.revision || content.groups != present.groups;
+           content.info.revision != present.info.revision ||
+           !std::equal(content.groups.begin(), content.groups.end(), present.groups.begin(),
+                       [](const auto& now, const auto& before) {
+                           return now == before || are_same_rows(*now, *before);
+                       });
 }
 
 } // namespace logging2::core::detail
