@@ -8,8 +8,12 @@ namespace logging2::core {
 Run::~Run() = default;
 
 std::vector<Series> Run::pieces(const lang::core::ValuePath& path) const {
-    Series whole = series(path);
-    return whole.size() == 0 ? std::vector<Series>() : std::vector<Series>{whole};
+    std::vector<Series> parts;
+    const Series whole = series(path);
+    if (whole.size() > 0) {
+        parts.push_back(whole);
+    }
+    return parts;
 }
 
 std::size_t bucket_of(double time, double from, double to, std::size_t bucketCount) noexcept {

@@ -57,10 +57,13 @@ class ProgressTest(CommandTest):
         """
         text = ""
         end = time.monotonic() + (SLOW_SECONDS if is_slow else 0)
+        is_interrupted = False  # a second interrupt may cut off the message
         with subprocess.Popen([COMMAND, *words], stdout=output, stderr=self.slave) as process:
             while process.poll() is None:
                 if BAR.search(text):
-                    process.send_signal(signal.SIGINT)
+                    if not is_interrupted:
+                        process.send_signal(signal.SIGINT)
+                    is_interrupted = True
                 elif time.monotonic() < end:
                     process.send_signal(signal.SIGSTOP)
                     time.sleep(0.1)

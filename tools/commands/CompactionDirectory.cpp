@@ -13,6 +13,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace logging2::tools {
 namespace {
@@ -88,8 +89,8 @@ void exchange(const fs::path& a, const fs::path& b) {
 
 } // namespace
 
-CompactionDirectory::CompactionDirectory(const fs::path& recordingPath)
-    : recording(recordingPath),
+CompactionDirectory::CompactionDirectory(fs::path recordingPath)
+    : recording(std::move(recordingPath)),
       lock(locked(recording)) {
     if (lock.get() != -1) {
         remove_abandoned(recording);

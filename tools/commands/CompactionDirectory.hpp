@@ -13,7 +13,7 @@ public:
     /// Waits until nobody else compacts the recording, removes what processes that ended early have
     /// left beside it, and makes a new directory. Throws std::system_error if it cannot, and
     /// Interrupted.
-    explicit CompactionDirectory(const std::filesystem::path& recordingPath);
+    explicit CompactionDirectory(std::filesystem::path recordingPath);
     CompactionDirectory(const CompactionDirectory&) = delete;
     CompactionDirectory& operator=(const CompactionDirectory&) = delete;
 

@@ -32,7 +32,8 @@ class Samples;
 /// readers and runs keep the samples that they show, also after the writer is destroyed.
 ///
 /// Memory: stored values are never moved. They take at most 2 % more than their bytes, and 4 MiB or
-/// 4 KiB per group.
+/// 4 KiB per group. Rows of more than 100 KiB take up to twice their bytes, because the ends of
+/// chunks stay unused. What a rollback frees is reused for rows of the same or a smaller size.
 ///
 /// Threads: one thread at a time uses the writer. However, `flushIntermediate`, `dataStore`, `run`
 /// and `snapshot` may be called on other threads meanwhile, as may all operations of readers and

@@ -199,6 +199,25 @@ TEST_F(ColumnarRunTest, overviewDividesTheInterval) {
               std::vector<std::size_t>({0, 1, 1}));
 }
 
+TEST_F(ColumnarRunTest, outlineHasFirstLeastGreatestAndLast) {
+    const Outline outline = run->outline(x, 0, 1.0, 3.0, 2);
+    ASSERT_EQ(outline.size(), 2U);
+    EXPECT_EQ(outline[0].sampleCount, 1U);
+    EXPECT_EQ(outline[1].sampleCount, 2U);
+    EXPECT_EQ(outline[1].firstTime, 2.0);
+    EXPECT_EQ(outline[1].lastTime, 3.0);
+    EXPECT_EQ(outline[1].first, 20.0);
+    EXPECT_EQ(outline[1].last, 30.0);
+    EXPECT_EQ(outline[1].least, 20.0);
+    EXPECT_EQ(outline[1].greatest, 30.0);
+    EXPECT_TRUE(run->outline(ValuePath("z"), 1, 0.0, 9.0, 1).at(0).hasNan);
+}
+
+TEST_F(ColumnarRunTest, impossibleOutlinesAreRefused) {
+    EXPECT_THROW(run->outline(x, 1, 0.0, 1.0, 1), std::out_of_range);
+    EXPECT_THROW(run->outline(x, 0, 0.0, 1.0, 0), std::invalid_argument);
+}
+
 TEST_F(ColumnarRunTest, impossibleOverviewsAreRefused) {
     EXPECT_THROW(run->overview(x, 0.0, 1.0, 0), std::invalid_argument);
     EXPECT_THROW(run->overview(x, -infinity, 1.0, 1), std::invalid_argument);

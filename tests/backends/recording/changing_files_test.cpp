@@ -83,6 +83,12 @@ TEST_F(ChangingFilesTest, fileThatCannotBeAskedForItsSizeIsNamed) {
                 ThrowsMessage<RecordingError>(HasSubstr("ask for its size")));
 }
 
+TEST_F(ChangingFilesTest, fileWhoseKindIsUnknownIsNamed) {
+    const FailingCalls calls(Call::stat, "index.sqlite", {fails(EIO)});
+    EXPECT_THAT([this] { readAll(); },
+                ThrowsMessage<RecordingError>(HasSubstr("cannot open it: Input/output error")));
+}
+
 TEST_F(ChangingFilesTest, logThatGoesBeforeItIsReadIsPassedOver) {
     const fs::path log = location / "index.sqlite-wal";
     writeBytes(log, std::string(100, 'x'));
