@@ -49,7 +49,8 @@ std::vector<double> ColumnarStreamReader::times() const {
 }
 
 std::pair<std::vector<double>, std::vector<double>> ColumnarStreamReader::timeseries() const {
-    std::pair<std::vector<double>, std::vector<double>> result{times(), {}};
+    std::pair<std::vector<double>, std::vector<double>> result;
+    result.first = times();
     if (store.group) {
         const detail::ColumnPlace& column = store.group->layout().columns()[store.channel];
         result.second = make_vector(store.group->stepCount() * column.width);
