@@ -55,6 +55,13 @@ def make_recording(
     survive_power_loss: bool,
     held_back_steps: int,
 ) -> Writer: ...
+def make_columnar(
+    groups: Sequence[Sequence[tuple[str, int]]],
+    name: str,
+    rollback_on_time_regression: bool,
+    byte_limit: int,
+    discard_oldest: bool,
+) -> Writer: ...
 def backend_names() -> list[str]: ...
 def load_backends(file: str) -> None:
     """Adds the back-ends of a shared library to those that Writer finds by name."""
