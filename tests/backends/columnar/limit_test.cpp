@@ -165,6 +165,8 @@ TEST(ColumnarLimitTest, snapshotLosesTheStepsThatAreUndone) {
     snapshot->refresh();
     ASSERT_EQ(timesOf(*snapshot).back(), 200.0);
     writer.rollback(0, 150.0);
+    snapshot->refresh();
+    ASSERT_EQ(timesOf(*snapshot).back(), 150.0);
     writer.rollback(0, 140.0);
     const std::uint64_t revision = snapshot->info().revision;
     EXPECT_TRUE(snapshot->refresh());
