@@ -1,8 +1,11 @@
 #include <tests/backends/columnar/columnar_writers.hpp>
 #include <tests/backends/columnar/sizes.hpp>
 
+#include <algorithm>
+#include <atomic>
 #include <ctime>
 #include <stdexcept>
+#include <thread>
 
 // ColumnarOptions::byteLimit.
 
@@ -200,6 +203,35 @@ TEST(ColumnarLimitTest, snapshotShowsNoStepOfAfterTheFlush) {
     }
     EXPECT_FALSE(snapshot->refresh());
     EXPECT_THAT(timesOf(*snapshot), ElementsAre(1.0, 2.0, 3.0));
+}
+
+TEST(ColumnarLimitTest, anotherThreadReadsSnapshotsWhileStepsAreDiscarded) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    std::atomic<bool> isDone{false};
+    std::thread reading([&] {
+        const auto kept = writer.snapshot(0.0, 1e9);
+        while (!isDone) {
+            const auto snapshot = writer.snapshot(1000.0, 1e9);
+            for (core::Run* const run : {kept.get(), snapshot.get()}) {
+                run->refresh();
+                const Doubles times = timesOf(*run);
+                ASSERT_TRUE(std::is_sorted(times.begin(), times.end()));
+            }
+        }
+    });
+    for (std::size_t step = 0; step < 20000; ++step) {
+        writeTimes(writer, {static_cast<double>(step)});
+        if (step % 3000 == 2999) {
+            writer.rollback(0, static_cast<double>(step - 1500));
+        }
+        if (step % 100 == 99) {
+            std::this_thread::yield();
+        }
+    }
+    writer.flush();
+    isDone = true;
+    reading.join();
 }
 
 TEST(ColumnarLimitTest, rowThatExceedsTheLimitIsRefused) {

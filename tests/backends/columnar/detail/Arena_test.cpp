@@ -112,7 +112,7 @@ TEST(ArenaTest, freeBlocksThatLieSideBySideAreMerged) {
     const Arena::Owner arena = Arena::make();
     const Block former = arena->take(1, 4 * mebibyte);
     const std::vector<Block> blocks = takeEach(*arena, 8, mebibyte); // in two chunks
-    for (const std::size_t each : {0, 1, 2, 4, 5, 6}) {
+    for (const std::size_t each : {0U, 1U, 2U, 4U, 5U, 6U}) {
         Arena::giveBack(blocks[each]);
     }
     const std::vector<Block> merged = takeEach(*arena, 2, 3 * mebibyte);
