@@ -93,9 +93,10 @@ INSTANTIATE_TEST_SUITE_P(Scalars, ColumnarMemoryTest,
 INSTANTIATE_TEST_SUITE_P(Widths, ColumnarMemoryTest,
                          ::testing::Values(Shape{1, 1, 0, 5000000}, Shape{1, 1, 1, 5000000},
                                            Shape{1, 1, 3, 3000000}, Shape{1, 1, 100, 120000},
-                                           Shape{1, 1, 12800, 1000}, Shape{1, 1, 25000, 500},
-                                           Shape{1, 1, 60000, 210}, Shape{1, 1, 190000, 70},
-                                           Shape{1, 1, 270000, 50}, Shape{1, 1, 1000000, 20}));
+                                           Shape{1, 1, 8000, 1600}, Shape{1, 1, 12800, 1000},
+                                           Shape{1, 1, 25000, 500}, Shape{1, 1, 60000, 210},
+                                           Shape{1, 1, 190000, 70}, Shape{1, 1, 270000, 50},
+                                           Shape{1, 1, 1000000, 20}));
 
 INSTANTIATE_TEST_SUITE_P(Groups, ColumnarMemoryTest,
                          ::testing::Values(Shape{1000, 1, 0, 12000}, Shape{1000, 1, 1, 6000},

@@ -11,6 +11,7 @@ namespace logging2::core::detail {
 
 namespace {
 
+constexpr std::size_t largePage = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t leastChunkByteCount = std::size_t{64} * 1024;
 
 /// From this size on, make_large_array() asks for large pages.
@@ -21,6 +22,26 @@ std::size_t rounded_up(std::size_t byteCount) {
         throw std::bad_alloc();
     }
     return (byteCount + Arena::unit - 1) / Arena::unit * Arena::unit;
+}
+
+std::size_t next_multiple(std::size_t byteCount, std::size_t factor) {
+    return (byteCount + factor - 1) / factor * factor;
+}
+
+/// How many bytes a chunk gets for blocks of `least` to `wanted` bytes, if possible the usual
+/// number. The end of the chunk that is too small for a block is lost, so it must be short.
+std::size_t chunk_byte_count(std::size_t least, std::size_t wanted, std::size_t usual) {
+    if (wanted <= usual && least <= usual / 64) {
+        return usual;
+    }
+    for (std::size_t each = next_multiple(std::max(usual, wanted), largePage);
+         usual == largeChunkByteCount && each <= 4 * largeChunkByteCount; each += largePage) {
+        if (each % least <= each / 100) {
+            return each;
+        }
+    }
+    // Small pages at the end of the chunk are slower, but take less memory.
+    return next_multiple(usual, wanted);
 }
 
 std::size_t list_of(std::size_t byteCount) noexcept {
@@ -48,18 +69,14 @@ Block Arena::take(std::size_t least, std::size_t wanted) {
         return reuse(*found, std::min(wanted, found->byteCount));
     }
     if (rest < enough) {
-        addChunk(wanted);
+        addChunk(least, wanted);
     }
     return cut(wanted);
 }
 
-void Arena::addChunk(std::size_t leastByteCount) {
-    std::size_t byteCount = std::max(
-        std::clamp(madeByteCount, leastChunkByteCount, largeChunkByteCount), leastByteCount);
-    if (leastByteCount > byteCount / 64) {
-        // Otherwise the end of the chunk would be left over.
-        byteCount = (byteCount + leastByteCount - 1) / leastByteCount * leastByteCount;
-    }
+void Arena::addChunk(std::size_t least, std::size_t wanted) {
+    const std::size_t byteCount = chunk_byte_count(
+        least, wanted, std::clamp(madeByteCount, leastChunkByteCount, largeChunkByteCount));
     // Only large arrays are aligned.
     const std::size_t margin = byteCount < largeChunkByteCount ? unit : 0;
     std::shared_ptr<double[]> memory = make_large_array((byteCount + margin) / sizeof(double));

@@ -74,7 +74,7 @@ private:
     ~Arena() = default;
 
     void leave() noexcept;
-    void addChunk(std::size_t leastByteCount);
+    void addChunk(std::size_t least, std::size_t wanted);
     Block cut(std::size_t wanted) noexcept;
     FreeBlock* findFree(std::size_t byteCount) const noexcept;
     FreeBlock* findOrMerge(std::size_t enough, std::size_t wanted);

@@ -69,9 +69,9 @@ TEST(ArenaTest, shrunkBlockLeavesTheRestToTheNextOne) {
 TEST(ArenaTest, endOfAChunkBecomesASmallerBlock) {
     const Arena::Owner arena = Arena::make();
     const Block first = arena->take(1, 60 * kibibyte);
-    const Block second = arena->take(1 * kibibyte, 80 * kibibyte);
+    const Block second = arena->take(1 * kibibyte, 32 * kibibyte);
     EXPECT_EQ(second.first, first.first + first.byteCount);
-    EXPECT_EQ(second.byteCount, 60 * kibibyte);
+    EXPECT_EQ(second.byteCount, 4 * kibibyte);
     Arena::giveBack(first);
     Arena::giveBack(second);
 }
@@ -91,6 +91,30 @@ TEST(ArenaTest, chunkHoldsAWholeNumberOfLargeBlocks) {
     const std::vector<Block> blocks = takeEach(*arena, 3, 3 * mebibyte / 2);
     EXPECT_EQ(blocks[1].first, blocks[0].first + 3 * mebibyte / 2);
     EXPECT_EQ(blocks[2].first, blocks[1].first + 3 * mebibyte / 2);
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, chunksForSmallBlocksAreWholeLargePages) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    std::vector<Block> blocks;
+    for (int i = 0; i < 3; ++i) {
+        blocks.push_back(arena->take(kibibyte, 3 * mebibyte / 2));
+    }
+    EXPECT_EQ(blocks[2].first, blocks[0].first + 3 * mebibyte);
+    EXPECT_EQ(blocks[2].byteCount, mebibyte); // the end of the chunk
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, chunkOfLargePagesIsLongEnoughForLargeBlocks) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    // Chunks of 4 MiB would have a rest of 2.3 %.
+    constexpr std::size_t byteCount = 102432;
+    const std::vector<Block> blocks = takeEach(*arena, 61, byteCount);
+    EXPECT_EQ(blocks[60].first, blocks[0].first + 60 * byteCount);
     Arena::giveBack(former);
     std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
 }
