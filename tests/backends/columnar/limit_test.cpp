@@ -16,6 +16,7 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::ThrowsMessage;
 
 ColumnarOptions limited(std::size_t byteLimit, BeyondLimit beyondLimit) {
@@ -179,16 +180,41 @@ TEST(ColumnarLimitTest, snapshotLosesTheStepsThatAreUndone) {
     EXPECT_EQ(timesOf(*snapshot).size(), 41U);
 }
 
+/// A writer that obeys regressions, with 5,000 steps of which a snapshot keeps 100 to 200.
+struct RegressingSubject {
+    RegressingSubject() {
+        StreamingAttributes attributes;
+        attributes.rollbackOnTimeRegression = true;
+        writer = std::make_unique<ColumnarStreamWriter>(
+            attributes, scalarSetup(), limited(16 * kibibyte, BeyondLimit::discardOldest));
+        snapshot = writer->snapshot(100.0, 200.0);
+        writeTimes(*writer, countedTimes(5000));
+    }
+
+    std::unique_ptr<ColumnarStreamWriter> writer;
+    std::unique_ptr<core::Run> snapshot;
+};
+
 TEST(ColumnarLimitTest, regressionRemovesKeptStepsFromItsTimeOn) {
-    StreamingAttributes attributes;
-    attributes.rollbackOnTimeRegression = true;
-    ColumnarStreamWriter writer(attributes, scalarSetup(),
-                                limited(16 * kibibyte, BeyondLimit::discardOldest));
-    const auto snapshot = writer.snapshot(100.0, 200.0);
-    writeTimes(writer, countedTimes(5000));
-    writeTimes(writer, {102.0});
-    EXPECT_TRUE(snapshot->refresh());
-    EXPECT_THAT(timesOf(*snapshot), ElementsAre(100.0, 101.0, 102.0));
+    const RegressingSubject subject;
+    for (int time = 200; time >= 100; --time) {
+        writeTimes(*subject.writer, {static_cast<double>(time)});
+        EXPECT_TRUE(subject.snapshot->refresh());
+        const Doubles times = timesOf(*subject.snapshot);
+        ASSERT_EQ(times.size(), static_cast<std::size_t>(time - 99));
+        EXPECT_EQ(times.front(), 100.0);
+        EXPECT_EQ(times.back(), time);
+    }
+    writeTimes(*subject.writer, {-1.0});
+    EXPECT_TRUE(subject.snapshot->refresh());
+    EXPECT_THAT(timesOf(*subject.snapshot), IsEmpty());
+}
+
+TEST(ColumnarLimitTest, regressionBehindTheKeptStepsLeavesThem) {
+    const RegressingSubject subject;
+    writeTimes(*subject.writer, {300.0});
+    subject.snapshot->refresh();
+    EXPECT_EQ(timesOf(*subject.snapshot).size(), 101U);
 }
 
 TEST(ColumnarLimitTest, snapshotShowsNoStepOfAfterTheFlush) {
