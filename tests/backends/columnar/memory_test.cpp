@@ -1,7 +1,9 @@
 #include <tests/backends/columnar/columnar_writers.hpp>
 #include <tests/backends/columnar/sizes.hpp>
 
+#include <algorithm>
 #include <fstream>
+#include <random>
 #include <string>
 
 #include <malloc.h>
@@ -125,29 +127,49 @@ TEST(ColumnarReusedMemoryTest, undoneStepsMakeRoomForOtherGroups) {
     EXPECT_LE(residentByteCount() - before, byteCount / 50 * 51 + 5 * mebibyte);
 }
 
-TEST(ColumnarReusedMemoryTest, limitHoldsForGroupsOfManyWidths) {
-    constexpr std::size_t groupCount = 40;
-    const auto widthOf = [](std::size_t group) { return 1 + group * group * 13 % 977; };
+/// Writes ten times the limit, in phases that use some of the groups each. Returns the most memory
+/// that was taken.
+std::size_t mostTakenBeyond(std::size_t byteLimit, const std::vector<std::size_t>& widths) {
     GroupSetup setup;
-    for (std::size_t group = 0; group < groupCount; ++group) {
-        setup.insert(Group(group),
-                     LoggedPathsSetupData({{ValuePath("g" + std::to_string(group)), CoreDataId(0)}},
-                                          {{CoreDataId(0), widthOf(group)}}));
+    for (std::size_t group = 0; group < widths.size(); ++group) {
+        const ValuePath path("g" + std::to_string(group));
+        setup.insert(Group(group), LoggedPathsSetupData({{path, CoreDataId(0)}},
+                                                        {{CoreDataId(0), widths[group]}}));
     }
     ColumnarOptions options;
-    options.byteLimit = 64 * mebibyte;
+    options.byteLimit = byteLimit;
     options.beyondLimit = BeyondLimit::discardOldest;
-    const Doubles row(1000, 1.0);
+    const Doubles row(*std::max_element(widths.begin(), widths.end()), 1.0);
     const std::size_t before = residentByteCount();
     ColumnarStreamWriter writer({}, setup, options);
-    for (std::size_t step = 0; step < 400000; ++step) {
-        // Other groups are used as time goes on.
-        const std::size_t group = step * 7919 % (1 + step / 20000 % 20) * 2;
-        writer.write(group, static_cast<double>(step), row.data(), widthOf(group));
-        if (step % 20000 == 0) {
-            EXPECT_LE(residentByteCount() - before, options.byteLimit / 4 * 5);
+    std::mt19937 random(1);
+    std::size_t most = 0;
+    double time = 0.0;
+    for (int phase = 0; phase < 20; ++phase) {
+        const std::size_t usedCount = 1 + random() % widths.size();
+        for (std::size_t byteCount = 0; byteCount < byteLimit / 2; time += 1.0) {
+            const std::size_t group =
+                (static_cast<std::size_t>(phase) + random() % usedCount) % widths.size();
+            writer.write(group, time, row.data(), widths[group]);
+            byteCount += (widths[group] + 1) * sizeof(double);
         }
+        most = std::max(most, residentByteCount() - before);
     }
+    return most;
+}
+
+TEST(ColumnarReusedMemoryTest, limitHoldsForGroupsOfManyWidths) {
+    std::vector<std::size_t> widths;
+    for (std::size_t group = 0; group < 40; ++group) {
+        widths.push_back(1 + group * group * 13 % 977);
+    }
+    EXPECT_LE(mostTakenBeyond(64 * mebibyte, widths), 80 * mebibyte);
+}
+
+TEST(ColumnarReusedMemoryTest, veryDifferentWidthsTakeHalfOfTheLimitMore) {
+    const std::vector<std::size_t> widths{1, 10, 100, 1000, 10000, 50000};
+    EXPECT_LE(mostTakenBeyond(64 * mebibyte, widths), (96 + 16) * mebibyte);
+    EXPECT_LE(mostTakenBeyond(8 * mebibyte, widths), (12 + 16) * mebibyte);
 }
 
 } // namespace
