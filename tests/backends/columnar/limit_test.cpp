@@ -180,19 +180,19 @@ TEST(ColumnarLimitTest, snapshotLosesTheStepsThatAreUndone) {
     EXPECT_EQ(timesOf(*snapshot).size(), 41U);
 }
 
+StreamingAttributes regressing() {
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    return attributes;
+}
+
 /// A writer that obeys regressions, with 5,000 steps of which a snapshot keeps 100 to 200.
 struct RegressingSubject {
-    RegressingSubject() {
-        StreamingAttributes attributes;
-        attributes.rollbackOnTimeRegression = true;
-        writer = std::make_unique<ColumnarStreamWriter>(
-            attributes, scalarSetup(), limited(16 * kibibyte, BeyondLimit::discardOldest));
-        snapshot = writer->snapshot(100.0, 200.0);
-        writeTimes(*writer, countedTimes(5000));
-    }
+    RegressingSubject() { writeTimes(*writer, countedTimes(5000)); }
 
-    std::unique_ptr<ColumnarStreamWriter> writer;
-    std::unique_ptr<core::Run> snapshot;
+    std::unique_ptr<ColumnarStreamWriter> writer = std::make_unique<ColumnarStreamWriter>(
+        regressing(), scalarSetup(), limited(16 * kibibyte, BeyondLimit::discardOldest));
+    std::unique_ptr<core::Run> snapshot = writer->snapshot(100.0, 200.0);
 };
 
 TEST(ColumnarLimitTest, regressionRemovesKeptStepsFromItsTimeOn) {
