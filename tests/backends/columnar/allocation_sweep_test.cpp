@@ -83,15 +83,7 @@ TEST(ColumnarSweepTest, failedWriteStoresNothing) {
 
 /// A writer that discards the oldest steps, and two snapshots that keep them all.
 struct LimitedSubject {
-    LimitedSubject() {
-        ColumnarOptions options;
-        options.byteLimit = std::size_t{16} * 1024;
-        options.beyondLimit = BeyondLimit::discardOldest;
-        writer = std::make_unique<ColumnarStreamWriter>(fullAttributes(), twoGroups(), options);
-        first = writer->snapshot(0.0, 1e9);
-        second = writer->snapshot(0.0, 1e9);
-        writeUntil(1000);
-    }
+    LimitedSubject() { writeUntil(1000); }
 
     void writeUntil(int end) {
         for (; nextStep < end; ++nextStep) {
@@ -100,9 +92,11 @@ struct LimitedSubject {
         }
     }
 
-    std::unique_ptr<ColumnarStreamWriter> writer;
-    std::unique_ptr<core::Run> first;
-    std::unique_ptr<core::Run> second;
+    std::unique_ptr<ColumnarStreamWriter> writer = std::make_unique<ColumnarStreamWriter>(
+        fullAttributes(), twoGroups(),
+        ColumnarOptions{std::size_t{16} * 1024, BeyondLimit::discardOldest});
+    std::unique_ptr<core::Run> first = writer->snapshot(0.0, 1e9);
+    std::unique_ptr<core::Run> second = writer->snapshot(0.0, 1e9);
     int nextStep = 0;
 };
 
