@@ -34,8 +34,9 @@ std::size_t chunk_byte_count(std::size_t least, std::size_t wanted, std::size_t 
     if (wanted <= usual && least <= usual / 64) {
         return usual;
     }
-    for (std::size_t each = next_multiple(std::max(usual, wanted), largePage);
-         usual == largeChunkByteCount && each <= 4 * largeChunkByteCount; each += largePage) {
+    const std::size_t longest = usual < largeChunkByteCount ? 0 : 4 * largeChunkByteCount;
+    for (std::size_t each = next_multiple(std::max(usual, wanted), largePage); each <= longest;
+         each += largePage) {
         if (each % least <= each / 100) {
             return each;
         }
