@@ -39,7 +39,8 @@ bool discard_last_at(std::vector<RowSpan>& spans, double time) noexcept {
     if (spans.empty() || spans.back().times()[spans.back().rowCount - 1] != time) {
         return false;
     }
-    if (--spans.back().rowCount == 0) {
+    spans.back().rowCount = (spans.back().rowCount - 1U) & RowSpan::greatestRowCount;
+    if (spans.back().rowCount == 0) {
         spans.pop_back();
     }
     return true;
