@@ -42,6 +42,8 @@ class Writer:
         compress: bool | None = None,
         durability: Literal["process", "power"] | None = None,
         held_back_steps: int | None = None,
+        byte_limit: int | None = None,
+        discard_oldest: bool | None = None,
     ) -> None:
         """Makes a writer.
 
@@ -55,12 +57,22 @@ class Writer:
         compress: whether values are packed without loss.
         durability: what a commit survives: the end of the process (the default), or of the machine.
         held_back_steps: how many of the newest steps readers do not see yet, 16 by default.
+        For "columnar" only:
+        byte_limit: how many bytes of memory the samples may take; no limit by default.
+        discard_oldest: whether `write` discards the oldest steps beyond the limit. By default, it
+            raises ValueError.
         """
         self._widths: dict[str, int] = {}
         if isinstance(groups, (str, bytes, Mapping)):
             raise TypeError("groups is a list of groups")
         setup = [self._signals_of(group) for group in groups]
-        options = (directory, properties, compress, durability, held_back_steps)
+        options = {
+            "recording": (directory, properties, compress, durability, held_back_steps),
+            "columnar": (byte_limit, discard_oldest),
+        }
+        for owner, values in options.items():
+            if backend != owner and any(value is not None for value in values):
+                raise ValueError(f'only "{owner}" has these options, not "{backend}"')
         if backend == "recording":
             if durability not in (None, "process", "power"):
                 raise ValueError('durability is "process" or "power"')
@@ -74,8 +86,10 @@ class Writer:
                 durability == "power",
                 16 if held_back_steps is None else held_back_steps,
             )
-        elif any(option is not None for option in options):
-            raise ValueError(f'only "recording" has these options, not "{backend}"')
+        elif backend == "columnar":
+            self._writer = _core.make_columnar(
+                setup, name, rollback_on_time_regression, byte_limit or 0, bool(discard_oldest)
+            )
         else:
             self._writer = _core.make_writer(
                 backend, setup, name, rollback_on_time_regression, point_limit

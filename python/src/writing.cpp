@@ -131,6 +131,32 @@ std::unique_ptr<SharedWriter> make_recording(const std::vector<Signals>& groups,
                                           location);
 }
 
+std::unique_ptr<StreamWriter>
+columnar_writer([[maybe_unused]] const std::vector<Signals>& groups,
+                [[maybe_unused]] const core::StreamingAttributes& attributes,
+                [[maybe_unused]] std::size_t byteLimit, [[maybe_unused]] bool discardsOldest) {
+#ifdef LOGGING2_WITH_COLUMNAR
+    context();
+    core::ColumnarOptions options;
+    options.byteLimit = byteLimit;
+    options.beyondLimit =
+        discardsOldest ? core::BeyondLimit::discardOldest : core::BeyondLimit::refuse;
+    return std::make_unique<core::ColumnarStreamWriter>(attributes, setup_of(groups), options);
+#else
+    throw std::invalid_argument("there is no back-end \"columnar\"");
+#endif
+}
+
+std::unique_ptr<SharedWriter> make_columnar(const std::vector<Signals>& groups,
+                                            const std::string& name, bool rollbackOnTimeRegression,
+                                            std::size_t byteLimit, bool discardsOldest) {
+    return std::make_unique<SharedWriter>(
+        "columnar",
+        columnar_writer(groups, attributes_of(name, rollbackOnTimeRegression, 0), byteLimit,
+                        discardsOldest),
+        row_lengths(groups), "");
+}
+
 std::vector<std::string> backend_names() {
     std::vector<std::string> result{"recording"};
     for (const core::BackendInfo& backend : core::registered_backends(context())) {
@@ -173,6 +199,9 @@ void bind_writing(py::module_& module) {
     module.def("make_recording", make_recording, py::arg("groups"), py::arg("name"),
                py::arg("rollback_on_time_regression"), py::arg("directory"), py::arg("properties"),
                py::arg("compress"), py::arg("survive_power_loss"), py::arg("held_back_steps"));
+    module.def("make_columnar", make_columnar, py::arg("groups"), py::arg("name"),
+               py::arg("rollback_on_time_regression"), py::arg("byte_limit"),
+               py::arg("discard_oldest"));
     module.def("backend_names", backend_names);
     module.def(
         "load_backends", [](const std::string& file) { core::load_backends(file, context()); },

@@ -177,6 +177,31 @@ def test_snapshot_has_the_steps_around_a_trigger():
     assert snapshot["x"].times.tolist() == [7, 8, 9, 10, 11]
 
 
+def test_columnar_refuses_steps_beyond_its_limit():
+    writer = logging2.Writer("columnar", groups=[["x"]], byte_limit=65536)
+    with pytest.raises(ValueError, match="limit of 65536 bytes"):
+        for time in range(65536 // 16 + 1):
+            writer.write(0, time, [time])
+    writer.flush()
+    times = writer.read("x")[0]
+    assert times.tolist() == list(range(times.size)) and times.size > 3600
+
+
+def test_columnar_discards_the_oldest_steps_if_asked():
+    writer = logging2.Writer("columnar", groups=[["x"]], byte_limit=65536, discard_oldest=True)
+    for time in range(5000):
+        writer.write(0, time, [time])
+    writer.flush()
+    times = writer.read("x")[0]
+    assert times[-1] == 4999 and 3600 < times.size <= 65536 // 16
+
+
+def test_limits_are_options_of_columnar_only():
+    for option in ({"byte_limit": 1024}, {"discard_oldest": True}):
+        with pytest.raises(ValueError, match="only \"columnar\" has these options"):
+            logging2.Writer("memory", groups=[["x"]], **option)
+
+
 def test_only_columnar_has_its_run_in_memory():
     writer = logging2.Writer("memory", groups=[["x"]])
     with pytest.raises(ValueError, match="only \"columnar\""):

@@ -16,8 +16,8 @@ enum class BeyondLimit {
 struct ColumnarOptions {
     /// How many bytes of memory the samples of a writer may take, with room for further ones. 0
     /// means no limit. Samples that only readers still hold do not count, and neither does free
-    /// memory between pieces: with groups of very different widths, four times as much can be
-    /// taken.
+    /// memory between pieces. With groups of very different widths, that is up to half of the limit
+    /// and 16 MiB.
     std::size_t byteLimit = 0;
 
     /// What happens beyond the limit. The oldest steps are discarded in pieces, at least a 64th of

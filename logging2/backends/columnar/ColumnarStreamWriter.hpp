@@ -31,9 +31,10 @@ class Samples;
 /// Nothing is written to disk and no thread is started. The destructor does not flush. Stores,
 /// readers and runs keep the samples that they show, also after the writer is destroyed.
 ///
-/// Memory: stored values are never moved. They take at most 2 % more than their bytes, and 4 MiB or
-/// 4 KiB per group. Rows of more than 100 KiB take up to twice their bytes, because the ends of
-/// chunks stay unused. What a rollback frees is reused for rows of the same or a smaller size.
+/// Memory: stored values are never moved. They take at most 1.02 times their bytes, plus 4 MiB and
+/// 4 KiB per group. The paths take about 32 bytes each. What a rollback frees is reused for rows of
+/// any size. However, undone rows that a reader could see keep their memory until all rows of their
+/// piece are released.
 ///
 /// Threads: one thread at a time uses the writer. However, `flushIntermediate`, `dataStore`, `run`
 /// and `snapshot` may be called on other threads meanwhile, as may all operations of readers and
@@ -60,15 +61,18 @@ public:
     ///
     /// Throws std::out_of_range if the group is not in the setup, std::invalid_argument if n is not
     /// the sum of the widths of its channels, std::length_error if the limit is reached and steps
-    /// may not be discarded, and std::bad_alloc. Nothing is changed then.
+    /// may not be discarded, and std::bad_alloc. Nothing is changed then; only the oldest steps
+    /// may have been discarded before std::bad_alloc, to keep to the limit.
     bool write(std::size_t group, double time, const double* values, std::size_t n) override;
 
     /// Discards the group's first sample that is strictly later than the time, and every sample
     /// that was written after it. Samples at exactly the time stay.
     ///
     /// Costs what it discards while the group's times ascend; otherwise it may examine one piece
-    /// more. Throws std::out_of_range if the group is not in the setup. Throws std::bad_alloc, and
-    /// changes nothing then, only if it discards steps that readers may see.
+    /// more. If it discards steps that readers may see, each later view of the group has one part
+    /// more and takes slightly longer. Throws std::out_of_range if the group is not in the setup.
+    /// Throws std::bad_alloc, and changes nothing then, only if it discards steps that readers may
+    /// see.
     void rollback(std::size_t group, double time) override;
 
     /// The samples of the path that were stored by `flush` or by the last `flushIntermediate`.

@@ -81,6 +81,38 @@ TEST(ColumnarSweepTest, failedWriteStoresNothing) {
     }
 }
 
+/// A writer that discards the oldest steps, and two snapshots that keep them all.
+struct LimitedSubject {
+    LimitedSubject() { writeUntil(1000); }
+
+    void writeUntil(int end) {
+        for (; nextStep < end; ++nextStep) {
+            const auto row = rowAt(0, nextStep);
+            writer->write(0, nextStep, row.data(), row.size());
+        }
+    }
+
+    std::unique_ptr<ColumnarStreamWriter> writer = std::make_unique<ColumnarStreamWriter>(
+        fullAttributes(), twoGroups(),
+        ColumnarOptions{std::size_t{16} * 1024, BeyondLimit::discardOldest});
+    std::unique_ptr<core::Run> first = writer->snapshot(0.0, 1e9);
+    std::unique_ptr<core::Run> second = writer->snapshot(0.0, 1e9);
+    int nextStep = 0;
+};
+
+TEST(ColumnarSweepTest, failedWriteBeyondTheLimitKeepsSnapshotsIntact) {
+    expect_every_failure_propagates(
+        "ColumnarStreamWriter: write, beyond the limit", "snapshots have each step once",
+        [] { return LimitedSubject(); }, [](LimitedSubject& subject) { subject.writeUntil(1060); },
+        [](LimitedSubject& subject, Attempt) {
+            subject.writeUntil(1200);
+            for (core::Run* const snapshot : {subject.first.get(), subject.second.get()}) {
+                snapshot->refresh();
+                EXPECT_EQ(timesOf(*snapshot, widePath), countedTimes(1200));
+            }
+        });
+}
+
 TEST(ColumnarSweepTest, failedRegressionDiscardsNothing) {
     expect_every_failure_propagates(
         "ColumnarStreamWriter: write, back to a shown time", "nothing is discarded",
@@ -132,6 +164,22 @@ TEST(ColumnarSweepTest, failedReadCanBeRepeated) {
             EXPECT_FALSE(subject.writer->dataStore(ValuePath(widePath)).empty());
         },
         expectReadable);
+}
+
+TEST(ColumnarSweepTest, largeSeriesIsReadIfOnlyItsVectorsFit) {
+    const SweepCounts counts = for_every_failing_allocation(
+        [] {
+            Subject subject(20000);
+            subject.writer->flush();
+            subject.reader = std::make_unique<ColumnarStreamReader>(
+                subject.writer->dataStore(ValuePath(widePath)));
+            return subject;
+        },
+        [](Subject& subject) { EXPECT_EQ(subject.reader->timeseries().first.size(), 20000U); },
+        [](Subject&, Attempt) {});
+    EXPECT_EQ(counts.thrown, 2U); // the times and the values
+    EXPECT_EQ(counts.absorbed(), 2U);
+    print_sweep("ColumnarStreamReader: timeseries, large", counts, "read without the empty block");
 }
 
 TEST(ColumnarSweepTest, failedRunLeavesTheWriter) {

@@ -1,7 +1,11 @@
 #include <tests/backends/columnar/columnar_writers.hpp>
 #include <tests/backends/columnar/sizes.hpp>
 
+#include <algorithm>
+#include <atomic>
+#include <ctime>
 #include <stdexcept>
+#include <thread>
 
 // ColumnarOptions::byteLimit.
 
@@ -12,6 +16,7 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::ThrowsMessage;
 
 ColumnarOptions limited(std::size_t byteLimit, BeyondLimit beyondLimit) {
@@ -121,6 +126,138 @@ TEST(ColumnarLimitTest, rollbackObeysItsRuleAmongTheStepsThatAreLeft) {
     writer.rollback(0, 4990.0);
     writer.rollback(0, 4995.0); // discards nothing, though an old time was later
     EXPECT_EQ(storedTimes(writer).back(), 4990.0);
+}
+
+/// The processor time of 100 rollbacks of one step, after the step at this time was discarded.
+std::clock_t rollbackDurationAfter(double firstTime) {
+    constexpr std::size_t stepCount = 1500000;
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * mebibyte, BeyondLimit::discardOldest));
+    const double value = 1.0;
+    writer.write(0, firstTime, &value, 1);
+    for (std::size_t step = 0; step < stepCount; ++step) {
+        writer.write(0, static_cast<double>(step), &value, 1);
+    }
+    const std::clock_t start = std::clock();
+    for (int i = 0; i < 100; ++i) {
+        writer.write(0, stepCount, &value, 1);
+        writer.rollback(0, stepCount - 1.0);
+    }
+    return std::clock() - start;
+}
+
+TEST(ColumnarLimitTest, rollbackIsCheapAfterALateStepWasDiscarded) {
+    // Examining all steps would take several hundred times as long.
+    EXPECT_LT(rollbackDurationAfter(1e12), 30 * rollbackDurationAfter(-1.0) + CLOCKS_PER_SEC / 100);
+}
+
+TEST(ColumnarLimitTest, refusedWriteDiscardsNothing) {
+    const LoggedPathsSetupData narrow(paths({{"x", 0}}), channels({{0, 1}}));
+    const LoggedPathsSetupData wide(paths({{"y", 0}}), channels({{0, 10000}}));
+    ColumnarStreamWriter writer({}, GroupSetup{{Group(0), narrow}, {Group(1), wide}},
+                                limited(64 * kibibyte, BeyondLimit::discardOldest));
+    writeTimes(writer, countedTimes(3000));
+    EXPECT_THROW(write(writer, 1, 0.0, Doubles(10000, 1.0)), std::length_error);
+    EXPECT_EQ(storedTimes(writer), countedTimes(3000));
+}
+
+TEST(ColumnarLimitTest, snapshotLosesTheStepsThatAreUndone) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    const auto snapshot = writer.snapshot(100.0, 200.0);
+    writeTimes(writer, countedTimes(5000));
+    snapshot->refresh();
+    ASSERT_EQ(timesOf(*snapshot).back(), 200.0);
+    writer.rollback(0, 150.0);
+    snapshot->refresh();
+    ASSERT_EQ(timesOf(*snapshot).back(), 150.0);
+    writer.rollback(0, 140.0);
+    const std::uint64_t revision = snapshot->info().revision;
+    EXPECT_TRUE(snapshot->refresh());
+    EXPECT_GT(snapshot->info().revision, revision);
+    EXPECT_EQ(timesOf(*snapshot).front(), 100.0);
+    EXPECT_EQ(timesOf(*snapshot).back(), 140.0);
+    EXPECT_EQ(timesOf(*snapshot).size(), 41U);
+}
+
+StreamingAttributes regressing() {
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    return attributes;
+}
+
+/// A writer that obeys regressions, with 5,000 steps of which a snapshot keeps 100 to 200.
+struct RegressingSubject {
+    RegressingSubject() { writeTimes(*writer, countedTimes(5000)); }
+
+    std::unique_ptr<ColumnarStreamWriter> writer = std::make_unique<ColumnarStreamWriter>(
+        regressing(), scalarSetup(), limited(16 * kibibyte, BeyondLimit::discardOldest));
+    std::unique_ptr<core::Run> snapshot = writer->snapshot(100.0, 200.0);
+};
+
+TEST(ColumnarLimitTest, regressionRemovesKeptStepsFromItsTimeOn) {
+    const RegressingSubject subject;
+    for (int time = 200; time >= 100; --time) {
+        writeTimes(*subject.writer, {static_cast<double>(time)});
+        EXPECT_TRUE(subject.snapshot->refresh());
+        const Doubles times = timesOf(*subject.snapshot);
+        ASSERT_EQ(times.size(), static_cast<std::size_t>(time - 99));
+        EXPECT_EQ(times.front(), 100.0);
+        EXPECT_EQ(times.back(), time);
+    }
+    writeTimes(*subject.writer, {-1.0});
+    EXPECT_TRUE(subject.snapshot->refresh());
+    EXPECT_THAT(timesOf(*subject.snapshot), IsEmpty());
+}
+
+TEST(ColumnarLimitTest, regressionBehindTheKeptStepsLeavesThem) {
+    const RegressingSubject subject;
+    writeTimes(*subject.writer, {300.0});
+    subject.snapshot->refresh();
+    EXPECT_EQ(timesOf(*subject.snapshot).size(), 101U);
+}
+
+TEST(ColumnarLimitTest, snapshotShowsNoStepOfAfterTheFlush) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    const auto snapshot = writer.snapshot(0.0, 1e9);
+    writeTimes(writer, {1.0, 2.0, 3.0});
+    writer.flush();
+    snapshot->refresh();
+    for (const double time : countedTimes(5000)) {
+        writeTimes(writer, {time + 4.0});
+    }
+    EXPECT_FALSE(snapshot->refresh());
+    EXPECT_THAT(timesOf(*snapshot), ElementsAre(1.0, 2.0, 3.0));
+}
+
+TEST(ColumnarLimitTest, anotherThreadReadsSnapshotsWhileStepsAreDiscarded) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    std::atomic<bool> isDone{false};
+    std::thread reading([&] {
+        const auto kept = writer.snapshot(0.0, 1e9);
+        while (!isDone) {
+            const auto snapshot = writer.snapshot(1000.0, 1e9);
+            for (core::Run* const run : {kept.get(), snapshot.get()}) {
+                run->refresh();
+                const Doubles times = timesOf(*run);
+                ASSERT_TRUE(std::is_sorted(times.begin(), times.end()));
+            }
+        }
+    });
+    for (std::size_t step = 0; step < 20000; ++step) {
+        writeTimes(writer, {static_cast<double>(step)});
+        if (step % 3000 == 2999) {
+            writer.rollback(0, static_cast<double>(step - 1500));
+        }
+        if (step % 100 == 99) {
+            std::this_thread::yield();
+        }
+    }
+    writer.flush();
+    isDone = true;
+    reading.join();
 }
 
 TEST(ColumnarLimitTest, rowThatExceedsTheLimitIsRefused) {

@@ -2,6 +2,9 @@
 
 #include <logging2/conformance/detail/memory_oracle.hpp>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -13,6 +16,8 @@ namespace {
 
 using Random = std::mt19937;
 using Series = std::pair<Doubles, Doubles>;
+
+constexpr std::array<double, 4> specialNumbers{nan, -0.0, infinity, -infinity};
 
 std::size_t below(Random& random, std::size_t end) {
     return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
@@ -97,15 +102,17 @@ private:
     }
 
     double nextTime(std::size_t group) {
+        const std::size_t pick = below(random, 60);
+        if (pick < specialNumbers.size()) {
+            return specialNumbers[pick];
+        }
         const Doubles& held = oracle->times[group];
-        const std::size_t pick = below(random, 40);
-        if (pick == 0) {
-            return nan;
+        const auto last = std::find_if(held.rbegin(), held.rend(),
+                                       [](double time) { return std::isfinite(time); });
+        if (ascends && last != held.rend() && pick < 57) {
+            return *last + static_cast<double>(below(random, 3)) / 2.0;
         }
-        if (ascends && !held.empty() && pick < 38) {
-            return held.back() + static_cast<double>(below(random, 3)) / 2.0;
-        }
-        return pick == 1 ? -0.0 : static_cast<double>(below(random, 24)) / 2.0;
+        return static_cast<double>(below(random, 24)) / 2.0;
     }
 
     void step() {
@@ -114,7 +121,9 @@ private:
         if (pick < 30) {
             Doubles row(rowLengths[group]);
             for (double& value : row) {
-                value = below(random, 50) == 0 ? nan : static_cast<double>(random());
+                value = below(random, 50) == 0
+                            ? specialNumbers[below(random, specialNumbers.size())]
+                            : static_cast<double>(random());
             }
             const double time = nextTime(group);
             EXPECT_TRUE(writer->write(ids[group], time, row.data(), row.size()));

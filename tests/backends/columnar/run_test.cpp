@@ -223,6 +223,7 @@ TEST_F(ColumnarRunTest, impossibleOverviewsAreRefused) {
     EXPECT_THROW(run->overview(x, -infinity, 1.0, 1), std::invalid_argument);
     EXPECT_THROW(run->overview(x, 0.0, nan, 1), std::invalid_argument);
     EXPECT_THROW(run->overview(x, 1.0, 0.0, 1), std::invalid_argument);
+    EXPECT_THROW(run->overview(x, 0.0, 1.0, ~std::size_t{0}), std::invalid_argument);
 }
 
 TEST_F(ColumnarRunTest, revisionCountsRollbacksOfShownSteps) {

@@ -51,6 +51,21 @@ TEST(ColumnarShowingTest, rollbackDoesNotChangeWhatWasShown) {
               std::pair(Doubles({1.0, 2.0, 3.0, 4.0}), Doubles({10.0, 20.0, 30.0, 40.0})));
 }
 
+TEST(ColumnarShowingTest, refreshReturnsFalseIfNothingChanged) {
+    ColumnarStreamWriter writer({}, scalarSetup());
+    writeTimes(writer, {1.0, 2.0, 3.0});
+    const auto snapshot = writer.snapshot(1.0, 2.0);
+    const auto run = writer.run();
+    EXPECT_FALSE(snapshot->refresh());
+    EXPECT_FALSE(run->refresh());
+    writeTimes(writer, {4.0});
+    writer.rollback(0, 3.0); // of a step that no reader saw
+    EXPECT_FALSE(run->refresh());
+    writeTimes(writer, {5.0});
+    EXPECT_TRUE(run->refresh());
+    EXPECT_FALSE(snapshot->refresh());
+}
+
 TEST(ColumnarShowingTest, repeatedRollbackBehindShownSamplesUsesLittleMemory) {
     ColumnarOptions options;
     options.byteLimit = std::size_t{64} * 1024;

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <new>
 
 namespace logging2::core::detail {
 
 namespace {
 
+constexpr std::size_t largePage = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t leastChunkByteCount = std::size_t{64} * 1024;
 
 /// From this size on, make_large_array() asks for large pages.
@@ -20,6 +22,27 @@ std::size_t rounded_up(std::size_t byteCount) {
         throw std::bad_alloc();
     }
     return (byteCount + Arena::unit - 1) / Arena::unit * Arena::unit;
+}
+
+std::size_t next_multiple(std::size_t byteCount, std::size_t factor) {
+    return (byteCount + factor - 1) / factor * factor;
+}
+
+/// How many bytes a chunk gets for blocks of `least` to `wanted` bytes, if possible the usual
+/// number. The end of the chunk that is too small for a block is lost, so it must be short.
+std::size_t chunk_byte_count(std::size_t least, std::size_t wanted, std::size_t usual) {
+    if (wanted <= usual && least <= usual / 64) {
+        return usual;
+    }
+    const std::size_t longest = usual < largeChunkByteCount ? 0 : 4 * largeChunkByteCount;
+    for (std::size_t each = next_multiple(std::max(usual, wanted), largePage); each <= longest;
+         each += largePage) {
+        if (each % least <= each / 100) {
+            return each;
+        }
+    }
+    // Small pages at the end of the chunk are slower, but take less memory.
+    return next_multiple(usual, wanted);
 }
 
 std::size_t list_of(std::size_t byteCount) noexcept {
@@ -38,21 +61,23 @@ Block Arena::take(std::size_t least, std::size_t wanted) {
     least = rounded_up(least);
     wanted = rounded_up(wanted);
     const std::lock_guard<std::mutex> lock(mutex);
-    if (FreeBlock* const found = findFree(wanted)) {
-        return reuse(*found, wanted);
-    }
+    // A much smaller piece would cost more than the memory that it saves.
+    const std::size_t enough = std::min(wanted, std::max(least, wanted / 32));
     const std::size_t rest =
         chunks.empty() ? 0 : chunks.back().byteCount - chunks.back().cutByteCount;
-    // A much smaller piece would cost more than the memory that it saves.
-    if (rest < std::min(wanted, std::max(least, wanted / 32))) {
-        addChunk(wanted);
+    FreeBlock* const found = rest < enough ? findOrMerge(enough, wanted) : findFree(wanted);
+    if (found != nullptr) {
+        return reuse(*found, std::min(wanted, found->byteCount));
+    }
+    if (rest < enough) {
+        addChunk(least, wanted);
     }
     return cut(wanted);
 }
 
-void Arena::addChunk(std::size_t leastByteCount) {
-    const std::size_t byteCount = std::max(
-        std::clamp(madeByteCount, leastChunkByteCount, largeChunkByteCount), leastByteCount);
+void Arena::addChunk(std::size_t least, std::size_t wanted) {
+    const std::size_t byteCount = chunk_byte_count(
+        least, wanted, std::clamp(madeByteCount, leastChunkByteCount, largeChunkByteCount));
     // Only large arrays are aligned.
     const std::size_t margin = byteCount < largeChunkByteCount ? unit : 0;
     std::shared_ptr<double[]> memory = make_large_array((byteCount + margin) / sizeof(double));
@@ -90,6 +115,27 @@ Arena::FreeBlock* Arena::findFree(std::size_t byteCount) const noexcept {
     }
     while (++list < freeBlocks.size()) {
         if (freeBlocks[list] != nullptr) {
+            return freeBlocks[list];
+        }
+    }
+    return nullptr;
+}
+
+/// A free block of at least `enough` bytes, if possible of `wanted` bytes, or null. Merges free
+/// blocks if enough of them were given back.
+Arena::FreeBlock* Arena::findOrMerge(std::size_t enough, std::size_t wanted) {
+    FreeBlock* found = findFree(wanted);
+    if (found == nullptr && linkedByteCount >= std::max(wanted, largeChunkByteCount)) {
+        merge();
+        found = findFree(wanted);
+    }
+    return found != nullptr ? found : findSmaller(enough, wanted);
+}
+
+/// A large free block of at least `enough` bytes, or null. None has `wanted` bytes.
+Arena::FreeBlock* Arena::findSmaller(std::size_t enough, std::size_t wanted) const noexcept {
+    for (std::size_t list = list_of(wanted) + 1; list-- > list_of(enough);) {
+        if (freeBlocks[list] != nullptr && freeBlocks[list]->byteCount >= enough) {
             return freeBlocks[list];
         }
     }
@@ -168,7 +214,36 @@ void Arena::clear(Chunk& chunk) noexcept {
     }
 }
 
+/// Merges free blocks that lie side by side. Throws std::bad_alloc and changes nothing then.
+void Arena::merge() {
+    const std::vector<FreeBlock*> blocks = sortedFreeBlocks();
+    freeBlocks.fill(nullptr);
+    for (auto each = blocks.begin(); each != blocks.end();) {
+        Block whole{reinterpret_cast<std::byte*>(*each), 0, (*each)->chunk};
+        for (; each != blocks.end() && (*each)->chunk == whole.chunk &&
+               reinterpret_cast<std::byte*>(*each) == whole.first + whole.byteCount;
+             ++each) {
+            whole.byteCount += (*each)->byteCount;
+        }
+        link(whole);
+    }
+    linkedByteCount = 0;
+}
+
+/// All free blocks in the order of their addresses.
+std::vector<Arena::FreeBlock*> Arena::sortedFreeBlocks() const {
+    std::vector<FreeBlock*> result;
+    for (FreeBlock* const list : freeBlocks) {
+        for (FreeBlock* each = list; each != nullptr; each = each->next) {
+            result.push_back(each);
+        }
+    }
+    std::sort(result.begin(), result.end(), std::less<>());
+    return result;
+}
+
 void Arena::link(const Block& block) noexcept {
+    linkedByteCount += block.byteCount;
     FreeBlock*& list = freeBlocks[list_of(block.byteCount)];
     list = new (block.first) FreeBlock{nullptr, list, block.byteCount, block.chunk};
     if (list->next != nullptr) {

@@ -5,6 +5,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace logging2::core::detail {
 
@@ -73,12 +74,16 @@ private:
     ~Arena() = default;
 
     void leave() noexcept;
-    void addChunk(std::size_t leastByteCount);
+    void addChunk(std::size_t least, std::size_t wanted);
     Block cut(std::size_t wanted) noexcept;
     FreeBlock* findFree(std::size_t byteCount) const noexcept;
+    FreeBlock* findOrMerge(std::size_t enough, std::size_t wanted);
+    FreeBlock* findSmaller(std::size_t enough, std::size_t wanted) const noexcept;
     Block reuse(FreeBlock& found, std::size_t wanted) noexcept;
     void release(const Block& block) noexcept;
     void clear(Chunk& chunk) noexcept;
+    void merge();
+    std::vector<FreeBlock*> sortedFreeBlocks() const;
     void link(const Block& block) noexcept;
     void unlink(FreeBlock& block) noexcept;
 
@@ -88,6 +93,7 @@ private:
     std::array<FreeBlock*, 64> freeBlocks{}; // lists, by the logarithm of the size
     std::size_t madeByteCount = 0;           // of all chunks ever made
     std::size_t blockCount = 0;              // of blocks that are in use
+    std::size_t linkedByteCount = 0;         // of blocks that became free since the last merge
     bool isLeft = false;
 };
 

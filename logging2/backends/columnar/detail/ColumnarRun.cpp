@@ -1,9 +1,9 @@
 #include <logging2/backends/columnar/detail/ColumnarRun.hpp>
 
 #include <logging2/backends/columnar/detail/scan_column.hpp>
+#include <logging2/runs/detail/check_buckets.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -113,28 +113,17 @@ SignalSummary ColumnarRun::summary(const ValuePath& path) const {
     return summary_of(groupOf(entry), columnOf(entry));
 }
 
-namespace {
-
-void check_range(double from, double to, std::size_t bucketCount) {
-    if (bucketCount == 0 || !std::isfinite(from) || !std::isfinite(to) || from > to) {
-        throw std::invalid_argument("there is no bucket, or from and to are not finite numbers in "
-                                    "ascending order");
-    }
-}
-
-} // namespace
-
 Overview ColumnarRun::overview(const ValuePath& path, double from, double to,
                                std::size_t bucketCount) const {
-    check_range(from, to, bucketCount);
     const PathIndex::Entry& entry = paths->find(path);
+    check_buckets(from, to, bucketCount, columnOf(entry).width);
     return overview_of(groupOf(entry), columnOf(entry), from, to, bucketCount);
 }
 
 Outline ColumnarRun::outline(const ValuePath& path, std::size_t element, double from, double to,
                              std::size_t bucketCount) const {
-    check_range(from, to, bucketCount);
     const PathIndex::Entry& entry = paths->find(path);
+    check_buckets(from, to, bucketCount, 1);
     if (element >= columnOf(entry).width) {
         throw std::out_of_range('"' + path.text() + "\" has no element " + std::to_string(element));
     }
@@ -153,7 +142,11 @@ bool ColumnarRun::refresh() {
     }
     std::swap(content, present);
     return content.info.state != present.info.state ||
-           content.info.revision != present.info.revision || content.groups != present.groups;
+           content.info.revision != present.info.revision ||
+           !std::equal(content.groups.begin(), content.groups.end(), present.groups.begin(),
+                       [](const auto& now, const auto& before) {
+                           return now == before || are_same_rows(*now, *before);
+                       });
 }
 
 } // namespace logging2::core::detail

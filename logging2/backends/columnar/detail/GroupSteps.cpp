@@ -18,14 +18,19 @@ bool GroupSteps::ascends(std::size_t span) const noexcept {
 
 /// The cut before the row.
 GroupSteps::Cut GroupSteps::cutBefore(std::size_t span, std::uint32_t row) const noexcept {
+    return {span, row, std::max(spans[span].greatestBefore, greatestUntil(span, row))};
+}
+
+/// The greatest time of the span's steps before the row.
+double GroupSteps::greatestUntil(std::size_t span, std::uint32_t row) const noexcept {
     const RowSpan& rows = spans[span].rows;
     const double* const times = rows.piece->times();
-    double greatest = spans[span].greatestBefore;
+    double greatest = -std::numeric_limits<double>::infinity();
     for (std::uint32_t each = ascends(span) && row > rows.firstRow ? row - 1 : rows.firstRow;
          each < row; ++each) {
         greatest = times[each] > greatest ? times[each] : greatest;
     }
-    return {span, row, greatest};
+    return greatest;
 }
 
 /// The cut before the first step of the span that is later than the time, or at its end.
@@ -55,14 +60,7 @@ std::optional<GroupSteps::Cut> GroupSteps::cutAfter(double time) const noexcept 
     while (span > 0 && spans[span].greatestBefore > time) {
         --span;
     }
-    // The greatest times also count steps that were discarded because they were the oldest ones.
-    for (; span < spans.size(); ++span) {
-        const Cut cut = firstLater(span, time);
-        if (cut.row < endOf(span)) {
-            return cut;
-        }
-    }
-    return std::nullopt;
+    return firstLater(span, time);
 }
 
 double GroupSteps::timeBefore(const Cut& cut) const noexcept {
@@ -97,7 +95,10 @@ void GroupSteps::discardFrom(const Cut& cut) {
     const std::uint32_t shownCount = spans[cut.span].rows.piece->shownRowCount;
     const bool splits = shownCount > cut.row && cut.row > spans[cut.span].rows.firstRow;
     if (splits) {
-        spans.reserve(cut.span + 2);
+        if (spans.capacity() < cut.span + 2) {
+            spans.reserve(cut.span + cut.span / 4 + 2);
+        }
+        spans[cut.span].greatest = greatestUntil(cut.span, cut.row);
     }
     bool stillAscends = ascends(cut.span);
     while (spans.size() > cut.span + 1) {
@@ -165,6 +166,7 @@ void GroupSteps::closeSpan() {
         RowSpan& rows = spans.back().rows;
         rows.rowCount = (endOf(spans.size() - 1) - rows.firstRow) & RowSpan::greatestRowCount;
         rows.ascends = ascends(spans.size() - 1) ? 1 : 0;
+        spans.back().greatest = greatestUntil(spans.size() - 1, endOf(spans.size() - 1));
     }
 }
 
@@ -217,6 +219,22 @@ void GroupSteps::discardOldestSpan() noexcept {
     }
     spans.erase(spans.begin());
     shown.reset();
+    updateGreatestTimes();
+}
+
+/// Lets the greatest times count the present steps only.
+void GroupSteps::updateGreatestTimes() noexcept {
+    double greatest = -std::numeric_limits<double>::infinity();
+    for (std::size_t span = 0; span < spans.size(); ++span) {
+        if (spans[span].greatestBefore == greatest) {
+            return; // The discarded steps do not count in the further ones.
+        }
+        spans[span].greatestBefore = greatest;
+        const bool isOpen = span + 1 == spans.size();
+        greatest =
+            std::max(greatest, isOpen ? greatestUntil(span, endOf(span)) : spans[span].greatest);
+    }
+    greatestTime = greatest;
 }
 
 } // namespace logging2::core::detail

@@ -93,8 +93,19 @@ public:
         return byteCount + (spare ? spare->byteCount() : 0);
     }
 
+    /// The same, of the open span's piece and the spare one only.
+    std::size_t leastByteCount() const noexcept {
+        return (spans.empty() ? 0 : spans.back().rows.piece->byteCount()) +
+               (spare ? spare->byteCount() : 0);
+    }
+
     /// Whether there is a span that is not the open one.
     bool hasClosedSpan() const noexcept { return spans.size() > 1; }
+
+    /// Whether there is no step.
+    bool isEmpty() const noexcept {
+        return spans.empty() || (spans.size() == 1 && endOf(0) == spans[0].rows.firstRow);
+    }
 
     const RowSpan& oldestSpan() const noexcept { return spans.front().rows; }
 
@@ -109,16 +120,19 @@ private:
         RowSpan rows; // the open span's rowCount and ascends are not up to date
         double greatestBefore;
         std::uint64_t serial;
+        double greatest = 0.0; ///< of its own times; the open span's is not up to date
     };
 
     std::uint32_t endOf(std::size_t span) const noexcept;
     bool ascends(std::size_t span) const noexcept;
     Cut cutBefore(std::size_t span, std::uint32_t row) const noexcept;
+    double greatestUntil(std::size_t span, std::uint32_t row) const noexcept;
     Cut firstLater(std::size_t span, double time) const noexcept;
     double timeBefore(const Cut& cut) const noexcept;
     void closeSpan();
     void dropEmptySpan() noexcept;
     void dropLastSpan() noexcept;
+    void updateGreatestTimes() noexcept;
     void goOnAt(const Cut& cut, std::uint32_t row, bool stillAscends) noexcept;
 
     // Where the next step goes.

@@ -57,6 +57,14 @@ std::shared_ptr<const GroupView> GroupView::part(std::size_t first, std::size_t 
     return std::make_shared<const GroupView>(shape, spansOf(first, count));
 }
 
+bool are_same_rows(const GroupView& left, const GroupView& right) noexcept {
+    return std::equal(left.spans().begin(), left.spans().end(), right.spans().begin(),
+                      right.spans().end(), [](const RowSpan& one, const RowSpan& other) {
+                          return one.piece == other.piece && one.firstRow == other.firstRow &&
+                                 one.rowCount == other.rowCount;
+                      });
+}
+
 void append_times(const std::vector<RowSpan>& spans, std::vector<double>& times) {
     for (const RowSpan& span : spans) {
         times.insert(times.end(), span.times(), span.times() + span.rowCount);

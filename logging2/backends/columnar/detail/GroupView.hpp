@@ -60,6 +60,9 @@ private:
     std::size_t steps = 0;
 };
 
+/// Whether both show the same rows.
+bool are_same_rows(const GroupView& left, const GroupView& right) noexcept;
+
 /// Copies the times and the values of a column.
 void append_times(const std::vector<RowSpan>& spans, std::vector<double>& times);
 void append_values(const std::vector<RowSpan>& spans, const ColumnPlace& column,

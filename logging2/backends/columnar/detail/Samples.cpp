@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <numeric>
 #include <queue>
 #include <stdexcept>
 #include <utility>
@@ -16,6 +17,34 @@ constexpr std::size_t smallIdCount = std::size_t{1} << 16;
 
 /// Beyond the limit, at least this part of it is freed at a time.
 constexpr std::size_t limitParts = 64;
+
+/// Discards the first step that is later than the time, and all after it. False if there is none.
+bool discard_later(std::vector<RowSpan>& spans, double time) noexcept {
+    for (auto span = spans.begin(); span != spans.end(); ++span) {
+        const double* const end = span->times() + span->rowCount;
+        const double* const later =
+            std::find_if(span->times(), end, [time](double each) { return each > time; });
+        if (later != end) {
+            span->rowCount =
+                static_cast<std::uint32_t>(later - span->times()) & RowSpan::greatestRowCount;
+            spans.erase(span + (span->rowCount > 0 ? 1 : 0), spans.end());
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Discards a last step at the time. False if there is none.
+bool discard_last_at(std::vector<RowSpan>& spans, double time) noexcept {
+    if (spans.empty() || spans.back().times()[spans.back().rowCount - 1] != time) {
+        return false;
+    }
+    spans.back().rowCount = (spans.back().rowCount - 1U) & RowSpan::greatestRowCount;
+    if (spans.back().rowCount == 0) {
+        spans.pop_back();
+    }
+    return true;
+}
 
 std::size_t whole_units(std::size_t byteCount) {
     return byteCount / Arena::unit * Arena::unit;
@@ -94,7 +123,7 @@ std::size_t Samples::withinLimit(std::size_t least, std::size_t wanted) {
     least = whole_units(least + Arena::unit - 1);
     wanted = std::max(least, whole_units(std::min(wanted, limits.byteLimit / limitParts)));
     if (limits.beyondLimit == BeyondLimit::discardOldest &&
-        heldByteCount + wanted > limits.byteLimit) {
+        heldByteCount + wanted > limits.byteLimit && leastByteCount() + least <= limits.byteLimit) {
         discardOldest(wanted);
     }
     if (heldByteCount + least > limits.byteLimit) {
@@ -102,6 +131,13 @@ std::size_t Samples::withinLimit(std::size_t least, std::size_t wanted) {
                                 std::to_string(limits.byteLimit) + " bytes");
     }
     return std::min(wanted, whole_units(limits.byteLimit - heldByteCount));
+}
+
+/// How many bytes are held when all steps are discarded that may be.
+std::size_t Samples::leastByteCount() const noexcept {
+    return std::accumulate(
+        groups.begin(), groups.end(), std::size_t{0},
+        [](std::size_t sum, const GroupSteps& group) { return sum + group.leastByteCount(); });
 }
 
 /// Makes room for so many bytes, as far as there are closed spans.
@@ -124,18 +160,34 @@ void Samples::discardOldest(std::size_t byteCount) {
     }
 }
 
-/// Leaves the span to the watches that ask for a part of it.
 void Samples::discardOldestSpan(GroupSteps& group) {
     const RowSpan& span = group.oldestSpan();
+    if (!isFinal) {
+        leaveToWatches(group, span);
+    }
+    revision += span.piece->shownRowCount > span.firstRow ? 1 : 0;
+    group.discardOldestSpan();
+}
+
+/// Leaves the span to the watches that ask for a part of it. Throws std::bad_alloc and leaves it to
+/// none then.
+void Samples::leaveToWatches(const GroupSteps& group, const RowSpan& span) {
+    const std::size_t position = positionOf(group);
+    std::vector<std::shared_ptr<Watch>> keepers; // have room for the span
     for (const std::weak_ptr<Watch>& each : watches) {
         const std::shared_ptr<Watch> watch = each.lock();
         if (watch && watch->interval &&
             !spans_between({span}, watch->interval->from, watch->interval->to).empty()) {
-            watch->kept[static_cast<std::size_t>(&group - groups.data())].push_back(span);
+            std::vector<RowSpan>& kept = watch->kept[position];
+            if (kept.size() == kept.capacity()) {
+                kept.reserve(2 * kept.size() + 1);
+            }
+            keepers.push_back(watch);
         }
     }
-    revision += span.piece->shownRowCount > span.firstRow ? 1 : 0;
-    group.discardOldestSpan();
+    for (const std::shared_ptr<Watch>& watch : keepers) {
+        watch->kept.find(position)->second.push_back(span);
+    }
 }
 
 void Samples::regress(GroupSteps& group, double time) {
@@ -144,6 +196,7 @@ void Samples::regress(GroupSteps& group, double time) {
         const Lock lock(mutex);
         if (group.spare || group.hasRoomAfter(cut)) {
             discard(group, cut);
+            trimKept(group, time, true);
             return;
         }
     }
@@ -152,6 +205,25 @@ void Samples::regress(GroupSteps& group, double time) {
     const Lock lock(mutex);
     change(group, [&] { group.spare = std::move(piece); });
     discard(group, group.cutAtRegression(time));
+    trimKept(group, time, true);
+}
+
+/// Also discards the group's undone steps that only watches keep, if no other step is left.
+void Samples::trimKept(const GroupSteps& group, double time, bool alsoAtTime) noexcept {
+    if (!group.isEmpty() || isFinal) {
+        return;
+    }
+    bool isTrimmed = false;
+    for (const std::weak_ptr<Watch>& each : watches) {
+        if (const std::shared_ptr<Watch> watch = each.lock()) {
+            const auto kept = watch->kept.find(positionOf(group));
+            if (kept != watch->kept.end()) {
+                isTrimmed = discard_later(kept->second, time) || isTrimmed;
+                isTrimmed = (alsoAtTime && discard_last_at(kept->second, time)) || isTrimmed;
+            }
+        }
+    }
+    revision += isTrimmed ? 1 : 0;
 }
 
 void Samples::discard(GroupSteps& group, const GroupSteps::Cut& cut) {
@@ -162,9 +234,13 @@ void Samples::discard(GroupSteps& group, const GroupSteps::Cut& cut) {
 
 void Samples::rollback(std::size_t groupId, double time) {
     GroupSteps& group = groupOf(groupId);
-    if (const auto cut = group.cutAfter(time)) {
+    const auto cut = group.cutAfter(time);
+    if (cut || group.isEmpty()) {
         const Lock lock(mutex);
-        discard(group, *cut);
+        if (cut) {
+            discard(group, *cut);
+        }
+        trimKept(group, time, false);
     }
 }
 

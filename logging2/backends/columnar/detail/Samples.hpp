@@ -68,11 +68,16 @@ private:
         return group != nullptr ? *group : groupOfLargeId(id);
     }
 
+    std::size_t positionOf(const GroupSteps& group) const noexcept {
+        return static_cast<std::size_t>(&group - groups.data());
+    }
+
     GroupSteps& groupOfLargeId(std::size_t id) const;
     [[noreturn]] static void refuseLength(const GroupSteps& group, std::size_t n);
     void makeRoom(GroupSteps& group);
     Piece::Owner makePiece(const GroupSteps& group);
     std::size_t withinLimit(std::size_t least, std::size_t wanted);
+    std::size_t leastByteCount() const noexcept;
     void discardOldest(std::size_t byteCount);
     void regress(GroupSteps& group, double time);
 
@@ -80,7 +85,9 @@ private:
     template <class Change>
     void change(GroupSteps& group, Change change);
     void discard(GroupSteps& group, const GroupSteps::Cut& cut);
+    void trimKept(const GroupSteps& group, double time, bool alsoAtTime) noexcept;
     void discardOldestSpan(GroupSteps& group);
+    void leaveToWatches(const GroupSteps& group, const RowSpan& span);
     std::vector<std::shared_ptr<const GroupView>> showAll();
     RunContent contentFor(const Watch& watch);
     void leaveContent(Watch& watch);

@@ -4,31 +4,12 @@
 #include <logging2/backends/recording/detail/OutlineBuilder.hpp>
 #include <logging2/backends/recording/detail/OverviewBuilder.hpp>
 #include <logging2/backends/recording/detail/TimeSearch.hpp>
+#include <logging2/runs/detail/check_buckets.hpp>
 
-#include <cmath>
 #include <stdexcept>
 #include <utility>
 
 namespace logging2::core::detail {
-namespace {
-
-void check_range(double from, double to, std::size_t bucketCount) {
-    if (bucketCount == 0 || !std::isfinite(from) || !std::isfinite(to) || from > to) {
-        throw std::invalid_argument("an overview needs a finite range of time that does not end "
-                                    "before it begins, and at least one bucket");
-    }
-}
-
-/// The numbers of an overview are in vectors.
-void check_bucket_count(std::size_t bucketCount, std::size_t width) {
-    const std::size_t greatest = std::vector<double>().max_size() / std::max(width, std::size_t{1});
-    if (bucketCount > greatest) {
-        throw std::invalid_argument("an overview has at most " + std::to_string(greatest) +
-                                    " buckets");
-    }
-}
-
-} // namespace
 
 RecordingRun::RecordingRun(const std::string& directory, SampleAccess access)
     : location(directory),
@@ -196,9 +177,8 @@ Series RecordingRun::series(const lang::core::ValuePath& path, double from, doub
 
 Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, double to,
                                 std::size_t bucketCount) const {
-    check_range(from, to, bucketCount);
     const Place place = placeOf(path);
-    check_bucket_count(bucketCount, place.width);
+    check_buckets(from, to, bucketCount, place.width);
     OverviewBuilder builder(from, to, bucketCount, place.width);
     for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
         const std::shared_ptr<OpenChunk> chunk = chunks.open(*span.chunk);
@@ -209,9 +189,8 @@ Overview RecordingRun::overview(const lang::core::ValuePath& path, double from, 
 
 Outline RecordingRun::outline(const lang::core::ValuePath& path, std::size_t element, double from,
                               double to, std::size_t bucketCount) const {
-    check_range(from, to, bucketCount);
     const Place place = placeOf(path);
-    check_bucket_count(bucketCount, 1);
+    check_buckets(from, to, bucketCount, 1);
     if (element >= place.width) {
         throw std::out_of_range(location + ": \"" + path.text() + "\" has no element " +
                                 std::to_string(element));

@@ -76,6 +76,80 @@ TEST(ArenaTest, endOfAChunkBecomesASmallerBlock) {
     Arena::giveBack(second);
 }
 
+/// Takes so many blocks of this size.
+std::vector<Block> takeEach(Arena& arena, std::size_t count, std::size_t byteCount) {
+    std::vector<Block> blocks;
+    for (std::size_t i = 0; i < count; ++i) {
+        blocks.push_back(arena.take(byteCount, byteCount));
+    }
+    return blocks;
+}
+
+TEST(ArenaTest, chunkHoldsAWholeNumberOfLargeBlocks) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 6 * mebibyte);
+    const std::vector<Block> blocks = takeEach(*arena, 3, 3 * mebibyte / 2);
+    EXPECT_EQ(blocks[1].first, blocks[0].first + 3 * mebibyte / 2);
+    EXPECT_EQ(blocks[2].first, blocks[1].first + 3 * mebibyte / 2);
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, chunksForSmallBlocksAreWholeLargePages) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    std::vector<Block> blocks;
+    for (int i = 0; i < 3; ++i) {
+        blocks.push_back(arena->take(kibibyte, 3 * mebibyte / 2));
+    }
+    EXPECT_EQ(blocks[2].first, blocks[0].first + 3 * mebibyte);
+    EXPECT_EQ(blocks[2].byteCount, mebibyte); // the end of the chunk
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, chunkOfLargePagesIsLongEnoughForLargeBlocks) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    // Chunks of 4 MiB would have a rest of 2.3 %.
+    constexpr std::size_t byteCount = 102432;
+    const std::vector<Block> blocks = takeEach(*arena, 61, byteCount);
+    EXPECT_EQ(blocks[60].first, blocks[0].first + 60 * byteCount);
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, smallerFreeBlockIsUsedBeforeANewChunk) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    std::vector<Block> blocks = takeEach(*arena, 4, mebibyte);
+    Arena::giveBack(blocks[1]);
+    const std::byte* const expected = blocks[1].first;
+    blocks[1] = arena->take(100 * kibibyte, 2 * mebibyte);
+    EXPECT_EQ(blocks[1].first, expected);
+    EXPECT_EQ(blocks[1].byteCount, mebibyte);
+    Arena::giveBack(former);
+    std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, freeBlocksThatLieSideBySideAreMerged) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    const std::vector<Block> blocks = takeEach(*arena, 8, mebibyte); // in two chunks
+    for (const std::size_t each : {0U, 1U, 2U, 4U, 5U, 6U}) {
+        Arena::giveBack(blocks[each]);
+    }
+    const std::vector<Block> merged = takeEach(*arena, 2, 3 * mebibyte);
+    EXPECT_EQ(std::min(merged[0].first, merged[1].first),
+              std::min(blocks[0].first, blocks[4].first));
+    EXPECT_EQ(std::max(merged[0].first, merged[1].first),
+              std::max(blocks[0].first, blocks[4].first));
+    std::for_each(merged.begin(), merged.end(), Arena::giveBack);
+    for (const Block& each : {former, blocks[3], blocks[7]}) {
+        Arena::giveBack(each);
+    }
+}
+
 TEST(ArenaTest, freeChunkIsUsedFromItsBeginning) {
     const Arena::Owner arena = Arena::make();
     const Block first = arena->take(1, 10 * kibibyte);
