@@ -59,10 +59,14 @@ std::string step_text(const Place& place) {
 
 std::vector<std::string> cells_of(const SignalComparison& signal) {
     const ElementComparison& worst = signal.comparison.worst;
-    return {name_of(signal),           short_number_text(worst.first->time),
-            step_text(*worst.first),   short_number_text(worst.largest),
-            short_number_text(worst.at), short_number_text(worst.allowed),
-            percent_text(worst.share), notes_of(signal)};
+    return {name_of(signal),
+            short_number_text(worst.first->time),
+            step_text(*worst.first),
+            short_number_text(worst.largest),
+            short_number_text(worst.at),
+            short_number_text(worst.allowed),
+            percent_text(worst.share),
+            notes_of(signal)};
 }
 
 std::vector<std::string> cells_of(const std::string& path, const std::string& note) {

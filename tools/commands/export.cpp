@@ -26,11 +26,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* footer = "\nThe suffix of FILE tells the format: .csv, .h5 or .hdf5, .npz, "
-                               ".recording. If csv writes several\n"
-                               "groups without --merge, each gets a file of its own, such as "
-                               "FILE-0.csv. Without -o, csv goes to\n"
-                               "the standard output. --compress does not go with csv.";
+constexpr const char* formatFooter =
+    "\nThe suffix of FILE tells the format: .csv, .h5 or .hdf5, .npz, "
+    ".recording. If csv writes several\n"
+    "groups without --merge, each gets a file of its own, such as "
+    "FILE-0.csv. Without -o, csv goes to\n"
+    "the standard output. --compress does not go with csv.";
 
 struct ExportOptions {
     RunChoice run;
@@ -266,7 +267,7 @@ void add_export(CLI::App& app, Action& action) {
     add_time_options(*command, options->range, "--until");
     add_output_options(*command, *options);
     command->add_flag("--json", options->json, "Print what was written as JSON");
-    command->footer(footer);
+    command->footer(formatFooter);
     command->callback([options, &action] {
         action = [options](const Terminal& terminal) { return export_run(*options, terminal); };
     });
