@@ -6,7 +6,9 @@ namespace logging2::core {
 
 /// What a columnar writer does when its samples would take more memory than they may.
 enum class BeyondLimit {
-    /// `write` throws std::length_error and stores nothing.
+    /// `write` throws std::length_error and stores nothing. That may happen to a step that goes
+    /// back
+    /// in time, too, if readers could see what it replaces; `rollback` frees the memory first.
     refuse,
     /// The oldest steps of all groups are discarded. At least the newest piece of each group stays.
     discardOldest
@@ -16,8 +18,8 @@ enum class BeyondLimit {
 struct ColumnarOptions {
     /// How many bytes of memory the samples of a writer may take, with room for further ones. 0
     /// means no limit. Samples that only readers still hold do not count, and neither does free
-    /// memory between pieces. With groups of very different widths, that is up to half of the limit
-    /// and 16 MiB.
+    /// memory between pieces. With groups of very different widths, the free memory can reach the
+    /// limit plus 16 MiB.
     std::size_t byteLimit = 0;
 
     /// What happens beyond the limit. The oldest steps are discarded in pieces, at least a 64th of

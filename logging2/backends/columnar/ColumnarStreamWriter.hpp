@@ -31,10 +31,11 @@ class Samples;
 /// Nothing is written to disk and no thread is started. The destructor does not flush. Stores,
 /// readers and runs keep the samples that they show, also after the writer is destroyed.
 ///
-/// Memory: stored values are never moved. They take at most 1.02 times their bytes, plus 4 MiB and
-/// 4 KiB per group. The paths take about 32 bytes each. What a rollback frees is reused for rows of
-/// any size. However, undone rows that a reader could see keep their memory until all rows of their
-/// piece are released.
+/// Memory: stored values are never moved. They take at most 1.02 times their bytes, plus 4 MiB, 4
+/// KiB per group and about 32 bytes per path. Several groups whose rows take more than 1 MB each
+/// and differ in width may need about an eighth more. What a rollback frees is reused for all rows
+/// that fit into it. However, undone rows that a reader could see keep their memory until all rows
+/// of their piece are released.
 ///
 /// Threads: one thread at a time uses the writer. However, `flushIntermediate`, `dataStore`, `run`
 /// and `snapshot` may be called on other threads meanwhile, as may all operations of readers and
@@ -70,9 +71,9 @@ public:
     ///
     /// Costs what it discards while the group's times ascend; otherwise it may examine one piece
     /// more. If it discards steps that readers may see, each later view of the group has one part
-    /// more and takes slightly longer. Throws std::out_of_range if the group is not in the setup.
-    /// Throws std::bad_alloc, and changes nothing then, only if it discards steps that readers may
-    /// see.
+    /// more and takes slightly longer to make. Throws std::out_of_range if the group is not in the
+    /// setup. Throws std::bad_alloc, and changes nothing then, only if it discards steps that
+    /// readers may see.
     void rollback(std::size_t group, double time) override;
 
     /// The samples of the path that were stored by `flush` or by the last `flushIntermediate`.

@@ -23,6 +23,13 @@ inline Doubles doubles(const DoubleView& view) {
     return {view.begin(), view.end()};
 }
 
+/// Attributes of a writer that obeys time regressions.
+inline StreamingAttributes regressing() {
+    StreamingAttributes attributes;
+    attributes.rollbackOnTimeRegression = true;
+    return attributes;
+}
+
 /// A setup of group 0 with one channel of this width, which the path "x" shows. Rows of 500
 /// doubles fill a first piece each.
 inline GroupSetup wideSetup(std::size_t width) {

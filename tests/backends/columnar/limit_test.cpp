@@ -180,12 +180,6 @@ TEST(ColumnarLimitTest, snapshotLosesTheStepsThatAreUndone) {
     EXPECT_EQ(timesOf(*snapshot).size(), 41U);
 }
 
-StreamingAttributes regressing() {
-    StreamingAttributes attributes;
-    attributes.rollbackOnTimeRegression = true;
-    return attributes;
-}
-
 /// A writer that obeys regressions, with 5,000 steps of which a snapshot keeps 100 to 200.
 struct RegressingSubject {
     RegressingSubject() { writeTimes(*writer, countedTimes(5000)); }
@@ -210,6 +204,17 @@ TEST(ColumnarLimitTest, regressionRemovesKeptStepsFromItsTimeOn) {
     EXPECT_THAT(timesOf(*subject.snapshot), IsEmpty());
 }
 
+TEST(ColumnarLimitTest, regressionAfterARollbackOfAllStepsRemovesKeptSteps) {
+    const RegressingSubject subject;
+    subject.writer->rollback(0, 150.0);
+    writeTimes(*subject.writer, {140.0});
+    subject.snapshot->refresh();
+    const Doubles times = timesOf(*subject.snapshot);
+    ASSERT_EQ(times.size(), 41U);
+    EXPECT_EQ(times.front(), 100.0);
+    EXPECT_EQ(times.back(), 140.0);
+}
+
 TEST(ColumnarLimitTest, regressionBehindTheKeptStepsLeavesThem) {
     const RegressingSubject subject;
     writeTimes(*subject.writer, {300.0});
@@ -217,7 +222,7 @@ TEST(ColumnarLimitTest, regressionBehindTheKeptStepsLeavesThem) {
     EXPECT_EQ(timesOf(*subject.snapshot).size(), 101U);
 }
 
-TEST(ColumnarLimitTest, snapshotShowsNoStepOfAfterTheFlush) {
+TEST(ColumnarLimitTest, snapshotShowsNoStepAfterTheFlush) {
     ColumnarStreamWriter writer({}, scalarSetup(),
                                 limited(16 * kibibyte, BeyondLimit::discardOldest));
     const auto snapshot = writer.snapshot(0.0, 1e9);

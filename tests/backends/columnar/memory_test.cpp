@@ -127,8 +127,8 @@ TEST(ColumnarReusedMemoryTest, undoneStepsMakeRoomForOtherGroups) {
     EXPECT_LE(residentByteCount() - before, byteCount / 50 * 51 + 5 * mebibyte);
 }
 
-/// Writes ten times the limit, in phases that use some of the groups each. Returns the most memory
-/// that was taken.
+/// Writes ten times the limit, in phases, each of which uses some of the groups. Returns the most
+/// memory that was taken.
 std::size_t mostTakenBeyond(std::size_t byteLimit, const std::vector<std::size_t>& widths) {
     GroupSetup setup;
     for (std::size_t group = 0; group < widths.size(); ++group) {
@@ -166,7 +166,7 @@ TEST(ColumnarReusedMemoryTest, limitHoldsForGroupsOfManyWidths) {
     EXPECT_LE(mostTakenBeyond(64 * mebibyte, widths), 80 * mebibyte);
 }
 
-TEST(ColumnarReusedMemoryTest, veryDifferentWidthsTakeHalfOfTheLimitMore) {
+TEST(ColumnarReusedMemoryTest, veryDifferentWidthsTakeAtMostAsMuchAgain) {
     const std::vector<std::size_t> widths{1, 10, 100, 1000, 10000, 50000};
     EXPECT_LE(mostTakenBeyond(64 * mebibyte, widths), (96 + 16) * mebibyte);
     EXPECT_LE(mostTakenBeyond(8 * mebibyte, widths), (12 + 16) * mebibyte);

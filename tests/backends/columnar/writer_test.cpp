@@ -11,12 +11,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::ThrowsMessage;
 
-StreamingAttributes regressing() {
-    StreamingAttributes attributes;
-    attributes.rollbackOnTimeRegression = true;
-    return attributes;
-}
-
 TEST(ColumnarStreamWriterTest, columnsAreSampleMajor) {
     ColumnarStreamWriter writer({}, mixedWidthSetup());
     write(writer, 0, 1.0, {10.0, 11.0, 12.0});

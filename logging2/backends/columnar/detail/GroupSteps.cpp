@@ -227,7 +227,7 @@ void GroupSteps::updateGreatestTimes() noexcept {
     double greatest = -std::numeric_limits<double>::infinity();
     for (std::size_t span = 0; span < spans.size(); ++span) {
         if (spans[span].greatestBefore == greatest) {
-            return; // The discarded steps do not count in the further ones.
+            return; // The greatest times of the further spans do not change.
         }
         spans[span].greatestBefore = greatest;
         const bool isOpen = span + 1 == spans.size();

@@ -57,8 +57,12 @@ public:
         openEnd.store(row + 1, std::memory_order_release);
     }
 
-    /// Whether the last time is the same as this one or later. False if there is no step.
+    /// Whether the last time is the same as this one or later. False if there is no step, unless
+    /// goOnAfter() has given a time since.
     bool isRegression(double time) const noexcept { return lastTime >= time; }
+
+    /// Makes a step at this time or before it a regression, although there is no step.
+    void goOnAfter(double time) noexcept { lastTime = time; }
 
     /// The cut before the first step that is strictly later than the time; nothing if there is
     /// none. Costs what the cut discards if times ascend, and otherwise at most one piece more.
@@ -93,7 +97,7 @@ public:
         return byteCount + (spare ? spare->byteCount() : 0);
     }
 
-    /// The same, of the open span's piece and the spare one only.
+    /// The number of bytes of the open span's piece and of the spare one.
     std::size_t leastByteCount() const noexcept {
         return (spans.empty() ? 0 : spans.back().rows.piece->byteCount()) +
                (spare ? spare->byteCount() : 0);

@@ -3,7 +3,9 @@
 #include <logging2/backends/columnar/detail/piece_size.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
+#include <limits>
 #include <numeric>
 #include <queue>
 #include <stdexcept>
@@ -44,6 +46,12 @@ bool discard_last_at(std::vector<RowSpan>& spans, double time) noexcept {
         spans.pop_back();
     }
     return true;
+}
+
+/// The time of the last step; NaN if there is none.
+double last_time(const std::vector<RowSpan>& spans) noexcept {
+    return spans.empty() ? std::numeric_limits<double>::quiet_NaN()
+                         : spans.back().times()[spans.back().rowCount - 1];
 }
 
 std::size_t whole_units(std::size_t byteCount) {
@@ -208,22 +216,26 @@ void Samples::regress(GroupSteps& group, double time) {
     trimKept(group, time, true);
 }
 
-/// Also discards the group's undone steps that only watches keep, if no other step is left.
-void Samples::trimKept(const GroupSteps& group, double time, bool alsoAtTime) noexcept {
+/// Also discards the group's undone steps that only watches keep, if no other step is left. The
+/// last one that they still keep counts for later regressions.
+void Samples::trimKept(GroupSteps& group, double time, bool alsoAtTime) noexcept {
     if (!group.isEmpty() || isFinal) {
         return;
     }
     bool isTrimmed = false;
+    double last = std::numeric_limits<double>::quiet_NaN();
     for (const std::weak_ptr<Watch>& each : watches) {
         if (const std::shared_ptr<Watch> watch = each.lock()) {
             const auto kept = watch->kept.find(positionOf(group));
             if (kept != watch->kept.end()) {
                 isTrimmed = discard_later(kept->second, time) || isTrimmed;
                 isTrimmed = (alsoAtTime && discard_last_at(kept->second, time)) || isTrimmed;
+                last = std::fmax(last, last_time(kept->second)); // ignores NaN
             }
         }
     }
     revision += isTrimmed ? 1 : 0;
+    group.goOnAfter(last);
 }
 
 void Samples::discard(GroupSteps& group, const GroupSteps::Cut& cut) {

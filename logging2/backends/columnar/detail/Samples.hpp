@@ -85,7 +85,7 @@ private:
     template <class Change>
     void change(GroupSteps& group, Change change);
     void discard(GroupSteps& group, const GroupSteps::Cut& cut);
-    void trimKept(const GroupSteps& group, double time, bool alsoAtTime) noexcept;
+    void trimKept(GroupSteps& group, double time, bool alsoAtTime) noexcept;
     void discardOldestSpan(GroupSteps& group);
     void leaveToWatches(const GroupSteps& group, const RowSpan& span);
     std::vector<std::shared_ptr<const GroupView>> showAll();
