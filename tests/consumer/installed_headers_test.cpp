@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include <filesystem>
 #include <set>
 #include <string>
@@ -20,20 +22,17 @@ const std::string tree = LOGGING2_SOURCE_DIR;
 const std::string installed = LOGGING2_INSTALLED_HEADERS;
 const std::string services = "logging2/registry/";
 
-bool starts_with(const std::string& text, const std::string& start) {
-    return text.rfind(start, 0) == 0;
-}
-
-bool is_internal(const std::string& header) {
-    return header.find("/detail/") != std::string::npos || starts_with(header, "logging2/columns/");
+bool is_not_for_users(const std::string& header) {
+    return header.find("/detail/") != std::string::npos ||
+           boost::starts_with(header, "logging2/columns/");
 }
 
 /// The header's path below the folder of our headers; empty for other headers.
 std::string own_name(const std::string& header) {
-    if (LOGGING2_OWN_REGISTRY != 0 && starts_with(header, "cppmicroservices/")) {
+    if (LOGGING2_OWN_REGISTRY != 0 && boost::starts_with(header, "cppmicroservices/")) {
         return services + header;
     }
-    return starts_with(header, "logging2/") ? header : "";
+    return boost::starts_with(header, "logging2/") ? header : "";
 }
 
 Names headers_below(const std::string& root) {
@@ -51,8 +50,8 @@ Names headers_below(const std::string& root) {
 Names public_headers_of_the_tree() {
     Names result;
     for (const std::string& header : headers_below(tree)) {
-        if (!is_internal(header) &&
-            (LOGGING2_OWN_REGISTRY != 0 || !starts_with(header, services))) {
+        if (!is_not_for_users(header) &&
+            (LOGGING2_OWN_REGISTRY != 0 || !boost::starts_with(header, services))) {
             result.insert(header);
         }
     }
@@ -88,7 +87,7 @@ TEST(InstalledHeadersTest, areAllIncludedByTheHeaderOfTheirLibrary) {
          "logging2/backends/recording/recording.hpp"},
         installed);
     for (const std::string& header : headers_below(installed)) {
-        if (starts_with(header, "logging2/") && !starts_with(header, services) &&
+        if (boost::starts_with(header, "logging2/") && !boost::starts_with(header, services) &&
             reached.count(header) == 0) {
             left.insert(header);
         }
