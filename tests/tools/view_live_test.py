@@ -152,6 +152,36 @@ class ViewLiveTest(BrowserTest):
         writer.stdin.write("write 0 200 5\nshow\n")
         self.wait_for([0, 200], self.interval)
 
+    def test_cursor_reads_runs_that_are_left(self):
+        self.expected_errors = ("status of 404", "status of 410")
+        self.overlay([(step, 7) for step in range(101)])
+        first = next(run for run in json.loads(self.run_command("list", self.directory, "--json").stdout)["runs"]
+                     if run["name"] == "first")
+        shutil.rmtree(first["location"])
+        self.wait(lambda: self.all(".note.error"))
+        self.press("a")
+        for time_ in 51, 52:
+            self.press(".")
+            self.wait_for(f"A {time_}", lambda: self.text("#cursor-times").split(" ·")[0])
+        self.wait(lambda: "7" in self.value_texts())
+
+    def value_texts(self):
+        return self.browser.execute_script(
+            "return [...document.querySelectorAll('.legend .value')].map((cell) => cell.title)")
+
+    def test_page_tells_how_far_it_is_behind(self):
+        writer, run = self.recorder(START)
+        self.open(run, "x")
+        self.wait(lambda: "last written" in self.text("#live"))
+        self.assertNotIn("behind", self.text("#live"))
+        self.servers[0].send_signal(signal.SIGSTOP)
+        self.addCleanup(self.servers[0].send_signal, signal.SIGCONT)
+        self.wait(lambda: re.search(r"s ago, [4-9] s behind", self.text("#live")))
+        self.assertIn("late", self.one("#live").get_attribute("class"))
+        self.servers[0].send_signal(signal.SIGCONT)
+        self.wait(lambda: "behind" not in self.text("#live"))
+        writer.stdin.write("end\n")
+
     def overlay(self, second, *options):
         """Opens two ramps, the second of which is written by the function, and plots both."""
         self.record("name first\ngroup 0 x:1\nbegin\n" + "".join(

@@ -50,6 +50,16 @@ class ViewPageTest(BrowserTest):
         self.one("#filter").send_keys("9]", Keys.ENTER)
         self.wait_for({"w[999]": ["2"]}, self.legend)
 
+    def test_branches_close_while_the_filter_asks_for_elements(self):
+        self.open(self.record("group 0 w:50 p.x:1\nbegin\nramp 0 51 3 0\nend\n"))
+        self.row("w")
+        self.one("#filter").send_keys("w[")
+        self.wait(lambda: len(self.all(".tree-row")) == 51)
+        self.one(".tree-row .arrow").click()
+        self.wait(lambda: len(self.all(".tree-row")) == 1)
+        self.one(".tree-row .arrow").click()
+        self.wait(lambda: len(self.all(".tree-row")) == 51)
+
     def test_aggregate_shows_the_spike_of_one_step(self):
         self.open(self.record(WAVE), "plant.wave")
         self.assertRegex(self.text("#detail"), r"Aggregate: .* of \d\d steps\.")
@@ -184,6 +194,15 @@ class ViewPageTest(BrowserTest):
             self.press(key)
             self.wait_for(time, times)
         self.wait(lambda: self.legend()["x"][0] == "6")
+
+    def test_keys_pass_infinite_times(self):
+        self.open(self.record("group 0 x:1\nbegin\nwrite 0 0 5\nwrite 0 inf 6\nwrite 0 1 7\nwrite 0 -inf 8\n"
+                              "write 0 2 9\nend\n"), "x")
+        self.show(-1, 3)
+        self.press("a")
+        for key, time in (".", "A 2"), (",", "A 1"), (",", "A 0"), (".", "A 1"), (".", "A 2"):
+            self.press(key)
+            self.wait_for(time, lambda: self.text("#cursor-times").split(" ·")[0])
 
     def test_times_are_labelled_at_their_places(self):
         self.open(self.record(WAVE), "plant.wave")

@@ -3,10 +3,12 @@ import http.server
 import io
 import math
 import re
+import shutil
 import threading
 import xml.etree.ElementTree
 
 from browser import BrowserTest
+from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
 RAMP = "name ramp\ngroup 0 a.x:1 a.y:1\nbegin\n" + "".join(
@@ -165,6 +167,65 @@ class ViewUseTest(BrowserTest):
         self.wait_for("These are too many signals for one file.", lambda: self.text("#banner"))
         self.press("a")
         self.wait(lambda: not self.one("#banner").is_displayed())
+
+    def test_refusal_of_a_download_says_why(self):
+        self.expected_errors = ("status of 400",)
+        names = [f"s{number}" for number in range(251)]
+        many = self.record("name many\ngroup 0 " + " ".join(f"{name}:1" for name in names) +
+                           "\nbegin\nwrite 0 0 " + "1 " * 251 + "\nend\n")
+        self.open(many, "s0")
+        self.show_plots(names)
+        self.refused_csv("These are too many signals for one file.")
+        address = re.sub(r"(run=[^&@]*)", r"\1@-1.7e308", self.browser.current_url)
+        self.browser.get("about:blank")
+        self.browser.get(re.sub(r"&plot=[^&]*", "&plot=s0", address) + "&from=0&to=1e308")
+        self.wait_for(["s0"], lambda: list(self.legend()))
+        self.refused_csv('The parameter "to" is not a finite number.')
+
+    def refused_csv(self, message):
+        self.press("s")
+        self.wait(lambda: self.one("#save-dialog").is_displayed())
+        self.one("#save-csv").click()
+        self.wait_for(message, lambda: self.text("#banner"))
+
+    def test_runs_behind_one_that_is_gone_are_saved(self):
+        self.expected_errors = ("status of 404", "status of 410")
+        self.record("name kept\ngroup 0 x:1\nbegin\nwrite 0 0 42\nend\n")
+        gone = self.record("name gone\ngroup 0 x:1\nbegin\nwrite 0 0 1\nend\n")
+        self.show_two_runs("gone", "kept")
+        shutil.rmtree(gone)
+        self.wait(lambda: self.all(".note.error"))
+        self.assertEqual(self.saved("#save-csv", "csv").read_text(), "time,x\n0,42\n")
+        self.wait(lambda: self.text("#banner").startswith("The run is gone"))
+
+    def show_two_runs(self, first, second):
+        """Plots x of two runs in the directory."""
+        self.open(self.directory)
+        names = [run.text.splitlines()[0] for run in self.all(".run")]
+        self.all(".run-open")[names.index(first)].click()
+        self.plot("x")
+        self.all(".run input[type=checkbox]")[names.index(second)].click()
+        self.wait_until_drawn()
+
+    def test_double_click_that_begins_on_a_dialog_moves_no_cursor(self):
+        self.open(self.ramp, "a.x")
+        self.press("a")
+        self.double_click_on_dialog()
+        ActionChains(self.browser).move_to_element_with_offset(self.graph(), self.at(200), 0).click().perform()
+        self.wait(lambda: not self.text("#cursor-times").startswith("A 500 "))
+        self.press(".")
+        self.wait(lambda: re.match(r"A \d+ ·", self.text("#cursor-times")))
+        self.double_click_on_dialog()
+
+    def double_click_on_dialog(self):
+        """The first press closes the dialog, so that the second one falls on the plot."""
+        before = self.text("#cursor-times").split(" ·")[0]
+        self.show(100, 900)
+        self.press("s")
+        self.wait(lambda: self.one("#save-dialog").is_displayed())
+        ActionChains(self.browser).double_click(self.one("#save-svg")).perform()
+        self.wait_for([0, 1000], self.interval)
+        self.assertEqual(self.text("#cursor-times").split(" ·")[0], before)
 
     def show_plots(self, names):
         """Shows these signals in one plot."""

@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::chrono::milliseconds runInterval{100};
 constexpr int looksPerListLook = 10;
+constexpr std::chrono::seconds lookEventInterval{1};
 constexpr std::size_t greatestSubscriptionCount = 128;
 
 std::string event_text(const std::string& name, const Json& data) {
@@ -18,8 +19,10 @@ std::string event_text(const std::string& name, const Json& data) {
 }
 
 /// The run as it is now; with the error if it cannot be read any more.
-Json progress_of(const std::string& id, const std::shared_ptr<RunPool>& pool) {
+Json progress_of(const RunCatalog& catalog, const std::string& id,
+                 const std::shared_ptr<RunPool>& pool) {
     try {
+        catalog.checkPlace(pool->location());
         return run_progress(id, *RunPool::lease(pool), pool->location());
     } catch (const std::exception& error) {
         return {{"id", id}, {"error", error.what()}};
@@ -41,7 +44,8 @@ std::string facts_without_lag(Json progress) {
 LiveFeed::Subscription::Subscription(LiveFeed& ownerFeed, std::vector<std::string> runIds)
     : feed(ownerFeed),
       ids(std::move(runIds)),
-      seenList(feed.listVersion) {}
+      seenList(feed.listVersion),
+      seenLook(feed.lastLook) {}
 
 LiveFeed::Subscription::~Subscription() {
     const std::lock_guard<std::mutex> lock(feed.mutex);
@@ -74,6 +78,10 @@ std::string LiveFeed::Subscription::collected() {
     }
     if (feed.listVersion != std::exchange(seenList, feed.listVersion)) {
         events += event_text("runs", Json::object());
+    }
+    if (feed.lastLook - seenLook >= lookEventInterval) {
+        seenLook = feed.lastLook;
+        events += event_text("look", Json::object());
     }
     return events;
 }
@@ -117,10 +125,12 @@ void LiveFeed::watch() {
     std::unique_lock<std::mutex> lock(mutex);
     for (int look = 0; !isEnding; ++look) {
         if (subscriptionCount > 0) {
+            const Clock::time_point start = Clock::now();
             lookAtRuns(lock);
             if (look % looksPerListLook == 0) {
                 lookAtList(lock);
             }
+            lastLook = start;
         }
         hasChanged.wait_for(lock, runInterval, [this] { return isEnding; });
     }
@@ -135,7 +145,7 @@ void LiveFeed::lookAtRuns(std::unique_lock<std::mutex>& lock) {
     }
     for (const auto& [id, pool] : growing) {
         lock.unlock();
-        const Json progress = progress_of(id, pool);
+        const Json progress = progress_of(catalog, id, pool);
         lock.lock();
         tell(id, progress);
     }

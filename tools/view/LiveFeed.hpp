@@ -18,6 +18,8 @@ namespace logging2::tools::view {
 /// Tells clients what has changed. One thread looks at the runs for all of them, ten times a
 /// second, and only at those that somebody watches and that have not ended.
 class LiveFeed {
+    using Clock = std::chrono::steady_clock;
+
 public:
     /// What one client watches.
     class Subscription {
@@ -40,6 +42,7 @@ public:
         std::vector<std::string> ids;
         std::map<std::string, std::uint64_t> seen; ///< versions of the runs
         std::uint64_t seenList;
+        Clock::time_point seenLook; ///< the last one that was told
     };
 
     /// The catalog must outlive the object.
@@ -76,6 +79,7 @@ private:
     std::map<std::string, Watched> runs;
     std::size_t subscriptionCount = 0;
     std::uint64_t listVersion = 1;
+    Clock::time_point lastLook = Clock::now(); ///< when the last one began
     std::string fingerprint;
     bool isEnding = false;
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 namespace logging2::tools::view {
 namespace {
@@ -73,6 +74,14 @@ bool is_final(const Json& facts) {
     return facts.value("state", "running") != "running";
 }
 
+bool is_damaged(const Json& facts) {
+    return facts.contains("error");
+}
+
+HttpError run_is_gone() {
+    return {status::gone, "The run is gone: its recording was removed or renamed."};
+}
+
 } // namespace
 
 RunCatalog::RunCatalog(std::string location)
@@ -122,7 +131,7 @@ Json RunCatalog::factsOf(const std::string& location) {
 }
 
 /// Looks for the runs. If two have the same id, because one is a copy, the id of the second one
-/// gets a number.
+/// gets a number. A run that cannot be opened any more keeps its id.
 void RunCatalog::updateIds() {
     const std::vector<std::string> present = locations();
     for (auto entry = known.begin(); entry != known.end();) {
@@ -132,7 +141,7 @@ void RunCatalog::updateIds() {
     for (const auto& [id, location] : locationsById) {
         formerIds.insert(id);
     }
-    locationsById.clear();
+    const std::map<std::string, std::string> former = std::exchange(locationsById, {});
     for (const std::string& location : present) {
         const std::string id = factsOf(location).value("id", "");
         std::string unique = id;
@@ -144,6 +153,16 @@ void RunCatalog::updateIds() {
             known[location].facts["id"] = unique;
         }
     }
+    keepIdsOfDamaged(former);
+}
+
+void RunCatalog::keepIdsOfDamaged(const std::map<std::string, std::string>& former) {
+    for (const auto& [id, location] : former) {
+        const auto run = known.find(location);
+        if (run != known.end() && is_damaged(run->second.facts)) {
+            locationsById.emplace(id, location);
+        }
+    }
 }
 
 std::string RunCatalog::locationOf(const std::string& id) {
@@ -153,12 +172,23 @@ std::string RunCatalog::locationOf(const std::string& id) {
     }
     const auto found = locationsById.find(id);
     if (found == locationsById.end() && formerIds.count(id) != 0) {
-        throw HttpError(status::gone, "The run is gone: its recording was removed or renamed.");
+        throw run_is_gone();
     }
     if (found == locationsById.end()) {
         throw HttpError(status::notFound, "There is no run with this id.");
     }
+    checkPlace(found->second);
+    if (is_damaged(known.at(found->second).facts)) {
+        RunPool::opened(found->second); // throws the reason
+    }
     return found->second;
+}
+
+void RunCatalog::checkPlace(const std::string& location) const {
+    std::error_code ignored;
+    if (!isSingle && !is_inside(fs::directory_entry(location, ignored), root)) {
+        throw run_is_gone();
+    }
 }
 
 RunPool::Lease RunCatalog::run(const std::string& id) {
@@ -196,8 +226,8 @@ std::string RunCatalog::fingerprint() {
     return result;
 }
 
-/// The state of a run that the list has shown, empty while it is running. Others do not wait while
-/// the recording is opened.
+/// The state of a run that the list has shown; an empty text while it is running. Others do not
+/// wait while the recording is opened.
 std::string RunCatalog::endState(const std::string& location) {
     Json facts;
     {

@@ -33,11 +33,14 @@ public:
     std::unique_ptr<core::Run> ownRun(const std::string& id);
 
     /// The location of the run with this id. Throws HttpError with status 404 if there is none,
-    /// and 410 if there was one.
+    /// and 410 if there was one, and core::RecordingError if the list has shown it as damaged.
     std::string locationOf(const std::string& id);
 
-    /// Changes whenever a run is added or removed, and when one ends, even if its writer was
-    /// killed.
+    /// Throws HttpError with status 410 if the location has become a link out of the directory.
+    void checkPlace(const std::string& location) const;
+
+    /// Changes whenever a run is added or removed, and when one that list() has shown ends, even if
+    /// its writer was killed.
     std::string fingerprint();
 
 private:
@@ -50,6 +53,7 @@ private:
     std::vector<std::string> locations() const;
     Json factsOf(const std::string& location);
     void updateIds();
+    void keepIdsOfDamaged(const std::map<std::string, std::string>& former);
     std::shared_ptr<RunPool> poolOf(const std::string& location);
     std::string endState(const std::string& location);
 

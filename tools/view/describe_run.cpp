@@ -15,8 +15,12 @@ namespace {
 
 Json json_of(const core::Run& run, const std::vector<core::GroupInfo>& groups) {
     Json result = Json::array();
+    const std::vector<core::SignalInfo> signals = run.signals();
+    const std::map<std::size_t, const core::SignalInfo*> narrowest = narrowest_signals(signals);
     for (const core::GroupInfo& group : groups) {
-        const std::optional<TimeExtent> extent = time_extent(run, group);
+        const auto signal = narrowest.find(group.id);
+        const std::optional<TimeExtent> extent =
+            time_extent(run, group, signal == narrowest.end() ? nullptr : signal->second);
         result.push_back({{"id", group.id},
                           {"steps", group.stepCount},
                           {"firstTime", json_or_null(group.firstTime)},

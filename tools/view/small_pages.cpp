@@ -44,7 +44,7 @@ Reply error_reply(const HttpError& error, const std::string& target) {
             -1, ' ', false, Json::error_handler_t::replace);
     } else {
         reply.contentType = "text/html; charset=utf-8";
-        reply.body = page("", escaped(error.what()) + " <a href=\"\">Try again</a>");
+        reply.body = page("", escaped(error.what()) + " Reload the page to try again.");
     }
     return reply;
 }

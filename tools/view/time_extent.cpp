@@ -46,9 +46,7 @@ double greatest_with(const Condition& holds, double guess) {
     return double_of(low);
 }
 
-} // namespace
-
-std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInfo& group) {
+std::optional<TimeExtent> found_extent(const core::Run& run, const core::GroupInfo& group) {
     const auto hasSteps = [&run, &group](double from, double to) {
         return run.steps(group.id, from, to).count > 0;
     };
@@ -61,6 +59,35 @@ std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInf
     const auto isFrom = [&hasSteps](double time) { return hasSteps(-greatestNumber, -time); };
     const auto isUpTo = [&hasSteps](double time) { return hasSteps(time, greatestNumber); };
     return TimeExtent{-greatest_with(isFrom, -first), greatest_with(isUpTo, last)};
+}
+
+} // namespace
+
+std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInfo& group,
+                                      const core::SignalInfo* signalOfGroup) {
+    if (signalOfGroup == nullptr) {
+        return found_extent(run, group);
+    }
+    const core::SignalSummary summary = run.summary(signalOfGroup->path);
+    if (!summary.leastTime || !summary.greatestTime) {
+        return std::nullopt;
+    }
+    if (std::isfinite(*summary.leastTime) && std::isfinite(*summary.greatestTime)) {
+        return TimeExtent{*summary.leastTime, *summary.greatestTime};
+    }
+    return found_extent(run, group);
+}
+
+std::map<std::size_t, const core::SignalInfo*>
+narrowest_signals(const std::vector<core::SignalInfo>& signals) {
+    std::map<std::size_t, const core::SignalInfo*> result;
+    for (const core::SignalInfo& signal : signals) {
+        const core::SignalInfo*& narrowest = result[signal.group];
+        if (narrowest == nullptr || signal.width < narrowest->width) {
+            narrowest = &signal;
+        }
+    }
+    return result;
 }
 
 } // namespace logging2::tools::view

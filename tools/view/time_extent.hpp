@@ -2,6 +2,7 @@
 
 #include <logging2/runs/runs.hpp>
 
+#include <map>
 #include <optional>
 
 namespace logging2::tools::view {
@@ -12,8 +13,14 @@ struct TimeExtent {
     double greatest;
 };
 
-/// That of all finite times of a group; empty if there are none. Reads few steps, also if the times
-/// do not ascend.
-std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInfo& group);
+/// That of all finite times of a group; empty if there are none. If the group has a signal and no
+/// infinite times, it costs as much as a summary, and reads no steps. Otherwise it searches, which
+/// takes time in proportion to how often the times go back.
+std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInfo& group,
+                                      const core::SignalInfo* signalOfGroup);
+
+/// By the id of the group, the signal whose summary is the cheapest. The signals must outlive it.
+std::map<std::size_t, const core::SignalInfo*>
+narrowest_signals(const std::vector<core::SignalInfo>& signals);
 
 } // namespace logging2::tools::view

@@ -14,7 +14,7 @@ namespace {
 /// Steps are sent themselves if there are fewer than so many per pixel.
 constexpr std::size_t stepsPerPixel = 4;
 
-/// Among so many steps a neighbour is looked for; the others have no time.
+/// A neighbour is looked for among so many steps, because some may have no time.
 constexpr std::size_t greatestNeighbourCount = 16;
 
 // An answer has at most 200 kB.

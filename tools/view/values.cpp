@@ -4,9 +4,12 @@
 #include <tools/view/signals.hpp>
 
 #include <cmath>
+#include <limits>
 
 namespace logging2::tools::view {
 namespace {
+
+constexpr double greatestTime = std::numeric_limits<double>::max();
 
 Json json_of_step(const core::Run& run, const core::SignalInfo& signal, std::size_t element,
                   std::size_t step) {
@@ -19,8 +22,9 @@ Json json_of_step(const core::Run& run, const core::SignalInfo& signal, std::siz
 Json json_of_element(const core::Run& run, const core::SignalInfo& signal, std::size_t element,
                      double time) {
     check_element(signal, element);
-    const core::StepRange before = run.steps(signal.group, -infinity, time);
-    const core::StepRange after = run.steps(signal.group, std::nextafter(time, infinity), infinity);
+    const core::StepRange before = run.steps(signal.group, -greatestTime, time);
+    const core::StepRange after =
+        run.steps(signal.group, std::nextafter(time, infinity), greatestTime);
     const auto stepOrNull = [&](bool exists, std::size_t step) {
         return exists ? json_of_step(run, signal, element, step) : Json();
     };

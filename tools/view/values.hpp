@@ -16,8 +16,9 @@ struct ElementName {
     std::size_t element;
 };
 
-/// For each of the elements the last step up to the time, and the first one after it. Throws
-/// HttpError with status 404 if the run has no such signal or element.
+/// For each of the elements the last step up to the time, and the first one after it. Steps at
+/// infinite times are left out. Throws HttpError with status 404 if the run has no such signal or
+/// element.
 Json values_at(const core::Run& run, const std::vector<ElementName>& elements, double time);
 
 } // namespace logging2::tools::view

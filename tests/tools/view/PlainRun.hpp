@@ -52,6 +52,7 @@ public:
     }
 
     core::StepRange steps(std::size_t, double from, double to) const override {
+        ++searchCount;
         core::StepRange result;
         for (std::size_t step = 0; step < times.size(); ++step) {
             if (from <= times[step] && times[step] <= to) {
@@ -92,7 +93,8 @@ public:
         return result;
     }
 
-    mutable std::size_t readCount = 0; ///< how often steps were read
+    mutable std::size_t readCount = 0;   ///< how often steps were read
+    mutable std::size_t searchCount = 0; ///< how often steps were searched
 
 private:
     static void add(core::OutlineBucket& bucket, double time, double value) {

@@ -1,3 +1,4 @@
+#include <tools/compare/Extent.hpp>
 #include <tools/view/LiveFeed.hpp>
 #include <tools/view/RequestHandler.hpp>
 
@@ -132,6 +133,26 @@ TEST_F(RequestHandlerTest, valuesAreThoseInForceAtTheTime) {
     EXPECT_EQ(
         json(runPath("/values?time=9&signal=x&element=0")).at("values")[0].at("before").at("step"),
         9);
+}
+
+TEST_F(RequestHandlerTest, valuesAreNotThoseOfInfiniteTimes) {
+    for (const double time : {infinity, 10.0, 11.0, -infinity}) {
+        write(*writer, 0, time, {1.0});
+    }
+    writer->flushIntermediate();
+    const auto at = [this](const std::string& time) {
+        return json(runPath("/values?signal=x&element=0&time=" + time)).at("values")[0];
+    };
+    EXPECT_EQ(at("9").at("after").at("time"), 10.0);
+    EXPECT_EQ(at("20").at("before").at("time"), 11.0);
+    EXPECT_TRUE(at("-1").at("before").is_null());
+    EXPECT_TRUE(at("11").at("after").is_null());
+}
+
+TEST_F(RequestHandlerTest, errorPagesKeepTheAddressOfTheView) {
+    const Reply reply = handler->answer({"GET", base + "/", {{"host", "localhost"}}});
+    EXPECT_EQ(reply.status, 401);
+    EXPECT_THAT(reply.body, AllOf(HasSubstr("Reload the page"), Not(HasSubstr("href=\"\""))));
 }
 
 TEST_F(RequestHandlerTest, malformedQuestionsAreRefused) {
@@ -298,13 +319,28 @@ TEST_F(RequestHandlerTest, eventsTellWhatHasChanged) {
 TEST_F(RequestHandlerTest, eventsTellOfNewRuns) {
     const Reply stream = get("/api/events");
     const auto other = newWriter();
-    EXPECT_EQ(next_event(stream, "runs"), "event: runs\ndata: {}\n\n");
+    EXPECT_THAT(next_event(stream, "runs"), StartsWith("event: runs\ndata: {}\n\n"));
+}
+
+TEST_F(RequestHandlerTest, eventsTellThatTheServerHasLooked) {
+    const Reply stream = get("/api/events?run=" + id);
+    next_event(stream);
+    EXPECT_THAT(next_event(stream, "look"), HasSubstr("event: look\ndata: {}\n\n"));
 }
 
 TEST_F(RequestHandlerTest, eventsTellOfARunThatIsGone) {
     const Reply stream = get("/api/events?run=" + id);
     next_event(stream);
     std::filesystem::remove_all(writer->location());
+    EXPECT_THAT(next_event(stream), HasSubstr("\"error\":\"The run is gone"));
+}
+
+TEST_F(RequestHandlerTest, eventsFollowNoLinkOutOfTheDirectory) {
+    const Reply stream = get("/api/events?run=" + id);
+    next_event(stream);
+    const core::test::TemporaryDirectory elsewhere;
+    std::filesystem::rename(writer->location(), elsewhere.path() / "run");
+    std::filesystem::create_directory_symlink(elsewhere.path() / "run", writer->location());
     EXPECT_THAT(next_event(stream), HasSubstr("\"error\":\"The run is gone"));
 }
 

@@ -15,14 +15,27 @@ using Doubles = std::vector<double>;
 constexpr double noTime = std::numeric_limits<double>::quiet_NaN();
 constexpr double greatestTime = std::numeric_limits<double>::max();
 
-std::optional<TimeExtent> extent_of(const Doubles& times) {
-    const PlainRun run(times, Doubles(times.size()));
+core::GroupInfo group_of(const Doubles& times) {
     core::GroupInfo group{7, times.size(), {}, {}};
     if (!times.empty()) {
         group.firstTime = times.front();
         group.lastTime = times.back();
     }
-    return time_extent(run, group);
+    return group;
+}
+
+/// That of a group with a signal; it must be that of one without.
+std::optional<TimeExtent> extent_of(const Doubles& times) {
+    const PlainRun run(times, Doubles(times.size()));
+    const core::SignalInfo signal = run.signals().front();
+    const auto extent = time_extent(run, group_of(times), &signal);
+    const auto searched = time_extent(run, group_of(times), nullptr);
+    EXPECT_EQ(extent.has_value(), searched.has_value());
+    if (extent && searched) {
+        EXPECT_EQ(extent->least, searched->least);
+        EXPECT_EQ(extent->greatest, searched->greatest);
+    }
+    return extent;
 }
 
 TEST(TimeExtentTest, leastAndGreatestFiniteTimesAreFound) {
@@ -50,6 +63,31 @@ TEST(TimeExtentTest, groupWithoutFiniteTimeHasNone) {
          {Doubles(), Doubles{noTime}, Doubles{-infinity, infinity, noTime}}) {
         EXPECT_FALSE(extent_of(times)) << ::testing::PrintToString(times);
     }
+}
+
+TEST(TimeExtentTest, finiteTimesAreNeitherReadNorSearched) {
+    Doubles times;
+    for (int step = 0; step < 1000; ++step) {
+        times.push_back(step % 10);
+    }
+    const PlainRun run(times, Doubles(times.size()));
+    const core::SignalInfo signal = run.signals().front();
+    const auto extent = time_extent(run, group_of(times), &signal);
+    ASSERT_TRUE(extent);
+    EXPECT_EQ(extent->greatest, 9);
+    EXPECT_EQ(run.readCount, 0U);
+    EXPECT_EQ(run.searchCount, 0U);
+}
+
+TEST(TimeExtentTest, narrowestSignalOfEachGroupIsFound) {
+    const std::vector<core::SignalInfo> signals{{lang::core::ValuePath("a"), 1, 0, 3},
+                                                {lang::core::ValuePath("b"), 1, 1, 1},
+                                                {lang::core::ValuePath("c"), 1, 2, 2},
+                                                {lang::core::ValuePath("d"), 4, 0, 5}};
+    const auto narrowest = narrowest_signals(signals);
+    ASSERT_EQ(narrowest.size(), 2U);
+    EXPECT_EQ(narrowest.at(1), &signals[1]);
+    EXPECT_EQ(narrowest.at(4), &signals[3]);
 }
 
 TEST(TimeExtentTest, anyOrderOfTimesGivesTheSame) {

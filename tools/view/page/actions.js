@@ -74,9 +74,15 @@ function removeLine(view, line, index) {
 function cursorActions(app) {
     const mark = (name, time) => app.change({marks: {...app.view.marks, [name]: time}});
     const firstMark = () => app.view.marks.a ?? app.interval[0] / 2 + app.interval[1] / 2;
+    // The marks before a double click. Its first press may fall on something that it removes, such as a dialog.
+    let marksBefore = null;
+    window.addEventListener("mousedown", ({detail}) => {
+        if (detail === 1) marksBefore = app.view.marks;
+    }, {capture: true});
     return {
-        marks: () => app.view.marks,
-        restoreMarks: (marks) => app.change({marks}),
+        restoreMarks: () => {
+            if (marksBefore !== null) app.change({marks: marksBefore});
+        },
         mark,
         markHere: (name) => mark(name, app.pointer ?? app.interval[0] / 2 + app.interval[1] / 2),
         clearMarks: () => app.change({marks: {a: null, b: null}}),

@@ -62,6 +62,7 @@ function runPath(id, what = "") {
 // What the server takes in one request.
 const MOST_LINES = 64;
 const MOST_CHARACTERS = 7000;
+const MOST_SAVED_SIGNALS = 250;
 
 function parametersOf({path, element}) {
     return [["signal", path], ["element", element]];
@@ -113,12 +114,12 @@ export function csvAddress(id, paths, from, to) {
 }
 
 // Throws the RequestError of a download that the server refuses; the browser would not show why.
-export async function checkDownload(address) {
+export async function checkDownload(address, signalCount) {
     const unread = new AbortController();
     try {
         await request(address, unread.signal);
     } catch (error) {
-        if ([400, 414].includes(error.status)) {
+        if (error.status === 414 || (error.status === 400 && signalCount > MOST_SAVED_SIGNALS)) {
             throw new RequestError(error.status, "These are too many signals for one file.");
         }
         throw error;

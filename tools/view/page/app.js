@@ -281,8 +281,9 @@ export class App {
     }
 
     #showLag() {
-        const since = (performance.now() - this.#eventAt) / 1000;
-        const {text, isLate} = liveText(this.shownRuns.map(({run}) => run), this.view.range, this.#isConnected, since);
+        const since = (time) => (performance.now() - time) / 1000;
+        const {text, isLate} = liveText(this.shownRuns.map(({run}) => run), this.view.range, this.#isConnected,
+                                        {event: since(this.#eventAt), look: since(this.#feed.lookedAt)});
         byId("live").textContent = text;
         byId("live").classList.toggle("late", isLate);
     }

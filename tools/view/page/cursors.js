@@ -15,12 +15,22 @@ function runsOf(lines) {
     return [...runs.values()];
 }
 
+// Empty if the server refuses, as it does for a run that is gone.
+async function valuesOrNone(id, time, part, signal) {
+    try {
+        return await fetchValues(id, time, part, signal);
+    } catch (error) {
+        if (error.name === "AbortError") throw error;
+        return [];
+    }
+}
+
 // The steps around a time: a map from the keys of the lines to {before, after, shift}.
 async function stepsAround(lines, timeIn, signal) {
     const steps = new Map();
     await Promise.all(runsOf(lines).flatMap(({id, shift, own}) =>
         partsOf([...own.values()]).map(async (part) => {
-            const entries = await fetchValues(id, timeIn(shift), part, signal);
+            const entries = await valuesOrNone(id, timeIn(shift), part, signal);
             entries.forEach((entry, index) => steps.set(part[index].key, {...entry, shift}));
         })));
     return steps;
@@ -85,12 +95,7 @@ export class Cursors {
     }
 
     async #load(name, lines, time, signal) {
-        let steps = new Map();
-        try {
-            steps = await stepsAround(lines, (shift) => ownTime(time, shift, 1), signal);
-        } catch (error) {
-            if (error.name === "AbortError") throw error;
-        }
+        const steps = await stepsAround(lines, (shift) => ownTime(time, shift, 1), signal);
         // The cursor may have gone meanwhile. If it has only moved on, this is shown until the next answer.
         if (this.#asked[name] === "") return;
         this.#steps[name] = steps;

@@ -7,6 +7,7 @@ const RETRY = 1500; // milliseconds
 const MOST_RUNS = 16; // that the server watches for one page
 
 export class LiveFeed extends EventTarget {
+    lookedAt = performance.now(); // when the page heard that the server had looked at the runs
     #source = null;
     #address = null;
     #retry = null;
@@ -35,6 +36,9 @@ export class LiveFeed extends EventTarget {
         this.#source = source;
         source.addEventListener("open", () => this.dispatchEvent(new Event("connected")));
         source.addEventListener("runs", () => this.dispatchEvent(new Event("runs")));
+        for (const name of ["open", "look"]) {
+            source.addEventListener(name, () => (this.lookedAt = performance.now()));
+        }
         source.addEventListener("run", (event) =>
             this.dispatchEvent(new CustomEvent("run", {detail: JSON.parse(event.data)})));
         source.addEventListener("error", () => {

@@ -18,10 +18,9 @@ export class Navigation {
     #plot;
     #actions;
     #drag = null;
-    #marksBefore;
 
     // actions: {interval(), showInterval(interval), zoom(center, factor), pan(share), whole(),
-    //           point(time | null), marks(), mark(name, time), restoreMarks(marks), select(pixels | null),
+    //           point(time | null), mark(name, time), restoreMarks(), select(pixels | null),
     //           zoomValues(plot, at, factor), choosePlot(index)}
     constructor(plot, actions) {
         this.#plot = plot;
@@ -33,11 +32,8 @@ export class Navigation {
         canvas.addEventListener("pointerup", (event) => this.#up(event));
         canvas.addEventListener("pointercancel", () => this.#end());
         canvas.addEventListener("pointerleave", () => this.#actions.point(null));
-        canvas.addEventListener("mousedown", ({detail}) => {
-            if (detail === 1) this.#marksBefore = actions.marks();
-        });
         canvas.addEventListener("dblclick", () => {
-            actions.restoreMarks(this.#marksBefore);
+            actions.restoreMarks();
             actions.whole();
         });
     }

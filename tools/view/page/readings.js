@@ -40,16 +40,21 @@ export function detailOf(entries) {
             isAggregate: true};
 }
 
-// Whether the page follows the runs, and when they were written last: {text, isLate}. sinceEvent is in seconds.
-export function liveText(runs, range, isConnected, sinceEvent) {
+// The server tells about once a second that it has looked at the runs.
+const LATE = 3; // seconds
+
+// Whether the page follows the runs, when they were written last, and how far the page is behind, if it is:
+// {text, isLate}. since has the seconds since an event told of a run, and since the server looked at the runs.
+export function liveText(runs, range, isConnected, since) {
     const running = runs.filter((run) => run.state === "running");
     if (!isConnected) return {text: "Not connected", isLate: true};
     if (running.length === 0) return {text: runs.length === 0 ? "" : "Not running", isLate: false};
     const follows = range.kind === "fixed" ? "Paused" : "Following";
     const lags = running.map((run) => sentNumber(run.lag)).filter(Number.isFinite);
-    if (lags.length === 0) return {text: follows, isLate: false};
-    const lag = Math.min(...lags) + sinceEvent;
-    return {text: `${follows}, last written ${lag.toFixed(1)} s ago`, isLate: false};
+    const isLate = since.look > LATE;
+    const written = lags.length === 0 ? "" : `, last written ${(Math.min(...lags) + since.event).toFixed(1)} s ago`;
+    const behind = isLate ? `, ${since.look.toFixed(0)} s behind` : "";
+    return {text: follows + written + behind, isLate};
 }
 
 // What the legend of a plot says below its lines. entryOf(line) is a trace with its error.

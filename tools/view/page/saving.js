@@ -39,13 +39,20 @@ export async function savePng(plots, colors, name) {
     canvas.toBlob((blob) => downloadBlob(blob, `${name}.png`), "image/png");
 }
 
-// One file for each run, with all steps of the visible times. Throws a RequestError if the server refuses one.
-export async function saveCsv(shownRuns, paths, [from, to]) {
-    for (const {run, shift} of shownRuns) {
-        const own = paths.filter((path) => run.signals.has(path));
-        if (own.length === 0) continue;
-        const address = csvAddress(run.id, own, from - shift, to - shift);
-        await checkDownload(address);
-        download(address, `${run.name}.csv`);
+async function saveCsvOf({run, shift}, paths, [from, to]) {
+    const own = paths.filter((path) => run.signals.has(path));
+    if (own.length === 0) return;
+    const address = csvAddress(run.id, own, from - shift, to - shift);
+    await checkDownload(address, own.length);
+    download(address, `${run.name}.csv`);
+}
+
+// One file for each run, with all steps of the visible times. If the server refuses some, the others are
+// saved, and the first RequestError is thrown.
+export async function saveCsv(shownRuns, paths, interval) {
+    const errors = [];
+    for (const shown of shownRuns) {
+        await saveCsvOf(shown, paths, interval).catch((error) => errors.push(error));
     }
+    if (errors.length > 0) throw errors[0];
 }

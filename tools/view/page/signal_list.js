@@ -53,7 +53,7 @@ export class SignalList {
 
     // Until the user decides, short branches are open, and so are all that fit the filter. Elements are
     // shown if the filter asks for them.
-    #isOpen = (key, {children}) => asksForElements(this.#filter.value) || (this.#opened.get(key) ??
+    #isOpen = (key, {children}) => this.#opened.get(key) ?? (asksForElements(this.#filter.value) ||
         (children.size > 0 && (children.size <= SHORT_BRANCH || this.#filter.value.trim() !== "")));
 
     #render() {
