@@ -26,9 +26,12 @@ class Run(Mapping[str, Signal]):
     """A run, as a mapping from paths to signals.
 
     It shows the run as it was when it was opened or last refreshed. Several threads may use it.
-    A pickled run is its location and revision, and is opened again. A forked process opens it again,
-    too.
+    A pickled run is its location, id and revision, and is opened again. A forked process opens it
+    again, too, but cannot use a run in memory.
     """
+
+    _reopening = threading.RLock()
+    """Held by the thread of a forked process that opens a run again."""
 
     def __init__(self, location: StrPath) -> None:
         self._attach(os.fsdecode(location), _core.Run(os.fsencode(location)))
@@ -43,14 +46,15 @@ class Run(Mapping[str, Signal]):
     def _attach(self, location: str, handle: _core.Run) -> None:
         self.location = location
         """The directory of the recording; empty for a run in memory."""
+        self._place = os.path.abspath(location) if location else ""
         self._open: _core.Run | None = handle
         self._process = os.getpid()
         self._guard = threading.RLock()
         self._generation = 0
-        self._load()
+        self._load(handle)
 
-    def _load(self) -> None:
-        info = self._handle.info()
+    def _load(self, handle: _core.Run) -> None:
+        info = handle.info()
         self.id: str = info["id"]
         self.name: str = info["name"]
         self.state: Literal["running", "finished", "interrupted"] = info["state"]
@@ -64,31 +68,38 @@ class Run(Mapping[str, Signal]):
         """The host's own notes."""
         self.revision: int = info["revision"]
         """Grows whenever samples that readers could see are discarded."""
-        self.groups: list[Group] = [Group(*group) for group in self._handle.groups()]
-        self._places = {signal[0]: signal[1:] for signal in self._handle.signals()}
+        self.groups: list[Group] = [Group(*group) for group in handle.groups()]
+        self._places = {signal[0]: signal[1:] for signal in handle.signals()}
 
     @property
     def _handle(self) -> _core.Run:
-        if self._process != os.getpid() and self.location:
+        if self._process != os.getpid():
             self._open_in_fork()
-        if self._open is None:
+        handle = self._open  # another thread may close the run
+        if handle is None:
             raise ValueError("the run is closed")
-        return self._open
+        return handle
 
     def _open_in_fork(self) -> None:
         """A forked process must not use the files and locks of its parent."""
-        self._process = os.getpid()
-        self._guard = threading.RLock()
-        if self._open is not None:
-            self._open = _core.Run(os.fsencode(self.location))
-            revision = self.revision
-            self._load()
-            _check_revision(self, revision)
+        if not self.location:
+            raise ValueError("the run belongs to the parent of this process")
+        with Run._reopening:
+            if self._process == os.getpid():
+                return
+            if self._open is not None:
+                handle = _core.Run(os.fsencode(self._place))
+                _check_same(handle, self._place, self.id, self.revision)
+                self._load(handle)
+                self._open = handle
+                self._generation += 1
+            self._guard = threading.RLock()
+            self._process = os.getpid()  # last, because other threads wait for the rest
 
     @property
     def _lock(self) -> AbstractContextManager[Any]:
         """Keeps several questions to one state of the run together."""
-        if self._process != os.getpid() and self.location:
+        if self._process != os.getpid():
             self._open_in_fork()
         return self._guard
 
@@ -112,10 +123,11 @@ class Run(Mapping[str, Signal]):
         Arrays that were given out before stay as they are.
         """
         with self._lock:
-            changed = self._handle.refresh()
+            handle = self._handle
+            changed = handle.refresh()
             if changed:
                 self._generation += 1
-                self._load()
+                self._load(handle)
             return changed
 
     def matching(self, *patterns: str) -> list[Signal]:
@@ -143,7 +155,8 @@ class Run(Mapping[str, Signal]):
 
     def close(self) -> None:
         """Closes the run. Arrays that were given out stay valid."""
-        self._open = None
+        with Run._reopening:
+            self._open = None
 
     def __enter__(self) -> Run:
         return self
@@ -159,7 +172,7 @@ class Run(Mapping[str, Signal]):
     def __reduce__(self) -> tuple[Any, ...]:
         if not self.location:
             raise TypeError("a run in memory cannot be pickled")
-        return _reopen, (os.path.abspath(self.location), self.revision)
+        return _reopen, (self._place, self.id, self.revision)
 
     # Two runs are equal if they are the same object, although mappings compare their contents.
     __eq__ = object.__eq__
@@ -173,16 +186,27 @@ class Run(Mapping[str, Signal]):
         return table_of(self)
 
 
-def _check_revision(run: Run, revision: int) -> None:
-    if run.revision != revision:
+def _renew_lock() -> None:
+    """The thread that held the lock does not exist in a forked process."""
+    Run._reopening = threading.RLock()
+
+
+os.register_at_fork(after_in_child=_renew_lock)
+
+
+def _check_same(handle: _core.Run, location: str, identity: str, revision: int) -> None:
+    info = handle.info()
+    if info["id"] != identity:
+        raise _core.RecordingError(f"{location}: another run has taken the place of this one")
+    if info["revision"] != revision:
         raise _core.RecordingError(
-            f"{run.location}: steps were discarded since this run was opened first"
+            f"{location}: steps were discarded since this run was opened first"
         )
 
 
-def _reopen(location: str, revision: int) -> Run:
+def _reopen(location: str, identity: str, revision: int) -> Run:
     run = Run(location)
-    _check_revision(run, revision)
+    _check_same(run._handle, location, identity, revision)
     return run
 
 

@@ -117,7 +117,8 @@ class Writer:
     def write(self, group: int, time: float, values: npt.ArrayLike) -> None:
         """Logs a step of a group: the values of its signals, one after the other.
 
-        values: numbers or arrays of any shape that become float64 without loss.
+        values: numbers or arrays of any shape. Integers beyond 2**53 are rounded to the nearest
+            float64; whatever else would lose something raises TypeError, also a masked array.
         """
         self._writer.write(group, time, values)
 
@@ -144,7 +145,8 @@ class Writer:
     def run(self) -> Run:
         """The run so far, with arrays that are views of the memory of the writer; for "columnar" only.
 
-        `refresh` goes on to its present state. The run outlives the writer.
+        `refresh` goes on to its present state. The run outlives the writer. A forked process cannot
+        use it.
         """
         return Run._of(self._writer.run())
 

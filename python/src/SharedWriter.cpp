@@ -1,11 +1,11 @@
 #include <python/src/SharedWriter.hpp>
 
+#include <python/src/Row.hpp>
+
 #ifdef LOGGING2_WITH_COLUMNAR
 #include <logging2/backends/columnar/columnar.hpp>
 #endif
 #include <logging2/logging2.hpp>
-
-#include <pybind11/numpy.h>
 
 #include <exception>
 #include <stdexcept>
@@ -16,9 +16,6 @@ namespace {
 namespace py = pybind11;
 using core::StreamReader;
 using core::StreamWriter;
-
-using Row = py::array_t<double, static_cast<int>(py::array::c_style) |
-                                    static_cast<int>(py::detail::npy_api::NPY_ARRAY_ALIGNED_)>;
 
 /// The run of a writer that keeps it in memory, or only the steps of an interval; null if the
 /// writer does not.
@@ -89,15 +86,13 @@ void SharedWriter::change(Action action) {
 void SharedWriter::write(py::ssize_t group, double time, const py::object& values) {
     const std::size_t length = row_length(group);
     const Row row(values);
-    const auto valueCount = static_cast<std::size_t>(row.size());
-    if (valueCount != length) {
+    if (row.size() != length) {
         throw std::invalid_argument("a row of group " + std::to_string(group) + " has " +
                                     std::to_string(length) + " values, not " +
-                                    std::to_string(valueCount));
+                                    std::to_string(row.size()));
     }
-    const double* const first = row.data();
     change([&](StreamWriter& target) {
-        target.write(static_cast<std::size_t>(group), time, first, valueCount);
+        target.write(static_cast<std::size_t>(group), time, row.data(), row.size());
     });
 }
 
@@ -113,7 +108,7 @@ std::pair<std::vector<double>, std::vector<double>> SharedWriter::read(const std
         if (!isFinal) {
             throw std::invalid_argument("samples can be read after flush");
         }
-        result = reader_of(path).timeseries();
+        result = samples_of(path);
     });
     return result;
 }
@@ -162,18 +157,25 @@ StreamWriter& SharedWriter::opened() const {
     return *writer;
 }
 
-/// Readers stay until the end, because a reader of "native" deletes files that others need.
-StreamReader& SharedWriter::reader_of(const std::string& path) {
+std::unique_ptr<StreamReader> SharedWriter::make_reader(const std::string& path) const {
+    auto reader = core::get_stream_reader(backend, writer->dataStore(lang::core::ValuePath(path)));
+    if (!reader || *reader == nullptr) {
+        throw std::logic_error("the back-end \"" + backend + "\" made no reader");
+    }
+    return std::move(*reader);
+}
+
+/// Readers of "native" stay until the end, because they delete files that others need.
+std::pair<std::vector<double>, std::vector<double>>
+SharedWriter::samples_of(const std::string& path) {
+    if (backend != "native" && backend != "checked:native") {
+        return make_reader(path)->timeseries();
+    }
     auto& reader = readers[path];
     if (!reader) {
-        auto found =
-            core::get_stream_reader(backend, writer->dataStore(lang::core::ValuePath(path)));
-        if (!found || *found == nullptr) {
-            throw std::logic_error("the back-end \"" + backend + "\" made no reader");
-        }
-        reader = std::move(*found);
+        reader = make_reader(path);
     }
-    return *reader;
+    return reader->timeseries();
 }
 
 void SharedWriter::discard() {

@@ -35,7 +35,8 @@ public:
     SharedWriter(const SharedWriter&) = delete;
     SharedWriter& operator=(const SharedWriter&) = delete;
 
-    /// The values are anything that NumPy turns into doubles without loss.
+    /// The values are numbers, or arrays of them, whose type NumPy turns into doubles safely.
+    /// Integers beyond 2^53 are rounded to the nearest double. Masked arrays are refused.
     void write(pybind11::ssize_t group, double time, const pybind11::object& values);
 
     void rollback(pybind11::ssize_t group, double time);
@@ -61,7 +62,8 @@ private:
     bool isInherited() const { return fork_count() != forks; }
     std::size_t row_length(pybind11::ssize_t group) const;
     core::StreamWriter& opened() const;
-    core::StreamReader& reader_of(const std::string& path);
+    std::unique_ptr<core::StreamReader> make_reader(const std::string& path) const;
+    std::pair<std::vector<double>, std::vector<double>> samples_of(const std::string& path);
     void discard();
 
     template <class Action>
@@ -75,7 +77,7 @@ private:
     int forks = fork_count();
     std::mutex mutex; // guards the rest
     std::unique_ptr<core::StreamWriter> writer;
-    std::map<std::string, std::unique_ptr<core::StreamReader>> readers;
+    std::map<std::string, std::unique_ptr<core::StreamReader>> readers; // only of "native"
     bool isFinal = false;
 };
 

@@ -42,6 +42,9 @@ int fork_count() noexcept;
 /// The text as a str. Bytes that are not UTF-8 become surrogates, as in Python's names of files.
 pybind11::str text_of(const std::string& text);
 
+/// The name of a file as a str, in the encoding that Python uses for these names.
+pybind11::str name_of_file(const std::string& name);
+
 /// Adds the class Run and the function list_recordings.
 void bind_reading(pybind11::module_& module);
 

@@ -43,6 +43,11 @@ py::str logging2::python::text_of(const std::string& text) {
         text.data(), static_cast<py::ssize_t>(text.size()), "surrogateescape"));
 }
 
+py::str logging2::python::name_of_file(const std::string& name) {
+    return py::reinterpret_steal<py::str>(
+        PyUnicode_DecodeFSDefaultAndSize(name.data(), static_cast<py::ssize_t>(name.size())));
+}
+
 PYBIND11_MODULE(_core, module) {
     pthread_atfork(nullptr, nullptr, [] { ++forkCount; });
     bind_errors(module);

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -64,13 +65,15 @@ double seconds_of(std::chrono::system_clock::time_point time) {
 }
 
 /// A run that several Python threads may use at once. Reads without the interpreter's lock.
+///
+/// In a forked child, which shares the files with its parent and may find locks held, `ask` throws
+/// std::invalid_argument and the destructor does nothing.
 class SharedRun {
 public:
     explicit SharedRun(std::unique_ptr<Run> ownedRun) : run(std::move(ownedRun)) {}
 
-    /// A forked child leaves the run alone, because it shares the files with its parent.
     ~SharedRun() {
-        if (fork_count() != forks) {
+        if (isInherited()) {
             static_cast<void>(run.release());
         }
     }
@@ -80,12 +83,17 @@ public:
 
     template <class Question>
     auto ask(Question question) const {
+        if (isInherited()) {
+            throw std::invalid_argument("the run belongs to the parent of this process");
+        }
         const ReleasedInterpreter released;
         const std::lock_guard<std::mutex> guard(mutex);
         return question(*run);
     }
 
 private:
+    bool isInherited() const { return fork_count() != forks; }
+
     std::unique_ptr<Run> run;
     int forks = fork_count();
     mutable std::mutex mutex;
@@ -157,7 +165,7 @@ py::list list_of(const std::string& directory) {
     }
     py::list result;
     for (const core::RecordingEntry& entry : entries) {
-        result.append(py::make_tuple(text_of(entry.location), text_of(entry.fault)));
+        result.append(py::make_tuple(name_of_file(entry.location), text_of(entry.fault)));
     }
     return result;
 }

@@ -192,8 +192,8 @@ void bind_writing(py::module_& module) {
                 return object_of(writer.run(std::pair(from, to)));
             },
             py::arg("start"), py::arg("stop"))
-        .def_property_readonly("location",
-                               [](const SharedWriter& writer) { return text_of(writer.place()); });
+        .def_property_readonly(
+            "location", [](const SharedWriter& writer) { return name_of_file(writer.place()); });
     module.def("make_writer", make_writer, py::arg("backend"), py::arg("groups"), py::arg("name"),
                py::arg("rollback_on_time_regression"), py::arg("point_limit"));
     module.def("make_recording", make_recording, py::arg("groups"), py::arg("name"),

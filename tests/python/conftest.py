@@ -1,5 +1,20 @@
+import gc
+import os
+
 import logging2
 import pytest
+
+
+@pytest.fixture
+def resident_byte_count():
+    """Tells how much memory the process takes."""
+
+    def measure():
+        gc.collect()
+        with open("/proc/self/statm", encoding="ascii") as file:
+            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+    return measure
 
 
 @pytest.fixture

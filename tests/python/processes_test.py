@@ -3,6 +3,7 @@
 import gc
 import os
 import pickle
+import shutil
 import subprocess
 import sys
 import threading
@@ -48,16 +49,121 @@ def test_forked_process_opens_the_run_again(demo):
     assert in_fork(signal.read) == "ValueError: the run is closed"
 
 
-def test_forked_process_does_not_see_another_revision(tmp_path):
+def twice(action):
+    """An action that is tried twice, and returns what each attempt returned or raised."""
+
+    def attempt():
+        try:
+            return action()
+        except (logging2.RecordingError, ValueError) as error:
+            return f"{type(error).__name__}: {error}"
+
+    return lambda: f"{attempt()}, {attempt()}"
+
+
+@pytest.fixture
+def live(tmp_path):
+    """A writer of a recording with two steps that readers see."""
     writer = logging2.Writer("recording", groups=[["x"]], directory=tmp_path, held_back_steps=0)
     for time in (1.0, 2.0):
         writer.write(0, time, [time])
     writer.flush_intermediate()
-    run = logging2.open(writer.location)
-    writer.rollback(0, 1.0)
-    writer.flush()
-    assert "RecordingError" in in_fork(run["x"].read)
+    return writer
+
+
+def test_forked_process_does_not_see_another_revision(live):
+    run = logging2.open(live.location)
+    live.rollback(0, 1.0)
+    live.flush()
+    assert in_fork(twice(run["x"].read)).count("RecordingError") == 2
     assert run["x"].values.tolist() == [1, 2]
+
+
+def test_forked_process_does_not_see_another_run(live, demo):
+    run = logging2.open(live.location)
+    pickled = pickle.dumps(run)
+    live.flush()
+    shutil.rmtree(live.location)
+    assert in_fork(twice(run["x"].read)).count("RecordingError") == 2
+    os.rename(demo, live.location)
+    assert in_fork(twice(run["x"].read)).count("another run") == 2
+    with pytest.raises(logging2.RecordingError, match="another run"):
+        pickle.loads(pickled)
+    assert run["x"].values.tolist() == [1, 2]
+
+
+def test_forked_process_sees_newer_steps_also_in_old_signals(live):
+    signal = logging2.open(live.location)["x"]
+    assert signal.values.size == 2
+    live.write(0, 3.0, [3.0])
+    live.flush()
+    assert in_fork(lambda: (signal.values.tolist(), len(signal))) == "([1.0, 2.0, 3.0], 3)"
+
+
+def test_working_directory_may_change_before_a_run_is_opened_again(demo, monkeypatch):
+    monkeypatch.chdir(os.path.dirname(demo))
+    run = logging2.open(os.path.basename(demo))
+    monkeypatch.chdir("/")
+    assert run.location == os.path.basename(demo)
+    assert in_fork(lambda: len(run["x"].values)) == "100"
+    assert len(pickle.loads(pickle.dumps(run))["x"].values) == 100
+
+
+def test_threads_of_a_forked_process_wait_until_the_run_is_open(demo, monkeypatch):
+    run = logging2.open(demo)
+
+    def read_while_it_is_opened():
+        core_run = logging2._core.Run
+        outcomes = []
+
+        def open_slowly(location):
+            other.start()
+            other.join(0.1)  # It is not to end meanwhile.
+            outcomes.append("open")
+            return core_run(location)
+
+        other = threading.Thread(target=lambda: outcomes.append(len(run["x"].read().values)))
+        monkeypatch.setattr(logging2._core, "Run", open_slowly)
+        outcomes.append(len(run["p"].read().values))
+        other.join()
+        return outcomes
+
+    assert in_fork(read_while_it_is_opened) == "['open', 100, 100]"
+
+
+def in_fork_while_held(lock, action):
+    """What the action returns in a process that is forked while another thread holds the lock."""
+    held, done = threading.Event(), threading.Event()
+
+    def hold():
+        with lock:
+            held.set()
+            done.wait()
+
+    thread = threading.Thread(target=hold)
+    thread.start()
+    held.wait()
+    try:
+        return in_fork(action)
+    finally:
+        done.set()
+        thread.join()
+
+
+def test_forked_process_inherits_no_lock(demo):
+    run = logging2.open(demo)
+    for lock in run._lock, logging2.Run._reopening:
+        assert in_fork_while_held(lock, lambda: len(run["x"].values)) == "100"
+
+
+def test_forked_process_cannot_use_a_run_in_memory():
+    writer = logging2.Writer("columnar", groups=[["x"]])
+    writer.write(0, 0.0, [1.0])
+    message = "ValueError: the run belongs to the parent of this process"
+    for run in writer.run(), writer.snapshot(0, 1):
+        for call in (run.refresh, run["x"].read, lambda run=run: run["x"].values, run._open.info):
+            assert in_fork_while_held(run._lock, call) == message
+        assert run["x"].values.tolist() == [1]
 
 
 @pytest.mark.parametrize("backend", ["memory", "native", "columnar", "recording"])
@@ -203,3 +309,19 @@ def test_exception_passes_an_unflushed_native_writer(tmp_path, monkeypatch):
     result = subprocess.run([sys.executable, "-c", FULL_BUFFER], check=False, capture_output=True,
                             text=True, timeout=120)
     assert (result.returncode, result.stdout, result.stderr) == (0, "1\n", "")
+
+
+IN_A_STRANGE_DIRECTORY = r"""
+import logging2, os, sys
+directory = os.path.join(os.fsencode(sys.argv[1]), b"\303\251")
+with logging2.Writer("recording", groups=[["x"]], directory=directory) as writer:
+    writer.write(0, 0.0, [1.0])
+assert sys.getfilesystemencoding() != "utf-8"
+assert logging2.open(writer.location).name == next(logging2.runs(directory)).name
+"""
+
+
+def test_locations_have_the_encoding_of_file_names(tmp_path, monkeypatch):
+    for name, value in ("LC_ALL", "C"), ("PYTHONCOERCECLOCALE", "0"), ("PYTHONUTF8", "0"):
+        monkeypatch.setenv(name, value)
+    assert python(IN_A_STRANGE_DIRECTORY, tmp_path) == (0, "")

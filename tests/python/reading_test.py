@@ -1,4 +1,3 @@
-import gc
 import os
 import pickle
 import shutil
@@ -351,12 +350,7 @@ def test_closed_or_damaged_run_has_no_pictures(demo):
     assert "demo" in damaged._repr_html_()
 
 
-def test_opening_many_times_leaks_nothing(demo):
-    def resident():
-        gc.collect()
-        with open("/proc/self/statm", encoding="ascii") as file:
-            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
-
+def test_opening_many_times_leaks_nothing(demo, resident_byte_count):
     def use():
         run = logging2.open(demo)
         run["x"].read()
@@ -366,10 +360,10 @@ def test_opening_many_times_leaks_nothing(demo):
 
     for _ in range(200):
         use()
-    before = resident(), len(os.listdir("/proc/self/fd"))
+    before = resident_byte_count(), len(os.listdir("/proc/self/fd"))
     for _ in range(1000):
         use()
-    assert resident() < before[0] + 4 * 2**20
+    assert resident_byte_count() < before[0] + 4 * 2**20
     assert len(os.listdir("/proc/self/fd")) == before[1]
 
 

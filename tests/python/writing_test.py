@@ -1,5 +1,6 @@
 import os
 import pickle
+from decimal import Decimal
 
 import numpy as np
 import pandas
@@ -33,25 +34,36 @@ def row_of(values, backend="columnar"):
     return writer.read("x")[1].tolist()
 
 
-def test_rows_are_everything_that_becomes_doubles_without_loss():
+def test_rows_are_numbers_of_every_type_that_becomes_doubles_safely():
     pair = np.array([1.5, 2.5])
     unaligned = np.frombuffer(b"." + pair.tobytes(), dtype=float, offset=1)
     read_only = np.frombuffer(pair.tobytes())
     for values in (pair.astype(">f8"), pair.astype("f4"), pair.astype("f2"), unaligned, read_only,
                    np.array([1.5, 0, 0, 2.5])[::3], pair[::-1][::-1], pair.reshape(2, 1),
                    np.asfortranarray(pair.reshape(1, 2)), (1.5, 2.5), memoryview(pair),
-                   pandas.Series(pair), [np.float32(1.5), 2.5]):
+                   pandas.Series(pair), [np.float32(1.5), 2.5], [[1.5], [2.5]], list(pair)):
         assert row_of(values) == [[1.5, 2.5]]
     assert row_of(np.broadcast_to(3, (2,))) == [[3, 3]]
     assert row_of(np.array([True, False])) == row_of(range(1, -1, -1)) == [[1, 0]]
-    assert row_of(np.array([1, 2**64 - 1], dtype="u8")) == [[1, 2.0**64]]
+    assert row_of([True, np.int8(3)]) == row_of((True, 3)) == [[1, 3]]
 
 
+def test_great_integers_are_rounded_to_the_nearest_double():
+    for great, rounded in (2**53 + 1, 2.0**53), (2**53 + 3, 2.0**53 + 4), (2**64 - 1, 2.0**64):
+        for values in (np.array([1, great], dtype="u8"), [1, great], (1.0, great), [np.uint8(1), great]):
+            assert row_of(values) == [[1, rounded]]
+    assert row_of([-2**63, 1 - 2**63]) == [[-2.0**63, -2.0**63]]
+
+
+@pytest.mark.filterwarnings("ignore:.*masked element")
 def test_values_that_would_lose_something_are_refused():
     pair = np.array([1.5, 2.5])
     for values in (pair + 1j, [1j, 2], np.array(["1", "2"]), pair.astype("m8[s]"), {1, 2},
                    np.array(["2020", "2021"], dtype="M8[D]"), np.array([1, None]), iter([1, 2]),
-                   np.zeros(2, dtype=[("a", float)]), pair.astype(np.longdouble), {0: 1}):
+                   np.zeros(2, dtype=[("a", float)]), pair.astype(np.longdouble), {0: 1},
+                   [1.5, None], ["1", "2"], [b"1", b"2"], [1.5, 2 + 0j], list(pair.astype(np.longdouble)),
+                   [np.datetime64("2020"), np.datetime64("2021")], [Decimal("0.1"), 1], [1, 2**64],
+                   np.ma.array(pair), [np.ma.masked, 1.5], [np.ma.array([1.5]), [2.5]]):
         with pytest.raises(TypeError):
             row_of(values)
     for values in ([1, "a"], [[1, 2], [3]], [], 3.0, None, [1, 2, 3]):
@@ -67,6 +79,18 @@ def test_native_readers_leave_each_other_their_files(tmp_path, monkeypatch):
         assert [part.tolist() for part in writer.read(path)] == [[1.0], [value]]
     writer.close()
     assert not [name for *_, names in os.walk(tmp_path) for name in names]
+
+
+def test_reading_every_signal_keeps_none_in_memory(tmp_path, resident_byte_count):
+    paths = [f"s{number}" for number in range(20)]
+    with logging2.Writer("recording", groups=[paths], directory=tmp_path, compress=True) as writer:
+        for step in range(40000):
+            writer.write(0, step, [step] * 20)
+    writer.read("s0")
+    before = resident_byte_count()
+    for path in paths:
+        assert writer.read(path)[1][-1] == 39999
+    assert resident_byte_count() < before + 20 * 40000 * 16 // 3
 
 
 @pytest.mark.parametrize("backend",

@@ -1,5 +1,6 @@
 import shutil
 import subprocess
+from random import Random
 
 from commands import COMMAND, CommandTest
 
@@ -88,6 +89,16 @@ class RepairTest(CommandTest):
         packed = self.json_of("copy", run, "-o", "packed", "--compress")["bytes"]
         self.assertEqual(self.json_of("copy", "packed", "-o", "again")["bytes"], packed)
         self.assertEqual(self.json_of("compact", "packed")["bytes"], packed)
+
+    def test_copies_stay_packed_if_only_times_are(self):
+        random = Random(1)
+        steps = [f"write 0 {time} {random.uniform(1, 2) * 10**random.randrange(300)}\n"
+                 for time in range(4000)]
+        run = self.record("compress\nname demo\ngroup 0 x:1\nbegin\n" + "".join(steps)
+                          + "show\nrollback 0 1000\nend\n")
+        packed = self.json_of("copy", run, "-o", "packed", "--compress")["bytes"]
+        self.assertEqual(self.json_of("copy", run, "-o", "again")["bytes"], packed)
+        self.assertEqual(self.json_of("compact", run)["bytes"], packed)
 
     def test_copy_of_a_running_run_is_interrupted(self):
         process, run = self.recorder(SCRIPT + "show\n")

@@ -31,7 +31,7 @@ void check_not_running(const std::string& location) {
 
 /// The copy is on the disk before it replaces the recording, and has the same permissions.
 core::RecordingOptions options_of(const CompactOptions& options, const fs::path& location) {
-    core::RecordingOptions result = packed_like(location.string(), options.recording);
+    core::RecordingOptions result = options.recording;
     result.durability = core::Durability::power;
     result.mode = static_cast<mode_t>((fs::status(location).permissions() & fs::perms::mask) |
                                       fs::perms::owner_all);
@@ -74,6 +74,7 @@ void add_compact(CLI::App& app, Action& action) {
     CLI::App* const command = app.add_subcommand(
         "compact", "Replace a run that has ended by a copy without the bytes of discarded steps");
     const auto options = std::make_shared<CompactOptions>();
+    options->recording.compression = core::Compression::original;
     add_run_options(*command, options->run);
     add_compression_option(*command, options->recording);
     command->add_flag("--json", options->json, "Print JSON");

@@ -22,8 +22,8 @@ int copy(const CopyOptions& options, const Terminal& terminal) {
     {
         const InterruptGuard guard;
         ProgressBar bar(terminal);
-        core::copy_recording(location, options.copy.location,
-                             packed_like(location, options.copy.options), progress_of(bar));
+        core::copy_recording(location, options.copy.location, options.copy.options,
+                             progress_of(bar));
     }
     const std::uint64_t before = file_byte_count(location);
     const std::uint64_t after = file_byte_count(options.copy.location);
@@ -45,6 +45,7 @@ void add_copy(CLI::App& app, Action& action) {
     CLI::App* const command = app.add_subcommand(
         "copy", "Copy a run, also while it is written, without the bytes of discarded steps");
     const auto options = std::make_shared<CopyOptions>();
+    options->copy.options.compression = core::Compression::original;
     add_run_options(*command, options->run);
     add_new_recording_options(*command, options->copy);
     command->add_flag("--json", options->json, "Print JSON");

@@ -22,9 +22,6 @@ void add_new_recording_options(CLI::App& command, NewRecording& recording);
 /// Adds the option --compress.
 void add_compression_option(CLI::App& command, core::RecordingOptions& options);
 
-/// The options, but with compression if values of the run are packed: a copy is not to be larger.
-core::RecordingOptions packed_like(const std::string& location, core::RecordingOptions options);
-
 /// Draws the bar, and throws Interrupted if the user asks for it.
 core::RecordingProgress progress_of(ProgressBar& bar);
 

@@ -22,7 +22,10 @@ enum class Compression {
     /// As they are.
     none,
     /// Channels are packed with LZ4, without loss, if that makes them small enough.
-    lz4
+    lz4,
+    /// For a new recording that is made from another one: `lz4` if samples of the other one are
+    /// packed. Otherwise like `none`.
+    original
 };
 
 /// How recordings are written. Every member has a default.

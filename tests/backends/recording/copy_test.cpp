@@ -6,8 +6,11 @@
 #include <tests/support/Umask.hpp>
 #include <tests/support/files.hpp>
 
+#include <array>
 #include <atomic>
+#include <cmath>
 #include <filesystem>
+#include <random>
 #include <set>
 #include <thread>
 
@@ -111,6 +114,51 @@ TEST_F(CopyRecordingTest, copiesCanBePackedAndUnpacked) {
     EXPECT_LT(fs::file_size(packed + "/samples.bin"), fs::file_size(location + "/samples.bin") / 2);
     expectSameSamples(*open_recording(packed), *original);
     expectSameSamples(*copied(packed), *original);
+}
+
+/// A recording of steps that cannot be packed, but whose times can.
+class CopyCompressionTest : public CopyRecordingTest,
+                            public ::testing::WithParamInterface<Compression> {
+protected:
+    std::string recordNoise(int stepCount) {
+        options.compression = GetParam();
+        const auto writer = makeWriter();
+        std::mt19937_64 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): every run is the same
+        for (int step = 0; step < stepCount; ++step) {
+            write(*writer, 0, step, {std::ldexp(static_cast<double>(random()), step % 1000)});
+        }
+        writer->flushIntermediate();
+        writer->rollback(0, 0.25 * stepCount);
+        writer->flush();
+        return writer->location();
+    }
+
+    std::uintmax_t copySize(const std::string& location, Compression compression) const {
+        RecordingOptions copyOptions;
+        copyOptions.compression = compression;
+        copy_recording(location, copyName(), copyOptions);
+        const std::uintmax_t size = fs::file_size(copyName() + "/samples.bin");
+        fs::remove_all(copyName());
+        return size;
+    }
+};
+
+std::string name_of_compression(const ::testing::TestParamInfo<Compression>& test) {
+    const std::array<const char*, 3> names{"none", "lz4", "original"};
+    return names.at(static_cast<std::size_t>(test.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(, CopyCompressionTest,
+                         ::testing::Values(Compression::none, Compression::lz4,
+                                           Compression::original),
+                         name_of_compression);
+
+TEST_P(CopyCompressionTest, copyKeepsTheCompressionOfTheOriginalIfAsked) {
+    const std::string location = recordNoise(4000);
+    const bool isPacked = GetParam() == Compression::lz4;
+    const std::uintmax_t size = copySize(location, Compression::original);
+    EXPECT_EQ(size == copySize(location, Compression::lz4), isPacked);
+    EXPECT_EQ(size == copySize(location, Compression::none), !isPacked);
 }
 
 TEST_F(CopyRecordingTest, longChunksAreTakenApart) {

@@ -60,7 +60,7 @@ bool ChunkCheck::hasPlace() {
     }
     const std::uint64_t expected = sizeof(RecordHeader) + layout.byteCount;
     if (row.byteCount > expected ||
-        (isPacked() &&
+        (is_packed(row, layout) &&
          row.byteCount < sizeof(RecordHeader) + packed_directory_byte_count(layout))) {
         add(text_of_difference("in the index, its byte_count", expected, row.byteCount));
         return false;
@@ -75,11 +75,6 @@ bool ChunkCheck::hasPlace() {
         return false;
     }
     return true;
-}
-
-/// Whether the index says so: packed chunks are smaller.
-bool ChunkCheck::isPacked() const {
-    return row.byteCount < sizeof(RecordHeader) + layout.byteCount;
 }
 
 /// Whether the samples can be looked at. If the header is damaged, they may be whole.
@@ -100,7 +95,7 @@ bool ChunkCheck::isExpected() {
             result = false;
         }
     };
-    const RecordKind kind = isPacked() ? RecordKind::packedChunk : RecordKind::chunk;
+    const RecordKind kind = is_packed(row, layout) ? RecordKind::packedChunk : RecordKind::chunk;
     compare("kind", static_cast<std::uint64_t>(kind), static_cast<std::uint64_t>(header.kind));
     compare("sequence", row.sequence, header.sequence);
     compare("group", row.group, header.group);

@@ -31,7 +31,6 @@ public:
 
 private:
     bool hasPlace();
-    bool isPacked() const;
     bool isExpected();
     void checkDirectory();
     void checkColumns();

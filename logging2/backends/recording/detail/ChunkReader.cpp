@@ -20,6 +20,10 @@ constexpr std::size_t pieceByteCount = std::size_t{128} * 1024;
 
 } // namespace
 
+bool is_packed(const ChunkRow& row, const ChunkLayout& layout) noexcept {
+    return row.byteCount < sizeof(RecordHeader) + layout.byteCount;
+}
+
 ChunkReader::ChunkReader(const DataFile& dataFile, const RunId& run, const ChunkRow& chunkRow,
                          const ChunkLayout& chunkLayout, bool isTrusted)
     : file(dataFile),
@@ -28,7 +32,7 @@ ChunkReader::ChunkReader(const DataFile& dataFile, const RunId& run, const Chunk
     if (!isTrusted) {
         verifyHead(run);
     }
-    if (isPacked()) {
+    if (is_packed(row, layout)) {
         packed.emplace(file, layout, payload());
         if (packed->places().byteCount() != payloadByteCount()) {
             fail("its segments have another size");
@@ -52,7 +56,7 @@ void ChunkReader::verifyHead(const RunId& run) const {
     if (const char* const fault = fault_of(header); fault != nullptr) {
         fail(fault);
     }
-    const RecordKind kind = isPacked() ? RecordKind::packedChunk : RecordKind::chunk;
+    const RecordKind kind = is_packed(row, layout) ? RecordKind::packedChunk : RecordKind::chunk;
     if (header.kind != kind || header.run != run || header.sequence != row.sequence ||
         header.group != row.group || header.firstStep != row.firstStep ||
         header.stepCount != row.storedStepCount || row.stepCount > row.storedStepCount ||
@@ -62,11 +66,6 @@ void ChunkReader::verifyHead(const RunId& run) const {
     if (hash_of(directory.data(), directory.size()) != header.payloadHash) {
         fail("its directory has another hash");
     }
-}
-
-/// Whether the chunk is packed, which makes it smaller.
-bool ChunkReader::isPacked() const noexcept {
-    return payloadByteCount() < layout.byteCount;
 }
 
 bool ChunkReader::isPacked(std::size_t column) const {
@@ -80,7 +79,7 @@ std::uint64_t ChunkReader::payloadByteCount() const noexcept {
 /// Nothing of this number is used before it is known that the file has so many bytes.
 std::uint64_t ChunkReader::directoryByteCount() const {
     file.requireBytes(row.byteCount, row.offset);
-    if (!isPacked()) {
+    if (!is_packed(row, layout)) {
         return layout.directoryByteCount;
     }
     const std::uint64_t result = packed_directory_byte_count(layout);

@@ -13,6 +13,9 @@
 
 namespace logging2::core::detail {
 
+/// Whether the index says that the chunk is packed, which makes it smaller.
+bool is_packed(const ChunkRow& row, const ChunkLayout& layout) noexcept;
+
 /// Reads one column of one chunk, packed or not. Everything is compared with its hash before it is
 /// given out: the root with the directory's hash, nodes with the node above them, samples with
 /// their leaf. What does not fit is thrown as RecordingError. Threads: several may call functions
@@ -72,7 +75,6 @@ private:
                 const double* samples) const;
     void verifyLeaf(const double* samples, std::size_t count, const double* leaf) const;
     std::size_t endOfLeaf(std::size_t step) const;
-    bool isPacked() const noexcept;
     std::uint64_t payload() const;
     [[noreturn]] void fail(const char* what) const;
 

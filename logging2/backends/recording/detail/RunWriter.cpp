@@ -25,6 +25,26 @@ void copy_column(ChunkLeaves& leaves, const ColumnLayout& column, std::size_t in
     }
 }
 
+bool has_packed_chunk(const RunContent& content) {
+    for (std::size_t group = 0; group < content.groups.size(); ++group) {
+        const std::vector<std::size_t> widths = widths_of(content.description.groups[group]);
+        for (const SampleSpan& span : content.groups[group]) {
+            if (is_packed(*span.chunk, layout_of(widths, span.chunk->storedStepCount))) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// The options with a compression that does not depend on the run.
+RecordingOptions options_for(const RunContent& content, RecordingOptions options) {
+    if (options.compression == Compression::original && has_packed_chunk(content)) {
+        options.compression = Compression::lz4;
+    }
+    return options;
+}
+
 } // namespace
 
 RunWriter::RunWriter(const RunContent& runContent, const std::string& directory,
@@ -33,7 +53,7 @@ RunWriter::RunWriter(const RunContent& runContent, const std::string& directory,
       progress(progressSink),
       chunkByteCount(options.chunkByteCount),
       run(run_id_of(content.description.id)),
-      recorder(directory, options, content.description, content.revision) {
+      recorder(directory, options_for(content, options), content.description, content.revision) {
     for (const std::vector<SampleSpan>& spans : content.groups) {
         for (const SampleSpan& span : spans) {
             totalByteCount += span.chunk->byteCount;

@@ -115,7 +115,8 @@ void check_options(const RecordingOptions& options) {
     if (options.durability != Durability::process && options.durability != Durability::power) {
         throw std::invalid_argument("RecordingOptions::durability has none of its values");
     }
-    if (options.compression != Compression::none && options.compression != Compression::lz4) {
+    if (options.compression != Compression::none && options.compression != Compression::lz4 &&
+        options.compression != Compression::original) {
         throw std::invalid_argument("RecordingOptions::compression has none of its values");
     }
 }
