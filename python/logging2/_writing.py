@@ -73,6 +73,8 @@ class Writer:
         for owner, values in options.items():
             if backend != owner and any(value is not None for value in values):
                 raise ValueError(f'only "{owner}" has these options, not "{backend}"')
+        if discard_oldest and byte_limit is None:
+            raise ValueError("discard_oldest needs a byte_limit")
         if backend == "recording":
             if durability not in (None, "process", "power"):
                 raise ValueError('durability is "process" or "power"')
@@ -86,9 +88,9 @@ class Writer:
                 durability == "power",
                 16 if held_back_steps is None else held_back_steps,
             )
-        elif backend == "columnar":
+        elif byte_limit is not None:
             self._writer = _core.make_columnar(
-                setup, name, rollback_on_time_regression, byte_limit or 0, bool(discard_oldest)
+                setup, name, rollback_on_time_regression, byte_limit, bool(discard_oldest)
             )
         else:
             self._writer = _core.make_writer(

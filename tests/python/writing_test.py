@@ -224,6 +224,8 @@ def test_limits_are_options_of_columnar_only():
     for option in ({"byte_limit": 1024}, {"discard_oldest": True}):
         with pytest.raises(ValueError, match="only \"columnar\" has these options"):
             logging2.Writer("memory", groups=[["x"]], **option)
+    with pytest.raises(ValueError, match="needs a byte_limit"):
+        logging2.Writer("columnar", groups=[["x"]], discard_oldest=True)
 
 
 def test_only_columnar_has_its_run_in_memory():

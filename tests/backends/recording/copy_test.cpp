@@ -148,7 +148,7 @@ std::string name_of_compression(const ::testing::TestParamInfo<Compression>& tes
     return names.at(static_cast<std::size_t>(test.param));
 }
 
-INSTANTIATE_TEST_SUITE_P(, CopyCompressionTest,
+INSTANTIATE_TEST_SUITE_P(Compressions, CopyCompressionTest,
                          ::testing::Values(Compression::none, Compression::lz4,
                                            Compression::original),
                          name_of_compression);
