@@ -33,3 +33,9 @@ expect_no_arguments() {
 expect_number() {
   [[ $2 =~ ^[0-9]+$ ]] || refuse "$1 must be a number, not $2"
 }
+
+# show_recording_commands: prints the commands of README that show the demo's recordings.
+show_recording_commands() {
+  sed -n -e 's/^\$ \(.*demo\/recordings.*\)/  \1/p' \
+    -e 's/^`\([^`]* view demo\/recordings\)`.*/  \1/p' README.md
+}

@@ -35,7 +35,10 @@ class Measurement:
         self.is_held = True
 
     def record(self, count, start):
-        script = f"group 0 x:1\nbegin\nramp 0 1 {count} {start}\nend\n"
+        return self.record_steps(f"ramp 0 1 {count} {start}")
+
+    def record_steps(self, steps):
+        script = f"group 0 x:1\nbegin\n{steps}\nend\n"
         result = subprocess.run([self.writer, self.directory], input=script, check=True,
                                 capture_output=True, text=True)
         return result.stdout.splitlines()[0]
@@ -43,7 +46,10 @@ class Measurement:
     def seconds_of(self, *arguments):
         def run():
             before = resource.getrusage(resource.RUSAGE_CHILDREN)
-            subprocess.run([self.command, *arguments], check=True, stdout=subprocess.DEVNULL)
+            result = subprocess.run([self.command, *arguments], check=False,
+                                    stdout=subprocess.DEVNULL)
+            if result.returncode not in (0, 1):
+                raise RuntimeError(f"{arguments[0]} ended with {result.returncode}")
             after = resource.getrusage(resource.RUSAGE_CHILDREN)
             return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
 
@@ -74,9 +80,26 @@ def measure_command(measurement, run):
     measurement.judge("`diff`, 10⁷ samples per side at other times, with a time tolerance",
                       measurement.seconds_of("diff", run, shifted, "--time-tolerance", "0.5"), 2, "s")
     measurement.judge("`plot`, 10⁷ samples", measurement.seconds_of("plot", run), 1, "s")
+    measure_kinds_of_diff(measurement, run, shifted)
     large = measurement.record(10 * SAMPLES, 0)
     measurement.judge("`plot`, 10⁸ samples", measurement.seconds_of("plot", large), 1, "s")
     measurement.judge("`signals`, 10⁸ samples", measurement.seconds_of("signals", large), 0.1, "s")
+
+
+def measure_kinds_of_diff(measurement, run, shifted):
+    zigzag, higher, gaps = (measurement.record_steps(f"zigzag 0 {SAMPLES} {rest}")
+                            for rest in ("0 0", "0.3 0", "0 5"))
+    tolerance = "--time-tolerance", "0.5"
+    for what, *arguments in (
+            ("values that hold", run, run, "--hold", "*"),
+            ("values that hold, at other times, with a time tolerance",
+             run, shifted, "--hold", "*", *tolerance),
+            ("every fifth value is NaN", gaps, gaps, *tolerance),
+            ("every value differs", zigzag, higher),
+            ("every value differs, with a time tolerance", zigzag, higher, *tolerance),
+            ("every fifth value is NaN on one side", gaps, zigzag)):
+        measurement.judge(f"`diff`, 10⁷ samples per side, {what}",
+                          measurement.seconds_of("diff", *arguments), 2, "s")
 
 
 def measure_module(measurement, run, plain):

@@ -54,8 +54,9 @@ def rounds_of(wanted: dict[Pair, int]) -> list[list[Pair]]:
 def run_pair(program: str, pair: Pair, scale: float, kept: str) -> tuple[dict, dict]:
     """Runs one contender on one workload; returns Google Benchmark's context and the run."""
     contender, workload = pair
+    fraction = 1 if pair in data.WHOLE else data.ROW_FRACTIONS.get(contender, 1)
     command = [program, f"--keep-files-in={kept}", f"--benchmark_filter=^{contender}/{workload}/",
-               "--benchmark_format=json", f"--scale={scale * data.ROW_FRACTIONS.get(contender, 1)}"]
+               "--benchmark_format=json", f"--scale={scale * fraction}"]
     done = subprocess.run(command, capture_output=True, text=True, check=False)
     try:
         document = json.loads(done.stdout)

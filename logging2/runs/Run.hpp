@@ -167,8 +167,8 @@ public:
     /// Throws std::out_of_range if the run has no such group.
     virtual StepRange steps(std::size_t group, double from, double to) const = 0;
 
-    /// What is known about all samples of a signal; does not read them. Throws std::out_of_range as
-    /// above.
+    /// What is known about all samples of a signal. A recording does not read them; a run in memory
+    /// does. Throws std::out_of_range as above.
     virtual SignalSummary summary(const lang::core::ValuePath& path) const = 0;
 
     /// The signal in [from, to], divided into bucketCount intervals of the same length. Throws

@@ -211,7 +211,7 @@ class Signal:
         return frame_of([self])
 
     def __array__(self, dtype: npt.DTypeLike = None, copy: bool | None = None) -> npt.NDArray[Any]:
-        values = self.values
+        values = self.read(copy=False).values if copy is False else self.values
         if copy is False and dtype is not None and np.dtype(dtype) != values.dtype:
             raise ValueError("values of another type need a copy")
         return np.array(values, dtype=dtype) if copy else np.asarray(values, dtype=dtype)

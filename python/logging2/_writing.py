@@ -145,7 +145,7 @@ class Writer:
         return times, values if width == 1 else values.reshape(times.size, width)
 
     def run(self) -> Run:
-        """The run so far, with arrays that are views of the memory of the writer; for "columnar" only.
+        """The run so far; for "columnar" only. `Signal.pieces` gives views of the writer's memory.
 
         `refresh` goes on to its present state. The run outlives the writer. A forked process cannot
         use it.
@@ -185,5 +185,5 @@ def load_backends(file: StrPath) -> None:
 
 
 def backends() -> list[str]:
-    """The names of the back-ends that Writer can use."""
+    """The names of the back-ends that Writer can use; each also with "checked:" before it."""
     return _core.backend_names()

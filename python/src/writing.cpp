@@ -2,6 +2,7 @@
 #include <python/src/bindings.hpp>
 
 #include <logging2/backends/builtin/builtin_backends.hpp>
+#include <logging2/backends/checked/checked.hpp>
 #ifdef LOGGING2_WITH_COLUMNAR
 #include <logging2/backends/columnar/columnar.hpp>
 #endif
@@ -16,6 +17,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,6 +32,9 @@ using lang::core::ValuePath;
 /// The signals of a group, with their widths.
 using Signals = std::vector<std::pair<std::string, std::size_t>>;
 using Setup = core::SequenceMap<Group, core::LoggedPathsSetupData>;
+
+/// What the names of back-ends that report mistakes begin with; see register_checked_backend().
+constexpr std::string_view checkedPrefix = "checked:";
 
 /// Starts the registry of back-ends with the built-in ones, once per process.
 cppmicroservices::BundleContext context() {
@@ -68,11 +73,32 @@ void check_name(const std::string& name) {
     }
 }
 
+void register_recording() {
+    static const auto registrations = core::register_recording_backend(context());
+    static_cast<void>(registrations);
+}
+
+/// Registers the back-end if its name begins with "checked:", once. The caller holds the GIL.
+void register_if_checked(const std::string& backend) {
+    static std::map<std::string, core::BackendRegistrations> registered;
+    if (backend.rfind(checkedPrefix, 0) != 0 || registered.count(backend) != 0) {
+        return;
+    }
+    const std::string inner = backend.substr(checkedPrefix.size());
+    check_name(inner);
+    if (inner == "recording") {
+        register_recording();
+    }
+    register_if_checked(inner);
+    registered.emplace(backend, core::register_checked_backend(context(), inner));
+}
+
 std::unique_ptr<StreamWriter> found_writer(const std::string& backend,
                                            const core::StreamingAttributes& attributes,
                                            const Setup& setup) {
     check_name(backend);
     context();
+    register_if_checked(backend);
     auto writer = core::get_stream_writer(backend, attributes, setup);
     if (!writer || *writer == nullptr) {
         throw std::invalid_argument("there is no back-end \"" + backend + '"');
@@ -123,7 +149,7 @@ std::unique_ptr<SharedWriter> make_recording(const std::vector<Signals>& groups,
     options.compression = isPacked ? core::Compression::lz4 : core::Compression::none;
     options.durability = survivesPowerLoss ? core::Durability::power : core::Durability::process;
     options.heldBackSteps = heldBackSteps;
-    static const auto registrations = core::register_recording_backend(context());
+    register_recording();
     auto writer = std::make_unique<core::RecordingStreamWriter>(
         attributes_of(name, rollbackOnTimeRegression, 0), setup_of(groups), options);
     const std::string location = writer->location();
@@ -160,7 +186,7 @@ std::unique_ptr<SharedWriter> make_columnar(const std::vector<Signals>& groups,
 std::vector<std::string> backend_names() {
     std::vector<std::string> result{"recording"};
     for (const core::BackendInfo& backend : core::registered_backends(context())) {
-        if (backend.name != "recording") {
+        if (backend.name != "recording" && backend.name.rfind(checkedPrefix, 0) != 0) {
             result.push_back(backend.name);
         }
     }

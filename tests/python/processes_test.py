@@ -325,3 +325,41 @@ def test_locations_have_the_encoding_of_file_names(tmp_path, monkeypatch):
     for name, value in ("LC_ALL", "C"), ("PYTHONCOERCECLOCALE", "0"), ("PYTHONUTF8", "0"):
         monkeypatch.setenv(name, value)
     assert python(IN_A_STRANGE_DIRECTORY, tmp_path) == (0, "")
+
+
+def test_other_threads_go_on_while_a_read_waits(demo):
+    run = logging2.open(demo)
+    gate = threading.Lock()
+    seen = []
+
+    def go_on():
+        with gate:
+            seen.append(True)
+
+    interval = sys.getswitchinterval()
+    with gate:
+        thread = threading.Thread(target=go_on)
+        thread.start()
+        sys.setswitchinterval(1000)  # now only who releases the lock of the interpreter passes it on
+    for _ in range(10000):
+        run["x"].read()
+        if seen:
+            break
+    was_seen = bool(seen)
+    sys.setswitchinterval(interval)
+    thread.join()
+    assert was_seen
+
+
+def test_optional_modules_are_imported_on_demand_only(demo):
+    script = (
+        "import sys\n"
+        "for name in ('pandas', 'xarray', 'matplotlib'): sys.modules[name] = None\n"
+        "import logging2\n"
+        "run = logging2.open(sys.argv[1])\n"
+        "assert len(run['x'].read().values) == 100 and run._repr_html_()\n"
+        "try: run.to_pandas('x')\n"
+        "except ImportError: print('needs pandas')\n")
+    result = subprocess.run([sys.executable, "-c", script, demo], capture_output=True, text=True,
+                            check=False)
+    assert (result.stderr, result.stdout) == ("", "needs pandas\n")

@@ -81,6 +81,9 @@ def test_copy_false_raises_where_a_copy_is_needed(record, tmp_path):
     assert not signal.read().is_view
     with pytest.raises(ValueError, match="without a copy"):
         signal.read(copy=False)
+    with pytest.raises(ValueError, match="without a copy"):
+        signal.__array__(copy=False)
+    assert np.asarray(signal).size == 140000
     copied = signal.read(copy=True)
     copied.values[0] = 7.0
 
@@ -88,6 +91,7 @@ def test_copy_false_raises_where_a_copy_is_needed(record, tmp_path):
 def test_copy_false_is_a_view_where_the_bytes_are_contiguous(demo):
     samples = logging2.open(demo)["x"].read(copy=False)
     assert samples.is_view
+    assert logging2.open(demo)["x"].__array__(copy=False).size == 100
     assert not logging2.open(demo)["x"].read(copy=True).is_view
 
 

@@ -14,6 +14,26 @@ def test_every_back_end_is_available_by_name():
         "recording", "memory", "memory-restricted", "native", "columnar"]
 
 
+@pytest.mark.parametrize("backend", logging2.backends())
+def test_every_back_end_can_be_checked(backend, tmp_path, monkeypatch, capfd):
+    monkeypatch.chdir(tmp_path)
+    for _ in range(2):
+        with logging2.Writer(f"checked:{backend}", groups=[{"x": 1, "p": 2}],
+                             point_limit=10) as writer:
+            writer.write(0, 1, [1, 2, 3])
+        assert writer.read("p")[1].tolist() == [[2, 3]]
+    forgotten = logging2.Writer(f"checked:{backend}", groups=[["x"]], name="forgotten")
+    del forgotten
+    assert 'DestroyedWithoutFlush "forgotten"' in capfd.readouterr().err
+    assert f"checked:{backend}" not in logging2.backends()
+
+
+def test_unknown_back_end_cannot_be_checked():
+    for name in "checked:zzz", "checked:", "checked:*", "checked:checked:zzz":
+        with pytest.raises(ValueError):
+            logging2.Writer(name, groups=[["x"]])
+
+
 @pytest.mark.parametrize("backend", ["memory", "columnar", "recording"])
 def test_rollback_discards_later_steps(backend, tmp_path):
     options = {"directory": tmp_path} if backend == "recording" else {}

@@ -68,8 +68,7 @@ class BrowserTest(CommandTest):
         self.expected_errors = ()
         self.servers = []
         self.set_colors("light")
-        self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
-            "width": 1280, "height": 720, "deviceScaleFactor": 1, "mobile": False})
+        self.resize(1280, 720)
         self.addCleanup(self.leave)
 
     def leave(self):
@@ -78,6 +77,7 @@ class BrowserTest(CommandTest):
         for server in self.servers:
             server.terminate()
             server.communicate()
+        self.assertEqual([server.returncode for server in self.servers], [0] * len(self.servers))
         errors = [entry["message"] for entry in self.browser.get_log("browser")
                   if entry["level"] == "SEVERE" and not any(text in entry["message"] for text in self.expected_errors)]
         addresses = {self.sent_to(entry) for entry in self.browser.get_log("performance")}
@@ -95,6 +95,10 @@ class BrowserTest(CommandTest):
     def set_colors(self, scheme):
         self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {
             "features": [{"name": "prefers-color-scheme", "value": scheme}]})
+
+    def resize(self, width, height, scale=1):
+        self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+            "width": width, "height": height, "deviceScaleFactor": scale, "mobile": False})
 
     def serve(self, location):
         """Starts the server. Returns the address that it prints."""

@@ -136,6 +136,12 @@ class ConditionsTest(CommandTest):
         run = self.recorded()
         data = run / "samples.bin"
         data.write_bytes(b"?" + data.read_bytes()[1:])
+        self.expect(run, "not a recording's data file", {"list": 0, "check": 1, "rescue": 0})
+
+    def test_damaged_description_in_both_files(self):
+        run = self.recorded()
+        data = run / "samples.bin"
+        data.write_bytes(b"?" * 512 + data.read_bytes()[512:])
         self.expect(run, "not a recording's data file", {"list": 0, "check": 1})
 
     def test_data_file_that_was_cut(self):

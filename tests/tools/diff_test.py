@@ -50,7 +50,7 @@ class DiffTest(CommandTest):
         run = self.record(reference_with("write 0 2 0 1", "write 0 2 1 1"))
         self.assertEqual(self.output_of("diff", self.a, run, status=1), (
             "SIGNAL  FIRST  STEP  LARGEST  AT  ALLOWED  OUTSIDE  NOTE\n"
-            "x           2     3        1   2     0.01     50 %\n"
+            "x           2     3        1   2     0.01   49.5 %\n"
             "\n"
             "1 of 3 signals differs\n"
             "allowed: absolute 0, relative 0.001 of the range in A, time 0\n"))
@@ -68,7 +68,7 @@ class DiffTest(CommandTest):
         self.assertEqual(x, {
             "path": "x", "differs": True, "method": "linear", "timesAscend": True, "element": 0,
             "first": {"time": 2.0, "stepA": 3, "stepB": 3}, "largest": 1.0, "largestAt": 2.0,
-            "allowed": 0.5, "share": 0.0, "shareOf": "time", "timesDiffer": False,
+            "allowed": 0.5, "share": 0.025, "shareOf": "time", "timesDiffer": False,
             "nanDiffers": False,
             "a": {"steps": 4, "firstTime": 0.0, "lastTime": 2.0, "nan": 0},
             "b": {"steps": 4, "firstTime": 0.0, "lastTime": 2.0, "nan": 0},
@@ -201,6 +201,10 @@ class DiffTest(CommandTest):
             {"absolute": 1, "relative": 0.001, "time": 0.125}])
         self.assertIn("time 0; others in tolerances\n", self.output_of(
             "diff", self.a, run, "--tolerances", "tolerances"))
+        file.write_text("valve relative=0.002\n")
+        self.assertRegex(
+            self.output_of("diff", self.a, run, "--tolerances", "tolerances", status=1),
+            r"valve .* allowed: absolute 0, relative 0.002 of the range in A, time 0\n")
 
     def test_wrong_line_of_a_file_is_named(self):
         for text, message in (

@@ -1,7 +1,9 @@
 import json
 import math
 import os
+import signal
 import subprocess
+import time
 
 from commands import COMMAND, CommandTest
 
@@ -73,6 +75,53 @@ class PlotTest(CommandTest):
         run = self.simulate()
         self.assert_refused("must end with .svg or .png", "plot", run, "-o", "plot.pdf")
         self.assert_refused("missing/plot.png", "plot", run, "-o", "missing/plot.png")
+
+    def test_other_files_beside_the_picture_stay_as_they_are(self):
+        run = self.simulate()
+        part, linked = self.directory / "a.svg.part", self.directory / "linked"
+        part.write_text("mine")
+        linked.write_text("mine too")
+        (self.directory / "b.svg.part").symlink_to(linked)
+        for name in "a.svg", "b.svg":
+            self.output_of("plot", run, "-o", name)
+            self.output_of("plot", run, "-o", name)  # replaces the picture
+            self.assertIn("</svg>", (self.directory / name).read_text())
+        self.assertEqual((part.read_text(), linked.read_text()), ("mine", "mine too"))
+        self.assertEqual(sorted(file.name for file in self.directory.glob("*svg*")),
+                         ["a.svg", "a.svg.part", "b.svg", "b.svg.part"])
+
+    def plot_with(self, gnuplot, *arguments):
+        """The process of the command, which finds this script under the name of gnuplot."""
+        programs = self.directory / "programs"
+        programs.mkdir(exist_ok=True)
+        (programs / "gnuplot").write_text(f"#!/bin/sh\n{gnuplot}\n")
+        (programs / "gnuplot").chmod(0o755)
+        return subprocess.Popen([COMMAND, "plot", *arguments], cwd=self.directory, text=True,
+                                env={**os.environ, "PATH": f"{programs}:{os.environ['PATH']}"},
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                start_new_session=True)
+
+    def test_failure_of_gnuplot_is_explained(self):
+        run = self.simulate()
+        for script, reason in (("echo 'line 1: no' >&2; exit 1", "line 1: no"),
+                               ("exit 3", "it ended with status 3"),
+                               ("kill -KILL $$", "it was ended by signal 9")):
+            with self.plot_with(script, run, "-o", "new.svg") as process:
+                self.assertEqual(process.stderr.read(), f"logging2: gnuplot failed: {reason}\n")
+                self.assertEqual(process.wait(), 2)
+        self.assertEqual(list(self.directory.glob("*new*")), [])
+
+    def test_interrupted_plot_leaves_nothing(self):
+        run = self.simulate()
+        (self.directory / "new.svg").write_text("old")
+        with self.plot_with("echo > started; exec sleep 60", run, "-o", "new.svg") as process:
+            while not (self.directory / "started").exists():
+                time.sleep(0.01)
+            os.killpg(process.pid, signal.SIGINT)
+            self.assertEqual(process.stderr.read(), "logging2: interrupted\n")
+            self.assertEqual(process.wait(), 130)
+        self.assertEqual([file.read_text() for file in self.directory.glob("*new*")], ["old"])
+        self.assertEqual(list(self.directory.glob(".new*")), [])
 
     def test_missing_gnuplot_is_named(self):
         run = self.simulate()

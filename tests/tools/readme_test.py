@@ -39,8 +39,18 @@ class ReadmeTest(CommandTest):
         self.assertEqual(len(shown), 6)
         for command, output in zip(shown[::2], shown[1::2]):
             command = command.replace("build/release/tools/logging2", COMMAND)
-            command = command.replace("PYTHONPATH=build/release/python python3", sys.executable)
+            command = command.replace("PYTHONPATH=build/release/python /usr/bin/python3", sys.executable)
             result = subprocess.run(command, shell=True, capture_output=True, text=True,
                                     check=False, cwd=self.directory, env=dict(os.environ))
             self.assertEqual((result.stderr, result.returncode), ("", 0))
             self.assertEqual(without_changes(result.stdout), without_changes(output))
+
+    def test_demo_ends_with_the_commands_of_readme(self):
+        demo = (README.parent / "scripts/demo").read_text(encoding="utf-8")
+        self.assertTrue(demo.endswith("  show_recording_commands\nfi\n"))
+        shown = subprocess.run(["bash", "-c", "source scripts/lib.sh; show_recording_commands"],
+                               capture_output=True, text=True, check=True, cwd=README.parent).stdout
+        commands = re.findall(r"^\$ (.* ?demo/recordings.*)", README.read_text(encoding="utf-8"), re.M)
+        self.assertEqual(len(commands), 3)
+        view = "build/release/tools/logging2 view demo/recordings"
+        self.assertEqual(shown.splitlines(), [f"  {command}" for command in [*commands, view]])

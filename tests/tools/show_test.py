@@ -1,3 +1,6 @@
+import json
+import shutil
+
 from commands import CommandTest
 
 TWO_GROUPS = """name demo
@@ -95,8 +98,16 @@ class ShowTest(CommandTest):
         self.assertEqual(paths("*x"), ["x", "v.x"])
         self.assertEqual(paths("*x", "--exclude", "v*"), ["x"])
         self.assertEqual(paths("--exclude", "?", "--exclude", "[p]*"), ["v.x", "empty"])
-        self.assert_refused('no signal matches "y"', "signals", run, "x", "y")
-        self.assert_refused("no signal is left", "signals", run, "x", "--exclude", "*")
+        for command in "signals", "print", "plot", "export", "watch":
+            to = ["--to", "csv"] if command == "export" else []
+            self.assert_refused(f'{run.name}: no signal matches "y"', command, run, "x", "y", *to)
+            self.assert_refused(f"{run.name}: no signal is left", command, run, "x", "--exclude", "*", *to)
+        for option in "--hold", "--ignore":
+            self.assert_refused('A and B: no signal matches "y"', "diff", run, run, option, "y")
+
+    def test_run_without_signals_is_named(self):
+        run = self.record("group 0\nbegin\nend\n")
+        self.assert_refused(f"{run.name}: the run has no signals", "print", run)
 
     def test_print_shows_one_group_after_the_other(self):
         run = self.record(TWO_GROUPS + "end\n")
@@ -139,7 +150,8 @@ class ShowTest(CommandTest):
         self.assertEqual(times("--every", "40"), [0, 40, 80])
         self.assertEqual(times("--from", "97.5"), [98, 99])
         self.assertEqual(times("--from", "200"), [])
-        self.assert_refused("contains no time", "print", run, "--from", "2", "--to", "1")
+        self.assert_refused(f"{run.name}: the range from 2 to 1 contains no time",
+                            "print", run, "--from", "2", "--to", "1")
         self.assert_refused("--every", "print", run, "--every", "0")
 
     def test_json_has_texts_for_numbers_that_are_not_finite(self):
@@ -148,6 +160,27 @@ class ShowTest(CommandTest):
         self.assertEqual(tables[0], {"columns": ["time", "x", "v.x"],
                                      "rows": [[0, 1, -1], [0.5, 2.5, "NaN"]]})
         self.assertEqual(tables[1]["rows"][1], [0.5, 30, "Infinity"])
+
+    def test_json_of_a_damaged_run_is_whole(self):
+        run = self.record("chunk 4096\ngroup 0 x:1\nbegin\nramp 0 1 300000 0\nend\n")
+        with open(run / "samples.bin", "r+b") as data:
+            data.seek(3000000)
+            data.write(b"?" * 100)
+        result = self.run_command("print", run, "--json")
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("samples.bin", result.stderr)
+        rows = json.loads(result.stdout)["tables"][0]["rows"]
+        self.assertGreater(len(rows), 1000)
+        self.assertEqual(rows[1000], [1000, 1000])
+
+    def test_json_of_every_command_has_a_schema(self):
+        run = self.record(TWO_GROUPS + "end\n")
+        for words in (["list", "."], ["info", run], ["signals", run], ["print", run], ["plot", run],
+                      ["watch", run], ["diff", run, run], ["diff", "--exact", run, run],
+                      ["check", run], ["export", run, "-o", "new.npz"], ["copy", run, "-o", "copy"],
+                      ["rescue", run, "-o", "rescued"], ["compact", run]):
+            with self.subTest(words[0]):
+                self.assertEqual(self.json_of(*words)["schema"], 1)
 
     def test_names_cannot_control_the_terminal(self):
         run = self.record("group 0 a\x1b[31mb:1\nbegin\nwrite 0 0 1\nend\n")
@@ -162,6 +195,43 @@ class ShowTest(CommandTest):
         self.assertEqual(self.json_of("info", "runs", "--run", name[:7])["id"], name)
         self.assert_refused("2 recordings; choose one", "info", "runs")
         self.assert_refused("no run has an id", "info", "runs", "--run", "xyz")
+
+    def test_latest_run_is_the_newest_one_also_if_it_is_damaged(self):
+        for name, is_found in ("samples.bin", True), ("index.sqlite", True), ("both", False):
+            first = self.record(TWO_GROUPS + "end\n")
+            self.record(TWO_GROUPS + "end\n")
+            newest = self.record(TWO_GROUPS + "end\n")
+            run_id = self.json_of("info", newest)["id"]
+            for file in newest.iterdir():
+                if name in (file.name, "both"):
+                    file.write_bytes(b"?" * 4096)
+            for command in "info", "print", "watch":
+                self.assert_refused(newest.name, command, ".", "--run", "latest")
+            choices = ["latest", newest.name, newest.name[:-len(".recording")]]
+            for choice in choices + ([run_id] if is_found else []):
+                self.assertIn(f"{newest.name}: damaged",
+                              self.output_of("check", ".", "--run", choice, status=1))
+            if not is_found:
+                self.assert_refused("no run has an id", "check", ".", "--run", run_id)
+            for entry in self.json_of("list", ".")["runs"]:
+                if newest.name in entry["location"]:
+                    self.assertEqual(entry["id"], run_id if is_found else "")
+            self.assertEqual(self.json_of("info", first)["name"], "demo")
+            shutil.rmtree(newest)
+
+    def test_damaged_run_is_rescued_by_its_id(self):
+        run = self.record(TWO_GROUPS + "end\n")
+        run_id = self.json_of("info", run)["id"]
+        expected = self.output_of("print", run)
+        (run / "index.sqlite").write_bytes(b"?")
+        self.output_of("rescue", ".", "--run", run_id, "-o", "new")
+        self.assertEqual(self.output_of("print", "new"), expected)
+
+    def test_two_runs_with_the_same_id_are_refused(self):
+        run = self.record(TWO_GROUPS + "end\n")
+        shutil.copytree(run, self.directory / "copy.recording")
+        self.assert_refused("more than one run has an id", "info", ".", "--run",
+                            self.json_of("info", run)["id"])
 
     def test_unreadable_input_is_one_line_that_names_it(self):
         empty = self.directory / "empty.recording"

@@ -7,6 +7,7 @@ import time
 
 from browser import BrowserTest
 from commands import SIMULATE
+from selenium.webdriver.common.keys import Keys
 
 START = "name demo\ngroup 0 x:1\nbegin\n" + "".join(f"write 0 {step} 1\n" for step in range(101)) + "show\n"
 
@@ -33,7 +34,7 @@ class ViewLiveTest(BrowserTest):
         first, last = self.interval()
         self.assertAlmostEqual(last - first, 20, delta=0.5)
         self.assertRegex(self.text("#live"), r"Following, last written \d+\.\d s ago")
-        self.assertNotIn("late", self.one("#live").get_attribute("class"))
+        self.wait(lambda: "late" not in self.one("#live").get_attribute("class"))
         self.wait(lambda: len(self.inked()) > 400)
         self.press(" ")
         self.wait(lambda: self.text("#live").startswith("Paused"))
@@ -173,7 +174,7 @@ class ViewLiveTest(BrowserTest):
         writer, run = self.recorder(START)
         self.open(run, "x")
         self.wait(lambda: "last written" in self.text("#live"))
-        self.assertNotIn("behind", self.text("#live"))
+        self.wait(lambda: "behind" not in self.text("#live"))
         self.servers[0].send_signal(signal.SIGSTOP)
         self.addCleanup(self.servers[0].send_signal, signal.SIGCONT)
         self.wait(lambda: re.search(r"s ago, [4-9] s behind", self.text("#live")))
@@ -181,6 +182,65 @@ class ViewLiveTest(BrowserTest):
         self.servers[0].send_signal(signal.SIGCONT)
         self.wait(lambda: "behind" not in self.text("#live"))
         writer.stdin.write("end\n")
+
+    def test_page_tells_that_answers_are_late(self):
+        writer, run = self.recorder(START)
+        self.open(run, "x")
+        self.browser.execute_script("""
+            const own = fetch;
+            globalThis.fetch = async (address, options) => {
+                if (String(address).includes("/trace?")) await new Promise((go) => setTimeout(go, 3500));
+                return own(address, options);
+            };""")
+        self.wait(lambda: "behind" not in self.text("#live"))
+        writer.stdin.write("write 0 200 5\nshow\n")
+        self.wait(lambda: re.search(r"s ago, [23] s behind", self.text("#live")))
+        self.wait(lambda: "behind" not in self.text("#live"))
+        self.assertEqual(self.interval(), [0, 200])
+        writer.stdin.write("end\n")
+
+    def test_going_back_pauses_what_is_followed(self):
+        writer, run = self.recorder(START)
+        self.open(run, "x")
+        self.type("#last-length", "40")
+        self.wait_for([60, 100], self.interval)
+        self.wait(lambda: self.text("#live").startswith("Following"))
+        self.press(Keys.ARROW_LEFT)
+        self.wait(lambda: self.text("#live").startswith("Paused"))
+        first, last = self.interval()
+        self.assertLess(last, 100)
+        writer.stdin.write("write 0 200 5\nshow\n")
+        self.wait(lambda: "102 steps" in self.text(".run"))
+        self.wait_until_drawn()
+        self.assertEqual(self.interval(), [first, last])
+        self.press(" ")
+        self.wait_for([160, 200], self.interval)
+        writer.stdin.write("end\n")
+
+    def test_address_with_the_newest_part_shows_what_came_meanwhile(self):
+        writer, run = self.recorder(START)
+        self.open(run, "x")
+        self.type("#last-length", "60")
+        self.wait_for([40, 100], self.interval)
+        self.wait(lambda: "last=60" in self.browser.current_url)
+        address = self.browser.current_url
+        self.browser.get("about:blank")
+        writer.stdin.write("write 0 300 5\nend\n")
+        self.browser.get(address)
+        self.wait_for([240, 300], self.interval)
+
+    def test_runs_are_aligned_at_the_cursors(self):
+        self.overlay([(step + 40, step) for step in range(101)])
+        self.wait(lambda: self.browser.current_url.count("run=") == 2)
+        address = self.browser.current_url
+        self.browser.get("about:blank")
+        self.browser.get(address + "&a=10&b=70")
+        self.wait(lambda: self.one(".alignment button:last-child").is_enabled())
+        self.one(".alignment button:last-child").click()
+        self.wait_for("-60", lambda: self.one(".alignment input").get_attribute("value"))
+        self.wait_for([-20, 100], self.interval)
+        # At cursor A, the second run shows what it has shown at cursor B.
+        self.wait_for(["at 10", "10", "30"], lambda: self.value_texts()[::3])
 
     def overlay(self, second, *options):
         """Opens two ramps, the second of which is written by the function, and plots both."""

@@ -2,6 +2,7 @@ import http.client
 import os
 import random
 import shutil
+import statistics
 import threading
 import time
 import unittest
@@ -34,7 +35,7 @@ class Browser(threading.Thread):
     def ask(self, connection):
         start = self.random.uniform(-10, STEPS / 1000)
         query = {"signal": "wave.x", "from": start, "to": start + 10 ** self.random.uniform(-3, 3.5),
-                 "pixels": self.random.choice([1, 300, 1500, 4096])}
+                 "pixels": self.random.choice([1, 300, 1500, 3000])}
         target = f"/api/runs/{self.run_id}/" + self.random.choice(
             ["trace?" + urllib.parse.urlencode(query)] * 8 +
             [f"values?signal=wave.x&element=0&time={start}", "trace?from=x"])
@@ -73,29 +74,34 @@ class ViewLoadTest(ViewTest):
             self.assertLess(grown, 8 << 20)
 
     def test_growing_run_is_followed_by_many(self):
+        rate = 20_000 if SANITIZED else 100_000
+        lags = [self.greatest_lag(rate) for _ in range(1 if SANITIZED else 3)]
+        if not SANITIZED:
+            self.assertLessEqual(statistics.median(lags), 1)
+
+    def greatest_lag(self, rate):
+        """How many seconds the answers are at most behind a run that grows while ten clients follow it."""
         # The held back steps and the interval of the commits are the recorder's.
         writer, location = self.recorder("name wave\ngroup 1 wave.x:1\nbegin\n")
         server = self.serve(location)
         run = server.run_id()
         streams = [Events(server, run) for _ in range(10)]
         start = time.time()
-        rate = 20_000 if SANITIZED else 100_000
-        writer.stdin.write(f"rate {rate}\nwave 1 {5 * rate} 1e-5\nend\n")
+        writer.stdin.write(f"rate {rate}\nwave 1 {4 * rate} 1e-5\nend\n")
         lags = []
-        while time.time() - start < 4:
+        while time.time() - start < 3:
             _, _, columns = server.trace(run, **{"from": 0, "to": 1e6})
             newest = columns[1][-1] if len(columns) > 2 else columns[0][-1] if columns else 0
             lags.append(time.time() - start - newest * 1e5 / rate)
             time.sleep(0.05)
         for stream in streams:
             last = stream.wait_for(lambda event, data: data.get("state") == "finished", 60)
-            self.assertEqual(last["steps"], 5 * rate)
-            times = [data["groups"][0]["steps"] for event, data in stream.seen if event == "run"]
+            self.assertEqual(last["steps"], 4 * rate)
+            times = [data["steps"] for event, data in stream.seen if event == "run"]
             self.assertEqual(times, sorted(times))
             self.assertGreater(len(times), 5)
             stream.close()
-        if not SANITIZED:
-            self.assertLess(sorted(lags)[len(lags) * 9 // 10], 1.5)
+        return max(lags)
 
     def test_runs_come_and_go_under_load(self):
         kept = self.wave(STEPS // 10)

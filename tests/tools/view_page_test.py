@@ -70,6 +70,25 @@ class ViewPageTest(BrowserTest):
         self.assertAlmostEqual((sum(spike) / len(spike) - first) / (last - first), 7777 / STEP_COUNT, delta=0.004)
         self.assertGreater(len(self.inked()), 500)
 
+    def test_line_crosses_a_gap_between_dense_steps(self):
+        self.open(self.record("group 0 x:1\nbegin\nramp 0 1 20000 0\nramp 0 1 20000 40000\nramp 0 1 9 140000\nend\n"),
+                  "x")
+        for first, last in (20500, 39500), (60500, 100500):
+            self.show(first, last)
+            self.assertIn("Aggregate", self.text("#detail"))
+            self.assertGreater(len(self.inked()), 500)
+
+    def test_single_value_among_nan_is_marked_in_an_aggregate(self):
+        self.open(self.record("group 0 x:1\nbegin\n" + "".join(
+            f"write 0 {step} {5 if step == 7777 else 'nan'}\n" for step in range(STEP_COUNT)) + "end\n"), "x")
+        self.assertIn("Aggregate", self.text("#detail"))
+        ink = self.ink()
+        bottom = max(rows[1] for rows in ink if rows is not None)
+        marked = [x for x, rows in enumerate(ink) if rows is not None and rows[0] < bottom - 50]
+        expected = len(ink) / 2 + self.at(7777)
+        self.assertTrue(marked)
+        self.assertLess(max(abs(x - expected) for x in marked), 5)
+
     def test_keys_zoom_to_single_steps_with_markers(self):
         self.open(self.record(WAVE), "plant.wave")
         self.press(".")
@@ -271,3 +290,108 @@ class ViewPageTest(BrowserTest):
         self.open(self.record(f"group 0 wide:30 x:1\nbegin\nwrite 0 0 {'1 ' * 31}\nend\n"), "wide")
         self.assertEqual(len(self.legend()), 24)
         self.assertIn("6 more lines are not drawn", self.text(".notes"))
+
+    def test_second_dozen_of_lines_is_dashed(self):
+        numbers = " ".join(map(str, range(13)))
+        self.open(self.record(f"group 0 x:13\nbegin\nwrite 0 0 {numbers}\nwrite 0 10 {numbers}\nend\n"), "x")
+        self.assertEqual(len(self.all(".swatch.dashed")), 1)
+        # The 13th line, which is the uppermost one, has the colour of the first one.
+        rows = [rows[0] for rows in self.ink() if rows is not None]
+        share = sum(row < min(rows) + 5 for row in rows) / len(rows)
+        self.assertGreater(share, 0.4)
+        self.assertLess(share, 0.9)
+
+    def test_wide_plots_show_each_pixel_and_step(self):
+        self.resize(4500, 800)
+        self.open(self.record("group 0 x:1\nbegin\nwave 0 100000 0.1\nend\n"), "x")
+        self.show(2000, 8000)
+        pixels = self.graph().size["width"] - 114
+        self.assertGreater(pixels, 3000)
+        self.assertGreater(len(self.inked()), pixels - 5)
+        steps = int(re.search(r"of ([\d,]+) steps", self.text("#detail"))[1].replace(",", ""))
+        self.assertLessEqual(steps, 60000 / pixels + 2)
+        self.assertEqual({size < 200000 for size in self.answer_sizes()}, {True})
+        length = 3.8 * pixels / 10 / 1.5
+        self.show(5000, 5000 + length)
+        self.assertEqual(self.text("#detail"), "Every step is shown.")
+        self.assertGreater(len(self.inked()), pixels - 5)
+
+    def test_each_line_is_asked_for_once(self):
+        self.open(self.record(WAVE), "plant.vector")
+        self.browser.execute_script("""
+            const own = fetch;
+            globalThis.asked = 0;
+            globalThis.fetch = async (address, options) => {
+                const element = /trace.*element=(\\d)/.exec(address)?.[1];
+                if (element !== undefined) globalThis.asked += 1;
+                await new Promise((go) => setTimeout(go, 100 * (element ?? 0)));
+                return own(address, options);
+            };""")
+        self.show(1000, 4000)
+        asked = self.browser.execute_async_script("setTimeout(() => arguments[0](asked), 500)")
+        self.assertEqual(asked, 3)
+
+    def answer_sizes(self):
+        return self.browser.execute_script(
+            "return performance.getEntriesByType('resource').filter(({name}) => name.includes('/trace?'))"
+            ".map(({encodedBodySize}) => encodedBodySize)")
+
+    def test_plots_are_drawn_for_each_pixel_of_the_device(self):
+        self.resize(1280, 720, scale=2)
+        self.open(self.record(WAVE), "plant.wave")
+        ink, pixels = self.ink(), (self.graph().size["width"] - 114) * 2
+        self.assertGreater(len([rows for rows in ink if rows is not None]), pixels - 5)
+        steps = int(re.search(r"of ([\d,]+) steps", self.text("#detail"))[1])
+        self.assertLessEqual(steps, STEP_COUNT / pixels + 2)
+        top = min(rows[0] for rows in ink if rows is not None)
+        spike = [x for x, rows in enumerate(ink) if rows is not None and rows[0] < top + 10]
+        self.assertAlmostEqual(spike[0], len(ink) / 2 + 2 * self.at(7777), delta=6)
+
+    def test_aggregates_mark_nan_and_infinities(self):
+        odd = {5000: "nan", 10000: "inf", 15000: "-inf"}
+        self.open(self.record("group 0 x:1\nbegin\n" + "".join(
+            f"write 0 {step} {odd.get(step, 1 + step % 2)}\n" for step in range(STEP_COUNT)) + "end\n"), "x")
+        self.assertIn("Aggregate", self.text("#detail"))
+        ink = self.ink()
+        top = min(rows[0] for rows in ink if rows is not None)
+        bottom = max(rows[1] for rows in ink if rows is not None)
+
+        def rows_at(step):
+            middle = round(len(ink) / 2 + self.at(step))
+            near = [rows for rows in ink[middle - 2:middle + 3] if rows is not None]
+            return min(rows[0] for rows in near), max(rows[1] for rows in near)
+
+        plain = rows_at(2500)
+        self.assertGreater(plain[0], top + 5)
+        self.assertLess(plain[1], bottom - 5)
+        self.assertGreater(rows_at(5000)[1], bottom - 2)
+        self.assertLess(rows_at(10000)[0], top + 2)
+        self.assertGreater(rows_at(15000)[1], bottom - 2)
+
+    def test_cursor_shows_values_in_all_plots(self):
+        self.open(self.record(WAVE), "plant.vector")
+        self.plot("other.name", new=True)
+        self.show(7000, 7010)
+        ActionChains(self.browser).move_to_element_with_offset(self.graph(), self.at(7004.5), 0).click().perform()
+        self.wait_for(({"plant.vector[0]": "1", "plant.vector[1]": "2", "plant.vector[2]": "3"}, {"other.name": "7004"}),
+                      lambda: tuple({name: values[0] for name, values in self.legend(plot).items()} for plot in (0, 1)))
+
+    def test_list_shows_start_and_duration(self):
+        run = self.record(WAVE)
+        facts = self.json_of("info", run)
+        self.recorder("name growing\ngroup 0 x:1\nbegin\nwrite 0 0 1\nshow\n")
+        killed, _ = self.recorder("name killed\ngroup 0 x:1\nbegin\nwrite 0 0 1\nshow\n")
+        killed.kill()
+        killed.wait()
+        self.open(self.directory)
+        # The clocks of the browser and of the server differ by a day.
+        self.browser.execute_script("const now = Date.now; Date.now = () => now() - 86400000")
+
+        def row(name):
+            return next(node.text for node in self.all(".run") if node.text.startswith(name + "\n"))
+
+        start = self.browser.execute_script("return new Date(arguments[0]).toLocaleTimeString('en-GB')", facts["start"])
+        self.assertRegex(row("wave"), start)
+        self.assertRegex(row("wave"), r"\d+ ms · 20K steps|\d+(\.\d)? s · 20K steps")
+        self.assertIn("unknown duration · 1 steps", row("killed"))
+        self.wait(lambda: re.search(r"\n.*[1-9]\d*(\.\d)? s · 1 steps", row("growing")))

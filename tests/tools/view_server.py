@@ -64,7 +64,7 @@ class Server:
         assert status == 200, body
         magic, revision, kind, count = struct.unpack("<8sQII", body[:24])
         assert magic == b"L2TRACE1"
-        numbers = struct.unpack(f"<{(len(body) - 80) // 8}d", body[80:])
+        numbers = struct.unpack(f"<{(len(body) - 64) // 8}d", body[64:])
         columns = [numbers[i:i + count] for i in range(0, len(numbers), count)] if count else []
         return kind, revision, columns
 

@@ -4,6 +4,8 @@ import io
 import math
 import re
 import shutil
+import socket
+import socketserver
 import threading
 import xml.etree.ElementTree
 
@@ -20,6 +22,31 @@ const [module, name, parameters, done] = arguments;
 import(new URL(`page/${module}.js`, location.href)).then(
     (loaded) => done(loaded[name](...parameters)), (error) => done(String(error)));
 """
+
+
+def forwarder_to(port):
+    """What handles the connections of a tunnel to a port of this machine."""
+
+    class Forwarder(socketserver.BaseRequestHandler):
+        """Passes bytes on in both directions."""
+
+        def handle(self):
+            with socket.create_connection(("127.0.0.1", port)) as other:
+                back = threading.Thread(target=self.copy, args=(other, self.request), daemon=True)
+                back.start()
+                self.copy(self.request, other)
+                back.join()
+
+        @staticmethod
+        def copy(source, target):
+            try:
+                while part := source.recv(65536):
+                    target.sendall(part)
+                target.shutdown(socket.SHUT_WR)
+            except OSError:
+                pass
+
+    return Forwarder
 
 
 class ViewUseTest(BrowserTest):
@@ -77,6 +104,20 @@ class ViewUseTest(BrowserTest):
             self.browser.get(f"http://127.0.0.1:{other.server_port}{path}")
             self.assertIn((path, None), seen)
         self.assertEqual({cookie for _, cookie in seen}, {None})
+
+    def test_page_works_through_a_tunnel_with_another_port(self):
+        address = self.serve(self.ramp)
+        port = int(re.search(r":(\d+)/", address)[1])
+        tunnel = socketserver.ThreadingTCPServer(("127.0.0.1", 0), forwarder_to(port))
+        tunnel.daemon_threads = True
+        self.addCleanup(tunnel.server_close)
+        self.addCleanup(tunnel.shutdown)
+        threading.Thread(target=tunnel.serve_forever, daemon=True).start()
+        self.browser.get(address.replace(f":{port}/", f":{tunnel.server_address[1]}/"))
+        self.plot("a.x")
+        self.wait(lambda: len(self.inked()) > 500)
+        self.press("a")
+        self.wait_for({"a.x": ["500"]}, self.legend)
 
     def test_address_may_say_the_newest_part(self):
         self.open(self.ramp, "a.x")
@@ -140,12 +181,26 @@ class ViewUseTest(BrowserTest):
         self.assertTrue(content.startswith(b"\x89PNG") and b"IEND" in content[-12:])
         self.assertGreater(len(content), 10000)
 
+    def test_pictures_mark_a_single_value_among_nan(self):
+        self.open(self.record("group 0 x:1\nbegin\n" + "".join(
+            f"write 0 {step} {5 if step == 7777 else 'nan'}\n" for step in range(20000)) + "end\n"), "x")
+        picture = xml.etree.ElementTree.parse(self.saved("#save-svg", "svg")).getroot()
+        (circle,) = picture.iter("{http://www.w3.org/2000/svg}circle")
+        self.assertAlmostEqual(float(circle.get("cx")), len(self.ink()) / 2 + self.at(7777), delta=2)
+
     def test_visible_data_is_saved_with_every_step(self):
         self.open(self.ramp, "a.y")
         self.show(10, 900)
         rows = list(csv.reader(io.StringIO(self.saved("#save-csv", "csv").read_text())))
         self.assertEqual([(float(row[-2]), float(row[-1])) for row in rows[1:]],
                          [(step, -step) for step in range(10, 901)])
+
+    def test_single_elements_are_saved_alone(self):
+        self.open(self.record("name wide\ngroup 0 w:1000 x:1\nbegin\nramp 0 1001 3 0\nend\n"), "x")
+        self.one("#filter").send_keys("w[3]", Keys.ENTER)
+        self.wait(lambda: "w[3]" in self.legend())
+        self.browser.execute_script("document.activeElement.blur()")
+        self.assertEqual(self.saved("#save-csv", "csv").read_text().split("\n")[0], "time,w[3],x")
 
     def test_many_signals_are_saved(self):
         names = [f"s{number}" for number in range(72)]
@@ -289,8 +344,7 @@ class ViewUseTest(BrowserTest):
 
     def test_layout_fits_small_and_large_screens(self):
         for width, height in (1280, 720), (3840, 2160):
-            self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
-                "width": width, "height": height, "deviceScaleFactor": 1, "mobile": False})
+            self.resize(width, height)
             self.open(self.ramp, "a.x")
             overflow = self.browser.execute_script(
                 "return [...document.querySelectorAll('#toolbar, #status, body, .plot')]"

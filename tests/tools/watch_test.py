@@ -108,5 +108,27 @@ class WatchTest(CommandTest):
         self.assertEqual(first["signals"][2],
                          {"path": "never", "steps": 0, "time": None, "values": []})
 
+    def test_lag_is_that_of_the_last_commit(self):
+        writer, run = self.recorder(SCRIPT)
+        for file in run.iterdir():
+            os.utime(file, (time.time() - 100,) * 2)
+        with subprocess.Popen([COMMAND, "watch", run, "--json", "--interval", "0.05"],
+                              stdout=subprocess.PIPE, text=True) as process:
+            self.assertAlmostEqual(json.loads(process.stdout.readline())["lag"], 100, delta=30)
+            writer.stdin.write("write 0 1000 1 1 2\nshow\n")
+            while json.loads(process.stdout.readline())["lag"] > 50:
+                pass
+            writer.stdin.write("end\n")
+            last = json.loads(process.communicate()[0].splitlines()[-1])
+        self.assertEqual((last["state"], last["lag"]), ("finished", None))
+
+    def test_run_that_has_ended_shows_no_lag(self):
+        with self.watch(self.record(SCRIPT + "end\n")) as process:
+            self.read_until("q quits")
+            os.write(self.master, b"q")
+            self.assertEqual(process.wait(30), 0)
+        self.assertIn("100 steps\x1b[K\r\n", self.seen)
+        self.assertNotIn("ago", self.seen)
+
     def test_watch_needs_a_terminal(self):
         self.assert_refused("needs a terminal", "watch", self.record(SCRIPT))

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -27,6 +28,8 @@
 //   rate N                       from now on, `wave` logs N steps per second
 //   ramp ID WIDTH COUNT START    logs so many steps at START, START + 1, …; the times are the
 //                                values as well
+//   zigzag ID COUNT OFFSET N     logs steps at 0, 1, 2, ...; the values are OFFSET and 0 to 6 in
+//                                turn, and NaN every N steps if N is not 0
 //   rollback ID TIME             takes steps back
 //   show                         shows all steps to readers, and prints "shown"
 //   end                          ends the run as finished
@@ -72,6 +75,8 @@ public:
             words >> stepsPerSecond;
         } else if (verb == "ramp") {
             ramp(words);
+        } else if (verb == "zigzag") {
+            zigzag(words);
         } else if (verb == "rollback") {
             std::size_t group = 0;
             words >> group;
@@ -178,6 +183,21 @@ private:
         for (std::size_t step = 0; step < count; ++step) {
             std::fill(values.begin(), values.end(), start + static_cast<double>(step));
             writer->write(group, values.front(), values.data(), width);
+        }
+    }
+
+    void zigzag(std::istringstream& words) {
+        std::size_t group = 0;
+        std::size_t count = 0;
+        std::size_t stepsPerNan = 0;
+        words >> group >> count;
+        const double offset = number(words);
+        words >> stepsPerNan;
+        for (std::size_t step = 0; step < count; ++step) {
+            const bool isNan = stepsPerNan > 0 && step % stepsPerNan == 0;
+            const double value = isNan ? std::numeric_limits<double>::quiet_NaN()
+                                       : static_cast<double>(step % 7) + offset;
+            writer->write(group, static_cast<double>(step), &value, 1);
         }
     }
 

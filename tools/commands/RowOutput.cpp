@@ -41,9 +41,10 @@ public:
     void addRow(const std::vector<std::optional<double>>& row) override {
         std::string line;
         for (std::size_t column = 0; column < row.size(); ++column) {
-            append(line, row[column] ? number_text(*row[column]) : "", widths[column]);
+            line += (column == 0 ? "" : "  ") +
+                    right_aligned(row[column] ? number_text(*row[column]) : "", widths[column]);
         }
-        print(line);
+        terminal.out << line << '\n';
     }
 
 private:
@@ -53,21 +54,9 @@ private:
         for (const std::string& title : titles) {
             const std::string text = printable(title);
             widths.push_back(std::max(leastColumnWidth, character_count(text)));
-            append(line, text, widths.back());
+            line += (line.empty() ? "" : "  ") + right_aligned(text, widths.back());
         }
-        print(line);
-    }
-
-    static void append(std::string& line, const std::string& text, std::size_t width) {
-        if (!line.empty()) {
-            line += "  ";
-        }
-        line.append(width - std::min(width, character_count(text)), ' ');
-        line += text;
-    }
-
-    void print(const std::string& line) const {
-        terminal.out << (terminal.width ? cut(line, *terminal.width) : line) << '\n';
+        terminal.out << line << '\n';
     }
 
     std::vector<std::size_t> widths;
@@ -122,6 +111,9 @@ private:
 } // namespace
 
 std::unique_ptr<RowOutput> text_rows(const Terminal& terminal) {
+    if (terminal.width) {
+        return terminal_rows(terminal);
+    }
     return std::make_unique<TextRows>(terminal);
 }
 

@@ -28,8 +28,12 @@ public:
     virtual void end() {}
 };
 
-/// Columns that are aligned to the right, with an empty line between tables.
+/// Columns that are aligned to the right, with an empty line between tables. On a terminal, only
+/// those that fit.
 std::unique_ptr<RowOutput> text_rows(const Terminal& terminal);
+
+/// The same for a terminal.
+std::unique_ptr<RowOutput> terminal_rows(const Terminal& terminal);
 
 /// Comma-separated values as in RFC 4180, with an empty line between tables.
 std::unique_ptr<RowOutput> csv_rows(const Terminal& terminal);

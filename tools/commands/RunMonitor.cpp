@@ -1,14 +1,36 @@
 #include <tools/commands/RunMonitor.hpp>
 
+#include <logging2/backends/recording/recording.hpp>
+
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <utility>
 
 namespace logging2::tools {
 
-RunMonitor::RunMonitor(std::unique_ptr<core::Run> runToWatch, const SignalChoice& choice)
-    : watched(std::move(runToWatch)),
-      signals(chosen_signals(*watched, choice)),
-      steps(countSteps()) {}
+namespace {
+
+/// When the host last changed the recording.
+std::chrono::system_clock::time_point last_change(const std::string& location) {
+    std::chrono::nanoseconds latest{0};
+    for (const char* const file : {"/samples.bin", "/index.sqlite", "/index.sqlite-wal"}) {
+        struct stat status {};
+        stat((location + file).c_str(), &status); // leaves zeros if there is no such file
+        latest = std::max<std::chrono::nanoseconds>(
+            latest, std::chrono::seconds(status.st_mtim.tv_sec) +
+                        std::chrono::nanoseconds(status.st_mtim.tv_nsec));
+    }
+    return std::chrono::system_clock::time_point(latest);
+}
+
+} // namespace
+
+RunMonitor::RunMonitor(const std::string& location, const SignalChoice& choice)
+    : watched(core::open_recording(location, core::SampleAccess::copied)),
+      signals(chosen_signals(*watched, choice, location)),
+      steps(countSteps()),
+      lastChange(last_change(location)) {}
 
 std::size_t RunMonitor::countSteps() const {
     std::size_t count = 0;
@@ -26,12 +48,15 @@ void RunMonitor::refresh() {
     // After a rollback of more steps than were added, none count as added.
     rate = static_cast<double>(steps - std::min(before, steps)) / seconds;
     lastLook = now;
-    lastChange = hasChanged ? now : lastChange;
+    lastChange = hasChanged ? std::chrono::system_clock::now() : lastChange;
 }
 
-std::chrono::system_clock::duration RunMonitor::lag() const {
-    return std::chrono::duration_cast<std::chrono::system_clock::duration>(Clock::now() -
-                                                                           lastChange);
+std::optional<std::chrono::system_clock::duration> RunMonitor::lag() const {
+    if (watched->info().state != core::RunState::running) {
+        return std::nullopt;
+    }
+    const std::chrono::system_clock::duration none{0};
+    return std::max(none, std::chrono::system_clock::now() - lastChange);
 }
 
 std::vector<NewestSample> RunMonitor::newest() const {

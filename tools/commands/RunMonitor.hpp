@@ -24,7 +24,8 @@ struct NewestSample {
 /// Looks at a run again and again.
 class RunMonitor {
 public:
-    RunMonitor(std::unique_ptr<core::Run> runToWatch, const SignalChoice& choice);
+    /// Watches the recording in this directory.
+    RunMonitor(const std::string& location, const SignalChoice& choice);
 
     const core::Run& run() const noexcept { return *watched; }
 
@@ -37,8 +38,8 @@ public:
     /// How many steps were added per second between the last two looks.
     double stepsPerSecond() const noexcept { return rate; }
 
-    /// How long ago the last change was seen, or the first look if there was no change.
-    std::chrono::system_clock::duration lag() const;
+    /// How long ago the last change was made; empty if the run has ended.
+    std::optional<std::chrono::system_clock::duration> lag() const;
 
     std::vector<NewestSample> newest() const;
 
@@ -52,7 +53,7 @@ private:
     std::size_t steps;
     double rate = 0;
     Clock::time_point lastLook = Clock::now();
-    Clock::time_point lastChange = lastLook;
+    std::chrono::system_clock::time_point lastChange;
 };
 
 } // namespace logging2::tools

@@ -25,17 +25,16 @@ core::RecordingCheck checked(const std::string& location, const Terminal& termin
 void print_text(const core::RecordingCheck& result, const std::string& location,
                 const Terminal& terminal) {
     for (const std::string& finding : result.findings) {
-        terminal.out << printable(finding) << '\n';
+        terminal.printLine(printable(finding));
     }
     if (result.findingCount > result.findings.size()) {
-        terminal.out << "and " << count_text(result.findingCount - result.findings.size())
-                     << " more\n";
+        terminal.printLine("and " + count_text(result.findingCount - result.findings.size()) +
+                           " more");
     }
-    terminal.out << printable(location) << ": " << (result.findingCount == 0 ? "whole" : "damaged")
-                 << ", " << count_text(result.stepCount) << " steps in "
-                 << count_text(result.chunkCount)
-                 << (result.chunkCount == 1 ? " chunk, " : " chunks, ")
-                 << byte_count_text(result.byteCount) << '\n';
+    terminal.printLine(
+        printable(location) + ": " + (result.findingCount == 0 ? "whole" : "damaged") + ", " +
+        count_text(result.stepCount) + " steps in " + count_text(result.chunkCount) +
+        (result.chunkCount == 1 ? " chunk, " : " chunks, ") + byte_count_text(result.byteCount));
 }
 
 void print_as_json(const core::RecordingCheck& result, const std::string& location,

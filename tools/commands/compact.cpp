@@ -62,8 +62,8 @@ int compact(const CompactOptions& options, const Terminal& terminal) {
                               {"bytes", after},
                               {"bytesBefore", before}});
     } else {
-        terminal.out << printable(location.string()) << ": " << byte_count_text(after)
-                     << ", before " << byte_count_text(before) << '\n';
+        terminal.printLine(printable(location.string()) + ": " + byte_count_text(after) +
+                           ", before " + byte_count_text(before));
     }
     return 0;
 }

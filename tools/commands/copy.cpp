@@ -33,8 +33,8 @@ int copy(const CopyOptions& options, const Terminal& terminal) {
                               {"bytes", after},
                               {"bytesOfOriginal", before}});
     } else {
-        terminal.out << printable(options.copy.location) << ": " << byte_count_text(after)
-                     << ", copied from " << byte_count_text(before) << '\n';
+        terminal.printLine(printable(options.copy.location) + ": " + byte_count_text(after) +
+                           ", copied from " + byte_count_text(before));
     }
     return 0;
 }

@@ -38,13 +38,13 @@ Tolerances tolerances_of(const DiffOptions& options) {
 }
 
 int diff(const DiffOptions& options, const Terminal& terminal) {
-    check_range(options.range);
+    check_range(options.range, options.a.location + " and " + options.b.location);
     const RunComparisonSettings settings{options.isExact, tolerances_of(options), options.held,
                                          options.ignored, options.range};
     DiffReport report{recording_of(options.a), recording_of(options.b), options.isExact,
                       options.tolerance,       options.toleranceFile,   {}};
-    const auto a = core::open_recording(report.locationA);
-    const auto b = core::open_recording(report.locationB);
+    const auto a = core::open_recording(report.locationA, core::SampleAccess::copied);
+    const auto b = core::open_recording(report.locationB, core::SampleAccess::copied);
     {
         const InterruptGuard guard; // so that the bar is removed
         ProgressBar bar(terminal);

@@ -24,7 +24,14 @@ void append_note(std::string& notes, const std::string& note) {
     notes += (notes.empty() ? "" : "; ") + note;
 }
 
-std::string notes_of(const SignalComparison& signal) {
+std::string tolerance_text(const Tolerance& tolerance) {
+    return "absolute " + short_number_text(tolerance.absolute) + ", relative " +
+           short_number_text(tolerance.relative) + " of the range in A, time " +
+           short_number_text(tolerance.time);
+}
+
+/// The tolerance is told if a file may make it differ from signal to signal.
+std::string notes_of(const SignalComparison& signal, bool tellsTolerance) {
     const SideSummary& a = signal.comparison.a;
     const SideSummary& b = signal.comparison.b;
     std::string notes;
@@ -43,6 +50,9 @@ std::string notes_of(const SignalComparison& signal) {
     if (a.nanCount != b.nanCount || signal.comparison.worst.hasNanDifference) {
         append_note(notes, "A has " + count_text(a.nanCount) + " NaN, B " + count_text(b.nanCount));
     }
+    if (tellsTolerance && signal.isOrdered) {
+        append_note(notes, "allowed: " + tolerance_text(signal.tolerance));
+    }
     return notes;
 }
 
@@ -57,7 +67,7 @@ std::string step_text(const Place& place) {
     return place.stepA ? count_text(*place.stepA) : "B " + count_text(place.stepB.value_or(0));
 }
 
-std::vector<std::string> cells_of(const SignalComparison& signal) {
+std::vector<std::string> cells_of(const SignalComparison& signal, bool tellsTolerance) {
     const ElementComparison& worst = signal.comparison.worst;
     return {name_of(signal),
             short_number_text(worst.first->time),
@@ -66,22 +76,24 @@ std::vector<std::string> cells_of(const SignalComparison& signal) {
             short_number_text(worst.at),
             short_number_text(worst.allowed),
             percent_text(worst.share),
-            notes_of(signal)};
+            notes_of(signal, tellsTolerance)};
 }
 
 std::vector<std::string> cells_of(const std::string& path, const std::string& note) {
     return {path, "", "", "", "", "", "", note};
 }
 
-Table table_of(const RunComparison& result) {
-    Table table({{"SIGNAL", false, true},
-                 {"FIRST", true},
-                 {"STEP", true},
-                 {"LARGEST", true},
-                 {"AT", true},
-                 {"ALLOWED", true},
-                 {"OUTSIDE", true},
-                 {"NOTE"}});
+Table table_of(const DiffReport& report) {
+    const RunComparison& result = report.result;
+    using Content = Table::Content;
+    Table table({{"SIGNAL", Content::name},
+                 {"FIRST", Content::number, 5},
+                 {"STEP", Content::number, 1},
+                 {"LARGEST", Content::number, 6},
+                 {"AT", Content::number, 3},
+                 {"ALLOWED", Content::number, 2},
+                 {"OUTSIDE", Content::number, 4},
+                 {"NOTE", Content::note, 7}});
     for (const std::string& path : result.onlyA) {
         table.add(cells_of(path, "missing: only in A"));
     }
@@ -94,7 +106,7 @@ Table table_of(const RunComparison& result) {
     }
     for (const SignalComparison& signal : result.signals) {
         if (signal.comparison.differs()) {
-            table.add(cells_of(signal));
+            table.add(cells_of(signal, !report.toleranceFile.empty()));
         }
     }
     return table;
@@ -104,9 +116,7 @@ std::string tolerance_text(const DiffReport& report) {
     if (report.isExact) {
         return "compared: the bits of all times and values";
     }
-    return "allowed: absolute " + short_number_text(report.tolerance.absolute) + ", relative " +
-           short_number_text(report.tolerance.relative) + " of the range in A, time " +
-           short_number_text(report.tolerance.time) +
+    return "allowed: " + tolerance_text(report.tolerance) +
            (report.toleranceFile.empty() ? "" : "; others in " + printable(report.toleranceFile));
 }
 
@@ -120,18 +130,18 @@ std::string unordered_text(std::size_t count) {
 void print_diff(const Terminal& terminal, const DiffReport& report) {
     const RunComparison& result = report.result;
     if (result.differs()) {
-        table_of(result).print(terminal);
+        table_of(report).print(terminal);
         terminal.out << '\n';
     }
-    terminal.out << count_text(result.differenceCount()) << " of "
-                 << count_text(result.signalCount()) << " signals "
-                 << (result.differenceCount() == 1 ? "differs" : "differ") << '\n'
-                 << tolerance_text(report) << '\n';
+    terminal.printLine(count_text(result.differenceCount()) + " of " +
+                       count_text(result.signalCount()) + " signals " +
+                       (result.differenceCount() == 1 ? "differs" : "differ"));
+    terminal.printLine(tolerance_text(report));
     const auto unordered =
         std::count_if(result.signals.begin(), result.signals.end(),
                       [](const SignalComparison& signal) { return !signal.isOrdered; });
     if (unordered > 0) {
-        terminal.out << unordered_text(static_cast<std::size_t>(unordered)) << '\n';
+        terminal.printLine(unordered_text(static_cast<std::size_t>(unordered)));
     }
 }
 

@@ -196,9 +196,9 @@ std::uint64_t byte_count(const std::string& location) {
 
 void print_files(const std::vector<WrittenFile>& files, const Terminal& terminal) {
     for (const WrittenFile& file : files) {
-        terminal.out << printable(file.location) << ": "
-                     << byte_count_text(byte_count(file.location)) << ", "
-                     << count_text(file.stepCount) << " steps\n";
+        terminal.printLine(printable(file.location) + ": " +
+                           byte_count_text(byte_count(file.location)) + ", " +
+                           count_text(file.stepCount) + " steps");
     }
 }
 
@@ -223,9 +223,10 @@ void print_as_json(const std::vector<WrittenFile>& files, const std::string& for
 int export_run(const ExportOptions& options, const Terminal& terminal) {
     const std::string format = format_of(options);
     check_options(options, format);
-    check_range(options.range);
+    check_range(options.range, options.run.location);
     const auto run = open_run(options.run);
-    const Excerpt excerpt{*run, by_group(chosen_signals(*run, options.signals)), options.range};
+    const Excerpt excerpt{
+        *run, by_group(chosen_signals(*run, options.signals, options.run.location)), options.range};
     if (options.output.empty()) {
         print_csv(excerpt, options.merges, terminal);
         return 0;

@@ -40,8 +40,8 @@ void print_as_json(const core::Run& run, const std::string& location, const Term
 }
 
 void print_line(const Terminal& terminal, const std::string& name, const std::string& value) {
-    terminal.out << name << ':' << std::string(name.size() < 11 ? 11 - name.size() : 1, ' ')
-                 << printable(value) << '\n';
+    terminal.printLine(name + ':' + std::string(name.size() < 11 ? 11 - name.size() : 1, ' ') +
+                       printable(value));
 }
 
 void print_run(const core::RunInfo& info, const std::string& location, const Terminal& terminal) {
@@ -56,12 +56,16 @@ void print_run(const core::RunInfo& info, const std::string& location, const Ter
     print_line(terminal, "revision", count_text(info.revision));
     print_line(terminal, "size", byte_count_text(file_byte_count(location)));
     for (const auto& [name, value] : info.properties) {
-        terminal.out << "property " << printable(name) << " = " << printable(value) << '\n';
+        terminal.printLine("property " + printable(name) + " = " + printable(value));
     }
 }
 
 Table group_table(const core::Run& run) {
-    Table table({{"GROUP", true}, {"STEPS", true}, {"FIRST TIME", true}, {"LAST TIME", true}});
+    using Content = Table::Content;
+    Table table({{"GROUP", Content::number},
+                 {"STEPS", Content::number},
+                 {"FIRST TIME", Content::number},
+                 {"LAST TIME", Content::number}});
     for (const core::GroupInfo& group : run.groups()) {
         table.add({std::to_string(group.id), count_text(group.stepCount),
                    group.firstTime ? number_text(*group.firstTime) : "",
@@ -71,13 +75,14 @@ Table group_table(const core::Run& run) {
 }
 
 Table signal_table(const core::Run& run) {
-    Table table({{"SIGNAL", false, true},
-                 {"GROUP", true},
-                 {"CHANNEL", true},
-                 {"WIDTH", true},
-                 {"STEPS", true},
-                 {"NAN", true},
-                 {"SIZE", true}});
+    using Content = Table::Content;
+    Table table({{"SIGNAL", Content::name},
+                 {"GROUP", Content::number, 3},
+                 {"CHANNEL", Content::number, 1},
+                 {"WIDTH", Content::number, 4},
+                 {"STEPS", Content::number, 6},
+                 {"NAN", Content::number, 2},
+                 {"SIZE", Content::number, 5}});
     for (const core::SignalInfo& signal : run.signals()) {
         const core::SignalSummary summary = run.summary(signal.path);
         std::size_t nanCount = 0;

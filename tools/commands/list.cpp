@@ -107,16 +107,17 @@ int list(const ListOptions& options, const Terminal& terminal) {
         terminal.error << printable(options.directory) << ": there are no recordings\n";
         return 0;
     }
-    Table table({{"NAME", false, true},
-                 {"ID"},
-                 {"STATE"},
-                 {"START"},
-                 {"DURATION", true},
-                 {"GROUPS", true},
-                 {"SIGNALS", true},
-                 {"STEPS", true},
-                 {"SIZE", true},
-                 {"DIRECTORY", false, true}});
+    using Content = Table::Content;
+    Table table({{"NAME", Content::name},
+                 {"ID", Content::word, 8},
+                 {"STATE", Content::word, 7},
+                 {"START", Content::word, 6},
+                 {"DURATION", Content::number, 3},
+                 {"GROUPS", Content::number, 1},
+                 {"SIGNALS", Content::number, 2},
+                 {"STEPS", Content::number, 5},
+                 {"SIZE", Content::number, 4},
+                 {"DIRECTORY", Content::name, 0}});
     for (const ListedRun& run : runs) {
         table.add(cells_of(run));
     }

@@ -139,14 +139,14 @@ void remove_or_keep(const LeftOver& leftOver, const OpenFiles& openFiles, CleanR
 
 void print_text(const CleanResult& result, const Terminal& terminal) {
     for (const LeftOver& leftOver : result.removed) {
-        terminal.out << "removed: " << description_of(leftOver) << '\n';
+        terminal.printLine("removed: " + description_of(leftOver));
     }
     for (const KeptLeftOver& kept : result.kept) {
-        terminal.out << "kept: " << printable(location_of(kept.leftOver)) << ": "
-                     << printable(kept.reason) << '\n';
+        terminal.printLine("kept: " + printable(location_of(kept.leftOver)) + ": " +
+                           printable(kept.reason));
     }
     if (result.removed.empty() && result.kept.empty()) {
-        terminal.out << "Nothing was removed.\n";
+        terminal.printLine("Nothing was removed.");
     }
 }
 

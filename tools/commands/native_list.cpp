@@ -76,14 +76,15 @@ std::vector<std::string> cells_of(const LeftOver& leftOver, const OpenFiles& ope
 }
 
 Table table_of(const std::vector<LeftOver>& leftOvers, const OpenFiles& openFiles) {
+    using Content = Table::Content;
     Table table({{"NAME"},
-                 {"USER"},
-                 {"AGE", true},
-                 {"GROUPS", true},
-                 {"STEPS", false, true},
-                 {"SIZE", true},
-                 {"OPEN IN"},
-                 {"DIRECTORY", false, true}});
+                 {"USER", Content::name, 4},
+                 {"AGE", Content::number, 6},
+                 {"GROUPS", Content::number, 1},
+                 {"STEPS", Content::note, 2},
+                 {"SIZE", Content::number, 3},
+                 {"OPEN IN", Content::note, 5},
+                 {"DIRECTORY", Content::name, 0}});
     for (const LeftOver& leftOver : leftOvers) {
         table.add(cells_of(leftOver, openFiles));
     }
@@ -97,7 +98,7 @@ void print_text(const FoundLeftOvers& found, const OpenFiles& openFiles, const T
         table_of(found.leftOvers, openFiles).print(terminal);
     }
     for (const std::string& directory : found.unreadable) {
-        terminal.out << printable(directory) << ": unreadable\n";
+        terminal.printLine(printable(directory) + ": unreadable");
     }
 }
 

@@ -108,18 +108,20 @@ void print_text(const std::vector<RescuedGroup>& groups, const std::string& loca
     for (const RescuedGroup& group : groups) {
         stepCount += group.steps.complete;
         if (group.steps.incomplete > 0) {
-            terminal.out << "lost: " << count_text(group.steps.incomplete) << " steps of group "
-                         << group.id << ", from step " << group.steps.complete
-                         << " on, which are not in all files\n";
+            terminal.printLine("lost: " + count_text(group.steps.incomplete) + " steps of group " +
+                               std::to_string(group.id) + ", from step " +
+                               std::to_string(group.steps.complete) +
+                               " on, which are not in all files");
         }
         if (!group.hasCertainWidths) {
-            terminal.out << "guessed: the widths of the channels of group " << group.id
-                         << ", because its files are not of the same steps; --setup tells them\n";
+            terminal.printLine("guessed: the widths of the channels of group " +
+                               std::to_string(group.id) +
+                               ", because its files are not of the same steps; --setup tells them");
         }
     }
-    terminal.out << printable(location) << ": " << count_text(stepCount)
-                 << " steps, also those that the host rejected"
-                 << (is_complete(groups) ? "; nothing in the files is lost" : "") << '\n';
+    terminal.printLine(printable(location) + ": " + count_text(stepCount) +
+                       " steps, also those that the host rejected" +
+                       (is_complete(groups) ? "; nothing in the files is lost" : ""));
 }
 
 void print_as_json(const std::vector<RescuedGroup>& groups, const std::string& location,

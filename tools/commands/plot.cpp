@@ -1,11 +1,12 @@
 #include <tools/commands/commands.hpp>
 
 #include <tools/UsageError.hpp>
+#include <tools/exporting/NewFiles.hpp>
 #include <tools/plotting/gnuplot.hpp>
 #include <tools/plotting/plot_script.hpp>
 #include <tools/selection/RunChoice.hpp>
 #include <tools/selection/SignalChoice.hpp>
-#include <tools/selection/recording_directory.hpp>
+#include <tools/terminal/Interrupt.hpp>
 #include <tools/terminal/ProgressBar.hpp>
 #include <tools/terminal/json.hpp>
 
@@ -87,20 +88,23 @@ std::string trimmed(const std::string& text) {
     return result + '\n';
 }
 
-/// The file appears when it is complete.
-void write_file(const fs::path& file, const std::string& content) {
-    const fs::path temporary = file.string() + ".part";
-    std::ofstream stream(temporary, std::ios::binary);
+void write_file(const NewFile& file, const std::string& content) {
+    std::ofstream stream(file.temporary, std::ios::binary);
     stream << content;
     stream.close();
-    std::error_code error;
-    if (stream) {
-        fs::rename(temporary, file, error);
+    if (!stream) {
+        throw UsageError(file.target.string() + ": the plot cannot be written");
     }
-    if (!stream || error) {
-        fs::remove(temporary, error);
-        throw std::runtime_error(file.string() + ": the plot cannot be written");
-    }
+}
+
+/// The file appears when it is complete.
+void draw_file(const std::string& file, const std::vector<Panel>& panels, const TimeRange& range) {
+    const InterruptGuard guard;
+    NewFiles files({file}, true);
+    const PlotStyle style{picture_terminal(file, panels.size()), false, range};
+    write_file(files.files().front(), run_gnuplot(plot_script(panels, style)));
+    InterruptGuard::check();
+    files.publish();
 }
 
 void print_as_json(const std::vector<Panel>& panels, const Terminal& terminal) {
@@ -118,19 +122,17 @@ void print_as_json(const std::vector<Panel>& panels, const Terminal& terminal) {
 }
 
 int plot(const PlotOptions& options, const Terminal& terminal) {
-    check_range(options.range);
+    check_range(options.range, options.run.location);
     if (!options.file.empty()) {
         picture_terminal(options.file, 1);
-        check_outside_recordings(options.file);
     }
     const auto run = open_run(options.run);
-    const std::vector<core::SignalInfo> signals = chosen_signals(*run, options.signals);
+    const std::vector<core::SignalInfo> signals =
+        chosen_signals(*run, options.signals, options.run.location);
     const TimeRange range = plotted_range(*run, signals, options.range);
     const std::vector<Panel> panels = panels_of(*run, signals, range, options.overlays, terminal);
     if (!options.file.empty()) {
-        write_file(options.file,
-                   run_gnuplot(plot_script(
-                       panels, {picture_terminal(options.file, panels.size()), false, range})));
+        draw_file(options.file, panels, range);
     }
     if (options.json) {
         print_as_json(panels, terminal);

@@ -85,15 +85,17 @@ private:
 };
 
 int print(const PrintOptions& options, const Terminal& terminal) {
-    check_range(options.range);
+    check_range(options.range, options.run.location);
     const auto run = open_run(options.run);
-    const Excerpt excerpt{*run, by_group(chosen_signals(*run, options.signals)), options.range};
+    const Excerpt excerpt{
+        *run, by_group(chosen_signals(*run, options.signals, options.run.location)), options.range};
     const std::unique_ptr<RowOutput> output = output_of(options, terminal);
     Printing printing(excerpt, options.every, *output, terminal);
-    if (options.merges) {
-        printing.printMerged();
-    } else {
-        printing.printGroups();
+    try {
+        options.merges ? printing.printMerged() : printing.printGroups();
+    } catch (...) {
+        output->end(); // The rows before the damage are good.
+        throw;
     }
     output->end();
     return 0;

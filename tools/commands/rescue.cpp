@@ -38,21 +38,22 @@ Json json_of(const core::RecordingRebuild& result, const std::string& location) 
 void print_text(const core::RecordingRebuild& result, const std::string& location,
                 const Terminal& terminal) {
     for (const core::LostSteps& lost : result.lostSteps) {
-        terminal.out << "lost: " << count_text(lost.stepCount) << " steps of group " << lost.group
-                     << ", from step " << lost.firstStep << " on\n";
+        terminal.printLine("lost: " + count_text(lost.stepCount) + " steps of group " +
+                           std::to_string(lost.group) + ", from step " +
+                           std::to_string(lost.firstStep) + " on");
     }
     for (const core::LostBytes& lost : result.lostBytes) {
-        terminal.out << "damaged: " << count_text(lost.byteCount)
-                     << " bytes of samples.bin, from byte " << lost.offset
-                     << " on; they may have held further steps\n";
+        terminal.printLine("damaged: " + count_text(lost.byteCount) +
+                           " bytes of samples.bin, from byte " + std::to_string(lost.offset) +
+                           " on; they may have held further steps");
     }
     if (result.mayLackRollback) {
-        terminal.out
-            << "The damaged bytes may have held a rollback, so the new recording may contain "
-               "steps that were discarded.\n";
+        terminal.printLine(
+            "The damaged bytes may have held a rollback, so the new recording may contain "
+            "steps that were discarded.");
     }
-    terminal.out << printable(location) << ": " << count_text(result.stepCount) << " steps"
-                 << (result.isComplete() ? ", nothing is lost" : "") << '\n';
+    terminal.printLine(printable(location) + ": " + count_text(result.stepCount) + " steps" +
+                       (result.isComplete() ? ", nothing is lost" : ""));
 }
 
 int rescue(const RescueOptions& options, const Terminal& terminal) {

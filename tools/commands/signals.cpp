@@ -32,7 +32,8 @@ std::vector<std::string> cells_of(const core::SignalInfo& signal,
 
 int signals(const SignalsOptions& options, const Terminal& terminal) {
     const auto run = open_run(options.run);
-    const std::vector<core::SignalInfo> chosen = chosen_signals(*run, options.signals);
+    const std::vector<core::SignalInfo> chosen =
+        chosen_signals(*run, options.signals, options.run.location);
     if (options.json) {
         Json result{{"schema", jsonSchema}, {"signals", Json::array()}};
         for (const core::SignalInfo& signal : chosen) {
@@ -41,14 +42,15 @@ int signals(const SignalsOptions& options, const Terminal& terminal) {
         print_json(terminal, result);
         return 0;
     }
-    Table table({{"SIGNAL", false, true},
-                 {"GROUP", true},
-                 {"WIDTH", true},
-                 {"STEPS", true},
-                 {"FROM", true},
-                 {"TO", true},
-                 {"LEAST", true},
-                 {"GREATEST", true}});
+    using Content = Table::Content;
+    Table table({{"SIGNAL", Content::name},
+                 {"GROUP", Content::number, 2},
+                 {"WIDTH", Content::number, 1},
+                 {"STEPS", Content::number, 5},
+                 {"FROM", Content::number, 3},
+                 {"TO", Content::number, 3},
+                 {"LEAST", Content::number, 4},
+                 {"GREATEST", Content::number, 4}});
     for (const core::SignalInfo& signal : chosen) {
         table.add(cells_of(signal, run->summary(signal.path)));
     }

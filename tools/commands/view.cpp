@@ -64,10 +64,11 @@ void add_view(CLI::App& app, Action& action) {
         ->type_name("N")
         ->check(CLI::Range(1, 65535));
     command->add_flag("--no-browser", options->opensNoBrowser,
-                      "Only print the address, and open no browser");
+                      "Only print the address; without it, a desktop also opens a browser");
     command
         ->add_option("--idle-time", options->idleSeconds,
-                     "End after so many seconds without a request")
+                     "End after so many seconds without a request; a page that is open but "
+                     "idle does not count")
         ->type_name("S")
         ->check(between(0.1, 1e7));
     command

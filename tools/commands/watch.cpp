@@ -25,18 +25,24 @@ struct WatchOptions {
     bool json = false;
 };
 
+constexpr std::size_t usualWidth = 80;
+
 /// The page's other lines.
 constexpr std::size_t headHeight = 5;
 
-std::string head_of(const RunMonitor& monitor) {
+std::string head_of(const RunMonitor& monitor, std::size_t width) {
     const core::RunInfo info = monitor.run().info();
-    std::ostringstream text;
-    text << printable(info.name.empty() ? "run" : info.name) << "  " << name_of(info.state)
-         << "  revision " << info.revision << "\n"
-         << count_text(monitor.stepCount()) << " steps, "
-         << count_text(static_cast<std::uint64_t>(monitor.stepsPerSecond())) << " per second, last "
-         << duration_text(monitor.lag()) << " ago\n\n";
-    return text.str();
+    const std::string state =
+        std::string("  ") + name_of(info.state) + "  revision " + std::to_string(info.revision);
+    const std::size_t room = std::max(width, state.size()) - state.size();
+    const auto lag = monitor.lag();
+    const std::string counts =
+        count_text(monitor.stepCount()) + " steps" +
+        (lag ? ", " + count_text(static_cast<std::uint64_t>(monitor.stepsPerSecond())) +
+                   " per second, last " + duration_text(*lag) + " ago"
+             : "");
+    return shortened(printable(info.name.empty() ? "run" : info.name), room) + state + '\n' +
+           shortened_after_word(counts, width) + "\n\n";
 }
 
 std::string values_text(const std::vector<double>& values) {
@@ -51,7 +57,11 @@ std::string page_of(const RunMonitor& monitor, std::size_t height) {
     const std::vector<NewestSample> samples = monitor.newest();
     const std::size_t room = height > headHeight + 1 ? height - headHeight - 1 : 1;
     const std::size_t count = std::min(room, samples.size());
-    Table table({{"SIGNAL", false, true}, {"STEPS", true}, {"TIME", true}, {"VALUE", true, true}});
+    using Content = Table::Content;
+    Table table({{"SIGNAL", Content::name},
+                 {"STEPS", Content::number, 1},
+                 {"TIME", Content::number, 2},
+                 {"VALUE", Content::list, 3}});
     for (std::size_t i = 0; i < count; ++i) {
         table.add({samples[i].path, count_text(samples[i].stepCount),
                    samples[i].time ? short_number_text(*samples[i].time) : "",
@@ -59,7 +69,7 @@ std::string page_of(const RunMonitor& monitor, std::size_t height) {
     }
     std::ostringstream page;
     const Terminal process = Terminal::ofProcess();
-    page << head_of(monitor);
+    page << head_of(monitor, process.width.value_or(usualWidth));
     table.print({page, process.error, process.width, process.hasColors, false});
     page << (count < samples.size()
                  ? "and " + count_text(samples.size() - count) + " more signals; q quits"
@@ -86,12 +96,13 @@ int watch_on_screen(RunMonitor& monitor, const WatchOptions& options) {
 
 Json json_of(const RunMonitor& monitor) {
     const core::RunInfo info = monitor.run().info();
+    const auto lag = monitor.lag();
     Json result{{"schema", jsonSchema},
                 {"state", name_of(info.state)},
                 {"revision", info.revision},
                 {"steps", monitor.stepCount()},
                 {"stepsPerSecond", monitor.stepsPerSecond()},
-                {"lag", std::chrono::duration<double>(monitor.lag()).count()},
+                {"lag", lag ? Json(std::chrono::duration<double>(*lag).count()) : Json()},
                 {"signals", Json::array()}};
     for (const NewestSample& sample : monitor.newest()) {
         Json values = Json::array();
@@ -123,7 +134,7 @@ int watch_as_json(RunMonitor& monitor, const WatchOptions& options, const Termin
 }
 
 int watch(const WatchOptions& options, const Terminal& terminal) {
-    RunMonitor monitor(open_run(options.run), options.signals);
+    RunMonitor monitor(recording_of(options.run), options.signals);
     return options.json ? watch_as_json(monitor, options, terminal)
                         : watch_on_screen(monitor, options);
 }

@@ -34,7 +34,13 @@ struct FiniteRange {
         }
     }
 
+    bool isEmpty() const noexcept { return !(least <= greatest); }
+
     bool contains(double value) const noexcept { return least <= value && value <= greatest; }
+
+    double distanceTo(double value) const noexcept {
+        return std::max({0.0, value - greatest, least - value});
+    }
 };
 
 /// The values that a signal takes within a window of time: all from the least to the greatest

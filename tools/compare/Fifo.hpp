@@ -16,6 +16,7 @@ public:
     const Element& operator[](std::size_t index) const { return elements[begin + index]; }
     const Element& front() const { return elements[begin]; }
     const Element& back() const { return elements.back(); }
+    Element& back() { return elements.back(); }
 
     void append(const Element& element) { elements.push_back(element); }
     void append(const Element* first, std::size_t count) {

@@ -1,5 +1,6 @@
 #include <tools/compare/Polyline.hpp>
 
+#include <algorithm>
 #include <cmath>
 
 namespace logging2::tools {
@@ -80,22 +81,51 @@ void Polyline::includeEdges(Extent& extent, std::size_t element) const {
     }
 }
 
-/// The value where the window begins, if that is between two points.
-std::optional<double> Polyline::leftEdge(std::size_t element) const {
-    const double left = present - shape.timeTolerance;
-    if (low > first && low < end() && timeOf(low) > left) {
-        return valueBefore(low, element, left);
-    }
-    return std::nullopt;
+/// Whether the window begins between two points.
+bool Polyline::hasLeftEdge() const {
+    return low > first && low < end() && timeOf(low) > present - shape.timeTolerance;
 }
 
-/// The value where the window ends, if that is between two points.
+/// Whether the window ends between two points.
+bool Polyline::hasRightEdge() const {
+    return high > first && high < end() && timeOf(high - 1) < present + shape.timeTolerance;
+}
+
+std::optional<double> Polyline::leftEdge(std::size_t element) const {
+    return hasLeftEdge() ? std::optional(valueBefore(low, element, present - shape.timeTolerance))
+                         : std::nullopt;
+}
+
 std::optional<double> Polyline::rightEdge(std::size_t element) const {
-    const double right = present + shape.timeTolerance;
-    if (high > first && high < end() && timeOf(high - 1) < right) {
-        return valueBefore(high, element, right);
+    return hasRightEdge() ? std::optional(valueBefore(high, element, present + shape.timeTolerance))
+                          : std::nullopt;
+}
+
+double Polyline::nextChange(double time) {
+    const auto firstAfter = [this, time](std::size_t number, double shift) {
+        for (; isLoaded(number); ++number) {
+            if (timeOf(number) + shift > time) {
+                return timeOf(number) + shift;
+            }
+        }
+        return std::numeric_limits<double>::infinity();
+    };
+    return std::min(firstAfter(high, -shape.timeTolerance), firstAfter(low, shape.timeTolerance));
+}
+
+WindowEdges Polyline::edges(double begin, double end, std::size_t element) const {
+    WindowEdges result;
+    const FiniteRange range = extents[element].finiteRange();
+    result.add({range.least, range.least});
+    result.add({range.greatest, range.greatest});
+    const double reach = shape.timeTolerance;
+    if (hasLeftEdge()) {
+        result.add(lineBefore(low, element, begin - reach, end - reach));
     }
-    return std::nullopt;
+    if (hasRightEdge()) {
+        result.add(lineBefore(high, element, begin + reach, end + reach));
+    }
+    return result;
 }
 
 void Polyline::load() {
@@ -116,6 +146,14 @@ void Polyline::load() {
     append(*sample);
 }
 
+/// Whether there is a point with this number; reads as many samples as are needed.
+bool Polyline::isLoaded(std::size_t number) {
+    while (number >= end() && !hasEnded) {
+        load();
+    }
+    return number < end();
+}
+
 void Polyline::append(const Sample& sample) {
     points.append({sample.time, sample.step});
     values.append(sample.values.data(), sample.values.size());
@@ -132,10 +170,7 @@ void Polyline::hold(double time) {
 
 void Polyline::enterUntil(double time) {
     for (;; ++high) {
-        while (high >= end() && !hasEnded) {
-            load();
-        }
-        if (high >= end() || timeOf(high) > time) {
+        if (!isLoaded(high) || timeOf(high) > time) {
             return;
         }
         for (std::size_t element = 0; element < extents.size(); ++element) {

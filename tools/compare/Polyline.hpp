@@ -3,7 +3,9 @@
 #include <tools/compare/Fifo.hpp>
 #include <tools/compare/SampleSource.hpp>
 #include <tools/compare/SlidingExtent.hpp>
+#include <tools/compare/WindowEdges.hpp>
 
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -53,6 +55,23 @@ public:
                                  : valueOf(here + index, element);
     }
 
+    /// Whether the curve goes on after the present time.
+    bool goesOn() const noexcept { return hereEnd > first && hereEnd < end(); }
+
+    /// The values of an element at two times on the straight line from the point before the present
+    /// time, or at it, to the next one, if the curve goes on. A time may be that of an end.
+    Line valuesOnLine(double begin, double end, std::size_t element) const {
+        return lineBefore(hereEnd, element, begin, end);
+    }
+
+    /// The next time after this one, which is the present one or later, when a point enters or
+    /// leaves the window; +infinity if there is none.
+    double nextChange(double time);
+
+    /// What the window sees of an element while its centre goes from one time to another. The
+    /// present time lies between them, and no point enters or leaves the window meanwhile.
+    WindowEdges edges(double begin, double end, std::size_t element) const;
+
     /// The step of this value: the last one up to there.
     std::size_t step(std::size_t index) const;
 
@@ -85,6 +104,7 @@ private:
     }
 
     void load();
+    bool isLoaded(std::size_t number);
     void append(const Sample& sample);
     void hold(double time);
     void enterUntil(double time);
@@ -92,6 +112,8 @@ private:
     void discard();
     void includePresent(Extent& extent, std::size_t element) const;
     void includeEdges(Extent& extent, std::size_t element) const;
+    bool hasLeftEdge() const;
+    bool hasRightEdge() const;
     std::optional<double> leftEdge(std::size_t element) const;
     std::optional<double> rightEdge(std::size_t element) const;
     bool hasWindow() const noexcept { return shape.timeTolerance > 0; }
@@ -99,6 +121,26 @@ private:
     double valueBefore(std::size_t number, std::size_t element, double time) const {
         return interpolated(timeOf(number - 1), valueOf(number - 1, element), timeOf(number),
                             valueOf(number, element), time);
+    }
+    /// The same at two times, for one division.
+    Line lineBefore(std::size_t number, std::size_t element, double begin, double end) const {
+        const double value0 = valueOf(number - 1, element);
+        const double value1 = valueOf(number, element);
+        if (value0 == value1) {
+            return {value0, value0};
+        }
+        if (!std::isfinite(value0) || !std::isfinite(value1)) {
+            const double between = valueBefore(number, element, begin);
+            return {between, between};
+        }
+        const double time0 = timeOf(number - 1);
+        const double time1 = timeOf(number);
+        const double perTime = 1 / (time1 - time0);
+        const auto at = [=](double time) {
+            const double share = (time - time0) * perTime;
+            return time == time1 ? value1 : value0 * (1 - share) + value1 * share;
+        };
+        return {at(begin), at(end)};
     }
     bool isBetweenPoints() const noexcept {
         return here == hereEnd && here > first && here < end();

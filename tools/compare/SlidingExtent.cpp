@@ -3,11 +3,13 @@
 #include <cmath>
 
 namespace logging2::tools {
-namespace {} // namespace
-
 void SlidingExtent::enter(std::size_t number, double value) {
     if (!std::isfinite(value)) {
         ++countOf(value);
+        return;
+    }
+    if (!rising.empty() && rising.back().value == value && falling.back().value == value) {
+        rising.back().number = falling.back().number = number; // as where a value is held
         return;
     }
     while (!rising.empty() && rising.back().value >= value) {

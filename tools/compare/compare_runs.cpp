@@ -43,8 +43,8 @@ void check_all_patterns(const core::Run& a, const core::Run& b,
     Signals all = a.signals();
     const Signals ofB = b.signals();
     all.insert(all.end(), ofB.begin(), ofB.end());
-    check_patterns(all, settings.held);
-    check_patterns(all, settings.ignored);
+    check_patterns(all, settings.held, "A and B");
+    check_patterns(all, settings.ignored, "A and B");
 }
 
 class RunComparer {

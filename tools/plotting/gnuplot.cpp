@@ -1,5 +1,7 @@
 #include <tools/plotting/gnuplot.hpp>
 
+#include <tools/terminal/Interrupt.hpp>
+
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -78,9 +80,15 @@ pid_t start_gnuplot(const MemoryFile& input, const MemoryFile& output, const Mem
 }
 
 /// gnuplot quotes the line of the script before its message; the message is the last line.
-std::string last_line(std::string text) {
-    text.erase(text.find_last_not_of(" \n") + 1);
-    return text.substr(text.rfind('\n') + 1);
+std::string reason_of(int status, std::string messages) {
+    messages.erase(messages.find_last_not_of(" \n") + 1);
+    messages.erase(0, messages.rfind('\n') + 1);
+    messages.erase(0, messages.find_first_not_of(' '));
+    if (!messages.empty()) {
+        return messages;
+    }
+    return WIFSIGNALED(status) ? "it was ended by signal " + std::to_string(WTERMSIG(status))
+                               : "it ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
 } // namespace
@@ -94,8 +102,9 @@ std::string run_gnuplot(const std::string& script) {
     int status = 0;
     while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
     }
+    InterruptGuard::check();
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        throw std::runtime_error("gnuplot failed: " + last_line(messages.text()));
+        throw std::runtime_error("gnuplot failed: " + reason_of(status, messages.text()));
     }
     return output.text();
 }

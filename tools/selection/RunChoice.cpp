@@ -3,7 +3,10 @@
 #include <tools/UsageError.hpp>
 #include <tools/selection/recording_directory.hpp>
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <vector>
 
@@ -22,20 +25,45 @@ std::size_t recording_count(const std::string& location) {
     return count;
 }
 
-std::string latest_of(const std::string& directory, const std::vector<core::RecordingEntry>& runs) {
-    const auto first = std::find_if(runs.begin(), runs.end(), [](const core::RecordingEntry& run) {
-        return run.fault.empty();
-    });
-    if (first == runs.end()) {
-        throw UsageError(directory + ": there is no recording that can be opened");
+/// When the run began; if its files do not tell that any more, when its directory was changed.
+std::chrono::system_clock::time_point start_of(const core::RecordingEntry& run) {
+    if (run.info.start != std::chrono::system_clock::time_point()) {
+        return run.info.start;
     }
-    return first->location;
+    struct stat status {};
+    stat(run.location.c_str(), &status); // leaves zeros if that fails
+    const auto whole = std::chrono::seconds(status.st_mtim.tv_sec);
+    const auto part = std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+    return std::chrono::system_clock::time_point(whole + part);
+}
+
+/// Also one that cannot be opened, because an older one in its place would be taken for it.
+std::string latest_of(const std::string& directory, const std::vector<core::RecordingEntry>& runs) {
+    if (runs.empty()) {
+        throw UsageError(directory + ": there are no recordings");
+    }
+    return std::min_element(runs.begin(), runs.end(),
+                            [](const core::RecordingEntry& a, const core::RecordingEntry& b) {
+                                return start_of(a) > start_of(b);
+                            })
+        ->location;
+}
+
+bool begins_with(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+/// One that cannot be opened may also be chosen by the name of its directory, because its id may be
+/// lost.
+bool has_id(const core::RecordingEntry& run, const std::string& id) {
+    return begins_with(run.info.id, id) ||
+           (!run.fault.empty() && begins_with(fs::path(run.location).filename().string(), id));
 }
 
 std::string with_id(const RunChoice& choice, const std::vector<core::RecordingEntry>& runs) {
     std::vector<std::string> found;
     for (const core::RecordingEntry& run : runs) {
-        if (run.info.id.compare(0, choice.id.size(), choice.id) == 0) {
+        if (has_id(run, choice.id)) {
             found.push_back(run.location);
         }
     }
@@ -81,7 +109,8 @@ std::string recording_of(const RunChoice& choice) {
 }
 
 std::unique_ptr<core::Run> open_run(const RunChoice& choice) {
-    return core::open_recording(recording_of(choice));
+    // Pages of a mapped file would stay in memory, and reading a file that is cut ends a process.
+    return core::open_recording(recording_of(choice), core::SampleAccess::copied);
 }
 
 } // namespace logging2::tools

@@ -29,22 +29,25 @@ bool matches_any(const std::vector<std::string>& patterns, const std::string& pa
 }
 
 void check_patterns(const std::vector<core::SignalInfo>& signals,
-                    const std::vector<std::string>& patterns) {
+                    const std::vector<std::string>& patterns, const std::string& runName) {
     for (const std::string& pattern : patterns) {
         const bool isUsed =
             std::any_of(signals.begin(), signals.end(), [&pattern](const core::SignalInfo& signal) {
                 return matches(pattern, signal.path.text());
             });
         if (!isUsed) {
-            throw UsageError("no signal matches \"" + pattern +
-                             "\"; `logging2 signals` lists the signals of a run");
+            throw UsageError(std::string(runName)
+                                 .append(": no signal matches \"")
+                                 .append(pattern)
+                                 .append("\"; `logging2 signals` lists the signals of a run"));
         }
     }
 }
 
-std::vector<core::SignalInfo> chosen_signals(const core::Run& run, const SignalChoice& choice) {
+std::vector<core::SignalInfo> chosen_signals(const core::Run& run, const SignalChoice& choice,
+                                             const std::string& runName) {
     const std::vector<core::SignalInfo> all = run.signals();
-    check_patterns(all, choice.patterns);
+    check_patterns(all, choice.patterns, runName);
     std::vector<core::SignalInfo> result;
     std::copy_if(all.begin(), all.end(), std::back_inserter(result),
                  [&choice](const core::SignalInfo& signal) {
@@ -53,7 +56,8 @@ std::vector<core::SignalInfo> chosen_signals(const core::Run& run, const SignalC
                             !matches_any(choice.excluded, path);
                  });
     if (result.empty()) {
-        throw UsageError(all.empty() ? "the run has no signals" : "no signal is left to choose");
+        throw UsageError(
+            runName + (all.empty() ? ": the run has no signals" : ": no signal is left to choose"));
     }
     return result;
 }

@@ -27,12 +27,13 @@ bool matches(const std::string& pattern, const std::string& path);
 /// Whether it matches one of the patterns.
 bool matches_any(const std::vector<std::string>& patterns, const std::string& path);
 
-/// Throws UsageError if one of the patterns matches none of the signals.
+/// Throws UsageError, which names the run, if one of the patterns matches none of the signals.
 void check_patterns(const std::vector<core::SignalInfo>& signals,
-                    const std::vector<std::string>& patterns);
+                    const std::vector<std::string>& patterns, const std::string& runName);
 
-/// The chosen signals of the run, in the order of Run::signals(). Throws UsageError if a pattern,
-/// or the choice as a whole, matches no signal.
-std::vector<core::SignalInfo> chosen_signals(const core::Run& run, const SignalChoice& choice);
+/// The chosen signals of the run, in the order of Run::signals(). Throws UsageError, which names
+/// the run, if a pattern, or the choice as a whole, matches no signal.
+std::vector<core::SignalInfo> chosen_signals(const core::Run& run, const SignalChoice& choice,
+                                             const std::string& runName);
 
 } // namespace logging2::tools

@@ -24,10 +24,10 @@ void add_time_options(CLI::App& command, TimeRange& range, const std::string& en
     command.add_option(endOption, range.to, "Only steps at this time or earlier")->type_name("T");
 }
 
-void check_range(const TimeRange& range) {
+void check_range(const TimeRange& range, const std::string& run) {
     if (!(range.least() <= range.greatest())) {
-        throw UsageError("from " + number_text(range.least()) + " to " +
-                         number_text(range.greatest()) + ": the range contains no time");
+        throw UsageError(run + ": the range from " + number_text(range.least()) + " to " +
+                         number_text(range.greatest()) + " contains no time");
     }
 }
 

@@ -26,7 +26,7 @@ struct TimeRange {
 /// Adds the options --from and --to, or another one for the end.
 void add_time_options(CLI::App& command, TimeRange& range, const std::string& endOption = "--to");
 
-/// Throws UsageError if the range ends before it begins.
-void check_range(const TimeRange& range);
+/// Throws UsageError, which names the run, if the range ends before it begins.
+void check_range(const TimeRange& range, const std::string& run);
 
 } // namespace logging2::tools

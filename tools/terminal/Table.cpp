@@ -3,22 +3,21 @@
 #include <tools/terminal/text.hpp>
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
 namespace logging2::tools {
 namespace {
 
-constexpr const char* gap = "  ";
-constexpr std::size_t gapWidth = 2;
+/// A column is left out rather than shortened to less than this.
+constexpr std::size_t leastElasticWidth = 12;
 
-/// Elastic columns do not become narrower than this.
-constexpr std::size_t leastElasticWidth = 8;
-
-std::string padded(const std::string& text, std::size_t width, bool isRight) {
-    const std::size_t count = character_count(text);
-    const std::string blanks(width - std::min(width, count), ' ');
-    return isRight ? blanks + text : text + blanks;
+template <class ShownColumns>
+std::size_t width_of(const ShownColumns& shown) {
+    std::size_t width = columnGapWidth * (shown.size() - 1);
+    for (const auto& each : shown) {
+        width += each.width;
+    }
+    return width;
 }
 
 } // namespace
@@ -30,66 +29,100 @@ void Table::add(std::vector<std::string> cells) {
     rows.push_back(std::move(cells));
 }
 
-std::vector<std::size_t> Table::widths(const Terminal& terminal) const {
-    std::vector<std::size_t> result;
+std::size_t Table::naturalWidth(std::size_t column) const {
+    std::size_t width = character_count(columns[column].title);
+    for (const std::vector<std::string>& row : rows) {
+        width = std::max(width, character_count(row[column]));
+    }
+    return width;
+}
+
+bool Table::isElastic(std::size_t column) const {
+    const Content content = columns[column].content;
+    return content != Content::word && content != Content::number;
+}
+
+std::vector<Table::Shown> Table::shownColumns(const Terminal& terminal) const {
+    std::vector<Shown> shown;
     for (std::size_t column = 0; column < columns.size(); ++column) {
-        std::size_t width = character_count(columns[column].title);
-        for (const std::vector<std::string>& row : rows) {
-            width = std::max(width, character_count(row[column]));
+        shown.push_back({column, naturalWidth(column)});
+    }
+    if (terminal.width && width_of(shown) > *terminal.width) {
+        leaveOutColumns(shown, *terminal.width);
+        const bool isComplete = shown.size() == columns.size();
+        shrink(shown,
+               *terminal.width - (isComplete ? 0 : std::min(missingSignWidth, *terminal.width)));
+    }
+    return shown;
+}
+
+void Table::leaveOutColumns(std::vector<Shown>& shown, std::size_t lineWidth) const {
+    const auto leastWidth = [this, &shown] {
+        std::vector<Shown> least = shown;
+        for (Shown& each : least) {
+            each.width =
+                isElastic(each.column) ? std::min(each.width, leastElasticWidth) : each.width;
         }
-        result.push_back(width);
-    }
-    if (!terminal.width) {
-        return result;
-    }
-    const auto lineWidth = [&result] {
-        return std::accumulate(result.begin(), result.end(), gapWidth * (result.size() - 1));
+        return width_of(least) + (shown.size() < columns.size() ? missingSignWidth : 0);
     };
-    while (lineWidth() > *terminal.width) {
-        std::size_t* widest = nullptr;
-        for (std::size_t column = 0; column < columns.size(); ++column) {
-            if (columns[column].isElastic && result[column] > leastElasticWidth &&
-                (widest == nullptr || result[column] > *widest)) {
-                widest = &result[column];
+    while (shown.size() > 1 && leastWidth() > lineWidth) {
+        auto leastNeeded = shown.end() - 1;
+        for (auto each = leastNeeded; each != shown.begin(); --each) {
+            if (columns[each->column].need < columns[leastNeeded->column].need) {
+                leastNeeded = each;
             }
         }
-        if (widest == nullptr) {
-            break;
-        }
-        --*widest;
+        shown.erase(leastNeeded);
     }
-    return result;
+}
+
+void Table::shrink(std::vector<Shown>& shown, std::size_t lineWidth) const {
+    while (width_of(shown) > lineWidth) {
+        Shown* widest = nullptr;
+        for (Shown& each : shown) {
+            if ((isElastic(each.column) || shown.size() == 1) &&
+                (widest == nullptr || each.width > widest->width)) {
+                widest = &each;
+            }
+        }
+        if (widest == nullptr || widest->width == 0) {
+            return;
+        }
+        --widest->width;
+    }
+}
+
+std::string Table::cell(const std::string& text, const Shown& place) const {
+    const Content content = columns[place.column].content;
+    const std::string fitting = content == Content::name ? shortened(text, place.width)
+                                                         : shortened_after_word(text, place.width);
+    if (content == Content::number || content == Content::list) {
+        return right_aligned(fitting, place.width);
+    }
+    return fitting + std::string(place.width - character_count(fitting), ' ');
 }
 
 std::string Table::line(const std::vector<std::string>& cells,
-                        const std::vector<std::size_t>& widths) const {
+                        const std::vector<Shown>& shown) const {
     std::string result;
-    for (std::size_t column = 0; column < columns.size(); ++column) {
-        const std::string cell = shortened(cells[column], widths[column]);
-        result +=
-            (column == 0 ? "" : gap) + padded(cell, widths[column], columns[column].isNumeric);
+    for (const Shown& each : shown) {
+        result += (result.empty() ? "" : columnGap) + cell(cells[each.column], each);
     }
     result.erase(result.find_last_not_of(' ') + 1);
     return result;
 }
 
 void Table::print(const Terminal& terminal) const {
-    const std::vector<std::size_t> widthsOfColumns = widths(terminal);
-    const auto printLine = [&](const std::vector<std::string>& cells, bool isTitle) {
-        std::string text = line(cells, widthsOfColumns);
-        if (terminal.width) {
-            text = cut(text, *terminal.width);
-        }
-        terminal.out << (isTitle && terminal.hasColors ? "\x1b[1m" + text + "\x1b[0m" : text)
-                     << '\n';
-    };
+    const std::vector<Shown> shown = shownColumns(terminal);
     std::vector<std::string> titles;
     for (const Column& column : columns) {
         titles.push_back(column.title);
     }
-    printLine(titles, true);
+    const std::string header =
+        line(titles, shown) + (shown.size() < columns.size() ? missingSign : "");
+    terminal.out << (terminal.hasColors ? "\x1b[1m" + header + "\x1b[0m" : header) << '\n';
     for (const std::vector<std::string>& row : rows) {
-        printLine(row, false);
+        terminal.out << line(row, shown) << '\n';
     }
 }
 

@@ -1,5 +1,7 @@
 #include <tools/terminal/Terminal.hpp>
 
+#include <tools/terminal/text.hpp>
+
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -44,6 +46,10 @@ Terminal Terminal::ofProcess() {
             width && !has_no_color(),
             isatty(STDERR_FILENO) != 0,
             is_file(STDOUT_FILENO)};
+}
+
+void Terminal::printLine(const std::string& text) const {
+    out << wrapped(text, width) << '\n';
 }
 
 } // namespace logging2::tools

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <ostream>
+#include <string>
 
 namespace logging2::tools {
 
@@ -10,6 +11,9 @@ namespace logging2::tools {
 struct Terminal {
     /// The process's standard output and error.
     static Terminal ofProcess();
+
+    /// Prints a line to `out`, divided into lines that fit.
+    void printLine(const std::string& text) const;
 
     /// Results.
     std::ostream& out;

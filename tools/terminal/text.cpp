@@ -191,4 +191,37 @@ std::string shortened(const std::string& text, std::size_t characterCount) {
     return cut(text, head) + "…" + text.substr(start_of_character(text, count - tail));
 }
 
+std::string shortened_after_word(const std::string& text, std::size_t characterCount) {
+    if (character_count(text) <= characterCount) {
+        return text;
+    }
+    if (characterCount < 3) {
+        return characterCount == 0 ? "" : "…";
+    }
+    const std::size_t blank = cut(text, characterCount - 1).rfind(' ');
+    return blank == std::string::npos ? "…" : text.substr(0, blank) + " …";
+}
+
+std::string right_aligned(const std::string& text, std::size_t characterCount) {
+    const std::size_t count = character_count(text);
+    return std::string(characterCount - std::min(characterCount, count), ' ') + text;
+}
+
+std::string wrapped(const std::string& text, std::optional<std::size_t> characterCount) {
+    constexpr std::size_t leastWidth = 4;
+    const std::size_t width = std::max(characterCount.value_or(0), leastWidth);
+    std::string rest = text;
+    std::string lines;
+    while (characterCount && character_count(rest) > width) {
+        const std::string part = cut(rest, width + 1);
+        const std::size_t blank = part.find_last_of(' ');
+        const std::size_t indent = part.find_first_not_of(' ');
+        const bool endsAfterWord = blank != std::string::npos && blank > indent;
+        const std::size_t end = endsAfterWord ? blank : cut(rest, width).size();
+        lines += rest.substr(0, end) + '\n';
+        rest = "  " + rest.substr(endsAfterWord ? end + 1 : end);
+    }
+    return lines + rest;
+}
+
 } // namespace logging2::tools

@@ -45,4 +45,14 @@ std::string cut(const std::string& text, std::size_t characterCount);
 /// characters.
 std::string shortened(const std::string& text, std::size_t characterCount);
 
+/// The text, or its first whole words and "…" such that it has so many characters at most.
+std::string shortened_after_word(const std::string& text, std::size_t characterCount);
+
+/// The text after so many blanks that it has so many characters.
+std::string right_aligned(const std::string& text, std::size_t characterCount);
+
+/// The text in lines of so many characters at most, which end after a word where possible. All but
+/// the first begin with two blanks.
+std::string wrapped(const std::string& text, std::optional<std::size_t> characterCount);
+
 } // namespace logging2::tools

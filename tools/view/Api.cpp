@@ -13,7 +13,6 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr std::size_t greatestPixelCount = 4096;
 constexpr std::size_t greatestElementCount = 64;
 constexpr std::size_t greatestDownloadSignalCount = 250;
 constexpr std::size_t greatestRunCount = 16;
@@ -34,7 +33,7 @@ void check_order(const TimeRange& range) {
 
 TraceRange trace_range(const Query& query) {
     const TraceRange range{query.number("from"), query.number("to"),
-                           query.count("pixels", 1, greatestPixelCount)};
+                           query.count("pixels", 1, greatestTracePixelCount)};
     check_order({range.from, range.to});
     return range;
 }
@@ -44,14 +43,34 @@ std::size_t element_of(const Query& query) {
     return query.has("element") ? query.count("element", 0, greatest) : 0;
 }
 
+void check_pairs(std::size_t signalCount, std::size_t elementCount) {
+    if (signalCount != elementCount) {
+        throw HttpError(status::badRequest,
+                        R"(The parameters "signal" and "element" must be given equally often.)");
+    }
+}
+
+/// Without elements, all of each signal.
+std::vector<SignalPart> parts_of(const Query& query) {
+    std::vector<SignalPart> result;
+    for (const std::string& signal : query.texts("signal", greatestDownloadSignalCount)) {
+        result.push_back({signal, std::nullopt});
+    }
+    if (query.has("element")) {
+        const auto elements = query.countsOrAll("element", greatestDownloadSignalCount);
+        check_pairs(result.size(), elements.size());
+        for (std::size_t k = 0; k < elements.size(); ++k) {
+            result[k].element = elements[k];
+        }
+    }
+    return result;
+}
+
 /// Each signal has an element of its own.
 std::vector<ElementName> elements_of(const Query& query) {
     const std::vector<std::string> signals = query.texts("signal", greatestElementCount);
     const std::vector<std::size_t> elements = query.counts("element", greatestElementCount);
-    if (signals.size() != elements.size()) {
-        throw HttpError(status::badRequest,
-                        R"(The parameters "signal" and "element" must be given equally often.)");
-    }
+    check_pairs(signals.size(), elements.size());
     std::vector<ElementName> result;
     for (std::size_t k = 0; k < signals.size(); ++k) {
         result.push_back({signals[k], elements[k]});
@@ -122,11 +141,11 @@ Reply Api::values(const std::string& id, const Query& query) {
 }
 
 Reply Api::csv(const std::string& id, const Query& query) {
-    query.allow({"signal", "from", "to"});
-    const std::vector<std::string> signals = query.texts("signal", greatestDownloadSignalCount);
+    query.allow({"signal", "element", "from", "to"});
+    const std::vector<SignalPart> parts = parts_of(query);
     const TimeRange range{query.optionalNumber("from"), query.optionalNumber("to")};
     check_order(range);
-    return csv_download(catalog.ownRun(id), signals, range);
+    return csv_download(catalog.ownRun(id), parts, range);
 }
 
 Reply Api::diff(const Query& query) {

@@ -63,7 +63,7 @@ bool Connection::serveNext() {
         }
         head = checked_head(*received);
     } catch (const HttpError& error) {
-        refusal = RequestHandler::refuse(error);
+        refusal = RequestHandler::refuse(error, "");
     }
     tellState(ConnectionState::answering);
     connection.offer(std::move(head));

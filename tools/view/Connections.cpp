@@ -1,29 +1,37 @@
 #include <tools/view/Connections.hpp>
 
+#include <tools/view/HttpError.hpp>
+
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
 namespace logging2::tools::view {
 namespace {
 
-void refuse(const Descriptor& socket) noexcept {
-    constexpr std::string_view answer =
-        "HTTP/1.1 503 Service Unavailable\r\nConnection: close\r\nRetry-After: 1\r\n"
-        "Content-Type: application/json\r\nContent-Length: 55\r\n\r\n"
-        "{\"schema\":1,\"error\":\"The server has too many clients.\"}\n";
-    send(socket.get(), answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-    shutdown(socket.get(), SHUT_WR);
+/// The answer to a client for whom there is no room.
+std::string refusal_text() {
+    const Reply reply = RequestHandler::refuse(
+        HttpError(status::unavailable, "The server has too many clients."), "/api/");
+    std::string text = "HTTP/1.1 503 Service Unavailable\r\nConnection: close\r\nRetry-After: 1\r\n"
+                       "Content-Type: " +
+                       reply.contentType +
+                       "\r\nContent-Length: " + std::to_string(reply.body.size()) + "\r\n";
+    for (const auto& [name, value] : reply.headers) {
+        text += name;
+        text += ": " + value + "\r\n";
+    }
+    return text + "\r\n" + reply.body;
 }
 
 } // namespace
 
 Connections::Connections(RequestHandler& requestHandler, std::size_t greatestConnectionCount)
     : handler(requestHandler),
-      greatestCount(greatestConnectionCount) {}
+      greatestCount(greatestConnectionCount),
+      refusal(refusal_text()) {}
 
 Connections::~Connections() {
     {
@@ -34,6 +42,11 @@ Connections::~Connections() {
     for (Entry& entry : entries) {
         entry.thread.join();
     }
+}
+
+void Connections::refuse(const Descriptor& socket) const noexcept {
+    send(socket.get(), refusal.data(), refusal.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    shutdown(socket.get(), SHUT_WR);
 }
 
 void Connections::add(Descriptor socket) {

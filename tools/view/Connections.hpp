@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <list>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace logging2::tools::view {
@@ -47,6 +48,7 @@ private:
         bool hasEnded = false;
     };
 
+    void refuse(const Descriptor& socket) const noexcept;
     bool makeRoom();
     void serve(Entry& entry);
     void setState(Entry& entry, ConnectionState state);
@@ -54,6 +56,7 @@ private:
 
     RequestHandler& handler;
     const std::size_t greatestCount;
+    const std::string refusal; ///< the answer if there is no room
     mutable std::mutex mutex;
     std::list<Entry> entries;                    ///< guarded by the mutex
     Clock::time_point lastAnswer = Clock::now(); ///< guarded by the mutex

@@ -12,6 +12,7 @@ constexpr int unauthorized = 401;
 constexpr int forbidden = 403;
 constexpr int notFound = 404;
 constexpr int methodNotAllowed = 405;
+constexpr int requestTimeout = 408;
 constexpr int gone = 410;
 constexpr int contentTooLarge = 413;
 constexpr int uriTooLong = 414;

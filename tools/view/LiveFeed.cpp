@@ -10,8 +10,11 @@ namespace {
 
 constexpr std::chrono::milliseconds runInterval{100};
 constexpr int looksPerListLook = 10;
-constexpr std::chrono::seconds lookEventInterval{1};
+constexpr std::chrono::milliseconds lookEventInterval{500};
 constexpr std::size_t greatestSubscriptionCount = 128;
+
+// An event has at most 200 kB.
+constexpr std::size_t greatestGroupCount = 800;
 
 std::string event_text(const std::string& name, const Json& data) {
     return "event: " + name +
@@ -20,10 +23,10 @@ std::string event_text(const std::string& name, const Json& data) {
 
 /// The run as it is now; with the error if it cannot be read any more.
 Json progress_of(const RunCatalog& catalog, const std::string& id,
-                 const std::shared_ptr<RunPool>& pool) {
+                 const std::shared_ptr<RunPool>& pool, TimeExtents& extents) {
     try {
         catalog.checkPlace(pool->location());
-        return run_progress(id, *RunPool::lease(pool), pool->location());
+        return run_progress(id, *RunPool::lease(pool), pool->location(), extents);
     } catch (const std::exception& error) {
         return {{"id", id}, {"error", error.what()}};
     }
@@ -72,8 +75,9 @@ std::string LiveFeed::Subscription::collected() {
     std::string events;
     for (const std::string& id : ids) {
         const Watched& run = feed.runs[id];
-        if (run.version != std::exchange(seen[id], run.version)) {
-            events += run.event;
+        const std::uint64_t before = std::exchange(seen[id], run.version);
+        if (run.version != before) {
+            events += eventsAbout(run, before);
         }
     }
     if (feed.listVersion != std::exchange(seenList, feed.listVersion)) {
@@ -84,6 +88,23 @@ std::string LiveFeed::Subscription::collected() {
         events += event_text("look", Json::object());
     }
     return events;
+}
+
+/// The groups that have changed since, in as many events as they need.
+std::string LiveFeed::Subscription::eventsAbout(const Watched& run, std::uint64_t seenVersion) {
+    std::string events;
+    Json event = run.head;
+    for (const auto& [id, group] : run.groups) {
+        if (group.version <= seenVersion) {
+            continue;
+        }
+        event["groups"].push_back(group.progress);
+        if (event["groups"].size() == greatestGroupCount) {
+            events += event_text("run", event);
+            event = run.head;
+        }
+    }
+    return events.empty() || event.contains("groups") ? events + event_text("run", event) : events;
 }
 
 LiveFeed::LiveFeed(RunCatalog& runCatalog)
@@ -113,7 +134,7 @@ std::unique_ptr<LiveFeed::Subscription> LiveFeed::subscribe(const std::vector<st
     for (const auto& [id, location] : locations) {
         Watched& run = runs[id];
         if (run.subscriptionCount++ == 0) {
-            run.pool = std::make_shared<RunPool>(location);
+            run.source = std::make_shared<Source>(Source{std::make_shared<RunPool>(location), {}});
         }
         unique.push_back(id);
     }
@@ -137,31 +158,41 @@ void LiveFeed::watch() {
 }
 
 void LiveFeed::lookAtRuns(std::unique_lock<std::mutex>& lock) {
-    std::map<std::string, std::shared_ptr<RunPool>> growing;
+    std::map<std::string, std::shared_ptr<Source>> growing;
     for (const auto& [id, run] : runs) {
         if (!run.isFinal) {
-            growing.emplace(id, run.pool);
+            growing.emplace(id, run.source);
         }
     }
-    for (const auto& [id, pool] : growing) {
+    for (const auto& [id, source] : growing) {
         lock.unlock();
-        const Json progress = progress_of(catalog, id, pool);
+        Json progress = progress_of(catalog, id, source->pool, source->extents);
         lock.lock();
-        tell(id, progress);
+        tell(id, std::move(progress));
     }
 }
 
-void LiveFeed::tell(const std::string& id, const Json& progress) {
-    const auto run = runs.find(id);
-    if (run == runs.end()) {
+void LiveFeed::tell(const std::string& id, Json progress) {
+    const auto found = runs.find(id);
+    if (found == runs.end()) {
         return;
     }
+    Watched& run = found->second;
+    run.isFinal = has_ended(progress);
+    bool hasNews = false;
+    for (Json& group : progress["groups"]) {
+        Group& known = run.groups[group["id"]];
+        if (known.progress != group) {
+            known = {run.version + 1, std::move(group)};
+            hasNews = true;
+        }
+    }
+    progress.erase("groups");
     std::string facts = facts_without_lag(progress);
-    run->second.isFinal = has_ended(progress);
-    if (facts != run->second.facts) {
-        run->second.facts = std::move(facts);
-        run->second.event = event_text("run", progress);
-        ++run->second.version;
+    if (hasNews || facts != run.facts) {
+        run.facts = std::move(facts);
+        run.head = std::move(progress);
+        ++run.version;
         hasChanged.notify_all();
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tools/view/RunCatalog.hpp>
+#include <tools/view/time_extent.hpp>
 
 #include <chrono>
 #include <condition_variable>
@@ -20,6 +21,27 @@ namespace logging2::tools::view {
 class LiveFeed {
     using Clock = std::chrono::steady_clock;
 
+    /// What the thread needs to look at a run.
+    struct Source {
+        std::shared_ptr<RunPool> pool; ///< apart from that of the catalog, so that nobody waits
+        TimeExtents extents;
+    };
+
+    struct Group {
+        std::uint64_t version = 0; ///< of the run when the group changed
+        Json progress;
+    };
+
+    struct Watched {
+        std::shared_ptr<Source> source;
+        std::size_t subscriptionCount = 0;
+        std::uint64_t version = 0;      ///< grows with each change
+        Json head;                      ///< the last change, without the groups
+        std::string facts;              ///< which it told
+        std::map<Json, Group> groups{}; ///< by their ids
+        bool isFinal = false;
+    };
+
 public:
     /// What one client watches.
     class Subscription {
@@ -37,6 +59,7 @@ public:
 
     private:
         std::string collected();
+        static std::string eventsAbout(const Watched& run, std::uint64_t seenVersion);
 
         LiveFeed& feed;
         std::vector<std::string> ids;
@@ -58,19 +81,10 @@ public:
     std::unique_ptr<Subscription> subscribe(const std::vector<std::string>& ids);
 
 private:
-    struct Watched {
-        std::shared_ptr<RunPool> pool; ///< apart from that of the catalog, so that nobody waits
-        std::size_t subscriptionCount = 0;
-        std::uint64_t version = 0;
-        std::string event; ///< the last one
-        std::string facts; ///< which it told
-        bool isFinal = false;
-    };
-
     void watch();
     void lookAtRuns(std::unique_lock<std::mutex>& lock);
     void lookAtList(std::unique_lock<std::mutex>& lock);
-    void tell(const std::string& id, const Json& progress);
+    void tell(const std::string& id, Json progress);
 
     RunCatalog& catalog;
     std::mutex mutex;

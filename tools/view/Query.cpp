@@ -10,7 +10,7 @@
 namespace logging2::tools::view {
 namespace {
 
-constexpr std::size_t greatestParameterCount = 256;
+constexpr std::size_t greatestParameterCount = 512;
 
 [[noreturn]] void refuse(const std::string& what) {
     throw HttpError(status::badRequest, what);
@@ -72,6 +72,10 @@ std::size_t whole_number(const std::string& name, const std::string& value, std:
                          std::to_string(greatest));
     }
     return result;
+}
+
+std::size_t any_number(const std::string& name, const std::string& value) {
+    return whole_number(name, value, 0, std::numeric_limits<std::size_t>::max());
 }
 
 } // namespace
@@ -153,7 +157,16 @@ std::size_t Query::count(const std::string& name, std::size_t least, std::size_t
 std::vector<std::size_t> Query::counts(const std::string& name, std::size_t greatestCount) const {
     std::vector<std::size_t> result;
     for (const std::string& value : texts(name, greatestCount)) {
-        result.push_back(whole_number(name, value, 0, std::numeric_limits<std::size_t>::max()));
+        result.push_back(any_number(name, value));
+    }
+    return result;
+}
+
+std::vector<std::optional<std::size_t>> Query::countsOrAll(const std::string& name,
+                                                           std::size_t greatestCount) const {
+    std::vector<std::optional<std::size_t>> result;
+    for (const std::string& value : texts(name, greatestCount)) {
+        result.push_back(value == "all" ? std::nullopt : std::optional(any_number(name, value)));
     }
     return result;
 }

@@ -13,7 +13,7 @@ namespace logging2::tools::view {
 ///
 /// Everything that is not well formed is refused with an HttpError of status 400 that names the
 /// parameter: a parameter without a name or a value, a wrong escape, a character that must be
-/// escaped, a control character, or more than 256 parameters. A `+` stands for a space.
+/// escaped, a control character, or more than 512 parameters. A `+` stands for a space.
 class Query {
 public:
     /// No parameters.
@@ -47,6 +47,10 @@ public:
 
     /// All values as whole numbers. Throws if there is none, or more than greatestCount.
     std::vector<std::size_t> counts(const std::string& name, std::size_t greatestCount) const;
+
+    /// The same, empty for the text "all".
+    std::vector<std::optional<std::size_t>> countsOrAll(const std::string& name,
+                                                        std::size_t greatestCount) const;
 
 private:
     void add(std::string_view parameter);

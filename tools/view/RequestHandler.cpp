@@ -52,8 +52,8 @@ Reply RequestHandler::answer(const Request& request) noexcept {
     return reply;
 }
 
-Reply RequestHandler::refuse(const HttpError& error) {
-    Reply reply = error_reply(error, "");
+Reply RequestHandler::refuse(const HttpError& error, const std::string& target) {
+    Reply reply = error_reply(error, target);
     add_security(reply);
     return reply;
 }

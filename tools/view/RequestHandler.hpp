@@ -19,7 +19,7 @@ public:
     Reply answer(const Request& request) noexcept;
 
     /// The reply to a request that is not even well formed.
-    static Reply refuse(const HttpError& error);
+    static Reply refuse(const HttpError& error, const std::string& target);
 
 private:
     Reply checkedAnswer(const Request& request);

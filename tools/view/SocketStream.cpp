@@ -64,6 +64,10 @@ std::optional<std::string> SocketStream::receiveHead(std::chrono::milliseconds i
         }
         const bool isFirst = received.empty();
         if (!receive(deadline)) {
+            if (!isFirst && isOpen()) {
+                throw HttpError(status::requestTimeout,
+                                "The request took longer than ten seconds.");
+            }
             return std::nullopt;
         }
         deadline = isFirst ? Clock::now() + greatestHeadTime : deadline;

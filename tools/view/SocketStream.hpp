@@ -16,9 +16,9 @@ public:
     /// The socket belongs to the caller.
     explicit SocketStream(int connectedSocket) noexcept : descriptor(connectedSocket) {}
 
-    /// Waits for the head of the next request. Empty if the client has closed the connection, if
-    /// nothing came for idleTime, or if the head is not complete ten seconds after its first byte.
-    /// Throws HttpError with status 431 if it is too long.
+    /// Waits for the head of the next request. Empty if the client has closed the connection, or if
+    /// nothing came for idleTime. Throws HttpError with status 408 if the head is not complete ten
+    /// seconds after its first byte, and 431 if it is too long.
     std::optional<std::string> receiveHead(std::chrono::milliseconds idleTime);
 
     /// The head that the library is to read.

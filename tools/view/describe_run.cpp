@@ -3,7 +3,6 @@
 #include <tools/commands/describe.hpp>
 #include <tools/terminal/text.hpp>
 #include <tools/view/signals.hpp>
-#include <tools/view/time_extent.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -13,14 +12,15 @@
 namespace logging2::tools::view {
 namespace {
 
-Json json_of(const core::Run& run, const std::vector<core::GroupInfo>& groups) {
+Json json_of(const core::Run& run, std::uint64_t revision,
+             const std::vector<core::GroupInfo>& groups, TimeExtents& extents) {
     Json result = Json::array();
     const std::vector<core::SignalInfo> signals = run.signals();
     const std::map<std::size_t, const core::SignalInfo*> narrowest = narrowest_signals(signals);
     for (const core::GroupInfo& group : groups) {
         const auto signal = narrowest.find(group.id);
         const std::optional<TimeExtent> extent =
-            time_extent(run, group, signal == narrowest.end() ? nullptr : signal->second);
+            extents.of(run, revision, group, signal == narrowest.end() ? nullptr : signal->second);
         result.push_back({{"id", group.id},
                           {"steps", group.stepCount},
                           {"firstTime", json_or_null(group.firstTime)},
@@ -50,7 +50,8 @@ Json lag_of(const core::RunInfo& info, const std::string& location) {
 
 } // namespace
 
-Json run_progress(const std::string& id, const core::Run& run, const std::string& location) {
+Json run_progress(const std::string& id, const core::Run& run, const std::string& location,
+                  TimeExtents& extents) {
     const core::RunInfo info = run.info();
     const std::vector<core::GroupInfo> groups = run.groups();
     std::size_t stepCount = 0;
@@ -62,13 +63,14 @@ Json run_progress(const std::string& id, const core::Run& run, const std::string
             {"revision", info.revision},
             {"lag", lag_of(info, location)},
             {"steps", stepCount},
-            {"groups", json_of(run, groups)}};
+            {"groups", json_of(run, info.revision, groups, extents)}};
 }
 
 Json run_description(const std::string& id, const core::Run& run, const std::string& location) {
     const core::RunInfo info = run.info();
     Json result{{"schema", jsonSchema}};
-    result.update(run_progress(id, run, location));
+    TimeExtents extents;
+    result.update(run_progress(id, run, location, extents));
     result["name"] = info.name;
     result["start"] = utc_text(info.start);
     result["end"] = info.end ? Json(utc_text(*info.end)) : Json();

@@ -131,11 +131,16 @@ private:
                                     each->range.greatest() + reach)
                              .count;
         }
-        if (stepCount > greatestComparedStepCount || mustReadAll()) {
+        if (stepCount > greatestComparedStepCount) {
             throw HttpError(status::unprocessable, "Zoom in to compare: " + count_text(stepCount) +
                                                        " steps are in view, and at most " +
                                                        count_text(greatestComparedStepCount) +
                                                        " are compared.");
+        }
+        if (mustReadAll()) {
+            throw HttpError(status::unprocessable,
+                            "The signal has infinite values and too many steps to find the "
+                            "relative tolerance: set that to 0, and use the absolute one.");
         }
     }
 

@@ -55,8 +55,8 @@ void check_request_line(std::string_view line) {
     if (line.substr(second + 1) != "HTTP/1.1") {
         throw HttpError(status::versionNotSupported, "Only HTTP/1.1 is supported.");
     }
-    if (line.substr(0, first) != "GET" && line.substr(0, first) != "HEAD") {
-        throw HttpError(status::methodNotAllowed, "Only the methods GET and HEAD are allowed.");
+    if (line.substr(0, first) != "GET") {
+        throw HttpError(status::methodNotAllowed, "Only the method GET is allowed.");
     }
     if (std::count(line.begin(), line.end(), '?') > 1) {
         throw HttpError(status::badRequest, "The address has a second ?, which must be escaped.");

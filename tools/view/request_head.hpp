@@ -18,7 +18,7 @@ std::optional<std::size_t> head_byte_count(std::string_view bytes);
 
 /// The head without what the server does not support, and with lines that the parser of the HTTP
 /// library takes as they are meant. Throws HttpError if it is not well formed (400), if the method
-/// is neither GET nor HEAD (405), if a body follows (413), if it is too long (414, 431), or if it
+/// is not GET (405), if a body follows (413), if it is too long (414, 431), or if it
 /// is of another version than HTTP/1.1 (505).
 std::string checked_head(std::string_view head);
 

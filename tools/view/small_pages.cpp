@@ -36,7 +36,7 @@ Reply error_reply(const HttpError& error, const std::string& target) {
     Reply reply;
     reply.status = error.status();
     if (reply.status == status::methodNotAllowed) {
-        reply.headers.emplace_back("Allow", "GET, HEAD");
+        reply.headers.emplace_back("Allow", "GET");
     }
     if (target.rfind("/api/", 0) == 0) {
         reply.contentType = "application/json";

@@ -2,6 +2,7 @@
 
 #include <tools/compare/Extent.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -61,6 +62,22 @@ std::optional<TimeExtent> found_extent(const core::Run& run, const core::GroupIn
     return TimeExtent{-greatest_with(isFrom, -first), greatest_with(isUpTo, last)};
 }
 
+/// Reading more values takes longer than a summary.
+constexpr std::size_t greatestReadValueCount = 1'000'000;
+
+/// The extent with those of further steps.
+std::optional<TimeExtent> extended(std::optional<TimeExtent> extent, const core::Run& run,
+                                   const core::SignalInfo& signal, core::StepRange steps) {
+    const core::Series series = run.series(signal.path, steps);
+    for (const double time : series.times()) {
+        if (std::isfinite(time)) {
+            const TimeExtent old = extent.value_or(TimeExtent{time, time});
+            extent = TimeExtent{std::min(old.least, time), std::max(old.greatest, time)};
+        }
+    }
+    return extent;
+}
+
 } // namespace
 
 std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInfo& group,
@@ -76,6 +93,28 @@ std::optional<TimeExtent> time_extent(const core::Run& run, const core::GroupInf
         return TimeExtent{*summary.leastTime, *summary.greatestTime};
     }
     return found_extent(run, group);
+}
+
+std::optional<TimeExtent> TimeExtents::of(const core::Run& run, std::uint64_t revision,
+                                          const core::GroupInfo& group,
+                                          const core::SignalInfo* signalOfGroup) {
+    const auto known = groups.find(group.id);
+    const bool hasGrown = known != groups.end() && known->second.revision == revision &&
+                          known->second.stepCount <= group.stepCount;
+    const std::size_t newCount = hasGrown ? group.stepCount - known->second.stepCount : 0;
+    std::optional<TimeExtent> extent;
+    if (hasGrown && newCount == 0) {
+        return known->second.extent;
+    }
+    if (hasGrown && signalOfGroup != nullptr &&
+        newCount <= greatestReadValueCount / (signalOfGroup->width + 1)) {
+        extent = extended(known->second.extent, run, *signalOfGroup,
+                          {known->second.stepCount, newCount});
+    } else {
+        extent = time_extent(run, group, signalOfGroup);
+    }
+    groups.insert_or_assign(group.id, Known{revision, group.stepCount, extent});
+    return extent;
 }
 
 std::map<std::size_t, const core::SignalInfo*>

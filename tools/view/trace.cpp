@@ -17,10 +17,6 @@ constexpr std::size_t stepsPerPixel = 4;
 /// A neighbour is looked for among so many steps, because some may have no time.
 constexpr std::size_t greatestNeighbourCount = 16;
 
-// An answer has at most 200 kB.
-constexpr std::size_t greatestTraceStepCount = 12'000;
-constexpr std::size_t greatestTracePixelCount = 3'500;
-
 /// Where the steps within the range are. If there are none, it is the place between those before
 /// and those behind the range.
 core::StepRange place_of(const core::Run& run, std::size_t group, const TraceRange& range) {
@@ -136,15 +132,14 @@ void append_buckets(std::string& bytes, const core::Outline& outline) {
 } // namespace
 
 TraceRange aligned_range(const TraceRange& range) {
-    const std::size_t pixels = std::min(range.pixels, greatestTracePixelCount);
-    const double length = rounded_up((range.to - range.from) / static_cast<double>(pixels));
+    const double length = rounded_up((range.to - range.from) / static_cast<double>(range.pixels));
     const double from = std::floor(range.from / length) * length;
     const double to = std::ceil(range.to / length) * length;
     const double count = std::round((to - from) / length);
     const bool isFine = length > 0 && from <= range.from && range.to <= to &&
-                        count <= static_cast<double>(pixels) + 2;
+                        count <= static_cast<double>(range.pixels) + 2;
     if (!isFine) {
-        return {range.from, range.to, pixels};
+        return range;
     }
     return {from, to, std::max<std::size_t>(1, static_cast<std::size_t>(count))};
 }
@@ -156,11 +151,8 @@ Trace trace_of(const core::Run& run, const std::string& path, std::size_t elemen
     const TraceRange aligned = aligned_range(range);
     Trace trace;
     trace.revision = run.info().revision;
-    const core::SignalSummary summary = run.summary(signal.path);
-    trace.extent = {summary.leastTime.value_or(trace.extent.time),
-                    summary.greatestTime.value_or(trace.extent.value)};
     const core::StepRange steps = place_of(run, signal.group, aligned);
-    if (steps.count < std::min(stepsPerPixel * aligned.pixels, greatestTraceStepCount)) {
+    if (steps.count < stepsPerPixel * aligned.pixels) {
         add_steps(trace, run, signal, element, aligned, steps);
     } else {
         add_outline(trace, run, signal, element, aligned);
@@ -175,9 +167,6 @@ std::string trace_bytes(const Trace& trace) {
     append(bytes, static_cast<std::uint32_t>(trace.isAggregate ? 1 : 0));
     append(bytes, static_cast<std::uint32_t>(trace.isAggregate ? trace.outline.size()
                                                                : trace.steps.size()));
-    for (const double number : {trace.extent.time, trace.extent.value}) {
-        append(bytes, number);
-    }
     append(bytes, static_cast<std::uint64_t>(trace.stepCount));
     for (const double number :
          {trace.before.time, trace.before.value, trace.after.time, trace.after.value}) {

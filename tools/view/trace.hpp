@@ -8,6 +8,9 @@
 
 namespace logging2::tools::view {
 
+/// So many pixels fit an answer of 200 kB: steps with 16 bytes, and fewer than four per pixel.
+constexpr std::size_t greatestTracePixelCount = 3'000;
+
 /// Which piece of a signal is drawn, and on how many pixels.
 struct TraceRange {
     double from;
@@ -29,7 +32,6 @@ struct Trace {
     std::uint64_t revision = 0;
     Neighbour before;
     Neighbour after;
-    Neighbour extent;          ///< the least and the greatest time of the signal
     std::size_t stepCount = 0; ///< within the range
 };
 

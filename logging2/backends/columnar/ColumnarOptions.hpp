@@ -6,11 +6,12 @@ namespace logging2::core {
 
 /// What a columnar writer does when its samples would take more memory than they may.
 enum class BeyondLimit {
-    /// `write` throws std::length_error and stores nothing. That may happen to a step that goes
-    /// back
-    /// in time, too, if readers could see what it replaces; `rollback` frees the memory first.
+    /// `write` throws std::length_error and stores nothing. That may also happen to a step that
+    /// goes back in time, if a reader still holds what it replaces.
     refuse,
     /// The oldest steps of all groups are discarded. At least the newest piece of each group stays.
+    /// Nothing is refused if the limit is at least twice the number of groups times the bytes of
+    /// the longest row, its time and 64 bytes more.
     discardOldest
 };
 

@@ -32,10 +32,9 @@ class Samples;
 /// readers and runs keep the samples that they show, also after the writer is destroyed.
 ///
 /// Memory: stored values are never moved. They take at most 1.02 times their bytes, plus 4 MiB, 4
-/// KiB per group and about 32 bytes per path. Several groups whose rows take more than 1 MB each
-/// and differ in width may need about an eighth more. What a rollback frees is reused for all rows
-/// that fit into it. However, undone rows that a reader could see keep their memory until all rows
-/// of their piece are released.
+/// KiB per group and about 32 bytes per path. What a rollback frees is reused for all rows that fit
+/// into it; after many rollbacks, free memory may take a few percent more. Steps that a reader held
+/// when they were undone keep their memory as long as steps before them in the same piece are kept.
 ///
 /// Threads: one thread at a time uses the writer. However, `flushIntermediate`, `dataStore`, `run`
 /// and `snapshot` may be called on other threads meanwhile, as may all operations of readers and
@@ -70,14 +69,15 @@ public:
     /// that was written after it. Samples at exactly the time stay.
     ///
     /// Costs what it discards while the group's times ascend; otherwise it may examine one piece
-    /// more. If it discards steps that readers may see, each later view of the group has one part
+    /// more. If it discards steps that a reader holds, each later view of the group has one part
     /// more and takes slightly longer to make. Throws std::out_of_range if the group is not in the
     /// setup. Throws std::bad_alloc, and changes nothing then, only if it discards steps that
-    /// readers may see.
+    /// a reader holds.
     void rollback(std::size_t group, double time) override;
 
-    /// The samples of the path that were stored by `flush` or by the last `flushIntermediate`.
-    /// Throws std::out_of_range if neither was called, or if the path is not in the setup.
+    /// The samples of the path at the time of `flush` or else of the last `flushIntermediate`, but
+    /// without those that were undone or discarded since. Throws std::out_of_range if neither was
+    /// called, or if the path is not in the setup, and std::bad_alloc.
     boost::any dataStore(const lang::core::ValuePath& path) const override;
 
     /// Always empty.
@@ -88,7 +88,8 @@ public:
     void flush() override;
 
     /// Lets stores that are taken afterwards show the samples so far; copies none of them. Later
-    /// rollbacks do not change such a store.
+    /// rollbacks do not change stores that were taken before. Costs only a few operations per
+    /// group.
     void flushIntermediate() override;
 
     /// Calls `flush`, unless it was called before.

@@ -2,6 +2,7 @@
 
 #include <logging2/backends/recording/RecordingError.hpp>
 #include <logging2/backends/recording/detail/RecordingRun.hpp>
+#include <logging2/backends/recording/detail/find_description.hpp>
 #include <logging2/backends/recording/detail/run_directory.hpp>
 
 #include <sys/stat.h>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
-#include <tuple>
 #include <utility>
 
 namespace logging2::core {
@@ -25,12 +25,25 @@ DirectoryIdentity identity_of(const std::string& directory) {
                                                  : DirectoryIdentity();
 }
 
+/// To an entry that cannot be opened.
+void add_what_is_known(RecordingEntry& entry) {
+    detail::Description description = detail::known_description(entry.location);
+    if (!description.id.empty()) {
+        entry.info.id = std::move(description.id);
+        entry.info.name = std::move(description.name);
+        entry.info.properties = std::move(description.properties);
+        entry.info.start = detail::time_of(description.start);
+        entry.info.state = RunState::interrupted;
+    }
+}
+
 RecordingEntry entry_of(const std::string& location) {
     RecordingEntry entry{location, {}, {}};
     try {
         entry.info = open_recording(location)->info();
     } catch (const std::exception& error) {
         entry.fault = error.what();
+        add_what_is_known(entry);
     }
     return entry;
 }
@@ -44,9 +57,13 @@ bool is_named_recording(const fs::directory_entry& entry) {
 }
 
 bool comes_before(const RecordingEntry& a, const RecordingEntry& b) {
-    // The newest first; all that are damaged have the same start.
-    return std::make_tuple(!a.fault.empty(), b.info.start, a.location) <
-           std::make_tuple(!b.fault.empty(), a.info.start, b.location);
+    if (a.fault.empty() != b.fault.empty()) {
+        return a.fault.empty();
+    }
+    if (a.fault.empty() && a.info.start != b.info.start) {
+        return a.info.start > b.info.start;
+    }
+    return a.location < b.location;
 }
 
 } // namespace

@@ -36,7 +36,8 @@ struct RecordingEntry {
     /// The directory of the recording.
     std::string location;
 
-    /// What is known about the run; only the defaults if it cannot be opened.
+    /// What is known about the run. If it cannot be opened: its id, name, properties and start as
+    /// far as one of its files tells them, and otherwise the defaults.
     RunInfo info;
 
     /// Why the recording cannot be opened; empty if it can.

@@ -10,7 +10,7 @@
 #include <logging2/backends/recording/detail/SegmentCodec.hpp>
 #include <logging2/backends/recording/detail/StepMap.hpp>
 #include <logging2/backends/recording/detail/buffer_plan.hpp>
-#include <logging2/backends/recording/detail/read_description.hpp>
+#include <logging2/backends/recording/detail/find_description.hpp>
 #include <logging2/backends/recording/detail/run_directory.hpp>
 
 #include <algorithm>
@@ -27,9 +27,9 @@ using detail::SampleSpan;
 /// What the records of a data file say, in their order.
 class Contents {
 public:
-    explicit Contents(const detail::DataFile& dataFile)
+    Contents(const detail::DataFile& dataFile, detail::DescriptionRecord description)
         : file(dataFile),
-          first(detail::read_description(dataFile)),
+          first(std::move(description)),
           groups(first.description.groups.size()) {}
 
     void read(const RecordingProgress& progress) {
@@ -179,7 +179,7 @@ RecordingRebuild rebuild_recording(const std::string& directory, const std::stri
     }
     const std::uint64_t byteCount = data.byteCount();
     detail::NewDirectory made(newDirectory, options.mode);
-    Contents contents(data);
+    Contents contents(data, detail::find_description(data, directory));
     contents.read(part_of(progress, 0, byteCount));
     const detail::RunContent content = contents.content();
     detail::RunWriter(content, made.path(), options, part_of(progress, 1, byteCount)).write();

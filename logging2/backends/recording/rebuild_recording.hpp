@@ -56,9 +56,11 @@ struct RecordingRebuild {
     }
 };
 
-/// Makes a new recording from the data file `samples.bin` of another one alone, whose index is lost
-/// or damaged. newDirectory is the directory of the new recording itself; it must not exist, and
-/// its parent must. The old recording is not changed, and no permission to write to it is needed.
+/// Makes a new recording from the data file `samples.bin` of another one, whose index may be lost
+/// or damaged. If the description at the beginning of the data file is damaged, that of the index
+/// is used, provided that a hash or the text that is left proves it to be the same. newDirectory is
+/// the directory of the new recording itself; it must not exist, and its parent must. The old
+/// recording is not changed, and no permission to write to it is needed.
 ///
 /// The new recording has the same id, description, start and revision. Its state is interrupted,
 /// and its end is unknown. It holds every step that fits its hash and that no rollback discarded,
@@ -66,10 +68,10 @@ struct RecordingRebuild {
 /// not commit them any more. Options are obeyed as by copy_recording().
 ///
 /// Throws RecordingError if a host is still writing the recording (copy_recording() copies those),
-/// if the description at the beginning of the data file is damaged, or if the new recording cannot
-/// be written; std::invalid_argument if an option has no meaning, std::bad_alloc, and what the
-/// progress throws. Then there is nothing at newDirectory. The new recording is made under a name
-/// of its own beside newDirectory, where it stays if the process is killed.
+/// if the description is damaged in both files, or if the new recording cannot be written;
+/// std::invalid_argument if an option has no meaning, std::bad_alloc, and what the progress throws.
+/// Then there is nothing at newDirectory. The new recording is made under a name of its own beside
+/// newDirectory, where it stays if the process is killed.
 ///
 /// Reads all samples twice, writes them once, and checks the result with check_recording(). Memory:
 /// 200 bytes per chunk, one chunk as rows and as columns, and 256 steps of one signal. Any thread

@@ -134,6 +134,25 @@ TEST(ColumnarSweepTest, failedRegressionDiscardsNothing) {
         });
 }
 
+TEST(ColumnarSweepTest, failedRollbackOfShownStepsDiscardsNothing) {
+    expect_every_failure_propagates(
+        "ColumnarStreamWriter: rollback of shown steps", "nothing is discarded",
+        [] {
+            Subject subject = written();
+            subject.run = subject.writer->run();
+            // So often that there is no room for a further span.
+            for (double time = longStepCount - 1.5; time > 190.0; time -= 1.0) {
+                subject.writer->rollback(0, time);
+                subject.run->refresh();
+            }
+            return subject;
+        },
+        [](Subject& subject) { subject.writer->rollback(0, 185.5); },
+        [](Subject& subject, Attempt attempt) {
+            EXPECT_EQ(subject.flushedTimes(), countedTimes(attempt.threw ? 191 : 186));
+        });
+}
+
 TEST(ColumnarSweepTest, rollbackOfUnseenStepsAllocatesNothing) {
     expect_no_allocation("ColumnarStreamWriter: rollback", written,
                          [](Subject& subject) { subject.writer->rollback(0, 3.5); });
@@ -143,9 +162,8 @@ TEST(ColumnarSweepTest, failedFlushChangesNothing) {
     expect_every_failure_propagates(
         "ColumnarStreamWriter: flush", "a second flush stores everything", written,
         [](Subject& subject) { subject.writer->flush(); }, expectAllSteps);
-    expect_every_failure_propagates(
-        "ColumnarStreamWriter: flushIntermediate", "writing goes on", written,
-        [](Subject& subject) { subject.writer->flushIntermediate(); }, expectAllSteps);
+    expect_no_allocation("ColumnarStreamWriter: flushIntermediate", written,
+                         [](Subject& subject) { subject.writer->flushIntermediate(); });
 }
 
 TEST(ColumnarSweepTest, failedReadCanBeRepeated) {
@@ -164,6 +182,17 @@ TEST(ColumnarSweepTest, failedReadCanBeRepeated) {
             EXPECT_FALSE(subject.writer->dataStore(ValuePath(widePath)).empty());
         },
         expectReadable);
+    expect_every_failure_propagates(
+        "ColumnarStreamWriter: dataStore while writing", "the samples stay",
+        [] {
+            Subject subject = written();
+            subject.writer->flushIntermediate();
+            return subject;
+        },
+        [](Subject& subject) {
+            EXPECT_FALSE(subject.writer->dataStore(ValuePath(widePath)).empty());
+        },
+        expectAllSteps);
 }
 
 TEST(ColumnarSweepTest, largeSeriesIsReadIfOnlyItsVectorsFit) {

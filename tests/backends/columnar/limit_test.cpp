@@ -5,6 +5,7 @@
 #include <atomic>
 #include <ctime>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 // ColumnarOptions::byteLimit.
@@ -116,6 +117,41 @@ TEST(ColumnarLimitTest, oldestStepsOfAllGroupsAreDiscarded) {
     EXPECT_FALSE(shorter.empty());
     EXPECT_EQ(shorter.back(), 19999.0);
     EXPECT_GT(longer.size(), 2 * shorter.size());
+}
+
+TEST(ColumnarLimitTest, manyGroupsShareASmallLimit) {
+    constexpr std::size_t groupCount = 100;
+    GroupSetup setup;
+    for (std::size_t group = 0; group < groupCount; ++group) {
+        const ValuePath path("g" + std::to_string(group));
+        setup.insert(Group(group),
+                     LoggedPathsSetupData({{path, CoreDataId(0)}}, channels({{0, 1}})));
+    }
+    for (const BeyondLimit beyond : {BeyondLimit::refuse, BeyondLimit::discardOldest}) {
+        ColumnarStreamWriter writer({}, setup, limited(64 * kibibyte, beyond));
+        for (const double time : countedTimes(beyond == BeyondLimit::refuse ? 20 : 2000)) {
+            for (std::size_t group = 0; group < groupCount; ++group) {
+                ASSERT_NO_THROW(write(writer, group, time, {time}));
+            }
+        }
+    }
+}
+
+TEST(ColumnarLimitTest, storesLackWhatWasDiscardedSince) {
+    ColumnarStreamWriter writer({}, scalarSetup(),
+                                limited(16 * kibibyte, BeyondLimit::discardOldest));
+    writeTimes(writer, countedTimes(1000));
+    writer.flushIntermediate();
+    for (const double time : countedTimes(500)) {
+        writeTimes(writer, {time + 1000.0});
+    }
+    const Doubles times = stored(writer).first;
+    EXPECT_GT(times.front(), 400.0);
+    EXPECT_EQ(times.back(), 999.0);
+    for (const double time : countedTimes(5000)) {
+        writeTimes(writer, {time + 1500.0});
+    }
+    EXPECT_THAT(stored(writer).first, IsEmpty());
 }
 
 TEST(ColumnarLimitTest, rollbackObeysItsRuleAmongTheStepsThatAreLeft) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <numeric>
 #include <random>
 #include <string>
 
@@ -107,6 +108,49 @@ INSTANTIATE_TEST_SUITE_P(Groups, ColumnarMemoryTest,
                                            Shape{100000, 1, 0, 60}, Shape{100000, 1, 1, 40},
                                            Shape{100000, 1, 3, 30}, Shape{100000, 1, 100, 2}));
 
+/// A setup with one channel per group, of these widths.
+GroupSetup setupOfWidths(const std::vector<std::size_t>& widths) {
+    GroupSetup setup;
+    for (std::size_t group = 0; group < widths.size(); ++group) {
+        const ValuePath path("g" + std::to_string(group));
+        setup.insert(Group(group), LoggedPathsSetupData({{path, CoreDataId(0)}},
+                                                        {{CoreDataId(0), widths[group]}}));
+    }
+    return setup;
+}
+
+/// Groups of different widths, whose rows come in a random order.
+class ColumnarWidthsMemoryTest : public ::testing::TestWithParam<std::vector<std::size_t>> {};
+
+TEST_P(ColumnarWidthsMemoryTest, samplesTakeLittleMoreThanTheirBytes) {
+    const std::vector<std::size_t>& widths = GetParam();
+    const GroupSetup setup = setupOfWidths(widths);
+    const Doubles row(*std::max_element(widths.begin(), widths.end()), 1.0);
+    std::mt19937 random(1);
+    const std::size_t before = residentByteCount();
+    ColumnarStreamWriter writer({}, setup);
+    std::size_t byteCount = 0;
+    for (std::size_t checked = 4 * mebibyte; byteCount < 350 * mebibyte;) {
+        const std::size_t group = random() % widths.size();
+        writer.write(group, static_cast<double>(byteCount), row.data(), widths[group]);
+        byteCount += (widths[group] + 1) * sizeof(double);
+        if (byteCount > checked) {
+            checked += checked / 4;
+            EXPECT_LE(residentByteCount() - before,
+                      byteCount / 50 * 51 + 4 * mebibyte + widths.size() * 4 * kibibyte)
+                << "after " << byteCount << " bytes";
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ColumnarWidthsMemoryTest,
+    ::testing::Values(std::vector<std::size_t>{1, 10, 100, 1000, 10000},
+                      std::vector<std::size_t>{17378, 21000, 26000, 35000, 51000, 60000, 74131},
+                      std::vector<std::size_t>{33113, 150000, 891251},
+                      std::vector<std::size_t>{51286, 150000, 450000, 1318260},
+                      std::vector<std::size_t>{204174, 222000, 239883, 260000, 290000, 316228}));
+
 TEST(ColumnarReusedMemoryTest, undoneStepsMakeRoomForOtherGroups) {
     constexpr std::size_t stepCount = 300000;
     const Doubles row(8, 1.0);
@@ -130,12 +174,7 @@ TEST(ColumnarReusedMemoryTest, undoneStepsMakeRoomForOtherGroups) {
 /// Writes ten times the limit, in phases, each of which uses some of the groups. Returns the most
 /// memory that was taken.
 std::size_t mostTakenBeyond(std::size_t byteLimit, const std::vector<std::size_t>& widths) {
-    GroupSetup setup;
-    for (std::size_t group = 0; group < widths.size(); ++group) {
-        const ValuePath path("g" + std::to_string(group));
-        setup.insert(Group(group), LoggedPathsSetupData({{path, CoreDataId(0)}},
-                                                        {{CoreDataId(0), widths[group]}}));
-    }
+    const GroupSetup setup = setupOfWidths(widths);
     ColumnarOptions options;
     options.byteLimit = byteLimit;
     options.beyondLimit = BeyondLimit::discardOldest;
@@ -166,7 +205,71 @@ TEST(ColumnarReusedMemoryTest, limitHoldsForGroupsOfManyWidths) {
     EXPECT_LE(mostTakenBeyond(64 * mebibyte, widths), 80 * mebibyte);
 }
 
-TEST(ColumnarReusedMemoryTest, veryDifferentWidthsTakeAtMostAsMuchAgain) {
+TEST(ColumnarReusedMemoryTest, limitHoldsAfterFlushIntermediate) {
+    constexpr std::size_t byteLimit = 64 * mebibyte;
+    ColumnarOptions options;
+    options.byteLimit = byteLimit;
+    options.beyondLimit = BeyondLimit::discardOldest;
+    const std::size_t before = residentByteCount();
+    ColumnarStreamWriter writer({}, setupOfWidths({8}), options);
+    const Doubles row(8, 1.0);
+    for (std::size_t step = 0; step < 5 * byteLimit / 72; ++step) {
+        writer.write(0, static_cast<double>(step), row.data(), row.size());
+        if (step == byteLimit / 72) {
+            writer.flushIntermediate();
+            EXPECT_FALSE(writer.dataStore(ValuePath("g0")).empty());
+        }
+    }
+    EXPECT_LE(residentByteCount() - before, byteLimit + 8 * mebibyte);
+}
+
+TEST(ColumnarReusedMemoryTest, rollbacksOfWideRowsLeaveFewGaps) {
+    const std::vector<std::size_t> widths(8, 7000);
+    const GroupSetup setup = setupOfWidths(widths);
+    const Doubles row(widths[0], 1.0);
+    constexpr std::size_t rowByteCount = 7001 * sizeof(double);
+    std::vector<std::size_t> counts(widths.size());
+    std::mt19937 random(7);
+    const std::size_t before = residentByteCount();
+    ColumnarStreamWriter writer({}, setup);
+    std::size_t most = 0;
+    std::size_t mostTaken = 0;
+    for (int phase = 0; phase < 60; ++phase) {
+        const std::size_t group = random() % widths.size();
+        const std::size_t added = random() % 600;
+        for (std::size_t i = 0; i < added; ++i) {
+            writer.write(group, static_cast<double>(counts[group]++), row.data(), row.size());
+        }
+        const std::size_t sum = std::accumulate(counts.begin(), counts.end(), std::size_t{0});
+        most = std::max(most, sum * rowByteCount);
+        mostTaken = std::max(mostTaken, residentByteCount() - before);
+        const std::size_t undone = random() % widths.size();
+        counts[undone] = random() % (counts[undone] + 1);
+        writer.rollback(undone, static_cast<double>(counts[undone]) - 1.0);
+    }
+    // Free blocks lie between those that are kept, and each group may have a spare one.
+    EXPECT_LE(mostTaken, most / 100 * 105 + 4 * mebibyte + widths.size() * 4 * kibibyte);
+}
+
+TEST(ColumnarReusedMemoryTest, undoneStepsThatWereShownAreReused) {
+    constexpr std::size_t stepCount = 1000000;
+    const Doubles row(8, 1.0);
+    const std::size_t before = residentByteCount();
+    ColumnarStreamWriter writer({}, setupOfWidths({8}));
+    for (std::size_t step = 0; step < stepCount; ++step) {
+        writer.write(0, static_cast<double>(step), row.data(), row.size());
+        if (step % 4 == 0) {
+            writer.write(0, static_cast<double>(step) + 0.5, row.data(), row.size());
+            writer.flushIntermediate();
+            EXPECT_EQ(writer.run()->groups()[0].lastTime, static_cast<double>(step) + 0.5);
+            writer.rollback(0, static_cast<double>(step));
+        }
+    }
+    const std::size_t byteCount = stepCount * (row.size() + 1) * sizeof(double);
+    EXPECT_LE(residentByteCount() - before, byteCount / 50 * 51 + 4 * mebibyte);
+}
+
+TEST(ColumnarReusedMemoryTest, veryDifferentWidthsTakeBoundedFreeMemory) {
     const std::vector<std::size_t> widths{1, 10, 100, 1000, 10000, 50000};
     EXPECT_LE(mostTakenBeyond(64 * mebibyte, widths), (96 + 16) * mebibyte);
     EXPECT_LE(mostTakenBeyond(8 * mebibyte, widths), (12 + 16) * mebibyte);

@@ -1,11 +1,11 @@
 #include <tests/backends/columnar/columnar_writers.hpp>
+#include <tests/backends/columnar/sizes.hpp>
 
 #include <logging2/conformance/detail/memory_oracle.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <random>
 #include <string>
 
@@ -21,12 +21,6 @@ constexpr std::array<double, 4> specialNumbers{nan, -0.0, infinity, -infinity};
 
 std::size_t below(Random& random, std::size_t end) {
     return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
-}
-
-/// 2,000 sequences, or as many as LOGGING2_COLUMNAR_SEQUENCES says.
-unsigned sequence_count() {
-    const char* const count = std::getenv("LOGGING2_COLUMNAR_SEQUENCES");
-    return count == nullptr ? 2000 : static_cast<unsigned>(std::stoul(count));
 }
 
 std::string path_name(std::size_t number) {
@@ -98,6 +92,8 @@ private:
         writer = std::make_unique<ColumnarStreamWriter>(attributes, setup);
         oracle.emplace(oracleSetup, attributes.rollbackOnTimeRegression, std::nullopt);
         run = writer->run();
+        isMarked = false;
+        marked.assign(ids.size(), 0);
         taken.clear();
     }
 
@@ -128,21 +124,37 @@ private:
             const double time = nextTime(group);
             EXPECT_TRUE(writer->write(ids[group], time, row.data(), row.size()));
             oracle->write(group, time, row);
+            marked[group] = std::min(marked[group], oracle->times[group].size() - 1);
         } else if (pick < 36) {
             const double time = nextTime(group) - static_cast<double>(below(random, 6));
             writer->rollback(ids[group], time);
             oracle->rollbackToTime(group, time);
-        } else if (pick < 38) {
+            marked[group] = std::min(marked[group], oracle->times[group].size());
+        } else if (pick < 37) {
             writer->flushIntermediate();
+            isMarked = true;
+            for (std::size_t each = 0; each < ids.size(); ++each) {
+                marked[each] = oracle->times[each].size();
+            }
+        } else if (pick < 39) {
             takeStores();
         } else {
             expectRun();
         }
     }
 
-    /// Takes stores of the state that the oracle would flush now.
+    /// Takes stores of the steps at the last flushIntermediate() that are still present.
     void takeStores() {
+        if (!isMarked && !oracle->flushed) {
+            EXPECT_THROW(writer->dataStore(ValuePath(path_name(0))), std::out_of_range);
+            return;
+        }
         MemoryOracle copy = *oracle;
+        for (std::size_t group = 0; group < ids.size(); ++group) {
+            const std::size_t count = std::min(marked[group], copy.times[group].size());
+            copy.times[group].resize(count);
+            copy.rows[group].resize(count);
+        }
         copy.flush();
         for (const auto& [path, expected] : copy.stores) {
             taken.push_back(
@@ -188,6 +200,9 @@ private:
     }
 
     void expectRun() {
+        if (run == nullptr || below(random, 4) == 0) {
+            run = writer->run();
+        }
         run->refresh();
         MemoryOracle copy = *oracle;
         copy.flush();
@@ -203,11 +218,16 @@ private:
             EXPECT_TRUE(sameBits(joined.first, expected.first));
             EXPECT_TRUE(sameBits(joined.second, expected.second));
         }
+        if (below(random, 4) == 0) {
+            run.reset(); // so that undone steps can be overwritten
+        }
     }
 
     Random random;
     std::vector<std::size_t> ids; // by position
     std::vector<std::size_t> rowLengths;
+    bool isMarked = false;
+    std::vector<std::size_t> marked; // how many steps of each group stores may show
     bool ascends = false;
     std::unique_ptr<ColumnarStreamWriter> writer;
     std::optional<MemoryOracle> oracle;
@@ -216,7 +236,7 @@ private:
 };
 
 TEST_F(ColumnarModelTest, randomSequencesMatchTheOracle) {
-    for (unsigned seed = 1; seed <= sequence_count() && !HasFailure(); ++seed) {
+    for (unsigned seed = 1; seed <= sequenceCount && !HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         runSequence(seed);
     }

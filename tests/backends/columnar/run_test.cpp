@@ -52,6 +52,27 @@ TEST_F(ColumnarRunTest, infoTellsWhatBecameOfTheRun) {
     EXPECT_LE(running.start, run->info().end);
 }
 
+TEST_F(ColumnarRunTest, seriesOutlivesItsRunAndWriter) {
+    const core::Series view = run->series(x);
+    const core::Series part = run->series(x, 2.0, 3.0);
+    run.reset();
+    writer.reset();
+    EXPECT_THAT(doubles(view.values()), ElementsAre(10.0, 20.0, 30.0));
+    EXPECT_THAT(doubles(part.times()), ElementsAre(2.0, 3.0));
+}
+
+TEST_F(ColumnarRunTest, revisionGrowsForStepsThatAFormerRunShowed) {
+    for (const double time : {2.0, 1.0, 3.0, 4.0, 5.0}) {
+        write(*writer, 5, time, {time, 0.0, 0.0});
+    }
+    const std::uint64_t shown = writer->run()->info().revision; // the run is gone
+    write(*writer, 5, 6.0, {6.0, 0.0, 0.0});
+    writer->rollback(5, 5.0);
+    writer->rollback(5, 3.0);
+    write(*writer, 5, 4.5, {0.0, 0.0, 0.0});
+    EXPECT_GT(writer->run()->info().revision, shown);
+}
+
 TEST_F(ColumnarRunTest, outlivesItsWriter) {
     write(*writer, 0, 4.0, {40.0});
     writer.reset();

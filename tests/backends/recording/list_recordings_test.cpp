@@ -54,7 +54,24 @@ TEST_F(ListRecordingsTest, damagedOnesComeLastByName) {
     EXPECT_EQ(entries[0].fault, "");
     EXPECT_THAT(entries[1].fault, HasSubstr("samples.bin"));
     EXPECT_THAT(entries[2].fault, HasSubstr("index.sqlite: it does not exist"));
-    EXPECT_EQ(entries[2].info.id, "");
+}
+
+TEST_F(ListRecordingsTest, damagedOneIsKnownByEitherFile) {
+    const std::string location = record("ball");
+    const RunInfo info = open_recording(location)->info();
+    for (const char* const file : {"/samples.bin", "/index.sqlite"}) {
+        const std::string kept = location + file + ".kept";
+        fs::rename(location + file, kept);
+        const RecordingEntry entry = list_recordings(options.directory).front();
+        EXPECT_NE(entry.fault, "");
+        EXPECT_EQ(entry.info.id, info.id);
+        EXPECT_EQ(entry.info.name, "ball");
+        EXPECT_EQ(entry.info.start, info.start);
+        fs::rename(kept, location + file);
+    }
+    fs::remove(location + "/samples.bin");
+    fs::remove(location + "/index.sqlite");
+    EXPECT_EQ(list_recordings(options.directory).front().info.id, "");
 }
 
 TEST_F(ListRecordingsTest, tellsWhatIsKnownAboutTheRun) {

@@ -204,7 +204,36 @@ TEST_F(RebuildRecordingTest, damagedLastRollbackIsReported) {
     EXPECT_TRUE(report.mayLackRollback);
 }
 
-TEST_F(RebuildRecordingTest, damagedDescriptionIsAnError) {
+TEST_F(RebuildRecordingTest, damagedDescriptionIsReplacedByThatOfTheIndex) {
+    options.properties = {{"model", "ball"}};
+    recordWithIndex();
+    const std::string whole = bytesOf(samples());
+    const auto expectSame = [&] {
+        const auto result = rebuilt();
+        EXPECT_THAT(timesOf(*result), ElementsAre(1.0));
+        EXPECT_EQ(result->info().properties, options.properties);
+        fs::remove_all(newName());
+        writeBytes(samples(), whole);
+    };
+    for (const std::size_t byte : {0U, 40U, 75U, 85U, 120U, 128U, 140U}) {
+        SCOPED_TRACE(byte);
+        flip(byte);
+        expectSame();
+    }
+    writeBytes(samples(), std::string(128, '?') + whole.substr(128));
+    expectSame();
+}
+
+TEST_F(RebuildRecordingTest, unprovenDescriptionOfTheIndexIsNotUsed) {
+    recordWithIndex();
+    const std::string whole = bytesOf(samples());
+    writeBytes(samples(), std::string(192, '?') + whole.substr(192));
+    EXPECT_THAT([this] { rebuild(); },
+                ThrowsMessage<RecordingError>(HasSubstr("it is not a recording's data file")));
+    EXPECT_THAT(made.names(), IsEmpty());
+}
+
+TEST_F(RebuildRecordingTest, damagedDescriptionWithoutAnIndexIsAnError) {
     record([](auto& writer) { writeTimes(writer, {1.0}); });
     const std::string whole = bytesOf(samples());
     const auto expectError = [&](const char* reason) {

@@ -67,6 +67,14 @@ protected:
         fs::remove(location / "index.sqlite");
     }
 
+    /// Records a step at 1, and keeps the index.
+    void recordWithIndex() {
+        const auto writer = makeWriter(setup);
+        location = writer->location();
+        writeTimes(*writer, {1.0});
+        writer->flush();
+    }
+
     /// Writes the times from the first one on, in steps of 1, as one chunk.
     static void writeChunk(RecordingStreamWriter& writer, double first, int count) {
         for (int step = 0; step < count; ++step) {

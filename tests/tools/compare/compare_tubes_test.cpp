@@ -80,6 +80,38 @@ TEST(CompareTubesTest, firstAndLargestDeviationAndShareAreFound) {
     EXPECT_DOUBLE_EQ(result.worst.share, 2.0 / 3);
 }
 
+TEST(CompareTubesTest, shareEndsWhereTheLinesLeaveTheTube) {
+    const TestSamples rising = scalar({{0, 0}, {1, 1}});
+    const TestSamples level = scalar({{0, 0}, {1, 0}});
+    for (const double allowed : {0.4, 0.5, 0.6, 0.9}) {
+        EXPECT_NEAR(compared(rising, level, tube(allowed)).worst.share, 1 - allowed, 1e-15);
+    }
+    const TestSamples crossing = scalar({{0, -1}, {1, 1}});
+    EXPECT_DOUBLE_EQ(compared(crossing, level, tube(0.75)).worst.share, 0.25);
+}
+
+TEST(CompareTubesTest, shareEndsWhereALineLeavesAWindowsTube) {
+    const TestSamples rising = scalar({{0, 0}, {10, 10}});
+    // The level is outside the tube of the other one from 3 on, and the other one from 2 on.
+    EXPECT_DOUBLE_EQ(compared(flat, rising, tube(2, 1)).worst.share, 0.8);
+    // The spike of the height 1 at 5 rises within a second, and is seen a quarter earlier.
+    EXPECT_DOUBLE_EQ(compared(flat, spike, tube(0.5, 0.25)).worst.share, 0.1);
+    // The peak's level is outside from the time when its window has the lower level only.
+    const TestSamples late = scalar({{0, 0}, {6, 0}, {6, 1}, {10, 1}});
+    const TestSamples early = scalar({{0, 0}, {4, 0}, {4, 1}, {10, 1}});
+    EXPECT_DOUBLE_EQ(compared(early, late, tube(0.5, 0.5)).worst.share, 0.2);
+}
+
+TEST(CompareTubesTest, differenceBetweenSamplesThatAgreeIsFound) {
+    // At 1, either value of B is among those of A.
+    const TestSamples needle = scalar({{0, 0}, {1, 0}, {1, 1}, {2, 0}});
+    const Comparison result =
+        compared(needle, scalar({{0, 0}, {1, 0}, {1, 1}, {1, 0}, {2, 0}}), tube(0.75));
+    EXPECT_TRUE(result.differs());
+    EXPECT_EQ(result.worst.largest, 1);
+    EXPECT_DOUBLE_EQ(result.worst.share, 0.125);
+}
+
 TEST(CompareTubesTest, firstDifferenceIsAtTheSampleRatherThanBefore) {
     const Comparison result = compared(ramp, scalar({{0, 0}, {1, 1}, {2, 3}, {3, 3}}), tube(0.25));
     EXPECT_EQ(result.worst.first.value().time, 2);

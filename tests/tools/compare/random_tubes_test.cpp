@@ -16,7 +16,11 @@ namespace {
 
 using Points = std::vector<std::pair<double, double>>;
 
-/// A comparison that looks at all points for each time, and has no window that slides.
+/// How many times are looked at between two neighbouring samples.
+constexpr int lookCount = 64;
+
+/// A comparison that looks at all points for each of many times. It has no window that slides, and
+/// does not know where curves cross.
 class Oracle {
 public:
     Oracle(const Points& pointsA, const Points& pointsB, const TubeSettings& tubeSettings)
@@ -27,10 +31,9 @@ public:
         for (auto time = times.begin(); time != times.end(); ++time) {
             check(*time);
             const auto next = std::next(time);
-            if (next != times.end() && !check(*time + (*next - *time) / 2)) {
-                outside += *next - *time;
+            if (next != times.end()) {
+                checkBetween(*time, *next);
             }
-            duration += next != times.end() ? *next - *time : 0;
         }
     }
 
@@ -94,6 +97,14 @@ private:
         return result;
     }
 
+    void checkBetween(double begin, double end) {
+        for (int look = 0; look < lookCount; ++look) {
+            const double share = (look + 0.5) / lookCount;
+            outside += check(begin + share * (end - begin)) ? 0 : (end - begin) / lookCount;
+        }
+        duration += end - begin;
+    }
+
     bool check(double time) {
         const bool aIsInside = check(a, b, time);
         const bool bIsInside = check(b, a, time);
@@ -145,7 +156,8 @@ public:
 
     TubeSettings settings() {
         TubeSettings result;
-        result.allowed = {number(0, 3) / 4.0};
+        // No two lines are apart by exactly as much, so that rounding does not matter.
+        result.allowed = {number(0, 3) / 4.0 + 1.0 / 32};
         result.timeTolerance = number(0, 4) / 4.0;
         result.holds = number(0, 1) == 0;
         return result;
@@ -166,6 +178,9 @@ private:
     double stepLength; ///< exact in binary or not
 };
 
+/// The most by which a deviation changes between two neighbouring samples.
+constexpr double steepest = 20;
+
 TEST(RandomTubesTest, slidingWindowFindsWhatAFullSearchFinds) {
     int differenceCount = 0;
     for (unsigned seed = 0; seed < 4000; ++seed) {
@@ -178,9 +193,14 @@ TEST(RandomTubesTest, slidingWindowFindsWhatAFullSearchFinds) {
         const Comparison result = compare_tubes(sourceA, sourceB, settings).value();
         const Oracle oracle(a, b, settings);
         ASSERT_EQ(result.differs(), oracle.differs) << seed;
-        ASSERT_EQ(result.worst.largest, oracle.largest) << seed;
+        if (oracle.largest > settings.allowed[0]) {
+            ASSERT_GE(result.worst.largest, oracle.largest - 1e-12) << seed;
+            ASSERT_LE(result.worst.largest, oracle.largest + steepest / lookCount) << seed;
+        }
         if (oracle.duration > 0) {
-            ASSERT_NEAR(result.worst.share, oracle.outside / oracle.duration, 1e-12) << seed;
+            // Each crossing lies between two looks.
+            ASSERT_NEAR(result.worst.share, oracle.outside / oracle.duration, 2.0 / lookCount)
+                << seed;
         }
         differenceCount += oracle.differs ? 1 : 0;
     }

@@ -64,7 +64,17 @@ public:
     }
 
     core::SignalSummary summary(const lang::core::ValuePath&) const override {
+        ++summaryCount;
         core::SignalSummary result;
+        result.sampleCount = times.size();
+        result.least.assign(width, std::numeric_limits<double>::infinity());
+        result.greatest.assign(width, -std::numeric_limits<double>::infinity());
+        for (std::size_t place = 0; place < values.size(); ++place) {
+            double& least = result.least[place % width];
+            double& greatest = result.greatest[place % width];
+            least = std::min(least, values[place]);
+            greatest = std::max(greatest, values[place]);
+        }
         for (const double time : times) {
             if (time == time) {
                 result.leastTime = std::min(result.leastTime.value_or(time), time);
@@ -93,8 +103,9 @@ public:
         return result;
     }
 
-    mutable std::size_t readCount = 0;   ///< how often steps were read
-    mutable std::size_t searchCount = 0; ///< how often steps were searched
+    mutable std::size_t readCount = 0;    ///< how often steps were read
+    mutable std::size_t searchCount = 0;  ///< how often steps were searched
+    mutable std::size_t summaryCount = 0; ///< how often a summary was asked for
 
 private:
     static void add(core::OutlineBucket& bucket, double time, double value) {

@@ -51,11 +51,11 @@ TEST(QueryTest, malformedTextIsRefused) {
 
 TEST(QueryTest, tooManyParametersAreRefused) {
     std::string text = "a=1";
-    for (int k = 1; k < 256; ++k) {
+    for (int k = 1; k < 512; ++k) {
         text += "&a=1";
     }
     EXPECT_EQ(refusal_of(text), "");
-    EXPECT_THAT(refusal_of(text + "&a=1"), HasSubstr("more than 256"));
+    EXPECT_THAT(refusal_of(text + "&a=1"), HasSubstr("more than 512"));
 }
 
 TEST(QueryTest, errorsNameTheParameter) {

@@ -158,12 +158,13 @@ TEST_F(RequestHandlerTest, errorPagesKeepTheAddressOfTheView) {
 TEST_F(RequestHandlerTest, malformedQuestionsAreRefused) {
     for (const char* const question :
          {"/trace", "/trace?signal=x", "/trace?signal=x&from=0&to=1&pixels=0",
-          "/trace?signal=x&from=0&to=1&pixels=4097", "/trace?signal=x&from=2&to=1&pixels=10",
+          "/trace?signal=x&from=0&to=1&pixels=3001", "/trace?signal=x&from=2&to=1&pixels=10",
           "/trace?signal=x&from=nan&to=1&pixels=10", "/trace?signal=x&from=0&to=1&pixels=9&z=1",
           "/trace?signal=x&element=-1&from=0&to=1&pixels=9", "/values?time=1",
           "/values?signal=x&element=0", "/values?time=1&signal=x",
           "/values?time=1&signal=x&element=0&element=0", "/values?time=1&signal=x&element=-1",
-          "/csv", "/csv?signal=x&from=2&to=1", "?x=1"}) {
+          "/csv", "/csv?signal=x&from=2&to=1", "/csv?signal=x&element=0&element=0",
+          "/csv?signal=x&element=none", "?x=1"}) {
         const Reply reply = get(runPath(question));
         EXPECT_EQ(reply.status, 400) << question;
         EXPECT_EQ(reply.contentType, "application/json");
@@ -183,7 +184,7 @@ TEST_F(RequestHandlerTest, whatDoesNotExistIsNotFound) {
           runPath("/trace?signal=x&element=1&from=0&to=1&pixels=10"),
           runPath("/values?time=1&signal=y&element=0"),
           runPath("/values?time=1&signal=x&element=1"), runPath("/csv?signal=y"),
-          std::string("/api/events?run=unknown")}) {
+          runPath("/csv?signal=x&element=1"), std::string("/api/events?run=unknown")}) {
         EXPECT_EQ(get(target).status, 404) << target;
     }
 }

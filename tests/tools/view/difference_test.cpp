@@ -1,8 +1,11 @@
 #include <tests/tools/view/PlainRun.hpp>
+#include <tools/compare/Extent.hpp>
 #include <tools/view/HttpError.hpp>
 #include <tools/view/difference.hpp>
 
 #include <gmock/gmock.h>
+
+#include <numeric>
 
 namespace logging2::tools::view {
 namespace {
@@ -27,13 +30,13 @@ TEST(DifferenceTest, sameRunsDoNotDiffer) {
 
 TEST(DifferenceTest, intervalsAreWhereTheRunsLieApart) {
     const PlainRun a(fiveTimes, {0.0, 0.0, 0.0, 0.0, 0.0});
-    const PlainRun b(fiveTimes, {0.0, 0.0, 3.0, 0.0, 0.0});
+    const PlainRun b(fiveTimes, {0.0, 0.0, 2.0, 0.0, 0.0});
     const Json answer = difference_between(a, b, question(0, 4, 1));
     EXPECT_EQ(answer.at("same"), false);
-    EXPECT_EQ(answer.at("maximum"), 3.0);
+    EXPECT_EQ(answer.at("maximum"), 2.0);
     EXPECT_EQ(answer.at("at"), 2.0);
-    EXPECT_EQ(answer.at("outside"), 0.5);
-    EXPECT_EQ(answer.at("intervals"), (Json{{1.0, 3.0}}));
+    EXPECT_EQ(answer.at("outside"), 0.25);
+    EXPECT_EQ(answer.at("intervals"), (Json{{1.5, 2.5}}));
 }
 
 TEST(DifferenceTest, onlyTheRangeIsCompared) {
@@ -80,6 +83,24 @@ TEST(DifferenceTest, tooManyStepsAreRefused) {
     } catch (const HttpError& error) {
         EXPECT_EQ(error.status(), 422);
         EXPECT_THAT(error.what(), ::testing::HasSubstr("Zoom in to compare: 2,000,002 steps"));
+    }
+}
+
+TEST(DifferenceTest, relativeToleranceOfManyStepsNeedsFiniteValues) {
+    Doubles times(2'000'001);
+    std::iota(times.begin(), times.end(), 0.0);
+    Doubles values(times.size(), 1.0);
+    values.front() = infinity;
+    const PlainRun run(times, values);
+    DifferenceQuestion asked = question(5, 9, 1);
+    EXPECT_EQ(difference_between(run, run, asked).at("same"), true);
+    asked.tolerance.relative = 0.1;
+    try {
+        difference_between(run, run, asked);
+        FAIL() << "it is not refused";
+    } catch (const HttpError& error) {
+        EXPECT_EQ(error.status(), 422);
+        EXPECT_THAT(error.what(), ::testing::HasSubstr("relative tolerance: set that to 0"));
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <random>
+#include <tuple>
 
 namespace logging2::tools::view {
 namespace {
@@ -77,6 +78,26 @@ TEST(TimeExtentTest, finiteTimesAreNeitherReadNorSearched) {
     EXPECT_EQ(extent->greatest, 9);
     EXPECT_EQ(run.readCount, 0U);
     EXPECT_EQ(run.searchCount, 0U);
+}
+
+TEST(TimeExtentsTest, stepsThatWereAddedNeedNoSummary) {
+    TimeExtents extents;
+    Doubles times{5, 7};
+    const auto look = [&extents, &times](std::uint64_t revision) {
+        const PlainRun run(times, Doubles(times.size()));
+        const core::SignalInfo signal = run.signals().front();
+        const auto extent = extents.of(run, revision, group_of(times), &signal);
+        EXPECT_TRUE(extent);
+        return std::tuple(extent->least, extent->greatest, run.summaryCount, run.readCount);
+    };
+    EXPECT_EQ(look(1), std::tuple(5, 7, 1U, 0U));
+    EXPECT_EQ(look(1), std::tuple(5, 7, 0U, 0U));
+    times.insert(times.end(), {noTime, infinity, 9, 3});
+    EXPECT_EQ(look(1), std::tuple(3, 9, 0U, 1U));
+    times = {5, 6, 6, 6, 6, 6, 6};
+    EXPECT_EQ(look(2), std::tuple(5, 6, 1U, 0U));
+    times.resize(2'000'000, 8);
+    EXPECT_EQ(look(2), std::tuple(5, 8, 1U, 0U));
 }
 
 TEST(TimeExtentTest, narrowestSignalOfEachGroupIsFound) {

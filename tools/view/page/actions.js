@@ -142,14 +142,17 @@ function compareActions(app) {
 
 function saveActions(app) {
     const name = () => app.shownRuns[0]?.run.name || "plots";
-    const paths = () => [...new Set(app.view.plots.flatMap((plot) => plot.signals.map(({path}) => path)))];
+    const signals = () => {
+        const all = app.view.plots.flatMap((plot) => plot.signals);
+        return [...new Map(all.map((signal) => [`${signal.element} ${signal.path}`, signal])).values()];
+    };
     return {
         openSave: () => {
             if (app.view.plots.length > 0) byId("save-dialog").showModal();
         },
         saveSvg: () => saveSvg(app.plotList.plots, app.colors, name()),
         savePng: () => savePng(app.plotList.plots, app.colors, name()),
-        saveCsv: () => app.reportFailure(saveCsv(app.shownRuns, paths(), app.interval)),
+        saveCsv: () => app.reportFailure(saveCsv(app.shownRuns, signals(), app.interval)),
     };
 }
 

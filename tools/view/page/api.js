@@ -108,9 +108,12 @@ export async function fetchDifference(parameters, signal) {
     return json(addressWith("api/diff", parameters), signal);
 }
 
-export function csvAddress(id, paths, from, to) {
-    return addressWith(runPath(id, "/csv"),
-                       [...paths.map((path) => ["signal", path]), ["from", from], ["to", to]]);
+// The signals are [{path, element}]; element null stands for all elements.
+export function csvAddress(id, signals, from, to) {
+    const parameters = signals.every(({element}) => element === null)
+        ? signals.map(({path}) => ["signal", path])
+        : signals.flatMap(({path, element}) => parametersOf({path, element: element ?? "all"}));
+    return addressWith(runPath(id, "/csv"), [...parameters, ["from", from], ["to", to]]);
 }
 
 // Throws the RequestError of a download that the server refuses; the browser would not show why.

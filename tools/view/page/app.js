@@ -236,7 +236,7 @@ export class App {
         const {plots} = this.plotList;
         plots.forEach((plot, index) => plot.show({
             lines: this.#contents[index].lines,
-            traceOf: (line) => this.traces.get(line.key)?.trace ?? null,
+            tracesOf: (line) => this.traces.get(line.key)?.traces ?? [],
             differences: this.differences.of(this.#contents[index].lines),
             interval: this.interval,
             values: this.view.plots[index].values,
@@ -282,8 +282,9 @@ export class App {
 
     #showLag() {
         const since = (time) => (performance.now() - time) / 1000;
+        const seenAt = Math.min(this.#feed.lookedAt, this.traces.staleSince());
         const {text, isLate} = liveText(this.shownRuns.map(({run}) => run), this.view.range, this.#isConnected,
-                                        {event: since(this.#eventAt), look: since(this.#feed.lookedAt)});
+                                        {event: since(this.#eventAt), seen: since(seenAt)});
         byId("live").textContent = text;
         byId("live").classList.toggle("late", isLate);
     }

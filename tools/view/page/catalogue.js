@@ -42,12 +42,16 @@ export function stampOf(shownRuns, time) {
 // From which time on steps of a run may be new, or taken back with a new revision; null if none are.
 function firstChange(run, previous) {
     if (run.revision !== previous.revision) return -Infinity;
-    if (JSON.stringify(run.groups) === JSON.stringify(previous.groups)) return null;
-    return Math.min(...[run, previous].flatMap(({groups}) => groups.map(({lastTime}) => lastTime ?? -Infinity)));
+    const changed = run.groups.flatMap((group, index) => {
+        const old = previous.groups[index];
+        return JSON.stringify(group) === JSON.stringify(old) ? [] : [group, old];
+    });
+    return changed.length === 0 ? null : Math.min(...changed.map((group) => group?.lastTime ?? -Infinity));
 }
 
 export class Catalogue extends EventTarget {
     list = [];
+    listedAt = 0; // when the list came
     listError = null;
     #runs = new Map();
     #loading = new Set();
@@ -63,6 +67,7 @@ export class Catalogue extends EventTarget {
     async loadList() {
         try {
             this.list = await fetchRuns();
+            this.listedAt = performance.now();
             this.listError = null;
             this.#loadOutdated();
         } catch (error) {
@@ -110,7 +115,7 @@ export class Catalogue extends EventTarget {
         [...this.#runs.values()].filter((run) => run.error !== null).forEach((run) => this.load(run.id));
     }
 
-    // An event of the server about a run.
+    // An event of the server about a run and those of its groups that have changed.
     update(event) {
         const run = this.#runs.get(event.id);
         if (run === undefined) return;
@@ -124,7 +129,9 @@ export class Catalogue extends EventTarget {
             return;
         }
         const {state, revision, lag} = event;
-        const next = {...run, state, revision, lag: lag ?? null, groups: event.groups.map(groupFrom)};
+        const changed = new Map((event.groups ?? []).map((group) => [group.id, groupFrom(group)]));
+        const groups = run.groups.map((group) => changed.get(group.id) ?? group);
+        const next = {...run, state, revision, lag: lag ?? null, groups};
         this.#runs.set(run.id, next);
         this.#updateListed(event);
         this.#tellData(next, run);

@@ -81,7 +81,7 @@ export class Cursors {
     // times: {a, b, pointer}, null where there is no cursor. Asks for what is not known yet. stampOf(time) says
     // which state of the runs the values depend on.
     want(lines, times, stampOf) {
-        const keys = lines.map((line) => line.key).join("\n");
+        const keys = lines.map((line) => `${line.key} ${line.shift}`).join("\n");
         for (const [name, time] of Object.entries(times)) {
             const asked = time === null ? "" : `${time} ${stampOf(time)} ${keys}`;
             if (asked === this.#asked[name]) continue;

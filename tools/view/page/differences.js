@@ -4,6 +4,8 @@ import {fetchDifference} from "./api.js";
 import {NewestOnly} from "./newest.js";
 import {sentNumber, shortNumber} from "./numbers.js";
 
+const MOST_PIXELS = 2000; // of a tube
+
 // The answer in numbers, as far as the page shows it.
 function differenceFrom(answer) {
     const numbers = (list) => list.map(sentNumber);
@@ -25,7 +27,7 @@ function parametersOf(line, other, interval, pixels, tolerances) {
     return [
         ["a", line.run.id], ["b", other.run.id], ["signal", line.path], ["element", line.element],
         ["from", interval[0] - line.shift], ["to", interval[1] - line.shift],
-        ["pixels", Math.max(1, Math.round(pixels))], ["shift", other.shift - line.shift],
+        ["pixels", Math.max(1, Math.min(MOST_PIXELS, Math.round(pixels)))], ["shift", other.shift - line.shift],
         ["absolute", tolerances.absolute], ["relative", tolerances.relative],
         ["time-tolerance", tolerances.time],
     ];

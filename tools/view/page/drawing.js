@@ -7,6 +7,8 @@ import {CONTAINS_INFINITY, CONTAINS_MINUS_INFINITY, CONTAINS_NAN} from "./trace.
 
 // Single steps are marked if they have this many pixels each.
 const PIXELS_PER_MARKER = 8;
+// Shorter lines are hardly seen.
+const VISIBLE_LENGTH = 1;
 // Lines end this many pixels outside the plot: canvases calculate with few digits.
 const MARGIN = 20;
 
@@ -39,8 +41,11 @@ export function clipped(x0, y0, x1, y1, box) {
     return [x0 + start * dx, y0 + start * dy, x0 + end * dx, y0 + end * dy];
 }
 
-// Moves a pen along steps. A time or a value that is not finite interrupts the line.
+// Moves a pen along steps. A time or a value that is not finite interrupts the line. `points` are the places
+// of the pieces that are too short to be seen.
 class Tracer {
+    points = [];
+
     constructor(pen, scale) {
         this.pen = pen;
         this.scale = scale;
@@ -48,12 +53,15 @@ class Tracer {
             left: scale.left - MARGIN, right: scale.left + scale.width + MARGIN,
             top: scale.top - MARGIN, bottom: scale.top + scale.height + MARGIN,
         };
+        this.x = NaN;
         this.y = NaN;
         this.lift();
     }
 
     lift() {
+        if (!Number.isNaN(this.x) && this.length < VISIBLE_LENGTH) this.points.push([this.x, this.y]);
         this.x = NaN;
+        this.length = 0;
         this.isDown = false;
     }
 
@@ -68,7 +76,10 @@ class Tracer {
         }
         const x = xOf(this.scale, time);
         const y = yOf(this.scale, value);
-        if (!Number.isNaN(this.x)) this.line(x, y);
+        if (!Number.isNaN(this.x)) {
+            this.line(x, y);
+            this.length += Math.abs(x - this.x) + Math.abs(y - this.y);
+        }
         [this.x, this.y] = [x, y];
     }
 
@@ -104,6 +115,7 @@ function traceAggregate(trace, tracer) {
     }
 }
 
+// Returns the places of its pieces that are too short to be seen, as [x, y].
 export function drawLine(trace, scale, pen) {
     const tracer = new Tracer(pen, scale);
     if (trace.before !== null) tracer.to(trace.before.time, trace.before.value);
@@ -113,6 +125,8 @@ export function drawLine(trace, scale, pen) {
         traceSteps(trace, tracer);
     }
     if (trace.after !== null) tracer.to(trace.after.time, trace.after.value);
+    tracer.lift();
+    return tracer.points;
 }
 
 function isVisible(trace, scale, i) {
@@ -120,23 +134,16 @@ function isVisible(trace, scale, i) {
     return time >= scale.from && time <= scale.to;
 }
 
-function isAlone(trace, i) {
-    const before = i > 0 ? trace.values[i - 1] : trace.before?.value ?? NaN;
-    const after = i + 1 < trace.count ? trace.values[i + 1] : trace.after?.value ?? NaN;
-    return !Number.isFinite(before) && !Number.isFinite(after);
-}
-
-// The places of the markers as [x, y]: of all visible steps if they are few, and always of steps
-// between two gaps, which have no line.
-export function markersOf(trace, scale) {
-    if (trace.isAggregate) return [];
+// The places of the markers as [x, y]: of all visible steps if they are few, and otherwise of the points
+// that drawLine() has returned.
+export function markersOf(trace, scale, points) {
     const visible = [];
-    for (let i = 0; i < trace.count; i += 1) {
+    for (let i = 0; i < trace.count && !trace.isAggregate; i += 1) {
         if (Number.isFinite(trace.values[i]) && isVisible(trace, scale, i)) visible.push(i);
     }
-    const areFew = visible.length * PIXELS_PER_MARKER <= scale.width;
-    return visible.filter((i) => areFew || isAlone(trace, i))
-        .map((i) => [xOf(scale, trace.times[i]), yOf(scale, trace.values[i])]);
+    const areFew = !trace.isAggregate && visible.length * PIXELS_PER_MARKER <= scale.width;
+    if (areFew) return visible.map((i) => [xOf(scale, trace.times[i]), yOf(scale, trace.values[i])]);
+    return points.filter(([x]) => x >= scale.left && x <= scale.left + scale.width);
 }
 
 function flagsOf(trace, i) {

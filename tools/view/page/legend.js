@@ -38,7 +38,7 @@ export class Legend {
     // columns: [{title, hint, valueOf(line)}]; notes: [{text, isError, hasPlaces}];
     // detail: {text, isAggregate}
     show({lines, columns, notes, detail, colors, hasFixedValues}) {
-        const key = JSON.stringify([lines.map((line) => [line.key, line.runText, line.color]), colors.lines]);
+        const key = JSON.stringify([lines.map((line) => [line.key, line.runText, line.color, line.isDashed]), colors.lines]);
         if (key !== this.#shown) this.#makeRows(lines, colors);
         this.#shown = key;
         this.node.classList.toggle("tall", columns.length > 1);
@@ -60,8 +60,8 @@ export class Legend {
     }
 
     #row(line, colors) {
-        const swatch = element("span", {className: "swatch"});
-        swatch.style.background = colors.lines[line.color];
+        const swatch = element("span", {className: line.isDashed ? "swatch dashed" : "swatch"});
+        swatch.style.color = colors.lines[line.color];
         const name = element("div", {className: "line-name"}, swatch, pathLabel(line.path, line.suffix),
                              element("span", {className: "line-run", textContent: line.runText}),
                              iconButton("×", `Remove ${line.path}${line.suffix}`,

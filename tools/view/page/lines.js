@@ -1,8 +1,8 @@
 // The lines of a plot: one for each element of each signal of each run that has it.
 
-// More lines cannot be told apart.
-const MOST_LINES = 24;
 export const COLOR_COUNT = 12;
+// Those beyond the colours are dashed. More lines cannot be told apart.
+const MOST_LINES = 2 * COLOR_COUNT;
 
 function elementsOf(signal, element) {
     if (element !== null) return element < signal.width ? [element] : [];
@@ -42,6 +42,7 @@ export function linesOf(plot, shownRuns) {
         if (isEmpty) empty.push(path);
         else missing.push(element === null ? path : `${path}[${element}]`);
     }
-    const drawn = lines.slice(0, MOST_LINES).map((line, index) => ({...line, color: index % COLOR_COUNT}));
+    const drawn = lines.slice(0, MOST_LINES).map((line, index) => ({
+        ...line, color: index % COLOR_COUNT, isDashed: index >= COLOR_COUNT}));
     return {lines: drawn, hiddenCount: count - drawn.length, missing, empty};
 }

@@ -6,6 +6,10 @@ const MARKER_RADIUS = 2.5;
 const ARROW = 5;
 const LINES_PER_STROKE = 10;
 
+export const DASHES = [7, 4];
+// The gaps between dashes are pale, so that they hide nothing.
+export const GAP_OPACITY = 0.3;
+
 // The corners of the sign for a number without a place: a triangle at the upper or lower edge for an
 // infinity, and a short bar at the lower edge for a NaN.
 export function signCorners([x, kind], area) {
@@ -22,9 +26,9 @@ function fillPolygon(context, corners) {
     context.fill();
 }
 
-function paintMarkers(context, trace, scale) {
+function paintMarkers(context, places) {
     context.beginPath();
-    for (const [x, y] of markersOf(trace, scale)) {
+    for (const [x, y] of places) {
         context.moveTo(x + MARKER_RADIUS, y);
         context.arc(x, y, MARKER_RADIUS, 0, 2 * Math.PI);
     }
@@ -34,40 +38,59 @@ function paintMarkers(context, trace, scale) {
 // Strokes a line in short pieces. Canvases take a hundred times longer for one path that fills a plot.
 class StrokingPen {
     #context;
+    #isDashed;
     #count = 0;
+    #at = [0, 0];
+    #length = 0;
 
-    constructor(context) {
+    constructor(context, isDashed) {
         this.#context = context;
+        this.#isDashed = isDashed;
         context.beginPath();
     }
 
     moveTo(x, y) {
         this.#context.moveTo(x, y);
+        this.#at = [x, y];
     }
 
     lineTo(x, y) {
         this.#context.lineTo(x, y);
+        this.#length += Math.hypot(x - this.#at[0], y - this.#at[1]);
+        this.#at = [x, y];
         this.#count += 1;
         if (this.#count % LINES_PER_STROKE !== 0) return;
-        this.#context.stroke();
+        this.finish();
         this.#context.beginPath();
         this.#context.moveTo(x, y);
     }
 
     finish() {
-        this.#context.stroke();
+        const context = this.#context;
+        if (this.#isDashed) {
+            context.setLineDash([]);
+            context.globalAlpha = GAP_OPACITY;
+            context.stroke();
+            context.setLineDash(DASHES);
+            context.globalAlpha = 1;
+        }
+        context.stroke();
+        // The dashes go on in the next piece.
+        context.lineDashOffset = this.#length;
     }
 }
 
-export function paintLine(context, trace, scale, color) {
+export function paintLine(context, trace, scale, {color, isDashed}) {
     context.strokeStyle = color;
     context.fillStyle = color;
     context.lineWidth = 1.25;
     context.lineJoin = "round";
-    const pen = new StrokingPen(context);
-    drawLine(trace, scale, pen);
+    context.save();
+    const pen = new StrokingPen(context, isDashed);
+    const points = drawLine(trace, scale, pen);
     pen.finish();
-    paintMarkers(context, trace, scale);
+    context.restore();
+    paintMarkers(context, markersOf(trace, scale, points));
     oddNumbersOf(trace, scale).forEach((sign) => fillPolygon(context, signCorners(sign, scale)));
 }
 

@@ -2,7 +2,7 @@
 
 import {drawLine, markersOf, oddNumbersOf, xOf, yOf} from "./drawing.js";
 import {horizontalTicks, verticalTicks} from "./numbers.js";
-import {placesIn, signCorners, tubeCorners} from "./painting.js";
+import {DASHES, GAP_OPACITY, placesIn, signCorners, tubeCorners} from "./painting.js";
 
 const SVG = "http://www.w3.org/2000/svg";
 const FONT = "DejaVu Sans, sans-serif";
@@ -60,12 +60,18 @@ function axesOf(scale, hasTimes, colors) {
     return nodes;
 }
 
-function lineOf(trace, scale, color) {
+function pathsOf(d, color, isDashed) {
+    const path = (more) => node("path", {
+        d, fill: "none", stroke: color, "stroke-width": 1.25, "stroke-linejoin": "round", ...more});
+    return isDashed ? [path({"stroke-opacity": GAP_OPACITY}), path({"stroke-dasharray": DASHES.join()})] : [path({})];
+}
+
+function lineOf(trace, scale, color, isDashed) {
     const path = new SvgPath();
-    drawLine(trace, scale, path);
+    const points = drawLine(trace, scale, path);
     return [
-        node("path", {d: path.parts.join(""), fill: "none", stroke: color, "stroke-width": 1.25, "stroke-linejoin": "round"}),
-        ...markersOf(trace, scale).map(([cx, cy]) => node("circle", {cx, cy, r: 2.5, fill: color})),
+        ...pathsOf(path.parts.join(""), color, isDashed),
+        ...markersOf(trace, scale, points).map(([cx, cy]) => node("circle", {cx, cy, r: 2.5, fill: color})),
         ...oddNumbersOf(trace, scale).map((sign) => polygon(signCorners(sign, scale), color)),
     ];
 }
@@ -84,20 +90,20 @@ function legendOf(plot, left, colors) {
     return lines.flatMap((line, index) => {
         const y = plot.chart.area().top + 10 + LEGEND_LINE * index;
         const run = line.runText === "" ? "" : ` (${line.runText})`;
-        return [node("rect", {x: left, y: y - 5, width: 12, height: 3, fill: colors.lines[line.color]}),
+        return [...pathsOf(`M${left} ${y - 4}h14`, colors.lines[line.color], line.isDashed),
                 text(line.path + line.suffix + run, left + 18, y, "start", colors.text)];
     });
 }
 
 function plotNode(plot, top, index) {
-    const {lines, traceOf, differences, colors, hasTimes} = plot.content();
+    const {lines, tracesOf, differences, colors, hasTimes} = plot.content();
     const scale = plot.scaleOf(0);
     const area = {x: scale.left, y: scale.top, width: scale.width, height: scale.height};
     const clip = node("clipPath", {id: `area-${index}`}, node("rect", area));
     const drawn = node("g", {"clip-path": `url(#area-${index})`},
                        ...differences.flatMap((difference) => differenceOf(difference, plot, colors)),
-                       ...lines.filter((line) => traceOf(line) !== null).flatMap((line) =>
-                           lineOf(traceOf(line), plot.scaleOf(line.shift), colors.lines[line.color])));
+                       ...lines.flatMap((line) => tracesOf(line).flatMap((trace) =>
+                           lineOf(trace, plot.scaleOf(line.shift), colors.lines[line.color], line.isDashed))));
     return node("g", {transform: `translate(0 ${top})`}, clip, ...axesOf(scale, hasTimes, colors), drawn,
                 ...legendOf(plot, scale.left + scale.width + 16, colors));
 }

@@ -48,7 +48,7 @@ export class Plot {
         this.node.remove();
     }
 
-    // content: {lines, traceOf(line), differences: [{difference, shift}], interval, values, hasTimes, colors};
+    // content: {lines, tracesOf(line), differences: [{difference, shift}], interval, values, hasTimes, colors};
     // values is null if the plot adapts.
     show(content) {
         this.#content = content;
@@ -77,27 +77,27 @@ export class Plot {
     }
 
     #fittingValues() {
-        const {lines, traceOf, interval: [from, to]} = this.#content;
+        const {lines, tracesOf, interval: [from, to]} = this.#content;
         let [low, high] = [Infinity, -Infinity];
         for (const line of lines) {
-            const trace = traceOf(line);
-            if (trace === null) continue;
-            const extent = extentOf(trace, from - line.shift, to - line.shift);
-            low = Math.min(low, extent.low);
-            high = Math.max(high, extent.high);
+            for (const trace of tracesOf(line)) {
+                const extent = extentOf(trace, from - line.shift, to - line.shift);
+                low = Math.min(low, extent.low);
+                high = Math.max(high, extent.high);
+            }
         }
         return paddedValues(low, high);
     }
 
     #draw(context) {
         if (this.#content === null) return;
-        const {lines, traceOf, differences, colors} = this.#content;
+        const {lines, tracesOf, differences, colors} = this.#content;
         for (const {difference, shift} of differences) {
             paintDifference(context, difference, this.scaleOf(shift), colors);
         }
         for (const line of lines) {
-            const trace = traceOf(line);
-            if (trace !== null) paintLine(context, trace, this.scaleOf(line.shift), colors.lines[line.color]);
+            const style = {color: colors.lines[line.color], isDashed: line.isDashed};
+            tracesOf(line).forEach((trace) => paintLine(context, trace, this.scaleOf(line.shift), style));
         }
     }
 }

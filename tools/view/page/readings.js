@@ -31,29 +31,29 @@ export function readingsText(readings) {
 
 // How exact the plots are, from all traces that they show: {text, isAggregate}.
 export function detailOf(entries) {
-    const shown = entries.filter((entry) => entry !== undefined && entry.trace !== null);
+    const shown = entries.flatMap((entry) => entry?.traces ?? []);
     if (shown.length === 0) return {text: "", isAggregate: false};
-    const aggregates = shown.filter(({trace}) => trace.isAggregate);
+    const aggregates = shown.filter((trace) => trace.isAggregate);
     if (aggregates.length === 0) return {text: "Every step is shown.", isAggregate: false};
-    const most = Math.max(...aggregates.map(({trace}) => trace.steps / Math.max(trace.count, 1)));
+    const most = Math.max(...aggregates.map((trace) => trace.steps / Math.max(trace.count, 1)));
     return {text: `Aggregate: a pixel shows the first, least, greatest and last of ${countText(most)} steps.`,
             isAggregate: true};
 }
 
-// The server tells about once a second that it has looked at the runs.
-const LATE = 3; // seconds
+// The server tells twice a second that it has looked at the runs.
+const LATE = 1; // seconds
 
 // Whether the page follows the runs, when they were written last, and how far the page is behind, if it is:
-// {text, isLate}. since has the seconds since an event told of a run, and since the server looked at the runs.
+// {text, isLate}. since has the seconds since an event told of a run, and since the page showed everything.
 export function liveText(runs, range, isConnected, since) {
     const running = runs.filter((run) => run.state === "running");
     if (!isConnected) return {text: "Not connected", isLate: true};
     if (running.length === 0) return {text: runs.length === 0 ? "" : "Not running", isLate: false};
     const follows = range.kind === "fixed" ? "Paused" : "Following";
     const lags = running.map((run) => sentNumber(run.lag)).filter(Number.isFinite);
-    const isLate = since.look > LATE;
+    const isLate = since.seen >= LATE;
     const written = lags.length === 0 ? "" : `, last written ${(Math.min(...lags) + since.event).toFixed(1)} s ago`;
-    const behind = isLate ? `, ${since.look.toFixed(0)} s behind` : "";
+    const behind = isLate ? `, ${Math.floor(since.seen)} s behind` : "";
     return {text: follows + written + behind, isLate};
 }
 

@@ -42,7 +42,7 @@ export class RunList {
             this.#shown = shown;
             this.#rebuild(content);
         }
-        this.#showNumbers(catalogue.list);
+        this.#showNumbers(catalogue);
     }
 
     #rebuild(content) {
@@ -55,12 +55,13 @@ export class RunList {
     }
 
     // Changes texts only: a click needs the same button at its beginning and at its end.
-    #showNumbers(list) {
+    #showNumbers({list, listedAt}) {
+        const age = (performance.now() - listedAt) / 1000;
         const rows = new Map([...this.#list.querySelectorAll("[data-id]")].map((row) => [row.dataset.id, row]));
-        for (const {id, state, start, duration, steps} of list) {
+        for (const {id, state, duration, steps} of list) {
             const node = rows.get(id)?.querySelector(".run-numbers");
-            const seconds = state === "running" ? (Date.now() - Date.parse(start)) / 1000 : duration;
-            const text = [durationText(Number(seconds ?? NaN)), `${shortCount(steps ?? 0)} steps`].filter(Boolean).join(" · ");
+            const seconds = Number(duration ?? NaN) + (state === "running" ? age : 0);
+            const text = `${durationText(seconds) || "unknown duration"} · ${shortCount(steps ?? 0)} steps`;
             if (node !== undefined && node.textContent !== text) node.textContent = text;
         }
     }

@@ -39,8 +39,9 @@ export async function savePng(plots, colors, name) {
     canvas.toBlob((blob) => downloadBlob(blob, `${name}.png`), "image/png");
 }
 
-async function saveCsvOf({run, shift}, paths, [from, to]) {
-    const own = paths.filter((path) => run.signals.has(path));
+async function saveCsvOf({run, shift}, signals, [from, to]) {
+    const own = signals.filter(({path, element}) =>
+        run.signals.has(path) && (element === null || element < run.signals.get(path).width));
     if (own.length === 0) return;
     const address = csvAddress(run.id, own, from - shift, to - shift);
     await checkDownload(address, own.length);
@@ -49,10 +50,10 @@ async function saveCsvOf({run, shift}, paths, [from, to]) {
 
 // One file for each run, with all steps of the visible times. If the server refuses some, the others are
 // saved, and the first RequestError is thrown.
-export async function saveCsv(shownRuns, paths, interval) {
+export async function saveCsv(shownRuns, signals, interval) {
     const errors = [];
     for (const shown of shownRuns) {
-        await saveCsvOf(shown, paths, interval).catch((error) => errors.push(error));
+        await saveCsvOf(shown, signals, interval).catch((error) => errors.push(error));
     }
     if (errors.length > 0) throw errors[0];
 }

@@ -1,7 +1,7 @@
 // A trace is what the server sends of one element of one signal: steps, or one entry for each pixel.
 
 const MAGIC = "L2TRACE1";
-const HEADER_BYTES = 80;
+const HEADER_BYTES = 64;
 export const CONTAINS_NAN = 1;
 export const CONTAINS_INFINITY = 2;
 export const CONTAINS_MINUS_INFINITY = 4;
@@ -33,23 +33,27 @@ export function parseTrace(buffer) {
         revision: Number(head.getBigUint64(8, true)),
         isAggregate,
         count,
-        groupFrom: number(24),
-        groupTo: number(32),
-        steps: Number(head.getBigUint64(40, true)),
-        before: neighbour(number(48), number(56)),
-        after: neighbour(number(64), number(72)),
+        steps: Number(head.getBigUint64(24, true)),
+        before: neighbour(number(32), number(40)),
+        after: neighbour(number(48), number(56)),
         ...namedColumns(buffer, count, columns),
     };
 }
 
-// Calls segment(t0, v0, t1, v1) for every pair of consecutive steps, neighbours included.
+// Calls segment(t0, v0, t1, v1) for every line that leads from step to step, neighbours included. The lines
+// within a pixel of an aggregate are left out.
 function eachSegment(trace, segment) {
+    const [starts, firsts, ends, lasts] = trace.isAggregate
+        ? [trace.firstTime, trace.first, trace.lastTime, trace.last]
+        : [trace.times, trace.values, trace.times, trace.values];
     let previous = trace.before;
     const to = (time, value) => {
         if (previous !== null) segment(previous.time, previous.value, time, value);
-        previous = {time, value};
     };
-    for (let i = 0; i < trace.count; i += 1) to(trace.times[i], trace.values[i]);
+    for (let i = 0; i < trace.count; i += 1) {
+        to(starts[i], firsts[i]);
+        previous = {time: ends[i], value: lasts[i]};
+    }
     if (trace.after !== null) to(trace.after.time, trace.after.value);
 }
 
@@ -76,18 +80,19 @@ function addSegment(extent, from, to, t0, v0, t1, v1) {
     }
 }
 
+function addPixels(extent, from, to, trace) {
+    for (let i = 0; i < trace.count; i += 1) {
+        if (trace.lastTime[i] < from || trace.firstTime[i] > to) continue;
+        extent.add(trace.least[i]);
+        extent.add(trace.greatest[i]);
+    }
+}
+
 // The least and greatest finite value that a plot of the trace shows between two times.
 export function extentOf(trace, from, to) {
     const extent = new Extent();
-    if (trace.isAggregate) {
-        for (let i = 0; i < trace.count; i += 1) {
-            if (trace.lastTime[i] < from || trace.firstTime[i] > to) continue;
-            extent.add(trace.least[i]);
-            extent.add(trace.greatest[i]);
-        }
-        return extent;
-    }
     eachSegment(trace, (...segment) => addSegment(extent, from, to, ...segment));
-    if (trace.count === 1 && trace.times[0] >= from && trace.times[0] <= to) extent.add(trace.values[0]);
+    if (trace.isAggregate) addPixels(extent, from, to, trace);
+    else if (trace.count === 1 && trace.times[0] >= from && trace.times[0] <= to) extent.add(trace.values[0]);
     return extent;
 }

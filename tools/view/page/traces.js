@@ -6,7 +6,8 @@ import {NewestOnly} from "./newest.js";
 
 // Fetched on each side of what is visible, as a share of it, so that small moves need no request.
 const PADDING = 0.25;
-const MOST_PIXELS = 4096;
+// A request has at most so many.
+const MOST_PIXELS = 3000;
 
 function requestOf(line, [from, to], pixels) {
     const padding = (to - from) * PADDING;
@@ -18,8 +19,16 @@ function requestOf(line, [from, to], pixels) {
         visibleTo: to - line.shift,
         from: from - padding - line.shift,
         to: to + padding - line.shift,
-        pixels: Math.max(1, Math.min(MOST_PIXELS, Math.round(pixels * (1 + 2 * PADDING)))),
+        pixels: Math.max(1, Math.round(pixels * (1 + 2 * PADDING))),
     };
+}
+
+// Each part has neighbours of its own, so it is drawn without the others.
+function fetchTraces(runId, {path, element, from, to, pixels}, signal) {
+    const count = Math.ceil(pixels / MOST_PIXELS);
+    const at = (part) => from + (to - from) * (part / count);
+    return Promise.all(Array.from({length: count}, (_, part) => fetchTrace(runId, {
+        path, element, from: at(part), to: at(part + 1), pixels: Math.ceil(pixels / count)}, signal)));
 }
 
 function pixelLength({from, to, pixels}) {
@@ -27,17 +36,16 @@ function pixelLength({from, to, pixels}) {
 }
 
 function isGoodEnough(entry, request) {
-    if (entry === undefined || entry.isStale) return false;
-    const {request: old, trace} = entry;
+    if (entry === undefined || entry.staleSince !== null) return false;
+    const {request: old, traces} = entry;
     if (request.visibleFrom < old.from || request.visibleTo > old.to) return false;
-    if (trace === null) return true;
     const ratio = pixelLength(request) / pixelLength(old);
-    return trace.isAggregate ? Math.abs(ratio - 1) < 1e-6 : ratio < 4;
+    return traces.some((trace) => trace.isAggregate) ? Math.abs(ratio - 1) < 1e-6 : traces.length === 0 || ratio < 4;
 }
 
 export class Traces {
     #entries = new Map();
-    #changeCounts = new Map();
+    #loading = new Set();
     #queue = new NewestOnly();
     #loaded;
 
@@ -50,7 +58,8 @@ export class Traces {
         return this.#queue.isBusy();
     }
 
-    // {trace, error, isStale}, or undefined if there was no answer yet.
+    // {traces, error, staleSince}, or undefined if there was no answer yet. The traces follow each other in
+    // time; staleSince is when their run changed, or null.
     get(key) {
         return this.#entries.get(key);
     }
@@ -62,48 +71,56 @@ export class Traces {
         for (const key of this.#entries.keys()) {
             if (!keys.has(key)) this.#entries.delete(key);
         }
-        const requests = wanted
-            .flatMap(({lines, pixels}) => lines.map((line) => requestOf(line, purpose.interval, pixels)))
-            .filter((request) => !isGoodEnough(this.#entries.get(request.line.key), request));
+        const requests = this.#missing(wanted
+            .flatMap(({lines, pixels}) => lines.map((line) => requestOf(line, purpose.interval, pixels))));
         if (requests.length > 0) this.#queue.run((signal) => this.#load(requests, purpose, signal), isUrgent);
         return requests.length > 0;
     }
 
     // The steps of a run have changed from this time on.
     outdate(runId, time) {
-        this.#changeCounts.set(runId, this.#changeCount(runId) + 1);
-        for (const entry of this.#entries.values()) {
-            if (entry.request.line.run.id === runId && entry.request.to >= time) entry.isStale = true;
-        }
+        this.#outdate(({line, to}) => line.run.id === runId && to >= time);
     }
 
     outdateAll() {
-        for (const entry of this.#entries.values()) entry.isStale = true;
+        this.#outdate(() => true);
     }
 
-    #changeCount(runId) {
-        return this.#changeCounts.get(runId) ?? 0;
+    // What has changed while the server answers may be missing in the answer.
+    #outdate(isMeant) {
+        for (const entry of [...this.#entries.values(), ...this.#loading]) {
+            if (isMeant(entry.request)) entry.staleSince ??= performance.now();
+        }
     }
 
+    // Since when something that is shown is older than its run; Infinity if nothing is.
+    staleSince() {
+        return Math.min(...[...this.#entries.values()].map(({staleSince}) => staleSince ?? Infinity));
+    }
+
+    #missing(requests) {
+        return requests.filter((request) => !isGoodEnough(this.#entries.get(request.line.key), request));
+    }
+
+    // Some may have come while these requests waited.
     async #load(requests, purpose, signal) {
-        await Promise.all(requests.map((request) => this.#loadOne(request, signal)));
+        await Promise.all(this.#missing(requests).map((request) => this.#loadOne(request, signal)));
         this.#loaded(purpose);
     }
 
     async #loadOne(request, signal) {
         const {key, run} = request.line;
-        const changeCount = this.#changeCount(run.id);
-        let trace = this.#entries.get(key)?.trace ?? null;
-        let error = null;
+        const entry = {request, traces: this.#entries.get(key)?.traces ?? [], error: null, staleSince: null};
+        this.#loading.add(entry);
         try {
-            trace = await fetchTrace(run.id, request, signal);
+            entry.traces = await fetchTraces(run.id, request, signal);
         } catch (caught) {
             if (caught.name === "AbortError") throw caught;
-            error = caught;
+            entry.error = caught;
+        } finally {
+            this.#loading.delete(entry);
         }
-        // What has changed while the server answered may be missing in the answer.
-        const isStale = changeCount !== this.#changeCount(run.id);
-        this.#entries.set(key, {request, trace, error, isStale});
+        this.#entries.set(key, entry);
         this.#loaded();
     }
 }

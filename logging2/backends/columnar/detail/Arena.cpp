@@ -14,6 +14,9 @@ namespace {
 constexpr std::size_t largePage = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t leastChunkByteCount = std::size_t{64} * 1024;
 
+/// Rows of more bytes each do not share chunks with others.
+constexpr std::size_t wideByteCount = std::size_t{256} * 1024;
+
 /// From this size on, make_large_array() asks for large pages.
 constexpr std::size_t largeChunkByteCount = std::size_t{4} * 1024 * 1024;
 
@@ -33,6 +36,9 @@ std::size_t next_multiple(std::size_t byteCount, std::size_t factor) {
 std::size_t chunk_byte_count(std::size_t least, std::size_t wanted, std::size_t usual) {
     if (wanted <= usual && least <= usual / 64) {
         return usual;
+    }
+    if (least > wideByteCount) {
+        return wanted;
     }
     const std::size_t longest = usual < largeChunkByteCount ? 0 : 4 * largeChunkByteCount;
     for (std::size_t each = next_multiple(std::max(usual, wanted), largePage); each <= longest;
@@ -67,7 +73,9 @@ Block Arena::take(std::size_t least, std::size_t wanted) {
         chunks.empty() ? 0 : chunks.back().byteCount - chunks.back().cutByteCount;
     FreeBlock* const found = rest < enough ? findOrMerge(enough, wanted) : findFree(wanted);
     if (found != nullptr) {
-        return reuse(*found, std::min(wanted, found->byteCount));
+        // A rest that is too short for a row is not left over.
+        const bool leavesRow = found->byteCount >= wanted + least;
+        return reuse(*found, leavesRow ? wanted : found->byteCount);
     }
     if (rest < enough) {
         addChunk(least, wanted);

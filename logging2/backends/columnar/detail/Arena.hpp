@@ -51,8 +51,8 @@ public:
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
 
-    /// A block of `wanted` bytes, rounded up. It may be smaller, but not smaller than `least`, if
-    /// memory would be left over otherwise. Throws std::bad_alloc.
+    /// A block of `wanted` bytes, rounded up. It may be smaller, but not smaller than `least`, or
+    /// larger by less than `least`, if memory would be left over otherwise. Throws std::bad_alloc.
     Block take(std::size_t least, std::size_t wanted);
 
     /// Takes back all but the first byteCount bytes of the block, rounded up.

@@ -1,6 +1,7 @@
 #include <logging2/backends/columnar/detail/GroupSteps.hpp>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace logging2::core::detail {
@@ -52,6 +53,36 @@ GroupSteps::Cut GroupSteps::firstLater(std::size_t span, double time) const noex
     return cutBefore(span, row);
 }
 
+bool GroupSteps::undoInOpenSpan(double time, bool alsoAtTime, std::mutex& mutex) noexcept {
+    if (spans.empty() || !openAscends.load(std::memory_order_relaxed)) {
+        return false;
+    }
+    const RowSpan& rows = spans.back().rows;
+    const std::uint32_t end = openEnd.load(std::memory_order_relaxed);
+    std::uint32_t row = end;
+    while (row > rows.firstRow && openTimes[row - 1] > time) {
+        --row;
+    }
+    row -= alsoAtTime && row > rows.firstRow && openTimes[row - 1] == time ? 1 : 0;
+    if (row == rows.firstRow) {
+        return false;
+    }
+    // No time of an earlier span is later, because those of the open span ascend from them on.
+    if (row < end) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (row < rows.piece->shownRowCount) {
+            return false;
+        }
+        if (marked.span + 1 == spans.size()) {
+            marked.row = std::min(marked.row, row);
+        }
+        openEnd.store(row, std::memory_order_release);
+    }
+    lastTime = openTimes[row - 1];
+    greatestTime = std::max(spans.back().greatestBefore, lastTime);
+    return true;
+}
+
 std::optional<GroupSteps::Cut> GroupSteps::cutAfter(double time) const noexcept {
     if (!(greatestTime > time) || spans.empty()) {
         return std::nullopt;
@@ -87,18 +118,22 @@ bool GroupSteps::discardsShown(const Cut& cut) const noexcept {
 }
 
 bool GroupSteps::hasRoomAfter(const Cut& cut) const noexcept {
-    const Piece& piece = *spans[cut.span].rows.piece;
-    return std::max(piece.shownRowCount, cut.row) < piece.rowCapacity();
+    return std::max(visibleRowCount(cut.span), cut.row) < spans[cut.span].rows.piece->rowCapacity();
 }
 
 void GroupSteps::discardFrom(const Cut& cut) {
-    const std::uint32_t shownCount = spans[cut.span].rows.piece->shownRowCount;
+    const std::uint32_t shownCount = visibleRowCount(cut.span);
+    Piece& piece = *spans[cut.span].rows.piece;
+    piece.shownRowCount = std::max(shownCount, std::min(piece.shownRowCount, cut.row));
     const bool splits = shownCount > cut.row && cut.row > spans[cut.span].rows.firstRow;
     if (splits) {
         if (spans.capacity() < cut.span + 2) {
             spans.reserve(cut.span + cut.span / 4 + 2);
         }
         spans[cut.span].greatest = greatestUntil(cut.span, cut.row);
+    }
+    if (std::tie(cut.span, cut.row) < std::tie(marked.span, marked.row)) {
+        marked = {cut.span, cut.row};
     }
     bool stillAscends = ascends(cut.span);
     while (spans.size() > cut.span + 1) {
@@ -109,7 +144,8 @@ void GroupSteps::discardFrom(const Cut& cut) {
         rows.rowCount = (cut.row - rows.firstRow) & RowSpan::greatestRowCount;
         rows.ascends = stillAscends ? 1 : 0;
         const RowSpan rest{rows.piece, shownCount, 0, 1};
-        spans.push_back({rest, cut.greatestBefore, spans.back().serial});
+        spans.push_back(
+            {rest, cut.greatestBefore, spans.back().serial, spans.back().numberInPiece + 1});
         stillAscends = true;
     }
     goOnAt(cut, std::max(shownCount, cut.row), stillAscends);
@@ -136,7 +172,8 @@ void GroupSteps::dropLastSpan() noexcept {
     spans.pop_back();
     if (piece != spans.back().rows.piece) {
         byteCount -= piece->byteCount();
-        if (piece->shownRowCount == 0) {
+        if (piece->isOwnedBy(1)) {
+            piece->shownRowCount = 0;
             spare = std::move(piece);
         }
     }
@@ -176,36 +213,16 @@ void GroupSteps::dropEmptySpan() noexcept {
     if (spans.empty() || spans.back().rows.piece != piece) {
         byteCount -= piece->byteCount();
     }
-}
-
-std::shared_ptr<const GroupView> GroupSteps::show() {
-    const std::uint32_t end = openEnd.load(std::memory_order_acquire);
-    std::vector<RowSpan> rows;
-    rows.reserve(spans.size());
-    std::size_t stepCount = 0;
-    for (const Span& span : spans) {
-        rows.push_back(span.rows);
-        if (&span == &spans.back()) {
-            rows.back().rowCount = (end - span.rows.firstRow) & RowSpan::greatestRowCount;
-            rows.back().ascends = openAscends.load(std::memory_order_relaxed) ? 1 : 0;
-        }
-        stepCount += rows.back().rowCount;
+    if (marked.span == spans.size()) {
+        marked.row = 0; // of the piece that comes in its place
     }
-    if (shown && shown->stepCount() == stepCount) {
-        return shown;
-    }
-    shown = std::make_shared<const GroupView>(layout, std::move(rows));
-    for (const RowSpan& span : shown->spans()) {
-        span.piece->shownRowCount =
-            std::max(span.piece->shownRowCount, span.firstRow + span.rowCount);
-    }
-    return shown;
 }
 
 void GroupSteps::clear() noexcept {
     spans.clear();
     spare.reset();
     shown.reset();
+    marked = {};
     byteCount = 0;
     capacity = 0;
     openEnd.store(0, std::memory_order_release);
@@ -217,7 +234,12 @@ void GroupSteps::discardOldestSpan() noexcept {
     if (spans[0].rows.piece != spans[1].rows.piece) {
         byteCount -= spans[0].rows.piece->byteCount();
     }
+    const Piece::Owner piece = spans.front().rows.piece;
     spans.erase(spans.begin());
+    for (auto each = spans.begin(); each != spans.end() && each->rows.piece == piece; ++each) {
+        --each->numberInPiece;
+    }
+    marked = marked.span == 0 ? Place{} : Place{marked.span - 1, marked.row};
     shown.reset();
     updateGreatestTimes();
 }

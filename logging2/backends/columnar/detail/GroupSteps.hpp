@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -64,6 +65,12 @@ public:
     /// Makes a step at this time or before it a regression, although there is no step.
     void goOnAfter(double time) noexcept { lastTime = time; }
 
+    /// Discards the first step that is later than the time and all after it; if `alsoAtTime`, also
+    /// a step at the time before them. Returns false and does nothing if that takes more than going
+    /// back in the open span: if its times do not ascend, no step of it would stay, or a step was
+    /// shown. Locks the mutex.
+    bool undoInOpenSpan(double time, bool alsoAtTime, std::mutex& mutex) noexcept;
+
     /// The cut before the first step that is strictly later than the time; nothing if there is
     /// none. Costs what the cut discards if times ascend, and otherwise at most one piece more.
     std::optional<Cut> cutAfter(double time) const noexcept;
@@ -78,9 +85,16 @@ public:
     /// Whether there is room for a step after the cut. Call with the mutex.
     bool hasRoomAfter(const Cut& cut) const noexcept;
 
-    /// Discards all steps behind the cut. Rows that were shown are not written again. Keeps at most
-    /// one piece that becomes free, as the spare one. Call with the mutex. Throws std::bad_alloc
-    /// and changes nothing then.
+    /// Frees the spare piece if it is larger than all others. Call with the mutex.
+    void dropLargeSpare() noexcept {
+        if (spare && spare->byteCount() > byteCount) {
+            spare.reset();
+        }
+    }
+
+    /// Discards all steps behind the cut. Rows that a reader may see are not written again. Keeps
+    /// at most one piece that becomes free, as the spare one. Call with the mutex. Throws
+    /// std::bad_alloc and changes nothing then.
     void discardFrom(const Cut& cut);
 
     /// Goes on in this piece. Call with the mutex. Throws std::bad_alloc and changes nothing then.
@@ -88,6 +102,13 @@ public:
 
     /// All present steps. Call with the mutex, on any thread.
     std::shared_ptr<const GroupView> show();
+
+    /// Lets showMarked() show the present steps. Call with the mutex, on any thread.
+    void mark() noexcept;
+
+    /// The steps that were present at the last mark() and still are. Call with the mutex, on any
+    /// thread.
+    std::shared_ptr<const GroupView> showMarked();
 
     /// Discards all steps. Call with the mutex.
     void clear() noexcept;
@@ -124,7 +145,14 @@ private:
         RowSpan rows; // the open span's rowCount and ascends are not up to date
         double greatestBefore;
         std::uint64_t serial;
-        double greatest = 0.0; ///< of its own times; the open span's is not up to date
+        std::uint32_t numberInPiece = 1; ///< among the spans of its piece
+        double greatest = 0.0;           ///< of its own times; the open span's is not up to date
+    };
+
+    /// The place behind a step.
+    struct Place {
+        std::size_t span = 0;
+        std::uint32_t row = 0;
     };
 
     std::uint32_t endOf(std::size_t span) const noexcept;
@@ -133,6 +161,8 @@ private:
     double greatestUntil(std::size_t span, std::uint32_t row) const noexcept;
     Cut firstLater(std::size_t span, double time) const noexcept;
     double timeBefore(const Cut& cut) const noexcept;
+    std::uint32_t visibleRowCount(std::size_t span) const noexcept;
+    std::shared_ptr<const GroupView> showUntil(const Place& end);
     void closeSpan();
     void dropEmptySpan() noexcept;
     void dropLastSpan() noexcept;
@@ -149,7 +179,8 @@ private:
 
     std::vector<Span> spans; // only the last one may be empty
     std::size_t byteCount = 0;
-    std::shared_ptr<const GroupView> shown; // null if steps were discarded since
+    Place marked;
+    std::weak_ptr<const GroupView> shown; // null if shown steps were discarded since
 };
 
 } // namespace logging2::core::detail

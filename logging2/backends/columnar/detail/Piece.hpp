@@ -46,6 +46,11 @@ public:
         return times() + capacity * (1 + offset);
     }
 
+    /// Whether it has only so many owners. Whatever former owners read was read before.
+    bool isOwnedBy(std::uint32_t count) const noexcept {
+        return ownerCount.load(std::memory_order_acquire) == count;
+    }
+
     /// How many rows readers may see. A writer must not change them. The mutex of the samples
     /// guards it.
     std::uint32_t shownRowCount = 0;

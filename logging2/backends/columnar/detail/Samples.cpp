@@ -118,7 +118,8 @@ Piece::Owner Samples::makePiece(const GroupSteps& group) {
         withinLimit(least, std::max(least, piece_byte_count(group.heldByteCount(), groups.size())));
     const std::size_t rowCount = piece_row_count(wanted, rowByteCount);
     Block block = arena->take(least, Piece::byteCountOf(rowCount, rowByteCount));
-    const std::size_t taken = std::min(rowCount, piece_row_count(block.byteCount, rowByteCount));
+    const std::size_t held = piece_row_count(block.byteCount, rowByteCount);
+    const std::size_t taken = limits.byteLimit == 0 ? held : std::min(rowCount, held);
     Arena::shrink(block, Piece::byteCountOf(taken, rowByteCount));
     return Piece::makeIn(block, taken);
 }
@@ -128,8 +129,10 @@ std::size_t Samples::withinLimit(std::size_t least, std::size_t wanted) {
     if (limits.byteLimit == 0) {
         return wanted;
     }
+    // The newest pieces of all groups, which are not discarded, take at most half of the limit.
+    const std::size_t greatest = limits.byteLimit / std::max(limitParts, 2 * groups.size());
     least = whole_units(least + Arena::unit - 1);
-    wanted = std::max(least, whole_units(std::min(wanted, limits.byteLimit / limitParts)));
+    wanted = std::max(least, whole_units(std::min(wanted, greatest)));
     if (limits.beyondLimit == BeyondLimit::discardOldest &&
         heldByteCount + wanted > limits.byteLimit && leastByteCount() + least <= limits.byteLimit) {
         discardOldest(wanted);
@@ -199,6 +202,9 @@ void Samples::leaveToWatches(const GroupSteps& group, const RowSpan& span) {
 }
 
 void Samples::regress(GroupSteps& group, double time) {
+    if (group.undoInOpenSpan(time, true, mutex)) {
+        return;
+    }
     const GroupSteps::Cut cut = group.cutAtRegression(time);
     {
         const Lock lock(mutex);
@@ -246,11 +252,15 @@ void Samples::discard(GroupSteps& group, const GroupSteps::Cut& cut) {
 
 void Samples::rollback(std::size_t groupId, double time) {
     GroupSteps& group = groupOf(groupId);
+    if (group.undoInOpenSpan(time, false, mutex)) {
+        return;
+    }
     const auto cut = group.cutAfter(time);
     if (cut || group.isEmpty()) {
         const Lock lock(mutex);
         if (cut) {
             discard(group, *cut);
+            change(group, [&] { group.dropLargeSpare(); });
         }
         trimKept(group, time, false);
     }
@@ -260,6 +270,7 @@ void Samples::flush() {
     const Lock lock(mutex);
     if (!isFinal) {
         views = showAll();
+        isReadable = true;
         isFinal = true;
         end = std::chrono::system_clock::now();
     }

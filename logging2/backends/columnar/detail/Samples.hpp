@@ -50,7 +50,7 @@ public:
     void flush();
     bool isFlushed() const;
     void flushIntermediate();
-    ColumnarDatastore dataStore(const lang::core::ValuePath& path) const;
+    ColumnarDatastore dataStore(const lang::core::ValuePath& path);
 
     /// Makes a watch. As long as it lives, present() may be called for it.
     std::shared_ptr<Watch> watch(std::optional<Interval> interval);
@@ -106,8 +106,9 @@ private:
     std::size_t heldByteCount = 0; // of all groups
 
     mutable std::mutex mutex; // guards the following, and what GroupSteps says
-    std::vector<std::shared_ptr<const GroupView>> views; // for the stores; empty before a flush
+    bool isReadable = false;  // whether stores can be taken
     bool isFinal = false;
+    std::vector<std::shared_ptr<const GroupView>> views; // of the final samples
     std::optional<std::chrono::system_clock::time_point> end;
     std::uint64_t revision = 0;
     std::string runId; // made when it is needed

@@ -54,19 +54,18 @@ bool Samples::isFlushed() const {
 
 void Samples::flushIntermediate() {
     const Lock lock(mutex);
-    if (!isFinal) {
-        views = showAll();
-    }
+    isReadable = true;
+    std::for_each(groups.begin(), groups.end(), [](GroupSteps& group) { group.mark(); });
 }
 
-ColumnarDatastore Samples::dataStore(const lang::core::ValuePath& path) const {
+ColumnarDatastore Samples::dataStore(const lang::core::ValuePath& path) {
     const PathIndex::Entry& entry = paths->find(path);
     const Lock lock(mutex);
-    if (views.empty()) {
+    if (!isReadable) {
         throw std::out_of_range("there is no data of the signal \"" + path.text() +
                                 "\": flush was not called");
     }
-    return {views[entry.group], entry.channel};
+    return {isFinal ? views[entry.group] : groups[entry.group].showMarked(), entry.channel};
 }
 
 std::vector<View> Samples::showAll() {

@@ -77,10 +77,11 @@ TEST(ArenaTest, endOfAChunkBecomesASmallerBlock) {
 }
 
 /// Takes so many blocks of this size.
-std::vector<Block> takeEach(Arena& arena, std::size_t count, std::size_t byteCount) {
+std::vector<Block> takeEach(Arena& arena, std::size_t count, std::size_t least,
+                            std::size_t byteCount) {
     std::vector<Block> blocks;
     for (std::size_t i = 0; i < count; ++i) {
-        blocks.push_back(arena.take(byteCount, byteCount));
+        blocks.push_back(arena.take(least, byteCount));
     }
     return blocks;
 }
@@ -88,11 +89,21 @@ std::vector<Block> takeEach(Arena& arena, std::size_t count, std::size_t byteCou
 TEST(ArenaTest, chunkHoldsAWholeNumberOfLargeBlocks) {
     const Arena::Owner arena = Arena::make();
     const Block former = arena->take(1, 6 * mebibyte);
-    const std::vector<Block> blocks = takeEach(*arena, 3, 3 * mebibyte / 2);
-    EXPECT_EQ(blocks[1].first, blocks[0].first + 3 * mebibyte / 2);
-    EXPECT_EQ(blocks[2].first, blocks[1].first + 3 * mebibyte / 2);
+    constexpr std::size_t byteCount = 192 * kibibyte;
+    const std::vector<Block> blocks = takeEach(*arena, 32, byteCount, byteCount); // 6 MiB
+    EXPECT_EQ(blocks[31].first, blocks[0].first + 31 * byteCount);
     Arena::giveBack(former);
     std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
+}
+
+TEST(ArenaTest, blockForVeryWideRowsHasItsOwnChunk) {
+    const Arena::Owner arena = Arena::make();
+    const Block former = arena->take(1, 4 * mebibyte);
+    const Block wide = arena->take(mebibyte, 3 * mebibyte / 2);
+    EXPECT_EQ(wide.byteCount, 3 * mebibyte / 2);
+    EXPECT_EQ(wide.chunk->byteCount, wide.byteCount);
+    Arena::giveBack(former);
+    Arena::giveBack(wide);
 }
 
 TEST(ArenaTest, chunksForSmallBlocksAreWholeLargePages) {
@@ -113,7 +124,7 @@ TEST(ArenaTest, chunkOfLargePagesIsLongEnoughForLargeBlocks) {
     const Block former = arena->take(1, 4 * mebibyte);
     // Chunks of 4 MiB would have a rest of 2.3 %.
     constexpr std::size_t byteCount = 102432;
-    const std::vector<Block> blocks = takeEach(*arena, 61, byteCount);
+    const std::vector<Block> blocks = takeEach(*arena, 61, byteCount, byteCount);
     EXPECT_EQ(blocks[60].first, blocks[0].first + 60 * byteCount);
     Arena::giveBack(former);
     std::for_each(blocks.begin(), blocks.end(), Arena::giveBack);
@@ -122,7 +133,7 @@ TEST(ArenaTest, chunkOfLargePagesIsLongEnoughForLargeBlocks) {
 TEST(ArenaTest, smallerFreeBlockIsUsedBeforeANewChunk) {
     const Arena::Owner arena = Arena::make();
     const Block former = arena->take(1, 4 * mebibyte);
-    std::vector<Block> blocks = takeEach(*arena, 4, mebibyte);
+    std::vector<Block> blocks = takeEach(*arena, 4, kibibyte, mebibyte);
     Arena::giveBack(blocks[1]);
     const std::byte* const expected = blocks[1].first;
     blocks[1] = arena->take(100 * kibibyte, 2 * mebibyte);
@@ -135,11 +146,12 @@ TEST(ArenaTest, smallerFreeBlockIsUsedBeforeANewChunk) {
 TEST(ArenaTest, freeBlocksThatLieSideBySideAreMerged) {
     const Arena::Owner arena = Arena::make();
     const Block former = arena->take(1, 4 * mebibyte);
-    const std::vector<Block> blocks = takeEach(*arena, 8, mebibyte); // in two chunks
+    const std::vector<Block> blocks = takeEach(*arena, 8, kibibyte, mebibyte); // in two chunks
     for (const std::size_t each : {0U, 1U, 2U, 4U, 5U, 6U}) {
         Arena::giveBack(blocks[each]);
     }
-    const std::vector<Block> merged = takeEach(*arena, 2, 3 * mebibyte);
+    const std::vector<Block> merged{arena->take(3 * mebibyte, 3 * mebibyte),
+                                    arena->take(3 * mebibyte, 3 * mebibyte)};
     EXPECT_EQ(std::min(merged[0].first, merged[1].first),
               std::min(blocks[0].first, blocks[4].first));
     EXPECT_EQ(std::max(merged[0].first, merged[1].first),
