@@ -77,23 +77,17 @@ void expect(bool condition, const char* otherwise) {
 /// Compares each state of a growing recording with the model and with the state before it.
 class LiveReader {
 public:
-    explicit LiveReader(const std::string& location) : run(open_recording(location)) {}
+    /// The recording may already be finished.
+    explicit LiveReader(const std::string& location) : run(open_recording(location)) {
+        compareState();
+    }
 
     /// Whether anything has changed.
     bool look() {
         if (!run->refresh()) {
             return false;
         }
-        const std::size_t count = run->groups().front().stepCount;
-        const std::uint64_t revision = run->info().revision;
-        if (count > 0) {
-            compare(count, revision > shownRevision);
-        }
-        expect(revision >= shownRevision, "the revision has decreased");
-        expect(count >= shownCount || revision > shownRevision,
-               "visible steps have gone, and the revision is the same");
-        shownCount = count;
-        shownRevision = revision;
+        compareState();
         return true;
     }
 
@@ -110,6 +104,19 @@ public:
 private:
     /// How many known steps are read again.
     static constexpr std::size_t overlap = 10000;
+
+    void compareState() {
+        const std::size_t count = run->groups().front().stepCount;
+        const std::uint64_t revision = run->info().revision;
+        if (count > 0) {
+            compare(count, revision > shownRevision);
+        }
+        expect(revision >= shownRevision, "the revision has decreased");
+        expect(count >= shownCount || revision > shownRevision,
+               "visible steps have gone, and the revision is the same");
+        shownCount = count;
+        shownRevision = revision;
+    }
 
     void compare(std::size_t count, bool isOtherRevision) {
         const std::size_t known = std::min(count, shownCount);
