@@ -85,6 +85,7 @@ QUESTIONS = [
             Entry("row-ring", "run", "boost::circular_buffer of rows, full"),
             Entry("copy-fresh", "run", "memcpy into fresh memory"),
             Entry("copy-touched", "run", "memcpy into touched memory"),
+            Entry("copy-touched-beside", "run", "memcpy into touched memory, another one beside it"),
             Entry("loop", "run", "rows handed out, nothing stored"),
         ],
         floor="loop"),

@@ -1,13 +1,11 @@
 #include <benchmarks/contenders/registration.hpp>
 
+#include <benchmarks/contenders/Companion.hpp>
 #include <benchmarks/contenders/columnar/stored_columns.hpp>
 
 #include <logging2/backends/columnar/columnar.hpp>
 
 #include <time.h>
-
-#include <atomic>
-#include <thread>
 
 namespace logging2::core::bench {
 namespace {
@@ -62,40 +60,27 @@ class ColumnarBeside final : public Columnar {
 public:
     using Columnar::Columnar;
 
-    ~ColumnarBeside() override {
-        isEnding = true;
-        if (other.joinable()) {
-            other.join();
-        }
-    }
-
     void prepare() override {
-        other = std::thread([this] {
-            while (!isEnding) {
-                ColumnarStreamWriter second({}, setup_of(rows.workload()));
-                isStarted = true;
-                for (std::size_t step = 0; step < rows.workload().stepCount && !isEnding; ++step) {
-                    for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
-                        second.write(group, Rows::time(step), rows.values(group, step),
-                                     rows.workload().groups[group].valueCount());
-                    }
+        companion.start([this] {
+            ColumnarStreamWriter second({}, setup_of(rows.workload()));
+            for (std::size_t step = 0; step < rows.workload().stepCount && companion.goesOn();
+                 ++step) {
+                for (std::size_t group = 0; group < rows.workload().groups.size(); ++group) {
+                    second.write(group, Rows::time(step), rows.values(group, step),
+                                 rows.workload().groups[group].valueCount());
                 }
             }
         });
-        while (!isStarted) {
-        }
     }
 
 private:
     std::size_t write() override {
         const std::size_t count = Columnar::write();
-        isEnding = true;
+        companion.end();
         return count;
     }
 
-    std::atomic<bool> isStarted{false};
-    std::atomic<bool> isEnding{false};
-    std::thread other;
+    Companion companion;
 };
 
 /// One written step in four is rejected: every third step is first written with other values.
