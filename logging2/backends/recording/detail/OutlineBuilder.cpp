@@ -27,6 +27,11 @@ bool has_infinity(const ElementRange& range) {
     return range.least <= range.greatest && (std::isinf(range.least) || std::isinf(range.greatest));
 }
 
+/// Whether each time is at least the one before it; false if one of them is NaN.
+bool is_sorted(const double* begin, const double* end) {
+    return std::adjacent_find(begin, end, [](double a, double b) { return !(a <= b); }) == end;
+}
+
 } // namespace
 
 OutlineBuilder::OutlineBuilder(double rangeFrom, double rangeTo, std::size_t numberOfBuckets,
@@ -100,15 +105,31 @@ void OutlineBuilder::addSamples(const Part& part, const Node& leaf) {
     const std::vector<double> samples =
         part.chunk->reader.samples(part.column, leaf.index, leaf.values);
     const std::size_t count = std::min(times.size(), part.stepCount - leaf.index * leafStepCount);
-    for (std::size_t s = 0; s < count; ++s) {
-        if (from <= times[s] && times[s] <= to) {
-            const std::size_t bucket = bucket_of(times[s], from, to, outline.size());
-            if (bucket != unreadBucket) {
-                endUnread();
-            }
-            addSample(outline[bucket], times[s], samples[s * part.width + element]);
+    const double* const end = times.data() + count;
+    const bool areSorted = is_sorted(times.data(), end);
+    for (const double* time = times.data(); time < end;) {
+        if (!(from <= *time && *time <= to)) {
+            ++time;
+            continue;
+        }
+        const std::size_t bucket = bucket_of(*time, from, to, outline.size());
+        if (bucket != unreadBucket) {
+            endUnread();
+        }
+        const double* const bucketEnd = areSorted ? endOfBucket(bucket, time, end) : time + 1;
+        for (; time < bucketEnd; ++time) {
+            const auto step = static_cast<std::size_t>(time - times.data());
+            addSample(outline[bucket], *time, samples[step * part.width + element]);
         }
     }
+}
+
+/// Where the bucket of the first time ends. The times are sorted.
+const double* OutlineBuilder::endOfBucket(std::size_t bucket, const double* time,
+                                          const double* end) const {
+    return std::partition_point(time, end, [&](double t) {
+        return t <= to && bucket_of(t, from, to, outline.size()) == bucket;
+    });
 }
 
 void OutlineBuilder::addSample(OutlineBucket& bucket, double time, double value) {

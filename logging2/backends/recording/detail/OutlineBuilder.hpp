@@ -49,6 +49,7 @@ private:
     void addNode(const Part& part, const Node& node);
     void addChildren(const Part& part, const Node& node);
     void addSamples(const Part& part, const Node& leaf);
+    const double* endOfBucket(std::size_t bucket, const double* time, const double* end) const;
     void addSample(OutlineBucket& bucket, double time, double value);
     void addUnread(const Part& part, const Unread& unread, const ElementRange& range);
     void endUnread();
