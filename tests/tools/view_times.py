@@ -13,6 +13,7 @@ import random
 import statistics
 import subprocess
 import sys
+import time
 from pathlib import Path
 
 BUILD = Path(sys.argv[2] if len(sys.argv) > 2 else Path(__file__).parents[2] / "build/release").resolve()
@@ -48,12 +49,13 @@ class Page:
         browser.get(address)
 
     def wait(self, condition):
-        return WebDriverWait(self.browser, 60, poll_frequency=0.005).until(lambda _: condition())
+        return WebDriverWait(self.browser, 60, poll_frequency=0.05).until(lambda _: condition())
 
     def time_of(self, action):
         """Milliseconds from an input until everything is drawn."""
         self.browser.execute_script("performance.clearMeasures()")
         action()
+        time.sleep(0.1)  # Asking takes the page's time.
         return self.wait(lambda: self.browser.execute_script(SHOWN) or False)
 
     def scroll(self, distance):

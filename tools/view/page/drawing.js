@@ -1,4 +1,5 @@
-// Draws traces. A pen has moveTo and lineTo: the context of a canvas, or an SvgPath.
+// Draws traces. A pen has moveTo(x, y) and lineTo(x, y), and may have bar(x, top, bottom), which draws a
+// vertical line apart from all others.
 //
 // A scale turns times and values into pixels:
 // {from, to, low, high, left, top, width, height, shift}; `shift` is added to the times of the trace.
@@ -9,6 +10,8 @@ import {CONTAINS_INFINITY, CONTAINS_MINUS_INFINITY, CONTAINS_NAN} from "./trace.
 const PIXELS_PER_MARKER = 8;
 // Shorter lines are hardly seen.
 const VISIBLE_LENGTH = 1;
+// Vertical lines of at least this length are drawn as bars.
+const BAR_HEIGHT = 8;
 // Lines end this many pixels outside the plot: canvases calculate with few digits.
 const MARGIN = 20;
 
@@ -69,6 +72,14 @@ class Tracer {
         return x >= this.box.left && x <= this.box.right && y >= this.box.top && y <= this.box.bottom;
     }
 
+    isWide(from, to) {
+        return xOf(this.scale, to) - xOf(this.scale, from) > VISIBLE_LENGTH;
+    }
+
+    drawsBar(least, greatest) {
+        return this.pen.bar !== undefined && yOf(this.scale, least) - yOf(this.scale, greatest) >= BAR_HEIGHT;
+    }
+
     to(time, value) {
         if (!Number.isFinite(time) || !Number.isFinite(value)) {
             this.lift();
@@ -81,6 +92,22 @@ class Tracer {
             this.length += Math.abs(x - this.x) + Math.abs(y - this.y);
         }
         [this.x, this.y] = [x, y];
+    }
+
+    // Draws all values from the least to the greatest one.
+    bar(time, least, greatest) {
+        const {scale, box} = this;
+        const x = xOf(scale, time);
+        const top = Math.max(yOf(scale, greatest), box.top);
+        const bottom = Math.min(yOf(scale, least), box.bottom);
+        if (x >= box.left && x <= box.right && top < bottom) this.pen.bar(x, top, bottom);
+    }
+
+    // Goes to a place without drawing, as a bar has led there.
+    jump(time, value) {
+        [this.x, this.y] = [xOf(this.scale, time), yOf(this.scale, value)];
+        this.length += BAR_HEIGHT;
+        this.isDown = false;
     }
 
     line(x, y) {
@@ -103,15 +130,30 @@ function traceSteps(trace, tracer) {
 
 // From the first value over the least and the greatest to the last one. A least or greatest value that
 // is neither the first nor the last is drawn in the middle, within the pixel.
+function traceBucket({firstTime, lastTime, first, least, greatest, last}, tracer) {
+    const middle = firstTime + (lastTime - firstTime) / 2;
+    const areFinite = Number.isFinite(first) && Number.isFinite(last);
+    tracer.to(firstTime, first);
+    if (areFinite && tracer.drawsBar(least, greatest)) {
+        const isWide = tracer.isWide(firstTime, lastTime);
+        if (isWide) tracer.to(middle, first);
+        tracer.bar(middle, least, greatest);
+        tracer.jump(isWide ? middle : lastTime, last);
+        if (isWide) tracer.to(lastTime, last);
+        return;
+    }
+    for (const value of first < last ? [least, greatest] : [greatest, least]) {
+        if (value !== first && value !== last && !Number.isNaN(value)) tracer.to(middle, value);
+    }
+    tracer.to(lastTime, last);
+}
+
 function traceAggregate(trace, tracer) {
     for (let i = 0; i < trace.count; i += 1) {
-        const [first, last] = [trace.first[i], trace.last[i]];
-        const middle = trace.firstTime[i] + (trace.lastTime[i] - trace.firstTime[i]) / 2;
-        tracer.to(trace.firstTime[i], first);
-        for (const value of first < last ? [trace.least[i], trace.greatest[i]] : [trace.greatest[i], trace.least[i]]) {
-            if (value !== first && value !== last && !Number.isNaN(value)) tracer.to(middle, value);
-        }
-        tracer.to(trace.lastTime[i], last);
+        traceBucket({
+            firstTime: trace.firstTime[i], lastTime: trace.lastTime[i],
+            first: trace.first[i], least: trace.least[i], greatest: trace.greatest[i], last: trace.last[i],
+        }, tracer);
     }
 }
 

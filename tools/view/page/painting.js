@@ -5,6 +5,7 @@ import {drawLine, markersOf, oddNumbersOf, xOf, yOf} from "./drawing.js";
 const MARKER_RADIUS = 2.5;
 const ARROW = 5;
 const LINES_PER_STROKE = 10;
+const LINE_WIDTH = 1.25;
 
 export const DASHES = [7, 4];
 // The gaps between dashes are pale, so that they hide nothing.
@@ -80,13 +81,27 @@ class StrokingPen {
     }
 }
 
+// For lines without dashes. Canvases fill rectangles many times faster than they stroke lines.
+class FillingPen extends StrokingPen {
+    #context;
+
+    constructor(context) {
+        super(context, false);
+        this.#context = context;
+    }
+
+    bar(x, top, bottom) {
+        this.#context.fillRect(x - LINE_WIDTH / 2, top, LINE_WIDTH, bottom - top);
+    }
+}
+
 export function paintLine(context, trace, scale, {color, isDashed}) {
     context.strokeStyle = color;
     context.fillStyle = color;
-    context.lineWidth = 1.25;
+    context.lineWidth = LINE_WIDTH;
     context.lineJoin = "round";
     context.save();
-    const pen = new StrokingPen(context, isDashed);
+    const pen = isDashed ? new StrokingPen(context, true) : new FillingPen(context);
     const points = drawLine(trace, scale, pen);
     pen.finish();
     context.restore();
