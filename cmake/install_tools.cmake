@@ -15,13 +15,22 @@ if(NOT LOGGING2_GZIP)
 endif()
 # A page for the command as a whole, and one for each of its commands, as --help explains them.
 set(logging2_tools_summary "shows, compares, exports and repairs the runs of simulations")
+set(commands "" ${logging2_tool_commands})
+list(TRANSFORM commands PREPEND "logging2 " OUTPUT_VARIABLE names)
+list(TRANSFORM names STRIP)
+list(TRANSFORM names REPLACE " " "-")
 set(pages)
-foreach(command IN ITEMS "" ${logging2_tool_commands})
-  string(JOIN "-" name logging2 ${command})
+foreach(name command IN ZIP_LISTS names commands)
+  # A page leads to the one above it and to those below it.
+  string(REGEX REPLACE "-[a-z]+$" "" above ${name})
+  set(related ${names})
+  list(FILTER related INCLUDE REGEX "^(${above}|${name}-[a-z]+)$")
+  list(REMOVE_ITEM related ${name})
+  list(JOIN related " " related)
   set(page ${PROJECT_BINARY_DIR}/man/${name}.1)
   add_custom_command(OUTPUT ${page}.gz
     COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:logging2_command> -DCOMMAND=${command}
-      -DSUMMARY=${logging2_tools_summary} -DOUTPUT=${page}
+      -DSUMMARY=${logging2_tools_summary} -DRELATED=${related} -DOUTPUT=${page}
       -P ${PROJECT_SOURCE_DIR}/cmake/debian/man_page.cmake
     COMMAND ${LOGGING2_GZIP} --best --no-name --force ${page}
     DEPENDS logging2_command ${PROJECT_SOURCE_DIR}/cmake/debian/man_page.cmake VERBATIM)

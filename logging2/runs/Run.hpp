@@ -61,6 +61,15 @@ struct RunInfo {
 
     /// Grows by one whenever samples that were visible to readers are discarded.
     std::uint64_t revision = 0;
+
+    /// The name of the computer that the host ran on; empty if it is not stored.
+    std::string host;
+
+    /// The id of the host's process on that computer; empty if it is not stored.
+    std::string process;
+
+    /// The version of logging2 that the host used; empty if it is not stored.
+    std::string libraryVersion;
 };
 
 /// What is known about a group of a run.

@@ -68,6 +68,12 @@ class Run(Mapping[str, Signal]):
         """The host's own notes."""
         self.revision: int = info["revision"]
         """Grows whenever samples that readers could see are discarded."""
+        self.host: str = info["host"]
+        """The name of the computer that the host ran on; empty for a run in memory."""
+        self.process: str = info["process"]
+        """The id of the host's process; empty for a run in memory."""
+        self.library_version: str = info["library_version"]
+        """The version of logging2 that the host used; empty for a run in memory."""
         self.groups: list[Group] = [Group(*group) for group in handle.groups()]
         self._places = {signal[0]: signal[1:] for signal in handle.signals()}
 

@@ -113,6 +113,9 @@ py::dict info_of(const SharedRun& shared) {
     }
     result["properties"] = properties;
     result["revision"] = info.revision;
+    result["host"] = text_of(info.host);
+    result["process"] = text_of(info.process);
+    result["library_version"] = text_of(info.libraryVersion);
     return result;
 }
 

@@ -1,8 +1,10 @@
 import os
 import pickle
 import shutil
+import socket
 import threading
 from datetime import datetime, timezone
+from importlib.metadata import version
 
 import numpy as np
 import pytest
@@ -24,6 +26,8 @@ def test_run_tells_what_is_known_about_it(demo):
     run = logging2.open(demo)
     assert (run.name, run.state, run.revision) == ("demo", "finished", 0)
     assert run.properties == {"model": "m"}
+    assert (run.host, run.library_version) == (socket.gethostname(), version("logging2"))
+    assert run.process == str(os.getpid())
     assert len(run.id) == 36
     assert run.start <= run.end <= datetime.now(timezone.utc)
     assert run.groups == [logging2.Group(0, 100, 0.0, 99.0), logging2.Group(1, 0, None, None)]

@@ -34,6 +34,7 @@ VARIABLE = (
     (r"\b[0-9a-f]{8}(?=  )", "ID"),
     (r"\b[\d.]+ ms\b|\b\d+\.\d s\b", "DURATION"),
     (r"\b[\d.]+ [KM]iB\b", "SIZE"),
+    (r"(?m)^(host|process|library): .+$", r"\1: ORIGIN"),
     (r"(byte|bytes) \d+", r"\1 NUMBER"),
 )
 

@@ -108,6 +108,22 @@ class NativeRescueTest(RescueTest):
         self.assertFalse((self.directory / "new").exists())
         self.assertEqual(self.hidden_entries(), [])
 
+    def test_what_is_wrong_with_the_setup_is_said_with_its_name(self):
+        self.make_run()
+        cases = ((b"", "the setup is not JSON: it ends too early"),
+                 (b'{"groups": [\n  {"id": 0,}]}\n', "the setup is not JSON: line 2 is wrong"),
+                 (b'{"groups": [\n\n', "the setup is not JSON: it ends too early"),
+                 (b"\xff\x00\x1b[31m", "the setup is not JSON: line 1 is wrong"),
+                 (b'{"groups": 1e999}', "the setup has a number that is too large"),
+                 (b'{"groups": []}', "group 0 has files, but is not in the setup"))
+        for text, message in cases:
+            with self.subTest(text):
+                (self.directory / "setup.json").write_bytes(text)
+                result = self.run_command("native", "rescue", STEM, "-o", "new",
+                                          "--setup", "setup.json")
+                self.assertEqual((result.stderr, result.returncode),
+                                 (f"logging2: setup.json: {message}\n", 2))
+
     def test_nothing_is_overwritten(self):
         self.make_run()
         (self.directory / "link").symlink_to("nowhere")

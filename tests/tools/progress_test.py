@@ -10,6 +10,7 @@ import time
 from pathlib import Path
 
 from commands import COMMAND, CommandTest
+from left_overs import STEM
 
 STEP_COUNT = 2000000
 SLOW_SECONDS = 4
@@ -89,6 +90,14 @@ class ProgressTest(CommandTest):
                 if command not in UNGUARDED:
                     self.assertIn(BAR.sub("", text),
                                   (ERASURE, f"{ERASURE}logging2: interrupted\r\n"))
+
+    def test_long_rescue_of_native_files_shows_a_bar_and_removes_it(self):
+        for name in "times_0", "values_0_0":
+            with open(self.directory / f"{STEM}_{name}", "wb") as file:
+                file.truncate(2 ** 31)
+        with open(self.directory / "output", "wb") as output:
+            text = self.shown_with_bar("native rescue RUN -o NEW", self.directory / STEM, output)
+        self.assertEqual(BAR.sub("", text), f"{ERASURE}logging2: interrupted\r\n")
 
     def test_plot_and_list_of_many_things_show_a_bar(self):
         small = self.record("group 0 x:1\nbegin\nwrite 0 1 1\nend\n")

@@ -1,5 +1,6 @@
 import json
 import shutil
+import socket
 
 from commands import CommandTest
 
@@ -60,6 +61,9 @@ class ShowTest(CommandTest):
         self.assertEqual(info["state"], "finished")
         self.assertEqual(info["revision"], 0)
         self.assertEqual(info["properties"], {"model": "spring"})
+        version = self.output_of("--version").split()[1]
+        self.assertEqual((info["host"], info["libraryVersion"]), (socket.gethostname(), version))
+        self.assertRegex(info["process"], r"\A\d+\Z")
         self.assertEqual(info["groups"], [
             {"id": 0, "steps": 2, "firstTime": 0.0, "lastTime": 0.5},
             {"id": 3, "steps": 2, "firstTime": 0.25, "lastTime": 0.5}])
@@ -69,6 +73,8 @@ class ShowTest(CommandTest):
             "nan": [1], "bytes": 16})
         text = self.output_of("info", run)
         self.assertIn("state:      finished\n", text)
+        self.assertIn(f"host:       {info['host']}\nprocess:    {info['process']}\n"
+                      f"library:    logging2 {version}\n", text)
         self.assertIn("property model = spring\n", text)
 
     def test_info_of_a_running_run_says_so(self):

@@ -27,6 +27,9 @@ void print_as_json(const core::Run& run, const std::string& location, const Term
     Json result{{"schema", jsonSchema}};
     result.update(run_json(info, location));
     result["revision"] = info.revision;
+    result["host"] = info.host;
+    result["process"] = info.process;
+    result["libraryVersion"] = info.libraryVersion;
     result["properties"] = info.properties;
     result["groups"] = Json::array();
     for (const core::GroupInfo& group : run.groups()) {
@@ -55,6 +58,9 @@ void print_run(const core::RunInfo& info, const std::string& location, const Ter
     print_line(terminal, "duration", duration ? duration_text(*duration) : "unknown");
     print_line(terminal, "revision", count_text(info.revision));
     print_line(terminal, "size", byte_count_text(file_byte_count(location)));
+    print_line(terminal, "host", info.host);
+    print_line(terminal, "process", info.process);
+    print_line(terminal, "library", "logging2 " + info.libraryVersion);
     for (const auto& [name, value] : info.properties) {
         terminal.printLine("property " + printable(name) + " = " + printable(value));
     }

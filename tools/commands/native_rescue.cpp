@@ -83,9 +83,13 @@ Layout layout_from(const std::string& setup, const LeftOver& leftOver) {
     if (!file) {
         throw UsageError(setup + ": cannot be opened");
     }
-    Layout layout = read_layout(file);
-    check_layout(layout, leftOver);
-    return layout;
+    try {
+        Layout layout = read_layout(file);
+        check_layout(layout, leftOver);
+        return layout;
+    } catch (const UsageError& error) {
+        throw UsageError(setup + ": " + error.what());
+    }
 }
 
 std::vector<RescuedGroup> rescued(const LeftOver& leftOver, const NativeRescueOptions& options,

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <set>
 #include <string_view>
 
@@ -16,8 +17,14 @@ json parsed(const std::string& text) {
     try {
         return json::parse(text);
     } catch (const json::parse_error& error) {
-        throw UsageError("the setup is not JSON: it has an error at byte " +
-                         std::to_string(error.byte));
+        if (error.byte == 0 || error.byte > text.size()) {
+            throw UsageError("the setup is not JSON: it ends too early");
+        }
+        const std::string before = text.substr(0, error.byte - 1);
+        const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+        throw UsageError("the setup is not JSON: line " + std::to_string(line) + " is wrong");
+    } catch (const json::out_of_range&) {
+        throw UsageError("the setup has a number that is too large");
     }
 }
 

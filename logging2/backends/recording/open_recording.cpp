@@ -34,6 +34,9 @@ void add_what_is_known(RecordingEntry& entry) {
         entry.info.properties = std::move(description.properties);
         entry.info.start = detail::time_of(description.start);
         entry.info.state = RunState::interrupted;
+        entry.info.host = std::move(description.host);
+        entry.info.process = std::move(description.process);
+        entry.info.libraryVersion = std::move(description.libraryVersion);
     }
 }
 

@@ -45,6 +45,7 @@ TEST_F(ColumnarRunTest, infoTellsWhatBecameOfTheRun) {
     EXPECT_EQ(running.id, writer->run()->info().id);
     EXPECT_EQ(running.state, RunState::running);
     EXPECT_FALSE(running.end);
+    EXPECT_EQ(running.host + running.process + running.libraryVersion, "");
     writer->flush();
     EXPECT_EQ(run->info().state, RunState::running);
     EXPECT_TRUE(run->refresh());

@@ -10,7 +10,8 @@ namespace logging2::core::test {
 inline void print(std::ostream& text, const RunInfo& info) {
     text << info.id << info.name << static_cast<int>(info.state)
          << info.start.time_since_epoch().count() << info.revision
-         << ::testing::PrintToString(info.properties);
+         << ::testing::PrintToString(info.properties) << info.host << info.process
+         << info.libraryVersion;
     if (info.end) {
         text << info.end->time_since_epoch().count();
     }

@@ -3,6 +3,8 @@
 #include <tests/support/OrdinaryPermissions.hpp>
 #include <tests/support/files.hpp>
 
+#include <unistd.h>
+
 namespace logging2::core::test {
 namespace {
 
@@ -67,6 +69,9 @@ TEST_F(ListRecordingsTest, damagedOneIsKnownByEitherFile) {
         EXPECT_EQ(entry.info.id, info.id);
         EXPECT_EQ(entry.info.name, "ball");
         EXPECT_EQ(entry.info.start, info.start);
+        EXPECT_EQ(entry.info.process, std::to_string(getpid()));
+        EXPECT_EQ(entry.info.host, info.host);
+        EXPECT_EQ(entry.info.libraryVersion, info.libraryVersion);
         fs::rename(kept, location + file);
     }
     fs::remove(location + "/samples.bin");

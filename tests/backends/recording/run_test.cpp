@@ -3,7 +3,10 @@
 #include <tests/support/NoDescriptors.hpp>
 #include <tests/support/OrdinaryPermissions.hpp>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
@@ -35,6 +38,15 @@ TEST_F(RecordingRunTest, infoTellsWhatTheHostGave) {
     ASSERT_TRUE(info.end);
     EXPECT_LE(info.start, *info.end);
     EXPECT_LE(*info.end, std::chrono::system_clock::now());
+}
+
+TEST_F(RecordingRunTest, infoTellsWhichProcessHasWrittenTheRun) {
+    std::array<char, 256> host{};
+    ASSERT_EQ(gethostname(host.data(), host.size() - 1), 0);
+    const RunInfo info = open(*makeWriter())->info();
+    EXPECT_EQ(info.host, host.data());
+    EXPECT_EQ(info.process, std::to_string(getpid()));
+    EXPECT_EQ(info.libraryVersion, LOGGING2_VERSION);
 }
 
 TEST_F(RecordingRunTest, piecesAreOneSeriesOfAllSamples) {

@@ -29,6 +29,9 @@ inline void expectSameStart(const RunInfo& actual, const RunInfo& expected) {
     EXPECT_EQ(actual.start, expected.start);
     EXPECT_EQ(actual.properties, expected.properties);
     EXPECT_EQ(actual.revision, expected.revision);
+    EXPECT_EQ(actual.host, expected.host);
+    EXPECT_EQ(actual.process, expected.process);
+    EXPECT_EQ(actual.libraryVersion, expected.libraryVersion);
 }
 
 } // namespace logging2::core::test

@@ -97,8 +97,12 @@ RunContent Samples::present(const Watch& watch) {
 
 RunContent Samples::contentFor(const Watch& watch) {
     RunContent content;
-    content.info = {runId, name,    isFinal ? RunState::finished : RunState::running, start, end,
-                    {},    revision};
+    content.info.id = runId;
+    content.info.name = name;
+    content.info.state = isFinal ? RunState::finished : RunState::running;
+    content.info.start = start;
+    content.info.end = end;
+    content.info.revision = revision;
     content.groups = isFinal ? views : showAll();
     if (!watch.interval) {
         return content;

@@ -95,6 +95,9 @@ RunInfo RecordingRun::info() const {
     info.start = time_of(description.start);
     info.properties = description.properties;
     info.revision = state.revision;
+    info.host = description.host;
+    info.process = description.process;
+    info.libraryVersion = description.libraryVersion;
     info.state = stateOfRun();
     if (!state.end.empty()) {
         info.end = time_of(state.end);
