@@ -8,6 +8,8 @@ import {NewestOnly} from "./newest.js";
 const PADDING = 0.25;
 // A request has at most so many.
 const MOST_PIXELS = 3000;
+// Answers are shown together if they come within so many milliseconds.
+const TOGETHER = 100;
 
 function requestOf(line, [from, to], pixels) {
     const padding = (to - from) * PADDING;
@@ -48,8 +50,9 @@ export class Traces {
     #loading = new Set();
     #queue = new NewestOnly();
     #loaded;
+    #timer = null;
 
-    // loaded() is called after each answer, and loaded(purpose) after the last one of a purpose.
+    // loaded() is called after some answers, and loaded(purpose) after the last one of a purpose.
     constructor(loaded) {
         this.#loaded = loaded;
     }
@@ -105,7 +108,16 @@ export class Traces {
     // Some may have come while these requests waited.
     async #load(requests, purpose, signal) {
         await Promise.all(this.#missing(requests).map((request) => this.#loadOne(request, signal)));
+        clearTimeout(this.#timer);
+        this.#timer = null;
         this.#loaded(purpose);
+    }
+
+    #showSoon() {
+        this.#timer ??= setTimeout(() => {
+            this.#timer = null;
+            this.#loaded();
+        }, TOGETHER);
     }
 
     async #loadOne(request, signal) {
@@ -121,6 +133,6 @@ export class Traces {
             this.#loading.delete(entry);
         }
         this.#entries.set(key, entry);
-        this.#loaded();
+        this.#showSoon();
     }
 }
