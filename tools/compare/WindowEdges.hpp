@@ -1,77 +1,96 @@
 #pragma once
 
 #include <tools/compare/Extent.hpp>
+#include <tools/compare/Line.hpp>
 
 #include <array>
-#include <cmath>
 #include <cstddef>
-#include <vector>
 
 namespace logging2::tools {
 
-/// A number that changes evenly in an interval of time.
-struct Line {
-    double begin = 0;
-    double end = 0;
-
-    /// After a share of the interval.
-    double at(double share) const noexcept {
-        return share == 0 ? begin : share == 1 ? end : begin + (end - begin) * share;
-    }
-};
-
-/// What a window sees while it moves and no point enters or leaves it: everything between the least
-/// and the greatest one of a few lines.
-class WindowEdges {
+/// The greatest one of a constant and a few lines, in an interval of time.
+class Ceiling {
 public:
-    /// Lines that are not finite are not seen.
-    void add(const Line& line) {
-        if (std::isfinite(line.begin) && std::isfinite(line.end)) {
-            lines[count++] = line;
+    static constexpr std::size_t greatestKinkCount = 3;
+
+    Ceiling() = default;
+    explicit Ceiling(double least) noexcept : constant(least) {}
+
+    void add(const Line& line) noexcept { lines[count++] = line; }
+
+    double at(double share) const noexcept {
+        double result = constant;
+        for (std::size_t i = 0; i < count; ++i) {
+            result = std::max(result, lines[i].at(share));
         }
+        return result;
     }
 
-    bool isEmpty() const noexcept { return count == 0; }
-
-    FiniteRange rangeAt(double share) const {
-        FiniteRange range;
+    /// Whether the line is nowhere above one of the parts by more than is allowed; if not, it may
+    /// still be below all of them together.
+    bool isSurelyAbove(const Line& line, double allowed) const noexcept {
+        bool isAbove = line.staysBelow({constant, constant}, allowed);
         for (std::size_t i = 0; i < count; ++i) {
-            range.include(lines[i].at(share));
+            isAbove = isAbove || line.staysBelow(lines[i], allowed);
         }
-        return range;
+        return isAbove;
     }
 
-    /// Whether the line never leaves the range by more than is allowed; false if that takes a
-    /// closer look.
-    bool surelyContains(const Line& line, double allowed) const {
-        bool hasHigher = false;
-        bool hasLower = false;
+    /// Calls it with each share of the interval where the ceiling may have a kink.
+    template <class Sink>
+    void findKinks(const Sink& sink) const {
+        const auto find = [&sink](double before, double after) {
+            if ((before < 0 && after > 0) || (before > 0 && after < 0)) {
+                sink(before / (before - after));
+            }
+        };
         for (std::size_t i = 0; i < count; ++i) {
-            hasHigher = hasHigher || (line.begin - lines[i].begin <= allowed &&
-                                      line.end - lines[i].end <= allowed);
-            hasLower = hasLower || (lines[i].begin - line.begin <= allowed &&
-                                    lines[i].end - line.end <= allowed);
-        }
-        return hasHigher && hasLower;
-    }
-
-    /// Appends the shares of the interval where an end of the range may have a kink.
-    void appendKinks(std::vector<double>& shares) const {
-        for (std::size_t i = 0; i < count; ++i) {
-            for (std::size_t j = i + 1; j < count; ++j) {
-                const double before = lines[i].begin - lines[j].begin;
-                const double after = lines[i].end - lines[j].end;
-                if ((before < 0 && after > 0) || (before > 0 && after < 0)) {
-                    shares.push_back(before / (before - after));
-                }
+            find(lines[i].begin - constant, lines[i].end - constant);
+            for (std::size_t j = 0; j < i; ++j) {
+                find(lines[i].begin - lines[j].begin, lines[i].end - lines[j].end);
             }
         }
     }
 
 private:
-    /// The least and the greatest point in the window, and the curve at its two ends.
-    std::array<Line, 4> lines{};
+    double constant = -infinity;
+    std::array<Line, 2> lines{};
     std::size_t count = 0;
+};
+
+/// What a window sees while it moves and no point enters or leaves it: everything between the least
+/// and the greatest one of its points and of the curve at its two ends.
+struct WindowEdges {
+    FiniteRange points;
+    std::array<Line, 2> ends{};
+    std::size_t endCount = 0;
+
+    /// A line that is not finite is not seen.
+    void add(const Line& line) noexcept {
+        if (line.isFinite()) {
+            ends[endCount++] = line;
+        }
+    }
+
+    bool isEmpty() const noexcept { return points.isEmpty() && endCount == 0; }
+
+    /// The greatest values that are seen.
+    Ceiling ceiling() const noexcept {
+        Ceiling result(points.greatest);
+        for (std::size_t i = 0; i < endCount; ++i) {
+            result.add(ends[i]);
+        }
+        return result;
+    }
+
+    /// The least values, all with the opposite sign.
+    Ceiling negativeFloor() const noexcept {
+        Ceiling result(-points.least);
+        for (std::size_t i = 0; i < endCount; ++i) {
+            result.add(-ends[i]);
+        }
+        return result;
+    }
 };
 
 } // namespace logging2::tools
