@@ -16,11 +16,6 @@ Line difference_of(const Line& ofA, const Line& ofB) {
     return {deviation, deviation};
 }
 
-bool is_in_range(const Line& line, const FiniteRange& range, double allowed) {
-    return std::max(line.begin, line.end) - range.greatest <= allowed &&
-           range.least - std::min(line.begin, line.end) <= allowed;
-}
-
 } // namespace
 
 void IntervalComparison::compare(double begin, double end) {
@@ -87,8 +82,8 @@ bool IntervalComparison::isSurelyInside(std::size_t element, double begin, doubl
     if (std::abs(difference.begin) <= allowed && std::abs(difference.end) <= allowed) {
         return true; // close to each other at the same times
     }
-    return difference.isFinite() && is_in_range(ofA, b.commonRange(end, element), allowed) &&
-           is_in_range(ofB, a.commonRange(end, element), allowed);
+    return difference.isFinite() && b.surelyContains(ofA, end, allowed, element) &&
+           a.surelyContains(ofB, end, allowed, element);
 }
 
 /// Compares piece by piece, such that no point enters or leaves a window within a piece.

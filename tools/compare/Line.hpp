@@ -21,6 +21,11 @@ struct Line {
         return begin - other.begin <= allowed && end - other.end <= allowed;
     }
 
+    /// The same for a constant.
+    bool staysBelow(double constant, double allowed) const noexcept {
+        return begin - constant <= allowed && end - constant <= allowed;
+    }
+
     Line operator-() const noexcept { return {-begin, -end}; }
 };
 

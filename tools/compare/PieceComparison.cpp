@@ -4,6 +4,26 @@
 #include <cmath>
 
 namespace logging2::tools {
+namespace {
+
+/// Clears the sides where the line keeps within what is allowed of what a tube contains; none if
+/// something is not finite.
+void clear_sides(Sides& sides, const Line& line, const Line& least, const Line& greatest,
+                 double allowed) {
+    if (line.isFinite() && least.isFinite() && greatest.isFinite()) {
+        sides.above = sides.above && !line.staysBelow(greatest, allowed);
+        sides.below = sides.below && !least.staysBelow(line, allowed);
+    }
+}
+
+Ceiling ceiling_of(double least, const Line& left, const Line& right) {
+    Ceiling result(least);
+    result.add(left);
+    result.add(right);
+    return result;
+}
+
+} // namespace
 
 void PieceComparison::compare(std::size_t presentElement, double pieceBegin, double pieceEnd) {
     element = presentElement;
@@ -14,15 +34,15 @@ void PieceComparison::compare(std::size_t presentElement, double pieceBegin, dou
     excessCount = 0;
     const Line ofA = a.goesOn() ? a.valuesOnLine(begin, end, element) : Line();
     const Line ofB = b.goesOn() ? b.valuesOnLine(begin, end, element) : Line();
-    // Each window sees the curve's present value too.
-    const bool canCompare = a.goesOn() && b.goesOn() && ofA.isFinite() && ofB.isFinite();
-    const bool mayBeAbove = !canCompare || !ofA.staysBelow(ofB, allowed);
-    const bool mayBeBelow = !canCompare || !ofB.staysBelow(ofA, allowed);
+    Sides sidesOfA;
+    if (a.goesOn() && b.goesOn()) {
+        clear_sides(sidesOfA, ofA, ofB, ofB, allowed); // A window sees the present value too.
+    }
     if (a.goesOn()) {
-        findExcesses(ofA, b, mayBeAbove, mayBeBelow);
+        findExcesses(ofA, b, sidesOfA);
     }
     if (b.goesOn()) {
-        findExcesses(ofB, a, mayBeBelow, mayBeAbove);
+        findExcesses(ofB, a, {sidesOfA.below, sidesOfA.above});
     }
     if (excessCount == 0 && always.isEmpty()) {
         return;
@@ -33,30 +53,42 @@ void PieceComparison::compare(std::size_t presentElement, double pieceBegin, dou
     }
 }
 
-void PieceComparison::findExcesses(const Line& own, const Polyline& other, bool mayBeAbove,
-                                   bool mayBeBelow) {
-    if (!mayBeAbove && !mayBeBelow) {
+/// Looks where the curve may be outside the other one's tube. Takes what is in the tube one by one,
+/// because a part of it is often enough.
+void PieceComparison::findExcesses(const Line& own, const Polyline& other, Sides sides) {
+    if (sides.areNone()) {
         return;
     }
-    const WindowEdges tube = other.edges(begin, end, element);
-    if (!std::isfinite(own.begin) || tube.isEmpty()) {
-        const auto deviation = other.deviationOf(own.begin, element);
-        if (!findings.addDeviation(element, deviation, timeAt(0.5))) {
-            always.includeAll();
-        }
+    const FiniteRange points = other.pointRange(element);
+    clear_sides(sides, own, {points.least, points.least}, {points.greatest, points.greatest},
+                allowed);
+    if (sides.areNone()) {
         return;
     }
-    if (mayBeAbove) {
-        addExcess(own, tube.ceiling());
+    const Line left = other.leftLine(begin, end, element);
+    clear_sides(sides, own, left, left, allowed);
+    if (sides.areNone()) {
+        return;
     }
-    if (mayBeBelow) {
-        addExcess(-own, tube.negativeFloor());
+    const Line right = other.rightLine(begin, end, element);
+    clear_sides(sides, own, right, right, allowed);
+    const bool isEmpty = points.isEmpty() && !left.isFinite() && !right.isFinite();
+    if (isEmpty || !std::isfinite(own.begin)) {
+        compareConstant(own.begin, other);
+        return;
+    }
+    if (sides.above) {
+        excesses[excessCount++] = {own, ceiling_of(points.greatest, left, right)};
+    }
+    if (sides.below) {
+        excesses[excessCount++] = {-own, ceiling_of(-points.least, -left, -right)};
     }
 }
 
-void PieceComparison::addExcess(const Line& own, const Ceiling& ceiling) {
-    if (!ceiling.isSurelyAbove(own, allowed)) {
-        excesses[excessCount++] = {own, ceiling};
+/// Compares something with a tube whose finite values do not matter.
+void PieceComparison::compareConstant(double value, const Polyline& other) {
+    if (!findings.addDeviation(element, other.deviationOf(value, element), timeAt(0.5))) {
+        always.includeAll();
     }
 }
 

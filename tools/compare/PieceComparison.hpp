@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tools/compare/Ceiling.hpp>
 #include <tools/compare/Polyline.hpp>
 #include <tools/compare/TubeFindings.hpp>
 
@@ -7,6 +8,14 @@
 #include <cstddef>
 
 namespace logging2::tools {
+
+/// The sides where a curve may be outside a tube.
+struct Sides {
+    bool above = true;
+    bool below = true;
+
+    bool areNone() const noexcept { return !above && !below; }
+};
 
 /// Compares two curves with each other's tube for a piece of time in which no point enters or
 /// leaves a window, so that the edges of the tubes are straight except for kinks.
@@ -30,8 +39,8 @@ private:
         double at(double share) const noexcept { return own.at(share) - ceiling.at(share); }
     };
 
-    void findExcesses(const Line& own, const Polyline& other, bool mayBeAbove, bool mayBeBelow);
-    void addExcess(const Line& own, const Ceiling& ceiling);
+    void findExcesses(const Line& own, const Polyline& other, Sides sides);
+    void compareConstant(double value, const Polyline& other);
     void findKinks();
     void comparePart(double shareBegin, double shareEnd);
     double timeAt(double share) const noexcept { return begin + (end - begin) * share; }

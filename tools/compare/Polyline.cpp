@@ -3,6 +3,14 @@
 #include <cmath>
 
 namespace logging2::tools {
+namespace {
+
+bool is_near(const Line& line, const FiniteRange& range, double allowed) {
+    return !range.isEmpty() && line.staysBelow(range.greatest, allowed) &&
+           (-line).staysBelow(-range.least, allowed);
+}
+
+} // namespace
 
 Extent Polyline::extentOf(std::size_t element) const {
     Extent extent;
@@ -45,41 +53,37 @@ bool Polyline::hasAround(double value, double presentValue, std::size_t element)
     }
     FiniteRange range = extents[element].finiteRange();
     range.include(presentValue);
-    if (!range.contains(value) && std::isfinite(value)) {
-        includeEdges(range, element);
+    if (!range.contains(value) && hasLeftEdge()) {
+        range.include(leftEdge(element));
+    }
+    if (!range.contains(value) && hasRightEdge()) {
+        range.include(rightEdge(element));
     }
     return range.contains(value);
 }
 
-WindowEdges Polyline::edges(double begin, double end, std::size_t element) const {
-    WindowEdges result;
-    result.points = extents[element].finiteRange();
-    if (hasLeftEdge()) {
-        result.add(points.lineBefore(low, element, begin - reach, end - reach));
-    }
-    if (hasRightEdge()) {
-        result.add(points.lineBefore(high, element, begin + reach, end + reach));
-    }
-    return result;
-}
-
-FiniteRange Polyline::commonRange(double end, std::size_t element) {
+bool Polyline::surelyContains(const Line& line, double end, double allowed,
+                              std::size_t element) const {
+    // Every window contains what is between the beginning of the last one and the end of the first.
     const double begin = end - reach;
-    if (begin > present + reach) {
-        return {};
+    if (!(begin < present + reach)) {
+        return false;
     }
     std::size_t number = low;
     while (number < high && points.timeOf(number) < begin) {
-        ++number; // It leaves the window before the end, so each point is skipped once.
+        ++number; // It leaves the window before the end, so it is not there in the next interval.
     }
     FiniteRange range = extents[element].finiteRangeFrom(number);
-    if (isBefore(number, begin)) {
+    if (is_near(line, range, allowed)) {
+        return true;
+    }
+    if (isBetweenPoints(number, begin)) {
         range.include(points.valueBefore(number, element, begin));
     }
     if (hasRightEdge()) {
         range.include(rightEdge(element));
     }
-    return range;
+    return is_near(line, range, allowed);
 }
 
 } // namespace logging2::tools

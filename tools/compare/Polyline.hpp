@@ -2,7 +2,6 @@
 
 #include <tools/compare/CurvePoints.hpp>
 #include <tools/compare/SlidingExtent.hpp>
-#include <tools/compare/WindowEdges.hpp>
 
 #include <algorithm>
 #include <limits>
@@ -72,14 +71,28 @@ public:
         return std::min(firstTimeAfter(time, high, -reach), firstTimeAfter(time, low, reach));
     }
 
-    /// What the window sees of an element while its centre goes from one time to another. The
-    /// present time lies between them, and no point enters or leaves the window meanwhile.
-    WindowEdges edges(double begin, double end, std::size_t element) const;
+    /// The finite values of an element at the points in the window, which has a length.
+    FiniteRange pointRange(std::size_t element) const { return extents[element].finiteRange(); }
 
-    /// Finite values that the window sees of an element wherever its centre is from the present
-    /// time, which is that of a sample of either curve, to this time; there may be others. A later
-    /// call for the same present time has the same end.
-    FiniteRange commonRange(double end, std::size_t element);
+    /// The values where the window begins, while its centre goes from one time to another. The
+    /// present time lies between them, and no point enters or leaves the window meanwhile. NaN if
+    /// the curve has no value there.
+    Line leftLine(double begin, double end, std::size_t element) const {
+        return hasLeftEdge() ? points.lineBefore(low, element, begin - reach, end - reach)
+                             : Line{nan, nan};
+    }
+
+    /// The same where the window ends.
+    Line rightLine(double begin, double end, std::size_t element) const {
+        return hasRightEdge() ? points.lineBefore(high, element, begin + reach, end + reach)
+                              : Line{nan, nan};
+    }
+
+    /// Whether a line keeps within what is allowed of finite values that the window, which has a
+    /// length, contains wherever its centre is from the present time to this one; false if that
+    /// takes a closer look. If it is asked once for each of a row of intervals, the cost per point
+    /// is constant.
+    bool surelyContains(const Line& line, double end, double allowed, std::size_t element) const;
 
     /// The step of this value: the last one up to there.
     std::size_t step(std::size_t index) const {
@@ -104,6 +117,8 @@ public:
     bool hasAround(double value, double presentValue, std::size_t element) const;
 
 private:
+    static constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
     void enterUntil(double time) {
         for (; points.load(high) && points.timeOf(high) <= time; ++high) {
             for (std::size_t element = 0; element < extentCount; ++element) {
@@ -147,13 +162,13 @@ private:
             range.include(rightEdge(element));
         }
     }
-    /// Whether a time, before which the points end that have a lower number, lies between two
-    /// points.
-    bool isBefore(std::size_t number, double time) const {
-        return number > points.first() && number < points.end() && points.timeOf(number) > time;
+    /// Whether the time lies between two points, the second of which is the first one that is not
+    /// before this time.
+    bool isBetweenPoints(std::size_t second, double time) const {
+        return second > points.first() && second < points.end() && points.timeOf(second) > time;
     }
     /// Whether the window begins between two points.
-    bool hasLeftEdge() const { return isBefore(low, present - reach); }
+    bool hasLeftEdge() const { return isBetweenPoints(low, present - reach); }
     /// Whether the window ends between two points.
     bool hasRightEdge() const {
         return high > points.first() && high < points.end() &&
