@@ -1,44 +1,53 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace logging2::tools {
 
-/// Elements side by side, which are appended at the end and removed at the beginning. Takes at most
-/// about twice the memory of its elements; each operation costs constant time on average.
+/// Elements that are appended at the end and removed at the beginning. They are numbered from 0 in
+/// the order in which they were appended. Takes at most about twice the memory of the greatest
+/// number of elements; each operation costs constant time on average.
 template <class Element>
 class Fifo {
 public:
-    bool empty() const noexcept { return begin == elements.size(); }
-    std::size_t size() const noexcept { return elements.size() - begin; }
+    bool empty() const noexcept { return firstNumber == endNumber; }
 
-    const Element& operator[](std::size_t index) const { return elements[begin + index]; }
-    const Element& front() const { return elements[begin]; }
-    const Element& back() const { return elements.back(); }
-    Element& back() { return elements.back(); }
+    /// The numbers of the elements are those from first on that are less than end.
+    std::size_t first() const noexcept { return firstNumber; }
+    std::size_t end() const noexcept { return endNumber; }
 
-    void append(const Element& element) { elements.push_back(element); }
-    void append(const Element* first, std::size_t count) {
-        elements.insert(elements.end(), first, first + count);
-    }
+    const Element& operator[](std::size_t number) const { return ring[number & mask]; }
+    const Element& front() const { return ring[firstNumber & mask]; }
+    const Element& back() const { return ring[(endNumber - 1) & mask]; }
 
-    void removeLast() { elements.pop_back(); }
-
-    /// Removes elements at the beginning.
-    void removeFirst(std::size_t count = 1) {
-        begin += count;
-        if (begin >= leastRemoval && begin >= size()) {
-            elements.erase(elements.begin(), elements.begin() + static_cast<std::ptrdiff_t>(begin));
-            begin = 0;
+    void append(const Element& element) {
+        if (endNumber - firstNumber == ring.size()) {
+            grow();
         }
+        ring[endNumber++ & mask] = element;
     }
+
+    /// The next element gets its number.
+    void removeLast() { --endNumber; }
+
+    void removeFirst(std::size_t count = 1) { firstNumber += count; }
 
 private:
-    static constexpr std::size_t leastRemoval = 64;
+    void grow() {
+        std::vector<Element> larger(2 * ring.size());
+        for (std::size_t number = firstNumber; number != endNumber; ++number) {
+            larger[number & (larger.size() - 1)] = ring[number & mask];
+        }
+        ring = std::move(larger);
+        mask = ring.size() - 1;
+    }
 
-    std::vector<Element> elements;
-    std::size_t begin = 0; ///< Those before are removed.
+    std::vector<Element> ring = std::vector<Element>(8); ///< as many as a power of two
+    std::size_t mask = ring.size() - 1;
+    std::size_t firstNumber = 0;
+    std::size_t endNumber = 0;
 };
 
 } // namespace logging2::tools

@@ -1,49 +1,50 @@
 #pragma once
 
-#include <tools/compare/Fifo.hpp>
-#include <tools/compare/SampleSource.hpp>
+#include <tools/compare/CurvePoints.hpp>
 #include <tools/compare/SlidingExtent.hpp>
-#include <tools/compare/WindowEdges.hpp>
 
-#include <cmath>
+#include <algorithm>
 #include <limits>
 #include <optional>
 #include <vector>
 
 namespace logging2::tools {
 
-/// How samples become a curve.
-struct CurveShape {
-    std::size_t width = 1; ///< the number of elements
-    /// Whether a value holds until the next sample, where the step is vertical. Otherwise the
-    /// samples are joined by straight lines.
-    bool holds = false;
-    /// How far the window reaches to both sides of the present time.
-    double timeTolerance = 0;
-};
-
 /// The curve of a signal through its samples, seen through a window around the present time.
 /// Samples with the same time are a vertical segment.
 ///
-/// The present time only ascends. The curve keeps the points in the window and one at either side
+/// The present time only ascends. The curve keeps the points in the window and a few at either side
 /// of it, so the memory is bounded by the samples of a window.
 class Polyline {
 public:
     /// The source must outlive the polyline, which reads the first sample. There is no present time
     /// before the first move.
-    Polyline(SampleSource& sampleSource, const CurveShape& curveShape);
+    Polyline(SampleSource& source, const CurveShape& shape)
+        : points(source, shape),
+          reach(shape.timeTolerance),
+          extents(reach > 0 ? shape.width : 0),
+          extentCount(extents.size()) {}
 
     /// Whether all times so far are finite, and none is less than the one before. If not, the curve
     /// ends there.
-    bool isOrdered() const noexcept { return ordered; }
+    bool isOrdered() const noexcept { return points.isOrdered(); }
 
     /// The time of the next point after the present time; +infinity if there is none.
     double nextTime() const noexcept {
-        return hereEnd < end() ? timeOf(hereEnd) : std::numeric_limits<double>::infinity();
+        return hereEnd < points.end() ? points.timeOf(hereEnd) : infinity;
     }
 
     /// Goes to a later time.
-    void moveTo(double time);
+    void moveTo(double time) {
+        present = time;
+        enterUntil(time + reach);
+        leaveBefore(time - reach);
+        for (here = hereEnd; here < points.end() && points.timeOf(here) < time; ++here) {
+        }
+        for (hereEnd = here; hereEnd < points.end() && points.timeOf(hereEnd) == time; ++hereEnd) {
+        }
+        points.discardBefore(low > 0 ? low - 1 : 0);
+    }
 
     /// The number of values at the present time: those of the points, one if it is between two
     /// points, none if it is before the first or after the last one.
@@ -51,32 +52,57 @@ public:
 
     /// The value of an element at the present time.
     double value(std::size_t index, std::size_t element) const {
-        return isBetweenPoints() ? valueBefore(here, element, present)
-                                 : valueOf(here + index, element);
+        return isBetweenPoints() ? points.valueBefore(here, element, present)
+                                 : points.valueOf(here + index, element);
     }
 
     /// Whether the curve goes on after the present time.
-    bool goesOn() const noexcept { return hereEnd > first && hereEnd < end(); }
+    bool goesOn() const noexcept { return hereEnd > points.first() && hereEnd < points.end(); }
 
     /// The values of an element at two times on the straight line from the point before the present
     /// time, or at it, to the next one, if the curve goes on. A time may be that of an end.
     Line valuesOnLine(double begin, double end, std::size_t element) const {
-        return lineBefore(hereEnd, element, begin, end);
+        return points.lineBefore(hereEnd, element, begin, end);
     }
 
     /// The next time after this one, which is the present one or later, when a point enters or
     /// leaves the window; +infinity if there is none.
-    double nextChange(double time);
+    double nextChange(double time) {
+        return std::min(firstTimeAfter(time, high, -reach), firstTimeAfter(time, low, reach));
+    }
 
-    /// What the window sees of an element while its centre goes from one time to another. The
-    /// present time lies between them, and no point enters or leaves the window meanwhile.
-    WindowEdges edges(double begin, double end, std::size_t element) const;
+    /// The finite values of an element at the points in the window, which has a length.
+    FiniteRange pointRange(std::size_t element) const { return extents[element].finiteRange(); }
+
+    /// The values where the window begins, while its centre goes from one time to another. The
+    /// present time lies between them, and no point enters or leaves the window meanwhile. NaN if
+    /// the curve has no value there.
+    Line leftLine(double begin, double end, std::size_t element) const {
+        return hasLeftEdge() ? points.lineBefore(low, element, begin - reach, end - reach)
+                             : Line{nan, nan};
+    }
+
+    /// The same where the window ends.
+    Line rightLine(double begin, double end, std::size_t element) const {
+        return hasRightEdge() ? points.lineBefore(high, element, begin + reach, end + reach)
+                              : Line{nan, nan};
+    }
+
+    /// Whether a line keeps within what is allowed of finite values that the window, which has a
+    /// length, contains wherever its centre is from the present time to this one; false if that
+    /// takes a closer look. If it is asked once for each of a row of intervals, the cost per point
+    /// is constant.
+    bool surelyContains(const Line& line, double end, double allowed, std::size_t element) const;
 
     /// The step of this value: the last one up to there.
-    std::size_t step(std::size_t index) const;
+    std::size_t step(std::size_t index) const {
+        return points.stepOf(isBetweenPoints() ? here - 1 : here + index);
+    }
 
     /// The last step up to the present time; empty if there is none.
-    std::optional<std::size_t> lastStep() const;
+    std::optional<std::size_t> lastStep() const {
+        return hereEnd == 0 ? std::nullopt : std::optional(points.stepOf(hereEnd - 1));
+    }
 
     /// The values of an element within the window; empty if the curve has none there.
     Extent extentOf(std::size_t element) const;
@@ -91,71 +117,79 @@ public:
     bool hasAround(double value, double presentValue, std::size_t element) const;
 
 private:
-    struct Point {
-        double time;
-        std::size_t step;
-    };
+    static constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-    // The points are numbered from 0; `first` is the oldest one that is kept.
-    std::size_t end() const noexcept { return first + points.size(); }
-    double timeOf(std::size_t number) const { return points[number - first].time; }
-    double valueOf(std::size_t number, std::size_t element) const {
-        return values[(number - first) * shape.width + element];
+    void enterUntil(double time) {
+        for (; points.load(high) && points.timeOf(high) <= time; ++high) {
+            for (std::size_t element = 0; element < extentCount; ++element) {
+                extents[element].enter(high, points.valueOf(high, element));
+            }
+        }
     }
 
-    void load();
-    bool isLoaded(std::size_t number);
-    void append(const Sample& sample);
-    void hold(double time);
-    void enterUntil(double time);
-    void leaveBefore(double time);
-    void discard();
-    void includePresent(Extent& extent, std::size_t element) const;
-    void includeEdges(Extent& extent, std::size_t element) const;
-    bool hasLeftEdge() const;
-    bool hasRightEdge() const;
-    std::optional<double> leftEdge(std::size_t element) const;
-    std::optional<double> rightEdge(std::size_t element) const;
-    bool hasWindow() const noexcept { return shape.timeTolerance > 0; }
-    /// The value at this time, which lies between the point with this number and the one before.
-    double valueBefore(std::size_t number, std::size_t element, double time) const {
-        return interpolated(timeOf(number - 1), valueOf(number - 1, element), timeOf(number),
-                            valueOf(number, element), time);
+    void leaveBefore(double time) {
+        for (; low < high && points.timeOf(low) < time; ++low) {
+            for (std::size_t element = 0; element < extentCount; ++element) {
+                extents[element].leave(low, points.valueOf(low, element));
+            }
+        }
     }
-    /// The same at two times, for one division.
-    Line lineBefore(std::size_t number, std::size_t element, double begin, double end) const {
-        const double value0 = valueOf(number - 1, element);
-        const double value1 = valueOf(number, element);
-        if (value0 == value1) {
-            return {value0, value0};
+
+    /// The first shifted time after this one, of the points from the number on.
+    double firstTimeAfter(double time, std::size_t number, double shift) {
+        for (; points.load(number); ++number) {
+            const double shifted = points.timeOf(number) + shift;
+            if (shifted > time) {
+                return shifted;
+            }
         }
-        if (!std::isfinite(value0) || !std::isfinite(value1)) {
-            const double between = valueBefore(number, element, begin);
-            return {between, between};
+        return infinity;
+    }
+
+    FiniteRange finiteRange(double value, std::size_t element) const;
+    template <class Range>
+    void includePresent(Range& range, std::size_t element) const {
+        for (std::size_t index = 0; index < valueCount(); ++index) {
+            range.include(value(index, element));
         }
-        const double time0 = timeOf(number - 1);
-        const double time1 = timeOf(number);
-        const double perTime = 1 / (time1 - time0);
-        const auto at = [=](double time) {
-            const double share = (time - time0) * perTime;
-            return time == time1 ? value1 : value0 * (1 - share) + value1 * share;
-        };
-        return {at(begin), at(end)};
+    }
+    template <class Range>
+    void includeEdges(Range& range, std::size_t element) const {
+        if (hasLeftEdge()) {
+            range.include(leftEdge(element));
+        }
+        if (hasRightEdge()) {
+            range.include(rightEdge(element));
+        }
+    }
+    /// Whether the time lies between two points, the second of which is the first one that is not
+    /// before this time.
+    bool isBetweenPoints(std::size_t second, double time) const {
+        return second > points.first() && second < points.end() && points.timeOf(second) > time;
+    }
+    /// Whether the window begins between two points.
+    bool hasLeftEdge() const { return isBetweenPoints(low, present - reach); }
+    /// Whether the window ends between two points.
+    bool hasRightEdge() const {
+        return high > points.first() && high < points.end() &&
+               points.timeOf(high - 1) < present + reach;
+    }
+    double leftEdge(std::size_t element) const {
+        return points.valueBefore(low, element, present - reach);
+    }
+    double rightEdge(std::size_t element) const {
+        return points.valueBefore(high, element, present + reach);
     }
     bool isBetweenPoints() const noexcept {
-        return here == hereEnd && here > first && here < end();
+        return here == hereEnd && here > points.first() && here < points.end();
     }
 
-    SampleSource& source;
-    CurveShape shape;
-    bool ordered = true;
-    bool hasEnded = false;
+    CurvePoints points;
+    double reach; ///< of the window, to both sides
     double present = 0;
-    Fifo<Point> points;
-    Fifo<double> values;
     /// Of the points from low to high, for each element; empty if the window has no length.
     std::vector<SlidingExtent> extents;
-    std::size_t first = 0;
+    std::size_t extentCount;
     std::size_t low = 0;     ///< the first point in the window
     std::size_t high = 0;    ///< the first point after the window
     std::size_t here = 0;    ///< the first point at the present time or later

@@ -1,39 +1,8 @@
 #include <tools/compare/SlidingExtent.hpp>
 
-#include <cmath>
+#include <limits>
 
 namespace logging2::tools {
-void SlidingExtent::enter(std::size_t number, double value) {
-    if (!std::isfinite(value)) {
-        ++countOf(value);
-        return;
-    }
-    if (!rising.empty() && rising.back().value == value && falling.back().value == value) {
-        rising.back().number = falling.back().number = number; // as where a value is held
-        return;
-    }
-    while (!rising.empty() && rising.back().value >= value) {
-        rising.removeLast();
-    }
-    rising.append({number, value});
-    while (!falling.empty() && falling.back().value <= value) {
-        falling.removeLast();
-    }
-    falling.append({number, value});
-}
-
-void SlidingExtent::leave(std::size_t number, double value) {
-    if (!std::isfinite(value)) {
-        --countOf(value);
-        return;
-    }
-    if (rising.front().number == number) {
-        rising.removeFirst();
-    }
-    if (falling.front().number == number) {
-        falling.removeFirst();
-    }
-}
 
 Extent SlidingExtent::extent() const {
     Extent result;

@@ -3,6 +3,7 @@
 #include <tools/compare/Extent.hpp>
 #include <tools/compare/Fifo.hpp>
 
+#include <cmath>
 #include <cstddef>
 
 namespace logging2::tools {
@@ -12,16 +13,52 @@ namespace logging2::tools {
 class SlidingExtent {
 public:
     /// The point enters the window; points enter in the order of their numbers.
-    void enter(std::size_t number, double value);
+    void enter(std::size_t number, double value) {
+        if (!std::isfinite(value)) {
+            ++countOf(value);
+            return;
+        }
+        while (!rising.empty() && rising.back().value >= value) {
+            rising.removeLast();
+        }
+        rising.append({number, value});
+        while (!falling.empty() && falling.back().value <= value) {
+            falling.removeLast();
+        }
+        falling.append({number, value});
+    }
 
     /// The oldest point leaves the window.
-    void leave(std::size_t number, double value);
+    void leave(std::size_t number, double value) {
+        if (!std::isfinite(value)) {
+            --countOf(value);
+            return;
+        }
+        if (rising.front().number == number) {
+            rising.removeFirst();
+        }
+        if (falling.front().number == number) {
+            falling.removeFirst();
+        }
+    }
 
     Extent extent() const;
 
     FiniteRange finiteRange() const {
         return rising.empty() ? FiniteRange()
                               : FiniteRange{rising.front().value, falling.front().value};
+    }
+
+    /// That of the points from this number on. Costs as much as the points before it in the window.
+    FiniteRange finiteRangeFrom(std::size_t number) const {
+        const auto firstOf = [number](const Fifo<Entry>& entries, double otherwise) {
+            std::size_t index = entries.first();
+            while (index < entries.end() && entries[index].number < number) {
+                ++index;
+            }
+            return index < entries.end() ? entries[index].value : otherwise;
+        };
+        return {firstOf(rising, infinity), firstOf(falling, -infinity)};
     }
 
 private:
