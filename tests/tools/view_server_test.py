@@ -197,7 +197,8 @@ class ViewAnswersTest(ViewTest):
         path = f"/api/runs/{server.run_id()}/trace?signal=wave.x&from=0&to=100&pixels="
         self.assertEqual(server.status(path + "100"), 200)
         os.truncate(run / "samples.bin", 5000)
-        for question in path + "100", path + "3000", path.replace("to=100", "to=0.1") + "1000":
+        # The question before may be answered once more from what was read for it.
+        for question in path + "200", path + "3000", path.replace("to=100", "to=0.1") + "1000":
             status, _, body = server.open(question)
             self.assertEqual(status, 422)
             self.assertIn("samples.bin", json.loads(body)["error"])

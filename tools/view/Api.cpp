@@ -158,7 +158,7 @@ Reply Api::diff(const Query& query) {
                                       {query.tolerance("absolute", 0),
                                        query.tolerance("relative", Tolerance().relative),
                                        query.tolerance("time-tolerance", 0)}};
-    return json_reply(difference_between(*catalog.run(query.text("a")),
+    return json_reply(difference_between(*catalog.ownRun(query.text("a")),
                                          *catalog.ownRun(query.text("b")), question));
 }
 

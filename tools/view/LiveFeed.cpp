@@ -23,10 +23,10 @@ std::string event_text(const std::string& name, const Json& data) {
 
 /// The run as it is now; with the error if it cannot be read any more.
 Json progress_of(const RunCatalog& catalog, const std::string& id,
-                 const std::shared_ptr<RunPool>& pool, TimeExtents& extents) {
+                 const std::shared_ptr<SharedRun>& shared, TimeExtents& extents) {
     try {
-        catalog.checkPlace(pool->location());
-        return run_progress(id, *RunPool::lease(pool), pool->location(), extents);
+        catalog.checkPlace(shared->location());
+        return run_progress(id, *SharedRun::lease(shared), shared->location(), extents);
     } catch (const std::exception& error) {
         return {{"id", id}, {"error", error.what()}};
     }
@@ -134,7 +134,8 @@ std::unique_ptr<LiveFeed::Subscription> LiveFeed::subscribe(const std::vector<st
     for (const auto& [id, location] : locations) {
         Watched& run = runs[id];
         if (run.subscriptionCount++ == 0) {
-            run.source = std::make_shared<Source>(Source{std::make_shared<RunPool>(location), {}});
+            run.source =
+                std::make_shared<Source>(Source{std::make_shared<SharedRun>(location), {}});
         }
         unique.push_back(id);
     }
@@ -166,7 +167,7 @@ void LiveFeed::lookAtRuns(std::unique_lock<std::mutex>& lock) {
     }
     for (const auto& [id, source] : growing) {
         lock.unlock();
-        Json progress = progress_of(catalog, id, source->pool, source->extents);
+        Json progress = progress_of(catalog, id, source->shared, source->extents);
         lock.lock();
         tell(id, std::move(progress));
     }

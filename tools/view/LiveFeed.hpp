@@ -23,7 +23,7 @@ class LiveFeed {
 
     /// What the thread needs to look at a run.
     struct Source {
-        std::shared_ptr<RunPool> pool; ///< apart from that of the catalog, so that nobody waits
+        std::shared_ptr<SharedRun> shared; ///< apart from that of the catalog, so that nobody waits
         TimeExtents extents;
     };
 

@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// So many runs are kept open.
-constexpr std::size_t greatestPoolCount = 16;
+constexpr std::size_t greatestSharedRunCount = 16;
 
 /// Changes if something is written to the recording.
 std::string state_of_files(const std::string& location) {
@@ -179,7 +179,7 @@ std::string RunCatalog::locationOf(const std::string& id) {
     }
     checkPlace(found->second);
     if (is_damaged(known.at(found->second).facts)) {
-        RunPool::opened(found->second); // throws the reason
+        SharedRun::opened(found->second); // throws the reason
     }
     return found->second;
 }
@@ -191,28 +191,28 @@ void RunCatalog::checkPlace(const std::string& location) const {
     }
 }
 
-RunPool::Lease RunCatalog::run(const std::string& id) {
-    return RunPool::lease(poolOf(locationOf(id)));
+SharedRun::Lease RunCatalog::run(const std::string& id) {
+    return SharedRun::lease(sharedRunOf(locationOf(id)));
 }
 
 std::unique_ptr<core::Run> RunCatalog::ownRun(const std::string& id) {
-    return RunPool::opened(locationOf(id));
+    return SharedRun::opened(locationOf(id));
 }
 
-std::shared_ptr<RunPool> RunCatalog::poolOf(const std::string& location) {
+std::shared_ptr<SharedRun> RunCatalog::sharedRunOf(const std::string& location) {
     const std::lock_guard<std::mutex> lock(mutex);
-    auto pool =
-        std::find_if(pools.begin(), pools.end(), [&location](const std::shared_ptr<RunPool>& each) {
-            return each->location() == location;
-        });
-    if (pool == pools.end()) {
-        pool = pools.insert(pools.begin(), std::make_shared<RunPool>(location));
+    auto shared = std::find_if(sharedRuns.begin(), sharedRuns.end(),
+                               [&location](const std::shared_ptr<SharedRun>& each) {
+                                   return each->location() == location;
+                               });
+    if (shared == sharedRuns.end()) {
+        shared = sharedRuns.insert(sharedRuns.begin(), std::make_shared<SharedRun>(location));
     }
-    pools.splice(pools.begin(), pools, pool);
-    if (pools.size() > greatestPoolCount) {
-        pools.pop_back();
+    sharedRuns.splice(sharedRuns.begin(), sharedRuns, shared);
+    if (sharedRuns.size() > greatestSharedRunCount) {
+        sharedRuns.pop_back();
     }
-    return pools.front();
+    return sharedRuns.front();
 }
 
 std::string RunCatalog::fingerprint() {

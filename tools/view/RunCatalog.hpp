@@ -1,7 +1,7 @@
 #pragma once
 
 #include <tools/terminal/json.hpp>
-#include <tools/view/RunPool.hpp>
+#include <tools/view/SharedRun.hpp>
 
 #include <cstdint>
 #include <list>
@@ -26,8 +26,8 @@ public:
     Json list();
 
     /// The run with this id, in its present state. Throws HttpError with status 404 if there is no
-    /// such run, 410 if there was one, and as RunPool::lease() does.
-    RunPool::Lease run(const std::string& id);
+    /// such run, 410 if there was one, and as SharedRun::lease() does.
+    SharedRun::Lease run(const std::string& id);
 
     /// The same, for a caller who needs it for long and whom nobody shall wait for.
     std::unique_ptr<core::Run> ownRun(const std::string& id);
@@ -54,7 +54,7 @@ private:
     Json factsOf(const std::string& location);
     void updateIds();
     void keepIdsOfDamaged(const std::map<std::string, std::string>& former);
-    std::shared_ptr<RunPool> poolOf(const std::string& location);
+    std::shared_ptr<SharedRun> sharedRunOf(const std::string& location);
     std::string endState(const std::string& location);
 
     const std::string root;
@@ -63,8 +63,8 @@ private:
     // Guarded by the mutex.
     std::map<std::string, Known> known; ///< by location
     std::map<std::string, std::string> locationsById;
-    std::set<std::string> formerIds;           ///< all that there have been
-    std::list<std::shared_ptr<RunPool>> pools; ///< the one that was used last comes first
+    std::set<std::string> formerIds;                  ///< all that there have been
+    std::list<std::shared_ptr<SharedRun>> sharedRuns; ///< the one that was used last comes first
 };
 
 } // namespace logging2::tools::view

@@ -1,7 +1,9 @@
 #include <tests/backends/recording/recordings.hpp>
 
+#include <cmath>
 #include <filesystem>
 #include <stdexcept>
+#include <tuple>
 
 namespace logging2::core::test {
 namespace {
@@ -80,6 +82,73 @@ TEST_F(OutlineTest, bucketsOverManyChunksHaveTheirOwnEnds) {
     EXPECT_EQ(outline[1].first, 5000.0);
     EXPECT_EQ(outline[1].last, 9990.0);
     EXPECT_EQ(outline[1].lastTime, 999.0);
+}
+
+/// Six elements, with spikes, NaN and infinities.
+Doubles six_elements(int step) {
+    const double value = step % 700 == 0 ? 1000.0 : std::sin(step);
+    return {value, -value, value * step, step % 5 == 0 ? nan : value, infinity, 7.0};
+}
+
+void expect_same(const Outline& a, const Outline& b) {
+    ASSERT_EQ(a.size(), b.size());
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        EXPECT_EQ(a[i].sampleCount, b[i].sampleCount);
+        EXPECT_EQ(std::tie(a[i].hasNan, a[i].hasPositiveInfinity, a[i].hasNegativeInfinity),
+                  std::tie(b[i].hasNan, b[i].hasPositiveInfinity, b[i].hasNegativeInfinity));
+        const auto numbers = [](const OutlineBucket& bucket) {
+            return Doubles{bucket.firstTime, bucket.lastTime, bucket.first,
+                           bucket.last,      bucket.least,    bucket.greatest};
+        };
+        EXPECT_TRUE(sameBits(numbers(a[i]), numbers(b[i]))) << "bucket " << i;
+    }
+}
+
+TEST_F(OutlineTest, elementsOfAVectorHaveTheOutlinesOfScalars) {
+    options.chunkByteCount = 65536;
+    const auto vector =
+        makeWriter({{Group(0), LoggedPathsSetupData(paths({{"v", 1}}), channels({{1, 6}}))}});
+    std::vector<std::unique_ptr<RecordingStreamWriter>> scalars;
+    for (int element = 0; element < 6; ++element) {
+        scalars.push_back(makeWriter());
+    }
+    for (int step = 0; step < 5000; ++step) {
+        const Doubles values = six_elements(step);
+        write(*vector, 0, step, values);
+        for (std::size_t element = 0; element < 6; ++element) {
+            write(*scalars[element], 0, step, {values[element]});
+        }
+    }
+    const auto run = open(*vector);
+    for (const std::size_t bucketCount : {1, 7, 300, 20000}) {
+        for (const std::size_t element : {2, 5, 0, 4, 1, 3}) {
+            for (const double from : {0.0, 1234.5}) {
+                expect_same(
+                    run->outline(ValuePath("v"), element, from, 5000.0, bucketCount),
+                    open(*scalars[element])->outline(ValuePath("x"), 0, from, 5000.0, bucketCount));
+            }
+        }
+    }
+}
+
+TEST_F(OutlineTest, outlineGoesOnWithTheRun) {
+    const auto writer = makeWriter();
+    writeTimes(*writer, {1.0, 2.0});
+    writer->flushIntermediate();
+    const auto run = open(*writer);
+    const auto newest = [&] { return run->outline(ValuePath("x"), 0, 0.0, 10.0, 1).front().last; };
+    EXPECT_EQ(newest(), 20.0);
+    writeTimes(*writer, {3.0});
+    writer->flushIntermediate();
+    EXPECT_EQ(newest(), 20.0);
+    EXPECT_TRUE(run->refresh());
+    EXPECT_EQ(newest(), 30.0);
+    writer->rollback(0, 1.0);
+    write(*writer, 0, 2.5, {25.0});
+    write(*writer, 0, 3.0, {31.0});
+    writer->flushIntermediate();
+    EXPECT_TRUE(run->refresh());
+    EXPECT_EQ(newest(), 31.0);
 }
 
 TEST_F(OutlineTest, questionsWithoutMeaningAreRefused) {

@@ -35,12 +35,13 @@ bool is_sorted(const double* begin, const double* end) {
 } // namespace
 
 OutlineBuilder::OutlineBuilder(double rangeFrom, double rangeTo, std::size_t numberOfBuckets,
-                               std::size_t elementOfSignal)
+                               std::size_t firstElementOfSignal, std::size_t elementCount)
     : from(rangeFrom),
       to(rangeTo),
-      element(elementOfSignal),
-      outline(numberOfBuckets),
-      infiniteNodeBudget(numberOfBuckets * infiniteNodesPerBucket),
+      bucketCount(numberOfBuckets),
+      firstElement(firstElementOfSignal),
+      outlines(elementCount, Outline(numberOfBuckets)),
+      infiniteNodeBudgets(elementCount, numberOfBuckets * infiniteNodesPerBucket),
       unreadBucket(numberOfBuckets) {}
 
 void OutlineBuilder::add(const std::shared_ptr<OpenChunk>& chunk, std::size_t column,
@@ -52,9 +53,9 @@ void OutlineBuilder::add(const std::shared_ptr<OpenChunk>& chunk, std::size_t co
             {layout.levels.size(), 0, times.data(), values.data()});
 }
 
-const Outline& OutlineBuilder::result() {
+const std::vector<Outline>& OutlineBuilder::result() {
     endUnread();
-    return outline;
+    return outlines;
 }
 
 void OutlineBuilder::addNode(const Part& part, const Node& node) {
@@ -67,11 +68,10 @@ void OutlineBuilder::addNode(const Part& part, const Node& node) {
     }
     const bool isInside =
         time.nanCount == 0 && time.least >= from && time.greatest <= to && end <= part.stepCount;
-    const std::size_t bucket = isInside ? bucket_of(time.least, from, to, outline.size()) : 0;
-    const ElementRange range = range_of_node(node.values, element);
-    if (isInside && bucket == bucket_of(time.greatest, from, to, outline.size()) &&
-        !mustLookInto(range)) {
-        addUnread(part, {bucket, first, end}, range);
+    const std::size_t bucket = isInside ? bucket_of(time.least, from, to, bucketCount) : 0;
+    if (isInside && bucket == bucket_of(time.greatest, from, to, bucketCount) &&
+        !mustLookInto(node.values)) {
+        addUnread(part, {bucket, first, end}, node.values);
     } else if (node.level == 0) {
         addSamples(part, node);
     } else {
@@ -79,12 +79,16 @@ void OutlineBuilder::addNode(const Part& part, const Node& node) {
     }
 }
 
-bool OutlineBuilder::mustLookInto(const ElementRange& range) noexcept {
-    if (!has_infinity(range) || infiniteNodeBudget == 0) {
-        return false;
+bool OutlineBuilder::mustLookInto(const double* valuesNode) {
+    bool result = false;
+    for (std::size_t e = 0; e < outlines.size(); ++e) {
+        if (infiniteNodeBudgets[e] > 0 &&
+            has_infinity(range_of_node(valuesNode, firstElement + e))) {
+            --infiniteNodeBudgets[e];
+            result = true;
+        }
     }
-    --infiniteNodeBudget;
-    return true;
+    return result;
 }
 
 void OutlineBuilder::addChildren(const Part& part, const Node& node) {
@@ -112,15 +116,21 @@ void OutlineBuilder::addSamples(const Part& part, const Node& leaf) {
             ++time;
             continue;
         }
-        const std::size_t bucket = bucket_of(*time, from, to, outline.size());
+        const std::size_t bucket = bucket_of(*time, from, to, bucketCount);
         if (bucket != unreadBucket) {
             endUnread();
         }
         const double* const bucketEnd = areSorted ? endOfBucket(bucket, time, end) : time + 1;
-        for (; time < bucketEnd; ++time) {
-            const auto step = static_cast<std::size_t>(time - times.data());
-            addSample(outline[bucket], *time, samples[step * part.width + element]);
+        const double* const values =
+            samples.data() + static_cast<std::size_t>(time - times.data()) * part.width;
+        for (std::size_t e = 0; e < outlines.size(); ++e) {
+            const double* value = values + firstElement + e;
+            for (const double* t = time; t < bucketEnd; ++t, value += part.width) {
+                add_sample(outlines[e][bucket], *t, *value);
+            }
         }
+        unreadBucket = bucketCount;
+        time = bucketEnd;
     }
 }
 
@@ -128,25 +138,25 @@ void OutlineBuilder::addSamples(const Part& part, const Node& leaf) {
 const double* OutlineBuilder::endOfBucket(std::size_t bucket, const double* time,
                                           const double* end) const {
     return std::partition_point(time, end, [&](double t) {
-        return t <= to && bucket_of(t, from, to, outline.size()) == bucket;
+        return t <= to && bucket_of(t, from, to, bucketCount) == bucket;
     });
 }
 
-void OutlineBuilder::addSample(OutlineBucket& bucket, double time, double value) {
-    add_sample(bucket, time, value);
-    unreadBucket = outline.size();
-}
-
-void OutlineBuilder::addUnread(const Part& part, const Unread& unread, const ElementRange& range) {
+void OutlineBuilder::addUnread(const Part& part, const Unread& unread, const double* valuesNode) {
     if (unread.bucket != unreadBucket) {
         endUnread();
     }
-    OutlineBucket& bucket = outline[unread.bucket];
-    if (bucket.sampleCount == 0) {
-        readSample(part, unread.firstStep, bucket.firstTime, bucket.first);
+    const bool isFirst = outlines.front()[unread.bucket].sampleCount == 0;
+    const double firstTime = isFirst ? readSample(part, unread.firstStep) : 0;
+    for (std::size_t e = 0; e < outlines.size(); ++e) {
+        OutlineBucket& bucket = outlines[e][unread.bucket];
+        if (isFirst) {
+            bucket.firstTime = firstTime;
+            bucket.first = sample[firstElement + e];
+        }
+        bucket.sampleCount += unread.endStep - unread.firstStep;
+        widen(bucket, range_of_node(valuesNode, firstElement + e));
     }
-    bucket.sampleCount += unread.endStep - unread.firstStep;
-    widen(bucket, range);
     unreadBucket = unread.bucket;
     unreadPart = part;
     unreadStep = unread.endStep - 1;
@@ -154,19 +164,23 @@ void OutlineBuilder::addUnread(const Part& part, const Unread& unread, const Ele
 
 /// Reads the last sample of the bucket that was left.
 void OutlineBuilder::endUnread() {
-    if (unreadBucket < outline.size()) {
-        readSample(unreadPart, unreadStep, outline[unreadBucket].lastTime,
-                   outline[unreadBucket].last);
-        unreadBucket = outline.size();
+    if (unreadBucket < bucketCount) {
+        const double time = readSample(unreadPart, unreadStep);
+        for (std::size_t e = 0; e < outlines.size(); ++e) {
+            outlines[e][unreadBucket].lastTime = time;
+            outlines[e][unreadBucket].last = sample[firstElement + e];
+        }
+        unreadBucket = bucketCount;
     }
 }
 
-void OutlineBuilder::readSample(const Part& part, std::size_t step, double& time,
-                                double& value) const {
+/// Returns its time. The values are in `sample`.
+double OutlineBuilder::readSample(const Part& part, std::size_t step) {
+    double time = 0;
     part.chunk->reader.read(0, step, 1, &time);
-    std::vector<double> values(part.width);
-    part.chunk->reader.read(part.column, step, 1, values.data());
-    value = values[element];
+    sample.resize(part.width);
+    part.chunk->reader.read(part.column, step, 1, sample.data());
+    return time;
 }
 
 } // namespace logging2::core::detail

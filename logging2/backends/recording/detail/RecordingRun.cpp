@@ -6,10 +6,21 @@
 #include <logging2/backends/recording/detail/TimeSearch.hpp>
 #include <logging2/runs/detail/check_buckets.hpp>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
 namespace logging2::core::detail {
+namespace {
+
+/// So many neighbouring elements are outlined in one go and kept: reading costs most, and who shows
+/// one element of a vector is likely to show the others, too.
+constexpr std::size_t outlinesTogether = 4;
+
+/// Longer outlines are made one by one and not kept.
+constexpr std::size_t greatestKeptBucketCount = 10000;
+
+} // namespace
 
 RecordingRun::RecordingRun(const std::string& directory, SampleAccess access)
     : location(directory),
@@ -62,7 +73,11 @@ bool RecordingRun::refresh() {
     chunks.forget();
     visible.clear();
     claimed = isClaimed;
-    return former != answers();
+    const bool hasChanged = former != answers();
+    if (hasChanged) {
+        lastOutlines.reset();
+    }
+    return hasChanged;
 }
 
 RecordingRun::Answers RecordingRun::answers() const {
@@ -198,7 +213,22 @@ Outline RecordingRun::outline(const lang::core::ValuePath& path, std::size_t ele
         throw std::out_of_range(location + ": \"" + path.text() + "\" has no element " +
                                 std::to_string(element));
     }
-    OutlineBuilder builder(from, to, bucketCount, element);
+    if (bucketCount > greatestKeptBucketCount) {
+        return std::move(makeOutlines(place, {element, 1}, from, to, bucketCount).front());
+    }
+    const std::size_t first = element / outlinesTogether * outlinesTogether;
+    const OutlineQuestion question{place.group, place.column, first, from, to, bucketCount};
+    if (!lastOutlines || lastOutlines->first != question) {
+        const std::size_t count = std::min(outlinesTogether, place.width - first);
+        lastOutlines.emplace(question, makeOutlines(place, {first, count}, from, to, bucketCount));
+    }
+    return lastOutlines->second[element - first];
+}
+
+std::vector<Outline> RecordingRun::makeOutlines(const Place& place, const Elements& elements,
+                                                double from, double to,
+                                                std::size_t bucketCount) const {
+    OutlineBuilder builder(from, to, bucketCount, elements.first, elements.count);
     for (const SampleSpan& span : stepsOf(place.group).spansNear(from, to)) {
         builder.add(chunks.open(*span.chunk), place.column, span.count);
     }

@@ -50,6 +50,16 @@ private:
         std::size_t width;
     };
 
+    /// Neighbouring elements of a signal.
+    struct Elements {
+        std::size_t first;
+        std::size_t count;
+    };
+
+    /// What was asked for: group, column, first element, range and number of buckets.
+    using OutlineQuestion =
+        std::tuple<std::size_t, std::size_t, std::size_t, double, double, std::size_t>;
+
     /// What the answers to all questions depend on: the revision, the run's state, and how many
     /// steps of each group are visible.
     using Answers = std::tuple<std::uint64_t, RunState, std::vector<std::size_t>>;
@@ -63,6 +73,8 @@ private:
     Place placeOf(const lang::core::ValuePath& path) const;
     std::size_t positionOf(std::size_t groupId) const;
     const VisibleSteps& stepsOf(std::size_t group) const;
+    std::vector<Outline> makeOutlines(const Place& place, const Elements& elements, double from,
+                                      double to, std::size_t bucketCount) const;
 
     std::string location;
     IndexReader index;
@@ -75,6 +87,7 @@ private:
     mutable std::vector<std::optional<VisibleSteps>> visible; ///< by group; made when needed
     mutable OpenChunks chunks;
     mutable SeriesReader seriesReader;
+    mutable std::optional<std::pair<OutlineQuestion, std::vector<Outline>>> lastOutlines;
 };
 
 } // namespace logging2::core::detail

@@ -6,22 +6,20 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 namespace logging2::tools::view {
 
-/// A run that several threads read: an object for each of a few of them, because only one thread at
-/// a time may use a Run. The others wait.
-class RunPool {
+/// A run that several threads read, one after another. A run keeps what it has read for a question
+/// and needs for the next one, so several objects would not answer sooner.
+class SharedRun {
 public:
-    /// Belongs to one thread until it is destroyed. The pool must outlive it.
+    /// Belongs to one thread until it is destroyed.
     class Lease {
     public:
-        Lease(std::shared_ptr<RunPool> ownerPool, ino_t samplesFile);
+        Lease(std::shared_ptr<SharedRun> leasedRun, ino_t samplesFile);
         Lease(Lease&&) = default;
         Lease& operator=(Lease&&) = delete;
         Lease(const Lease&) = delete;
@@ -32,20 +30,19 @@ public:
         const core::Run* operator->() const noexcept { return run.get(); }
 
     private:
-        friend class RunPool;
+        friend class SharedRun;
 
-        std::shared_ptr<RunPool> pool;
-        ino_t file;
+        std::shared_ptr<SharedRun> owner;
         std::unique_ptr<core::Run> run;
     };
 
-    explicit RunPool(std::string recordingLocation);
+    explicit SharedRun(std::string recordingLocation);
 
     const std::string& location() const noexcept { return place; }
 
     /// The run in its present state. Throws HttpError, with status 410 if the recording is gone and
-    /// 503 if all objects are busy for too long, and core::RecordingError if it cannot be read.
-    static Lease lease(const std::shared_ptr<RunPool>& pool);
+    /// 503 if the run is busy for too long, and core::RecordingError if it cannot be read.
+    static Lease lease(const std::shared_ptr<SharedRun>& shared);
 
     /// A recording that is not shared. Throws in the same way.
     static std::unique_ptr<core::Run> opened(const std::string& location);
@@ -53,14 +50,14 @@ public:
 private:
     std::unique_ptr<core::Run> taken(ino_t samplesFile);
     void refresh(std::unique_ptr<core::Run>& run) const;
-    void giveBack(std::unique_ptr<core::Run> run, ino_t samplesFile) noexcept;
+    void giveBack(std::unique_ptr<core::Run> run) noexcept;
 
     const std::string place;
     std::mutex mutex;
     std::condition_variable isFree;
-    std::vector<std::unique_ptr<core::Run>> idle; ///< guarded by the mutex
-    std::size_t count = 0;                        ///< of all objects, guarded by the mutex
-    ino_t file = 0; ///< whose samples the idle ones read, guarded by the mutex
+    bool isTaken = false;            ///< guarded by the mutex
+    std::unique_ptr<core::Run> idle; ///< unless it is taken; guarded by the mutex
+    ino_t file = 0;                  ///< whose samples it reads; guarded by the mutex
 };
 
 } // namespace logging2::tools::view
