@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#ifdef __x86_64__
-#include <immintrin.h>
-#endif
-
 namespace logging2::tools {
 namespace {
 
@@ -19,23 +15,6 @@ std::size_t steps_per_block(const std::vector<core::SignalInfo>& signals) {
         stepByteCount += signal.width * sizeof(double);
     }
     return std::max<std::size_t>(1, greatestBlockByteCount / stepByteCount);
-}
-
-#ifdef __x86_64__
-__attribute__((target("avx"))) void clear_upper_halves() {
-    _mm256_zeroupper();
-}
-#endif
-
-/// Says that the upper halves of the vector registers are no longer used. Reading may leave them in
-/// use, which almost halves the speed of arithmetic with doubles on some processors.
-void release_vector_registers() {
-#ifdef __x86_64__
-    static const bool hasUpperHalves = static_cast<bool>(__builtin_cpu_supports("avx"));
-    if (hasUpperHalves) {
-        clear_upper_halves();
-    }
-#endif
 }
 
 } // namespace
@@ -100,7 +79,6 @@ bool StepReader::readBlock() {
         columns[signal].assign(series.values().begin(), series.values().end());
     }
     readCount += blockSize;
-    release_vector_registers();
     return true;
 }
 

@@ -4,6 +4,8 @@
 #ifdef __x86_64__
 // Uses what the processor has.
 #include <xxh_x86dispatch.h>
+
+#include <immintrin.h>
 #endif
 
 #include <cstddef>
@@ -14,8 +16,35 @@ namespace logging2::core::detail {
 #error "recordings are little-endian, and so must the machine be"
 #endif
 
+#ifdef __x86_64__
+namespace {
+
+__attribute__((target("avx"))) void clear_upper_halves() {
+    _mm256_zeroupper();
+}
+
+/// xxHash leaves the upper halves of the vector registers in use, and then some processors need up
+/// to twice as long for all further arithmetic with doubles on this thread.
+void release_upper_halves() {
+    static const bool hasUpperHalves = static_cast<bool>(__builtin_cpu_supports("avx"));
+    if (hasUpperHalves) {
+        clear_upper_halves();
+    }
+}
+
+} // namespace
+#else
+namespace {
+
+void release_upper_halves() {}
+
+} // namespace
+#endif
+
 std::uint64_t hash_of(const void* bytes, std::size_t byteCount) {
-    return XXH3_64bits(bytes, byteCount);
+    const std::uint64_t hash = XXH3_64bits(bytes, byteCount);
+    release_upper_halves();
+    return hash;
 }
 
 std::uint64_t hash_of(const RecordHeader& header) {
