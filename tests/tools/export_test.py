@@ -7,7 +7,6 @@ import resource
 import shlex
 import signal
 import subprocess
-import unittest
 from pathlib import Path
 
 import h5py
