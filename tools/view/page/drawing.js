@@ -133,8 +133,9 @@ function traceSteps(trace, tracer) {
 function traceBucket({firstTime, lastTime, first, least, greatest, last}, tracer) {
     const middle = firstTime + (lastTime - firstTime) / 2;
     const areFinite = Number.isFinite(first) && Number.isFinite(last);
+    const goesFarther = least < Math.min(first, last) || greatest > Math.max(first, last);
     tracer.to(firstTime, first);
-    if (areFinite && tracer.drawsBar(least, greatest)) {
+    if (areFinite && goesFarther && tracer.drawsBar(least, greatest)) {
         const isWide = tracer.isWide(firstTime, lastTime);
         if (isWide) tracer.to(middle, first);
         tracer.bar(middle, least, greatest);

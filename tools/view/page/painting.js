@@ -6,6 +6,8 @@ const MARKER_RADIUS = 2.5;
 const ARROW = 5;
 const LINES_PER_STROKE = 10;
 const LINE_WIDTH = 1.25;
+// So wide that bars side by side leave no pixel pale that they share.
+const BAR_WIDTH = 1.75;
 
 export const DASHES = [7, 4];
 // The gaps between dashes are pale, so that they hide nothing.
@@ -91,7 +93,7 @@ class FillingPen extends StrokingPen {
     }
 
     bar(x, top, bottom) {
-        this.#context.fillRect(x - LINE_WIDTH / 2, top, LINE_WIDTH, bottom - top);
+        this.#context.fillRect(x - BAR_WIDTH / 2, top, BAR_WIDTH, bottom - top);
     }
 }
 
