@@ -11,9 +11,11 @@ string(REGEX REPLACE "\n## .*" "" changes "${CMAKE_MATCH_1}")
 string(REPLACE "\n" "\n  " changes "${changes}")
 string(REPLACE "\n  - " "\n\n  * " changes "${changes}")
 file(WRITE ${PROJECT_BINARY_DIR}/debian/changes "${changes}")
-execute_process(COMMAND ${LOGGING2_FMT} --tagged-paragraph --width=78 debian/changes
+execute_process(COMMAND ${LOGGING2_FMT} --tagged-paragraph --width=74 debian/changes
   WORKING_DIRECTORY ${PROJECT_BINARY_DIR} OUTPUT_VARIABLE changes COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE "\n\n+" "\n" changes "${changes}")
+# fmt does not indent what it breaks off an entry that was one line.
+string(REGEX REPLACE "\n([^ \n])" "\n    \\1" changes "${changes}")
 string(STRIP "${changes}" changes)
 
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)

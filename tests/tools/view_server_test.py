@@ -197,7 +197,7 @@ class ViewAnswersTest(ViewTest):
         path = f"/api/runs/{server.run_id()}/trace?signal=wave.x&from=0&to=100&pixels="
         self.assertEqual(server.status(path + "100"), 200)
         os.truncate(run / "samples.bin", 5000)
-        # The question before may be answered once more from what was read for it.
+        # The same question may be answered from what is kept.
         for question in path + "200", path + "3000", path.replace("to=100", "to=0.1") + "1000":
             status, _, body = server.open(question)
             self.assertEqual(status, 422)

@@ -55,7 +55,7 @@ class Page:
         """Milliseconds from an input until everything is drawn."""
         self.browser.execute_script("performance.clearMeasures()")
         action()
-        time.sleep(0.1)  # Asking takes the page's time.
+        time.sleep(0.1)  # Polling slows the page down.
         return self.wait(lambda: self.browser.execute_script(SHOWN) or False)
 
     def scroll(self, distance):

@@ -44,7 +44,7 @@ _logging2() {
   local help directories=() run=() value='' i each
   help=$("$program" "${command[@]}" --help 2>/dev/null)
   for ((i = depth + 1; i < ${#COMP_WORDS[@]}; i++)); do
-    each=${COMP_WORDS[i]/#\~\//$HOME/}
+    each=${COMP_WORDS[i]/#\~\//"$HOME"/}
     each=${each//\\/}
     [[ ! -d $each ]] || directories+=("$each")
     [[ $each != --run ]] || run=(--run "${COMP_WORDS[i + 1]-}")

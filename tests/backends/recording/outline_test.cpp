@@ -131,6 +131,27 @@ TEST_F(OutlineTest, elementsOfAVectorHaveTheOutlinesOfScalars) {
     }
 }
 
+TEST_F(OutlineTest, questionsThatDifferLittleHaveTheirOwnAnswers) {
+    const auto writer = makeWriter(twoGroups());
+    for (int step = 0; step < 10; ++step) {
+        write(*writer, 0, step, {1.0 * step});
+        write(*writer, 5, step, {10.0 * step, 100.0 * step, 0.0, 0.0});
+    }
+    writer->flushIntermediate();
+    const auto run = open(*writer);
+    const auto greatest = [&](const char* path, double from, double to) {
+        return run->outline(ValuePath(path), 0, from, to, 1).front().greatest;
+    };
+    for (int repetition = 0; repetition < 2; ++repetition) {
+        for (int end = 1; end < 10; ++end) {
+            EXPECT_EQ(greatest("x", 0.0, end), end);
+            EXPECT_EQ(greatest("y", 0.0, end), 10.0 * end);
+            EXPECT_EQ(greatest("z", 0.0, end), 100.0 * end);
+            EXPECT_EQ(greatest("same", end, 9.0), 9.0);
+        }
+    }
+}
+
 TEST_F(OutlineTest, outlineGoesOnWithTheRun) {
     const auto writer = makeWriter();
     writeTimes(*writer, {1.0, 2.0});

@@ -73,7 +73,7 @@ class Tracer {
     }
 
     isWide(from, to) {
-        return xOf(this.scale, to) - xOf(this.scale, from) > VISIBLE_LENGTH;
+        return Math.abs(xOf(this.scale, to) - xOf(this.scale, from)) > VISIBLE_LENGTH;
     }
 
     drawsBar(least, greatest) {
@@ -103,7 +103,7 @@ class Tracer {
         if (x >= box.left && x <= box.right && top < bottom) this.pen.bar(x, top, bottom);
     }
 
-    // Goes to a place without drawing, as a bar has led there.
+    // Goes to a place without drawing, because a bar was drawn there.
     jump(time, value) {
         [this.x, this.y] = [xOf(this.scale, time), yOf(this.scale, value)];
         this.length += BAR_HEIGHT;

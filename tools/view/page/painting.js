@@ -6,7 +6,7 @@ const MARKER_RADIUS = 2.5;
 const ARROW = 5;
 const LINES_PER_STROKE = 10;
 const LINE_WIDTH = 1.25;
-// So wide that bars side by side leave no pixel pale that they share.
+// So wide that neighbouring bars leave no pale pixel between them.
 const BAR_WIDTH = 1.75;
 
 export const DASHES = [7, 4];

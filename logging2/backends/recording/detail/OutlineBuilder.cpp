@@ -53,9 +53,9 @@ void OutlineBuilder::add(const std::shared_ptr<OpenChunk>& chunk, std::size_t co
             {layout.levels.size(), 0, times.data(), values.data()});
 }
 
-const std::vector<Outline>& OutlineBuilder::result() {
+std::vector<Outline> OutlineBuilder::result() {
     endUnread();
-    return outlines;
+    return std::move(outlines);
 }
 
 void OutlineBuilder::addNode(const Part& part, const Node& node) {

@@ -20,8 +20,8 @@ public:
     /// Adds the first stepCount samples of a column of the chunk.
     void add(const std::shared_ptr<OpenChunk>& chunk, std::size_t column, std::size_t stepCount);
 
-    /// The outline of each element, of what was added.
-    const std::vector<Outline>& result();
+    /// The outline of each element, of what was added. To be called once, at the end.
+    std::vector<Outline> result();
 
 private:
     /// The part of a chunk that is being added.

@@ -16,30 +16,26 @@ namespace logging2::core::detail {
 #error "recordings are little-endian, and so must the machine be"
 #endif
 
-#ifdef __x86_64__
 namespace {
 
+#ifdef __x86_64__
 __attribute__((target("avx"))) void clear_upper_halves() {
     _mm256_zeroupper();
 }
+#endif
 
 /// xxHash leaves the upper halves of the vector registers in use, and then some processors need up
 /// to twice as long for all further arithmetic with doubles on this thread.
 void release_upper_halves() {
+#ifdef __x86_64__
     static const bool hasUpperHalves = static_cast<bool>(__builtin_cpu_supports("avx"));
     if (hasUpperHalves) {
         clear_upper_halves();
     }
+#endif
 }
 
 } // namespace
-#else
-namespace {
-
-void release_upper_halves() {}
-
-} // namespace
-#endif
 
 std::uint64_t hash_of(const void* bytes, std::size_t byteCount) {
     const std::uint64_t hash = XXH3_64bits(bytes, byteCount);

@@ -13,12 +13,15 @@
 namespace logging2::core::detail {
 namespace {
 
-/// So many neighbouring elements are outlined in one go and kept: reading costs most, and who shows
-/// one element of a vector is likely to show the others, too.
-constexpr std::size_t outlinesTogether = 4;
+/// So many neighbouring elements are outlined in one go and kept: reading costs most, and whoever
+/// shows one element of a vector is likely to show the others, too.
+constexpr std::size_t elementsTogether = 4;
+
+/// So many answers are kept.
+constexpr std::size_t greatestAnswerCount = 8;
 
 /// Longer outlines are made one by one and not kept.
-constexpr std::size_t greatestKeptBucketCount = 10000;
+constexpr std::size_t greatestKeptBucketCount = 4096;
 
 } // namespace
 
@@ -75,7 +78,7 @@ bool RecordingRun::refresh() {
     claimed = isClaimed;
     const bool hasChanged = former != answers();
     if (hasChanged) {
-        lastOutlines.reset();
+        keptOutlines.clear();
     }
     return hasChanged;
 }
@@ -216,13 +219,19 @@ Outline RecordingRun::outline(const lang::core::ValuePath& path, std::size_t ele
     if (bucketCount > greatestKeptBucketCount) {
         return std::move(makeOutlines(place, {element, 1}, from, to, bucketCount).front());
     }
-    const std::size_t first = element / outlinesTogether * outlinesTogether;
+    const std::size_t first = element / elementsTogether * elementsTogether;
     const OutlineQuestion question{place.group, place.column, first, from, to, bucketCount};
-    if (!lastOutlines || lastOutlines->first != question) {
-        const std::size_t count = std::min(outlinesTogether, place.width - first);
-        lastOutlines.emplace(question, makeOutlines(place, {first, count}, from, to, bucketCount));
+    auto kept = std::find_if(keptOutlines.begin(), keptOutlines.end(),
+                             [&question](const auto& each) { return each.first == question; });
+    if (kept == keptOutlines.end()) {
+        const std::size_t count = std::min(elementsTogether, place.width - first);
+        std::vector<Outline> outlines = makeOutlines(place, {first, count}, from, to, bucketCount);
+        if (keptOutlines.size() == greatestAnswerCount) {
+            keptOutlines.pop_front();
+        }
+        kept = keptOutlines.emplace(keptOutlines.end(), question, std::move(outlines));
     }
-    return lastOutlines->second[element - first];
+    return kept->second[element - first];
 }
 
 std::vector<Outline> RecordingRun::makeOutlines(const Place& place, const Elements& elements,

@@ -11,6 +11,7 @@
 #include <logging2/runs/Run.hpp>
 
 #include <cstddef>
+#include <list>
 #include <map>
 #include <optional>
 #include <string>
@@ -87,7 +88,7 @@ private:
     mutable std::vector<std::optional<VisibleSteps>> visible; ///< by group; made when needed
     mutable OpenChunks chunks;
     mutable SeriesReader seriesReader;
-    mutable std::optional<std::pair<OutlineQuestion, std::vector<Outline>>> lastOutlines;
+    mutable std::list<std::pair<OutlineQuestion, std::vector<Outline>>> keptOutlines;
 };
 
 } // namespace logging2::core::detail
