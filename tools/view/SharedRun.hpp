@@ -12,8 +12,8 @@
 
 namespace logging2::tools::view {
 
-/// A run that several threads read, one after another. A Run keeps the outlines that it has made for
-/// one element of a vector, so a single object answers the questions about a vector soonest.
+/// A run that several threads read, one after another. A Run keeps the outlines that it has made
+/// for one element of a vector, so a single object answers the questions about a vector soonest.
 class SharedRun {
 public:
     /// Belongs to one thread until it is destroyed.
