@@ -120,8 +120,8 @@ TEST_F(OutlineTest, elementsOfAVectorHaveTheOutlinesOfScalars) {
         }
     }
     const auto run = open(*vector);
-    for (const std::size_t bucketCount : {1, 7, 300, 20000}) {
-        for (const std::size_t element : {2, 5, 0, 4, 1, 3}) {
+    for (const std::size_t bucketCount : {1U, 7U, 300U, 20000U}) {
+        for (const std::size_t element : {2U, 5U, 0U, 4U, 1U, 3U}) {
             for (const double from : {0.0, 1234.5}) {
                 expect_same(
                     run->outline(ValuePath("v"), element, from, 5000.0, bucketCount),
