@@ -145,7 +145,7 @@ TEST_F(RecordingReadersTest, withoutWritePermissionFinishedRecordingIsReadAndNot
     EXPECT_EQ(DirectoryState(location), before);
 }
 
-TEST_F(RecordingReadersTest, withoutWritePermissionRecordingThatWasOpenAtFlushIsRead) {
+TEST_F(RecordingReadersTest, recordingOpenAtFlushIsReadWithoutWritePermission) {
     {
         const auto reader = open_recording(location);
         writer->flush();
