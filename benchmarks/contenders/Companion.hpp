@@ -20,7 +20,7 @@ public:
     }
 
     /// Calls the function again and again until the end, and returns when the first call begins.
-    /// The function returns early if goesOn() is false.
+    /// The function may return early if goesOn() is false.
     template <class Function>
     void start(Function function) {
         thread = std::thread([this, function = std::move(function)] {
